@@ -1,0 +1,67 @@
+#include "audio/XAudioBitsConv.h"
+
+#include "audio/XAudioRdWr.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+// Sample by sample this is PutInt(i, GetInt(i)) in ascending order, which lets a narrower result overwrite
+// its source. Going through a block that stays in the cache keeps that true and leaves two plain loops, each
+// of which sees one layout and no overlap.
+void ConvertSamples(const XAudioRdWr& reader, XAudioRdWr& writer, int64_t samples) {
+    std::array<int32_t, 2048> block;
+    constexpr auto kBlockSamples = static_cast<int64_t>(block.size());
+    for (int64_t first = 0; first < samples; first += kBlockSamples) {
+        const int64_t count = std::min(kBlockSamples, samples - first);
+        reader.GetInts(first, count, block.data());
+        writer.PutInts(first, count, block.data());
+    }
+}
+
+}  // namespace
+
+bool XAudioBitsConv::Init(const XAudioWFX& source, int bits) {
+    if (source.BitsPerSample() == bits) return true;
+    const int tag = source.WFXFormatTag();
+    if (tag != kTagPCM && tag != kTagFloat) return false;
+    if (bits == 64) return tag == kTagFloat;
+    return bits == 8 || bits == 16 || bits == 24 || bits == 32;
+}
+
+bool XAudioBitsConv::ConvertData(XAudioBufferNew& source, const XAudioWFX& target, bool inPlace,
+                                 const wchar_t* options) {
+    return ConvertData(source, target.BitsPerSample(), inPlace, options, target.WFXFormatTag() == kTagFloat);
+}
+
+bool XAudioBitsConv::ConvertData(XAudioBufferNew& source, int bits, bool inPlace, const wchar_t* options,
+                                 bool toFloat) {
+    const int sourceTag = source.WFXFormatTag();
+    const int tag = toFloat ? kTagFloat : kTagPCM;
+    if (source.BitsPerSample() == bits && sourceTag == tag) return InitializeBuffer(inPlace, source);
+    if (!Init(source, bits)) return false;
+    // A layout that does not fill its width exactly would be read or written past the end of the buffer.
+    if (!XAudioRdWr::HasLayout(sourceTag, source.BitsPerSample()) || !XAudioRdWr::HasLayout(tag, bits)) {
+        return false;
+    }
+    const XAudioRdWr reader(source, 0, nullptr);
+    const int64_t frames = source.GetUsedSample();
+    if (!SetUpResult(source, bits, frames, inPlace)) return false;
+    SetUsedSample(frames);
+    SetWFXFormatTag(tag);
+    XAudioRdWr writer(*this, 0, options);
+    ConvertSamples(reader, writer, frames * Channels());
+    return true;
+}
+
+bool XAudioBitsConv::SetUpResult(XAudioBufferNew& source, int bits, int64_t frames, bool inPlace) {
+    if (inPlace && bits <= source.BitsPerSample()) {
+        if (!InitializeBuffer(true, source)) return false;
+        SetBitsPerSample(bits, true);
+        return true;
+    }
+    Assign(source);
+    SetBitsPerSample(bits, true);
+    return SetBufferByteSizeNew(SampleToBytes(frames), false, false);
+}

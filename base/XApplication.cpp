@@ -1,0 +1,12 @@
+#include "base/XApplication.h"
+
+#include "base/Platform.h"
+
+XStr XApplication::ApplicationPath() {
+    XStr folder = Platform::ExecutablePath();
+    folder.erase(folder.find_last_of(L'/') + 1);
+    // A program started as "./name" can leave such pieces behind.
+    while (folder.ends_with(L"/./")) folder.erase(folder.size() - 2);
+    if (folder.size() > 1 && folder.ends_with(L'/')) folder.pop_back();
+    return folder;
+}

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "base/XStr.h"
+
+// The running program.
+class XApplication {
+public:
+    // The folder of the running executable, without a trailing slash.
+    static XStr ApplicationPath();
+};

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+// A file over one descriptor, with signed 64-bit sizes and positions in bytes.
+// Owner:  a file opened by name is closed by the object; a file attached by handle belongs to whoever opened
+//         it. A handle is the descriptor in a pointer; both ends of it share one file position.
+// Errors: false, -1 or a short count, without a message; the caller knows what it was doing.
+class XFile {
+public:
+    enum class Access {
+        Read,       // an existing file, under a shared lock
+        ReadWrite,  // an existing file, under an exclusive lock
+        CreateNew,  // as ReadWrite, for a file that must not exist yet
+    };
+
+    XFile() = default;
+    XFile(const XFile&) = delete;  // a descriptor has one owner
+    XFile& operator=(const XFile&) = delete;
+    ~XFile() { Close(); }
+
+    // What was open before is closed on success and kept on failure. Locks are advisory and never waited
+    // for: where another holder is in the way the open fails; a file system without locks is accepted. A
+    // folder is refused.
+    [[nodiscard]] bool Open(std::wstring_view path, Access access);
+
+    // Attaches to an open file without owning it.
+    bool Open(void* handle);
+
+    void Close();
+    bool IsOpen() const { return descriptor_ >= 0; }
+    void* Handle() const;
+
+    // Bytes read: fewer than asked for only at the end of the file or on an error.
+    [[nodiscard]] size_t Read(void* data, size_t bytes);
+    [[nodiscard]] bool Write(const void* data, size_t bytes);
+    [[nodiscard]] bool SetPosition(int64_t position);
+    int64_t GetPosition() const;
+    int64_t Size() const;
+    [[nodiscard]] bool SetFileSize(int64_t size);
+
+private:
+    int descriptor_ = -1;
+    bool owned_ = false;
+};

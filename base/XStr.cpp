@@ -1,0 +1,84 @@
+#include "base/XStr.h"
+
+namespace {
+
+constexpr uint32_t kReplacement = 0xFFFD;
+
+bool IsScalarValue(uint32_t c) { return c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF); }
+
+void AppendUTF8(std::string& out, uint32_t c) {
+    const auto put = [&out](uint32_t byte) { out.push_back(static_cast<char>(byte)); };
+    if (c < 0x80) {
+        put(c);
+    } else if (c < 0x800) {
+        put(0xC0 | c >> 6);
+        put(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+        put(0xE0 | c >> 12);
+        put(0x80 | (c >> 6 & 0x3F));
+        put(0x80 | (c & 0x3F));
+    } else {
+        put(0xF0 | c >> 18);
+        put(0x80 | (c >> 12 & 0x3F));
+        put(0x80 | (c >> 6 & 0x3F));
+        put(0x80 | (c & 0x3F));
+    }
+}
+
+struct Sequence {
+    size_t length;   // bytes, the lead byte included; 0 when the byte cannot lead
+    uint32_t bits;   // payload of the lead byte
+    uint32_t least;  // smallest code point that needs this length
+};
+
+Sequence LeadByte(uint8_t byte) {
+    if (byte < 0x80) return {1, byte, 0};
+    if ((byte & 0xE0) == 0xC0) return {2, byte & 0x1Fu, 0x80};
+    if ((byte & 0xF0) == 0xE0) return {3, byte & 0x0Fu, 0x800};
+    if ((byte & 0xF8) == 0xF0) return {4, byte & 0x07u, 0x10000};
+    return {0, 0, 0};
+}
+
+// The code point at the front of `text` and its length in bytes; length 0 when malformed.
+std::pair<uint32_t, size_t> FirstCodePoint(std::string_view text) {
+    const Sequence lead = LeadByte(static_cast<uint8_t>(text[0]));
+    if (lead.length == 0 || lead.length > text.size()) return {0, 0};
+    uint32_t c = lead.bits;
+    for (size_t i = 1; i < lead.length; ++i) {
+        const auto byte = static_cast<uint8_t>(text[i]);
+        if ((byte & 0xC0) != 0x80) return {0, 0};
+        c = c << 6 | (byte & 0x3Fu);
+    }
+    if (c < lead.least || !IsScalarValue(c)) return {0, 0};
+    return {c, lead.length};
+}
+
+}  // namespace
+
+std::string ToUTF8(std::wstring_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (const wchar_t character : text) {
+        const auto c = static_cast<uint32_t>(character);
+        AppendUTF8(out, IsScalarValue(c) ? c : kReplacement);
+    }
+    return out;
+}
+
+XStr FromUTF8(std::string_view text) {
+    XStr out;
+    out.reserve(text.size());
+    while (!text.empty()) {
+        const auto [c, length] = FirstCodePoint(text);
+        out.push_back(static_cast<wchar_t>(length ? c : kReplacement));
+        text.remove_prefix(length ? length : 1);
+    }
+    return out;
+}
+
+XStr Widen(std::string_view text) {
+    XStr out;
+    out.reserve(text.size());
+    for (const char c : text) out.push_back(static_cast<wchar_t>(static_cast<uint8_t>(c)));
+    return out;
+}

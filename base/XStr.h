@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Wide text. A character is one Unicode code point in 32 bits, on every platform that this software runs on.
+using XStr = std::wstring;
+
+// An ordered list of texts.
+using XStrList = std::vector<XStr>;
+
+static_assert(sizeof(wchar_t) == 4, "wide characters carry one code point each");
+
+// One code point per character; surrogates and values past 0x10FFFF become U+FFFD.
+std::string ToUTF8(std::wstring_view text);
+
+// The reverse. Each byte that is no part of a well-formed sequence becomes U+FFFD.
+XStr FromUTF8(std::string_view text);
+
+// 8-bit characters (function names, four-character codes) widened one by one, as Latin-1.
+XStr Widen(std::string_view text);
+
+// Plain decimal: no grouping, no leading zeros.
+template <class Integer>
+XStr Int2Str(Integer value) {
+    return std::to_wstring(value);
+}

@@ -1,0 +1,42 @@
+#include "Ratios.h"
+
+#include <cstdio>
+
+void RatioReporter::ReportRuns(const std::vector<Run>& runs) {
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& run : runs) {
+        if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
+        const double seconds = run.real_accumulated_time / static_cast<double>(run.iterations);
+        const auto [entry, first] = fastest_.emplace(run.run_name.function_name, seconds);
+        if (!first) entry->second = std::min(entry->second, seconds);
+    }
+}
+
+bool RatioReporter::PrintRatios(std::initializer_list<Ratio> ratios) const {
+    bool allWithin = true;
+    std::printf("\n%-32s %-32s %8s %8s\n", "ours", "peer", "ratio", "limit");
+    for (const Ratio& ratio : ratios) {
+        const auto ours = fastest_.find(ratio.ours);
+        const auto peer = fastest_.find(ratio.peer);
+        if (ours == fastest_.end() || peer == fastest_.end()) continue;
+        const double value = ours->second / peer->second;
+        const bool within = value <= ratio.limit;
+        std::printf("%-32s %-32s %8.3f %8.2f%s\n", ratio.ours, ratio.peer, value, ratio.limit,
+                    within ? "" : "  OVER");
+        allWithin &= within;
+    }
+    return allWithin;
+}
+
+int main(int count, char** arguments) {
+    benchmark::Initialize(&count, arguments);
+    if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 2;
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    return reporter.PrintRatios({
+               {"DecodeThroughThePlugin", "DecodeByBareReads", 1.05},
+               {"ScanChunks", "WalkHeaders", 1.5},
+           })
+               ? 0
+               : 1;
+}

@@ -1,0 +1,18 @@
+# A floor of the house: a folder that is one library and sees only the folders that it links.
+#
+#   add_floor(container FOLDER wave64/container SOURCES a.cpp b.cpp LINKS base audio)
+#
+# Headers are included by their path from the top of the tree ("audio/XAudioWFX.h"). Each library offers an
+# include folder of its own that holds nothing but a link to its source folder, so an include that climbs to a
+# floor which is not linked finds no file.
+function(add_floor name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "FOLDER" "SOURCES;LINKS")
+    set(view ${PROJECT_BINARY_DIR}/floors/${name})
+    cmake_path(GET arg_FOLDER PARENT_PATH parent)
+    file(MAKE_DIRECTORY ${view}/${parent})
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${view}/${arg_FOLDER} SYMBOLIC)
+
+    add_library(${name} STATIC ${arg_SOURCES})
+    target_include_directories(${name} PUBLIC ${view})
+    target_link_libraries(${name} PUBLIC ${arg_LINKS})
+endfunction()

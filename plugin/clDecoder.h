@@ -1,0 +1,35 @@
+#pragma once
+
+#include "base/XFile.h"
+#include "base/XStr.h"
+#include "plugin/interface/KvRecords.h"
+#include "plugin/interface/STNStdReport.h"
+#include "wave64/engine/clWaveDecoder.h"
+
+// The object behind an instance handle: the vocabulary that a host sees, around one engine and its file.
+// Units:  the decode range counts frames from the start of the audio data; it applies to every later Open.
+// Owner:  texts handed out by Get live until the next Get, blocks until the next call.
+// Errors: reported, then 0; Close and destruction are safe in every state.
+class clDecoder {
+public:
+    explicit clDecoder(const STNStdReport& report) : report_(report) {}
+
+    bool Open(STKvOpenDecoder& open);
+    bool Close(STKvEncoderFluid& fluid);
+    bool DecodeBlock(STKvAudioBlock& block) { return engine_.DecodeBlock(block); }
+    bool SetPosition(int64_t frame);
+    bool Get(const wchar_t* key, STKvCodecGetSet& record);
+    bool Set(const wchar_t* key, const STKvCodecGetSet& record);
+
+    const STNStdReport& Report() const { return report_; }
+
+private:
+    bool GetTagOption(STKvCodecGetSet& record);
+
+    XFile file_;
+    clWaveDecoder engine_;
+    XStr answer1_, answer2_, answer3_;  // what Get hands out
+    STNStdReport report_;
+    int64_t rangeStart_ = 0;
+    int64_t rangeEnd_ = -1;  // to the end of the data
+};

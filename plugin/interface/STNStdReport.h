@@ -1,0 +1,13 @@
+#pragma once
+
+#include <cstdint>
+
+// Where a component reports to: three file descriptors, each carried in a pointer-sized value. 0 and -1 both
+// mean that a channel has no output. Passed by value or copied; whoever opened the descriptors closes them.
+struct STNStdReport {
+    intptr_t Error = 0;
+    intptr_t Information = 0;
+    intptr_t Debug = 0;  // the whole trace
+};
+
+static_assert(sizeof(STNStdReport) == 3 * sizeof(void*));

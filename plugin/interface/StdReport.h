@@ -1,0 +1,54 @@
+#pragma once
+
+#include "base/XStr.h"
+#include "plugin/interface/STNStdReport.h"
+
+#include <atomic>
+#include <concepts>
+#include <mutex>
+#include <string_view>
+
+// All three channels are standard error.
+STNStdReport StdReportToStdErr();
+
+// The report channels: errors, information, and an indented trace of calls that also copies both.
+// A routine announces itself with "->->" and a successful exit with "<-<-"; lines in between are indented by
+// two spaces per open level. Lines end in "\r\n"; text goes out as UTF-8, one write call each.
+// Threads: any; indentation and the trace are serialised process-wide, so traces of several instances share
+//          one level. Errors: none; a log that cannot be written never fails its caller.
+class StdReport {
+public:
+    // One piece of the trace. With `endLine` the function name, if any, follows in brackets and the line
+    // ends; without it the next piece continues the line. A null prefix means the current indentation.
+    static void WriteDEBUG(std::wstring_view message, const STNStdReport& report, const char* functionName,
+                           bool endLine, const wchar_t* prefix = nullptr);
+
+    // The same for a whole line whose text costs something to put together: `build` is called only when
+    // somebody reads the trace. Such a line is never an entry or exit marker.
+    template <std::invocable Build>
+    static void WriteDEBUG(const Build& build, const STNStdReport& report, const char* functionName) {
+        if (HasOutput(report.Debug)) {
+            WriteDEBUG(build(), report, functionName, true);
+        } else if (!LastWasCRLF) {  // else there is nothing to keep track of
+            MarkLineEnded();
+        }
+    }
+
+    static void WriteINFO(std::wstring_view message, const STNStdReport& report, const char* functionName);
+    static void WriteERROR(std::wstring_view message, const STNStdReport& report, const char* functionName);
+
+    static XStr GetFinalMsg(std::wstring_view prefix, std::wstring_view message, const char* functionName,
+                            bool endLine);
+    static void WriteFile(intptr_t handle, std::wstring_view text);
+
+    static bool HasOutput(intptr_t handle) { return handle != 0 && handle != -1; }
+
+private:
+    static void WriteLine(std::wstring_view message, const STNStdReport& report, const char* functionName,
+                          const wchar_t* prefix, intptr_t handle);
+    static void MarkLineEnded();
+
+    static std::mutex Access;
+    static XStr SpaceAdder;                // the current indentation
+    static std::atomic<bool> LastWasCRLF;  // written under the lock
+};

@@ -1,0 +1,147 @@
+#include "ReportCapture.h"
+#include "TempFolder.h"
+#include "Wave64Bytes.h"
+#include "base/XStr.h"
+#include "wave64/container/clWave64Handler.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct NewFile {
+    NewFile() { EXPECT_TRUE(file.Open(FromUTF8(path.native()), XFile::Access::CreateNew)); }
+
+    bool Begin(Bytes format, const clPassRIFFChunks& passed = {}, int convertExtensible = 0) {
+        return handler.InitializeNewWAV(file.Handle(), reinterpret_cast<tWAVEFORMATEX*>(format.data()),
+                                        capture.Report(), passed, convertExtensible);
+    }
+    bool Finish(const Bytes& audio) {
+        if (!file.Write(audio.data(), audio.size())) return false;
+        handler.FindChunkForWrite("data")->DataSize = static_cast<int64_t>(audio.size());
+        return handler.WriteChunksAfterData() && handler.WriteChunkHeaders(false);
+    }
+    uint64_t SizeFieldAt(int64_t position) {
+        uint64_t field = 0;
+        EXPECT_TRUE(file.SetPosition(position + 16));
+        EXPECT_EQ(file.Read(&field, sizeof field), sizeof field);
+        return field;
+    }
+
+    TempFolder folder;
+    std::filesystem::path path = folder.Path() / "new.w64";
+    XFile file;
+    ReportCapture capture;
+    clWave64Handler handler;
+};
+
+Bytes PCM() { return Wave64Bytes::FmtBody(1, 2, 44100, 16); }
+
+}  // namespace
+
+TEST(Writer, MakesTheSmallestFileByteForByte) {
+    NewFile made;
+    ASSERT_TRUE(made.Begin(PCM()));
+    EXPECT_EQ(made.file.GetPosition(), 40 + 24 + 16 + 24);
+    ASSERT_TRUE(made.Finish(Pattern(1000)));
+    Bytes shortFormat = PCM();
+    shortFormat.resize(16);
+    EXPECT_EQ(ReadBytes(made.path), Wave64Bytes().Chunk("fmt ", shortFormat).Data(Pattern(1000)).File());
+    EXPECT_EQ(made.capture.Errors(), "");
+}
+
+TEST(Writer, WritesTheExtraBytesOfOtherFormats) {
+    const Bytes extensible = Wave64Bytes::ExtensibleBody(1, 2, 48000, 24, 3);
+    NewFile kept, converted;
+    ASSERT_TRUE(kept.Begin(extensible) && kept.Finish(Pattern(24)));
+    EXPECT_EQ(ReadBytes(kept.path), Wave64Bytes().Chunk("fmt ", extensible).Data(Pattern(24)).File());
+
+    Bytes plain = Wave64Bytes::FmtBody(1, 2, 48000, 24);
+    plain.resize(16);
+    ASSERT_TRUE(converted.Begin(extensible, {}, 1) && converted.Finish(Pattern(24)));
+    EXPECT_EQ(ReadBytes(converted.path), Wave64Bytes().Chunk("fmt ", plain).Data(Pattern(24)).File());
+}
+
+TEST(Writer, KeepsPassedChunksAroundTheAudio) {
+    clPassRIFFChunks passed;
+    const auto add = [&](const char* code, const Bytes& bytes, bool beforeData) {
+        return passed.AddInternal(RIFFChnkID(code), bytes.data(), static_cast<uint32_t>(bytes.size()),
+                                  beforeData);
+    };
+    ASSERT_TRUE(add("bext", Pattern(5), true));  // no data yet: appended
+    ASSERT_TRUE(add("DATA", Pattern(3), false));
+    ASSERT_TRUE(add("LEVL", Pattern(16), false));
+    ASSERT_TRUE(add("fact", Pattern(4), true));
+    EXPECT_EQ(passed.FindChunk("data", true), 2);
+    EXPECT_EQ(passed.FindChunk("data", false), -1);
+
+    NewFile made;
+    ASSERT_TRUE(made.Begin(PCM(), passed));
+    EXPECT_EQ(made.handler.IndexOfChunk("fmt "), 2);  // inserted before the audio
+    ASSERT_TRUE(made.Finish(Pattern(16)));
+    Bytes shortFormat = PCM();
+    shortFormat.resize(16);
+    EXPECT_EQ(ReadBytes(made.path), Wave64Bytes()
+                                        .Chunk("bext", Pattern(5))
+                                        .Chunk("fact", Pattern(4))
+                                        .Chunk("fmt ", shortFormat)
+                                        .Data(Pattern(16))
+                                        .Chunk("levl", Pattern(16))
+                                        .File());
+}
+
+TEST(Writer, CutsSizeFieldsTo32BitsUnlessAskedForAll) {
+    constexpr int64_t audioBytes = (int64_t{1} << 32) + 8;
+    for (const bool full : {false, true}) {
+        NewFile made;
+        made.handler.WriteFullSizeFields(full);
+        ASSERT_TRUE(made.Begin(PCM()));
+        ASSERT_TRUE(made.file.SetFileSize(104 + audioBytes));  // sparse
+        made.handler.FindChunkForWrite("data")->DataSize = audioBytes;
+        ASSERT_TRUE(made.handler.WriteChunkHeaders(false));
+        EXPECT_EQ(made.SizeFieldAt(80), full ? audioBytes + 24u : 8 + 24u);
+        EXPECT_EQ(made.SizeFieldAt(0), full ? audioBytes + 104u : 8 + 104u);
+        EXPECT_EQ(made.file.Size(), 104 + audioBytes);
+
+        clWave64Handler reread;
+        ASSERT_TRUE(reread.Initialize(made.file.Handle(), made.capture.Report()));
+        EXPECT_EQ(reread.FindChunkForRead("data")->DataSize, full ? audioBytes : 8);
+    }
+}
+
+TEST(Writer, WritesNoDataThatDoesNotFillItsChunk) {
+    NewFile made;
+    ASSERT_TRUE(made.Begin(PCM()));
+    ASSERT_TRUE(made.handler.AddChunk("bext", 16, Pattern(16).data(), -1));
+    made.handler[2].DataSize = 8;
+    ASSERT_TRUE(made.Finish(Pattern(8)));
+    EXPECT_EQ(made.file.Size(),
+              40 + 40 + 32 + 24);  // the data was never written and nothing reserves its place
+    EXPECT_EQ(made.handler.RiffSize(), made.file.Size() + 8);
+}
+
+TEST(Writer, CutsWhatLiesBehindTheLastChunk) {
+    NewFile made;
+    ASSERT_TRUE(made.Begin(PCM()));
+    ASSERT_TRUE(made.Finish(Pattern(64)));
+    made.handler.FindChunkForWrite("data")->DataSize = 16;
+    ASSERT_TRUE(made.handler.WriteChunkHeaders(false));
+    EXPECT_EQ(made.file.Size(), 104 + 16);
+}
+
+TEST(Writer, ResumesAfterAFailureWhereItStopped) {
+    const TempFolder folder;
+    Bytes format = PCM();
+    XFile readOnly, writable;
+    ReportCapture capture;
+    const XStr path = FromUTF8(folder.Write("a.w64", {}).native());
+    ASSERT_TRUE(readOnly.Open(path, XFile::Access::Read));
+    clWave64Handler handler;
+    EXPECT_FALSE(handler.InitializeNewWAV(readOnly.Handle(), reinterpret_cast<tWAVEFORMATEX*>(format.data()),
+                                          capture.Report(), {}, 0));
+    EXPECT_EQ(capture.Errors(), "Error writing to file, disk full?  [WriteChunkHeaders]\r\n");
+    readOnly.Close();
+    ASSERT_TRUE(writable.Open(path, XFile::Access::ReadWrite));
+    handler.Open(writable.Handle());
+    EXPECT_TRUE(handler.WriteChunkHeaders(false));
+    EXPECT_EQ(ReadBytes(folder.Path() / "a.w64").size(), 40u + 40 + 24);
+}

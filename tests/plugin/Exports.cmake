@@ -1,0 +1,16 @@
+# Fails unless the library shows exactly the boundary.
+if(APPLE)
+    set(flags -gU)
+else()
+    set(flags -D --defined-only)
+endif()
+execute_process(COMMAND ${NM} ${flags} ${LIBRARY} OUTPUT_VARIABLE table COMMAND_ERROR_IS_FATAL ANY)
+
+string(REGEX MATCHALL "[^ \n]+\n" names "${table}")
+list(TRANSFORM names STRIP)
+list(TRANSFORM names REPLACE "^_|@.*" "")
+list(SORT names)
+set(expected Close Create DecodeBlock DeleteATag Destroy Get Open Set SetPosition gInstance)
+if(NOT names STREQUAL expected)
+    message(FATAL_ERROR "exported: ${names}\nexpected: ${expected}")
+endif()

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "base/LittleEndian.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+using Bytes = std::vector<uint8_t>;
+
+template <class T>
+void Append(Bytes& bytes, T value) {
+    const auto* begin = reinterpret_cast<const uint8_t*>(&value);
+    bytes.insert(bytes.end(), begin, begin + sizeof value);
+}
+
+// Bytes that repeat only after 251, so that no block of a power of two looks like its neighbour.
+inline Bytes Pattern(size_t size) {
+    Bytes bytes(size);
+    for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<uint8_t>(i % 251);
+    return bytes;
+}

@@ -1,0 +1,147 @@
+// Reading the layout of an existing file.
+
+#include "base/LittleEndian.h"
+#include "base/Saturating.h"
+#include "plugin/interface/StdReport.h"
+#include "wave64/container/clWave64Handler.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace {
+
+constexpr const char* kScanFile = "ScanFile";
+
+// Chunk headers through a window of the file: neighbouring small chunks cost one read together. A header that
+// lies far from the last one gets a small window, as large chunks seldom come in flocks.
+class HeaderWindow {
+public:
+    explicit HeaderWindow(XFile& file) : file_(file) {}
+
+    // The 24 bytes at `position`, valid until the next call; null where the file ends before.
+    const uint8_t* HeaderAt(int64_t position) {
+        if (!Holds(position)) Fill(position);
+        return Holds(position) ? bytes_.data() + (position - start_) : nullptr;
+    }
+
+private:
+    bool Holds(int64_t position) const {
+        return position >= start_ && position - start_ <= held_ - kChunkHeaderBytes;
+    }
+
+    void Fill(int64_t position) {
+        const bool near = position - (start_ + held_) < static_cast<int64_t>(bytes_.size());
+        start_ = position;
+        held_ = 0;
+        if (!file_.SetPosition(position)) return;
+        held_ = static_cast<int64_t>(file_.Read(bytes_.data(), near ? bytes_.size() : kFarWindow));
+    }
+
+    static constexpr size_t kFarWindow = 4096;
+
+    XFile& file_;
+    int64_t start_ = 0;
+    int64_t held_ = 0;
+    std::array<uint8_t, 65536> bytes_;  // filled before it is read
+};
+
+}  // namespace
+
+bool clWave64Handler::ScanFile() {
+    StdReport::WriteDEBUG(L"->->", report_, kScanFile, true);
+    const int64_t fileSize = Size();
+    if (fileSize < 0) return Fail(L"Error reading File Size.", kScanFile);
+    if (fileSize == 0) return true;
+    chunks_.Clear();
+    if (!ScanOuterHeader(fileSize)) return false;
+    WalkChunks(fileSize);
+    CheckComputedSize();
+    StdReport::WriteDEBUG(L"<-<-", report_, kScanFile, true);
+    return true;
+}
+
+bool clWave64Handler::ScanOuterHeader(int64_t fileSize) {
+    if (!SetPosition(0)) return Fail(L"Error Setting File Position to 0.", kScanFile);
+    std::array<uint8_t, kOuterHeaderBytes> header{};
+    if (Read(header.data(), header.size()) < header.size()) {
+        return Fail(L"Error: File too small for RIFF.", kScanFile);
+    }
+    const auto identifier = Load<GUID>(header.data());
+    const auto sizeField = Load<uint64_t>(header.data() + 16);
+    const auto formType = Load<GUID>(header.data() + 24);
+    const XStr name = Widen(RIFFChnkGUID2CHR(identifier));
+    if (!CompareGUID(identifier, RiffID) || !CompareGUID(formType, FormType)) {
+        return Fail(L"Error RIFF chunk unknown '" + name + L"'", kScanFile);
+    }
+    StdReport::WriteDEBUG(
+        [&] {
+            return L"  RIFF Header '" + name + L"'  Length: " + Int2Str(sizeField) + L"  FormType '" +
+                   Widen(RIFFChnkGUID2CHR(formType)) + L"'";
+        },
+        report_, kScanFile);
+    if (sizeField % 8 != 0) {
+        StdReport::WriteINFO(L"Warning: RIFF chunk has uneven databytes, is non-compliant RIFF.", report_,
+                             kScanFile);
+    }
+    constexpr uint64_t largest = std::numeric_limits<int64_t>::max();
+    riffSize_ = static_cast<int64_t>(std::min(sizeField, largest));
+    if (riffSize_ != fileSize) {
+        StdReport::WriteINFO(L"Warning: 'RiffSize != FileSize' must be extra data on end of file.", report_,
+                             kScanFile);
+        StdReport::WriteINFO(L"FileSize: " + Int2Str(fileSize) + L"  RiffSize: " + Int2Str(riffSize_),
+                             report_, kScanFile);
+    }
+    return true;
+}
+
+// Lenient: whatever is wrong ends the walk, and the chunks found so far are kept.
+void clWave64Handler::WalkChunks(int64_t fileSize) {
+    HeaderWindow window(*this);
+    int64_t position = kOuterHeaderBytes;
+    while (position < riffSize_ - kChunkHeaderBytes) {
+        const uint8_t* header = window.HeaderAt(position);
+        if (!header) {
+            Fail(L"File error reading chunk.", kScanFile);
+            return;
+        }
+        const auto identifier = Load<GUID>(header);
+        auto sizeField = Load<uint64_t>(header + 16);
+        StdReport::WriteDEBUG(
+            [&] {
+                return L"  Got Chunk '" + Widen(RIFFChnkGUID2CHR(identifier)) + L"'  Length: " +
+                       Int2Str(sizeField) + L"'  RiffSize: " + Int2Str(riffSize_) + L"  ChunkPosition: " +
+                       Int2Str(position);
+            },
+            report_, kScanFile);
+        if (sizeField < kChunkHeaderBytes) {  // would lead back to this header, or into it
+            Fail(L"File error reading chunk.", kScanFile);
+            return;
+        }
+        if (const auto left = static_cast<uint64_t>(riffSize_ - position); left < sizeField) {
+            Fail(L"Error Chunk is out of file.", kScanFile);
+            sizeField = left;
+        }
+        const auto bytes = static_cast<int64_t>(sizeField);
+        chunks_.Append(
+            {identifier, bytes - kChunkHeaderBytes, position, position + kChunkHeaderBytes, false, {}});
+        position += bytes;
+        position = SaturatingAdd(position, GetPaddingBytes(position));
+        // Within the file every position can be reached; the walk seeks only where it has to read.
+        if (position > fileSize && !SetPosition(position)) {
+            Fail(L"Error Setting Position.", kScanFile);
+            return;
+        }
+    }
+}
+
+// Record by record the walk and the computed layout agree, as both start behind the outer header and pad
+// every chunk to 8 bytes; only the total can differ.
+void clWave64Handler::CheckComputedSize() {
+    const int64_t scannedSize = riffSize_;
+    CalcAllChunks();
+    if (riffSize_ != scannedSize && scannedSize % 8 != 0) {
+        StdReport::WriteINFO(L"Error calculated total RIFF chunk size differs from file.", report_,
+                             kScanFile);
+    }
+}

@@ -1,0 +1,158 @@
+// Writing a new file, and the headers of an edited one.
+
+#include "audio/XAudioWFX.h"
+#include "base/LittleEndian.h"
+#include "plugin/interface/StdReport.h"
+#include "wave64/container/clWave64Handler.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr const char* kAddChunk = "AddChunk";
+constexpr const char* kInitializeNewWAV = "InitializeNewWAV";
+constexpr const char* kWriteChunkHeaders = "WriteChunkHeaders";
+constexpr const char* kWriteChunkData = "WriteChunkData";
+constexpr std::wstring_view kCannotWrite = L"Error writing to file, disk full?";
+
+XStr DescribeChunk(std::wstring_view action, const STRIFFChunk& chunk) {
+    return XStr(action) + L" '" + Widen(RIFFChnkGUID2CHR(chunk.ChunkGUID)) + L"'  Length: " +
+           Int2Str(chunk.DataSize) + L"  ChunkPosition: " + Int2Str(chunk.ChunkPosition) +
+           L"  ChunkDataPos: " + Int2Str(chunk.FileDataPosition);
+}
+
+uint32_t FmtBytes(const tWAVEFORMATEX& format) {
+    return format.wFormatTag == kTagPCM ? sizeof(WAVEFORMAT) + sizeof(format.wBitsPerSample)
+                                        : sizeof(tWAVEFORMATEX) + format.cbSize;
+}
+
+}  // namespace
+
+bool clWave64Handler::AddChunk(std::string_view fourcc, uint32_t dataSize, const void* data, int position) {
+    StdReport::WriteDEBUG(L"->-> Adding Chunk '" + Widen(fourcc) + L"' Length: " + Int2Str(dataSize), report_,
+                          kAddChunk, true);
+    STRIFFChunk& chunk = chunks_.Insert(position < 0 ? Count() : std::min(position, Count()));
+    chunk.ChunkGUID = ConvertToGUID(RIFFChnkID(fourcc));
+    chunk.DataSize = dataSize;
+    chunk.WriteHeader = true;
+    const bool copied = !data || chunk.ChunkData.Assign(data, dataSize);
+    CalcAllChunks();
+    StdReport::WriteDEBUG(L"<-<-", report_, kAddChunk, true);
+    return copied;
+}
+
+bool clWave64Handler::InitializeNewWAV(void* fileHandle, const tWAVEFORMATEX* format,
+                                       const STNStdReport& report, const clPassRIFFChunks& passChunks,
+                                       int convertExtensible) {
+    report_ = report;
+    StdReport::WriteDEBUG(L"->->", report_, kInitializeNewWAV, true);
+    DefaultCreate();
+    Open(fileHandle);
+    XAudioWFX plain(format);
+    if (convertExtensible == 1 && format->wFormatTag == kTagExtensible && plain.ConvertExtensibleToWFX()) {
+        format = plain.wfx();
+    }
+    if (!ListNewChunks(*format, passChunks) || !WriteChunkHeaders(true) || !WriteChunksUpToData())
+        return false;
+    StdReport::WriteDEBUG(L"<-<-", report_, kInitializeNewWAV, true);
+    return true;
+}
+
+bool clWave64Handler::ListNewChunks(const tWAVEFORMATEX& format, const clPassRIFFChunks& passChunks) {
+    const uint32_t fmtBytes = FmtBytes(format);
+    for (int i = 0; i < passChunks.Count(); ++i) {
+        const STPassRIFFChunks& passed = passChunks[i];
+        const std::string fourcc = RIFFChnkID2CHR(passed.ChunkID);
+        const bool isFmt = CompareID(passed.ChunkID, "fmt ", true);
+        const bool isData = CompareID(passed.ChunkID, "data", true);
+        const auto bytes = isFmt ? fmtBytes : isData ? 0 : static_cast<uint32_t>(passed.Data.Size());
+        if (!AddChunk(fourcc, bytes, isFmt ? nullptr : passed.Data.Data(), -1)) return false;
+    }
+    if (IndexOfChunk("fmt ") < 0 && !AddChunk("fmt ", fmtBytes, nullptr, IndexOfDataChunk())) return false;
+    if (IndexOfDataChunk() < 0 && !AddChunk("data", 0, nullptr, -1)) return false;
+    return FindChunkForRead("fmt ")->ChunkData.Assign(&format, fmtBytes);
+}
+
+bool clWave64Handler::WriteChunksUpToData() {
+    for (const STRIFFChunk& chunk : chunks_) {
+        if (CompareGUID(chunk.ChunkGUID, RIFFChnkID("data"))) {
+            return SetPosition(chunk.FileDataPosition) ||
+                   Fail(L"Error Setting File Position.", kInitializeNewWAV);
+        }
+        if (HoldsItsData(chunk) && !WriteChunkData(chunk, chunk.ChunkData.Data(), chunk.ChunkData.Size())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool clWave64Handler::WriteChunksAfterData() {
+    CalcAllChunks();  // the audio has grown since; the old positions lie in it
+    const int data = IndexOfDataChunk();
+    for (int i = data + 1; data >= 0 && i < Count(); ++i) {
+        const STRIFFChunk& chunk = chunks_[i];
+        if (HoldsItsData(chunk) && !WriteChunkData(chunk, chunk.ChunkData.Data(), chunk.ChunkData.Size())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool clWave64Handler::WriteChunkHeaders(bool stopAtData) {
+    StdReport::WriteDEBUG(L"->->", report_, kWriteChunkHeaders, true);
+    CalcAllChunks();
+    if (Size() == 0 && !WriteOuterHeader(0)) return false;
+    for (STRIFFChunk& chunk : chunks_) {
+        if (!chunk.WriteHeader) continue;
+        if (!WriteChunkHeader(chunk)) return false;
+        if (stopAtData && RIFFChnkGUID2CHR(chunk.ChunkGUID) == "data") {
+            StdReport::WriteDEBUG(L"<-<- Exit as only write to data chunk", report_, kWriteChunkHeaders,
+                                  true);
+            return true;
+        }
+    }
+    if (!WriteOuterHeader(SizeField(riffSize_))) return false;
+    if (Size() > riffSize_ && !SetFileSize(riffSize_)) return Fail(kCannotWrite, kWriteChunkHeaders);
+    StdReport::WriteDEBUG(L"<-<-", report_, kWriteChunkHeaders, true);
+    return true;
+}
+
+bool clWave64Handler::WriteChunkHeader(STRIFFChunk& chunk) {
+    StdReport::WriteDEBUG([&] { return DescribeChunk(L"Writing Chunk Header", chunk); }, report_,
+                          kWriteChunkHeaders);
+    if (!SetPosition(chunk.ChunkPosition)) {
+        return Fail(L"Error Setting File Chunk Position, lack of disk space?", kWriteChunkHeaders);
+    }
+    std::array<uint8_t, kChunkHeaderBytes> header;
+    Store(header.data(), chunk.ChunkGUID);
+    Store(header.data() + 16, SizeField(chunk.DataSize) + kChunkHeaderBytes);
+    if (!Write(header.data(), header.size())) return Fail(kCannotWrite, kWriteChunkHeaders);
+    chunk.WriteHeader = false;  // not before, so that a repeated call resumes where this one failed
+    return true;
+}
+
+bool clWave64Handler::WriteOuterHeader(uint64_t sizeField) {
+    if (!SetPosition(0)) return Fail(L"Error Setting File Position to 0.", kWriteChunkHeaders);
+    std::array<uint8_t, kOuterHeaderBytes> header;
+    Store(header.data(), ConvertToGUID(RiffID));
+    Store(header.data() + 16, sizeField);
+    Store(header.data() + 24, ConvertToGUID(FormType));
+    return Write(header.data(), header.size()) || Fail(kCannotWrite, kWriteChunkHeaders);
+}
+
+bool clWave64Handler::WriteChunkData(const STRIFFChunk& chunk, const void* data, size_t size) {
+    StdReport::WriteDEBUG([&] { return DescribeChunk(L"Writing Chunk Data", chunk); }, report_,
+                          kWriteChunkData);
+    if (!SetPosition(chunk.FileDataPosition)) return Fail(L"Error Setting File Position.", kWriteChunkData);
+    return Write(data, size) || Fail(kCannotWrite, kWriteChunkData);
+}
+
+// Only data that fills its chunk is written.
+bool clWave64Handler::HoldsItsData(const STRIFFChunk& chunk) {
+    return !chunk.ChunkData.IsEmpty() && static_cast<int64_t>(chunk.ChunkData.Size()) == chunk.DataSize;
+}
+
+uint64_t clWave64Handler::SizeField(int64_t bytes) const {
+    return fullSizeFields_ ? static_cast<uint64_t>(bytes) : static_cast<uint32_t>(bytes);
+}

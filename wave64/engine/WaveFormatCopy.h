@@ -1,0 +1,8 @@
+#pragma once
+
+#include "audio/XAudioWFX.h"
+#include "plugin/interface/KvRecords.h"
+
+// The format as the other side of the boundary gets it: 40 bytes of an extensible record, else 18. The record
+// must not claim more extra bytes than that (XAudioWFX::RemoveAnyExtra).
+void CopyWaveFormat(const XAudioWFX& from, STKvWaveFormat& to);

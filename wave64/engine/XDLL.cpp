@@ -1,0 +1,12 @@
+#include "wave64/engine/XDLL.h"
+
+#include <dlfcn.h>
+
+void XDLL::FreeDLL() {
+    if (library_) ::dlclose(library_);
+    library_ = nullptr;
+}
+
+void* XDLL::_Load(const wchar_t* path) { return ::dlopen(ToUTF8(path).c_str(), RTLD_NOW | RTLD_LOCAL); }
+
+void* XDLL::_GetProc(void* library, const char* name) { return library ? ::dlsym(library, name) : nullptr; }

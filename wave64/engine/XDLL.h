@@ -1,0 +1,24 @@
+#pragma once
+
+#include "base/XStr.h"
+
+// A dynamic library, loaded privately and with all its symbols resolved at once. Unloaded by the destructor.
+class XDLL {
+public:
+    XDLL() = default;
+    XDLL(const XDLL&) = delete;  // a library handle has one owner
+    XDLL& operator=(const XDLL&) = delete;
+    virtual ~XDLL() { FreeDLL(); }
+
+    // Loads the library at `path`, if one is given, and looks its entry points up. False when something
+    // required is missing.
+    virtual bool InitDLL(const wchar_t* path) = 0;
+
+    void FreeDLL();
+
+protected:
+    static void* _Load(const wchar_t* path);                 // NOLINT(bugprone-reserved-identifier)
+    static void* _GetProc(void* library, const char* name);  // NOLINT(bugprone-reserved-identifier)
+
+    void* library_ = nullptr;
+};

@@ -1,0 +1,53 @@
+#include "wave64/engine/clKvDecoder.h"
+
+template <class Function>
+bool clKvDecoder::Find(Function& function, const char* name) {
+    function = reinterpret_cast<Function>(_GetProc(library_, name));
+    return function != nullptr;
+}
+
+bool clKvDecoder::InitDLL(const wchar_t* path) {
+    if (library_) return loaded_;
+    if (path) library_ = _Load(path);
+    // Every pointer is looked up even after a miss, so that none is left from an earlier library.
+    loaded_ = library_ != nullptr;
+    loaded_ &= Find(create_, "Create");
+    loaded_ &= Find(destroy_, "Destroy");
+    loaded_ &= Find(get_, "Get");
+    loaded_ &= Find(set_, "Set");
+    loaded_ &= Find(open_, "Open");
+    loaded_ &= Find(close_, "Close");
+    loaded_ &= Find(decodeBlock_, "DecodeBlock");
+    loaded_ &= Find(setPosition_, "SetPosition");
+    loaded_ &= Find(deleteATag_, "DeleteATag");
+    Find(setModulePath_, "SetModulePath");
+    return loaded_;
+}
+
+bool clKvDecoder::LoadDecoder(const XStr& path, const XStr& extension) {
+    FreeDLL();
+    if (!InitDLL(path.c_str())) return false;
+    extension_ = extension;
+    modulePath_ = path;  // the plug-in may keep the pointer, so it lives as long as the library is loaded
+    if (setModulePath_) setModulePath_(modulePath_.c_str());
+    return true;
+}
+
+void clKvDecoder::FreeDLL() {
+    Destroy();
+    XDLL::FreeDLL();
+    clKvDecoder::InitDLL(nullptr);
+    extension_.clear();
+    modulePath_.clear();
+}
+
+bool clKvDecoder::Create(STNStdReport report) {
+    Destroy();
+    if (create_) instance_ = create_(&report);
+    return instance_ != nullptr;
+}
+
+void clKvDecoder::Destroy() {
+    if (instance_ && destroy_) destroy_(instance_);
+    instance_ = nullptr;
+}

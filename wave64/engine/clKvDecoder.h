@@ -1,0 +1,55 @@
+#pragma once
+
+#include "plugin/interface/KvRecords.h"
+#include "plugin/interface/STNStdReport.h"
+#include "wave64/engine/XDLL.h"
+
+// Another decoder plug-in of this family, driven as a host drives this one. It goes from loaded (library
+// open, entry points found) to created (an instance exists) and back; one instance at a time. Errors: false
+// or 0, without a message. Calls on an incomplete or unloaded plug-in return 0.
+class clKvDecoder : public XDLL {
+public:
+    ~clKvDecoder() override { FreeDLL(); }
+
+    // Unloads what was loaded, loads `path` and tells the plug-in where it lies, if it wants to know.
+    [[nodiscard]] bool LoadDecoder(const XStr& path, const XStr& extension);
+    bool InitDLL(const wchar_t* path) override;
+    void FreeDLL();
+
+    // The extension that LoadDecoder was told; empty when nothing is loaded.
+    const XStr& CreatedWithExtension() const { return extension_; }
+
+    [[nodiscard]] bool Create(STNStdReport report);
+    void Destroy();
+
+    int32_t Open(STKvOpenDecoder* open) { return Call(open_, open); }
+    int32_t Close(STKvEncoderFluid* fluid) { return Call(close_, fluid); }
+    int32_t DecodeBlock(STKvAudioBlock* block) { return Call(decodeBlock_, block); }
+    int32_t SetPosition(int64_t frame) { return Call(setPosition_, frame); }
+    int32_t Get(const wchar_t* key, STKvCodecGetSet* record) { return Call(get_, key, record); }
+    int32_t Set(const wchar_t* key, STKvCodecGetSet* record) { return Call(set_, key, record); }
+    int32_t DeleteATag(const wchar_t* file, const wchar_t* names) { return Call(deleteATag_, file, names); }
+
+private:
+    template <class Function, class... Arguments>
+    int32_t Call(Function function, Arguments... arguments) {
+        return instance_ && function ? function(instance_, arguments...) : 0;
+    }
+    template <class Function>
+    bool Find(Function& function, const char* name);
+
+    bool loaded_ = false;
+    XStr extension_;
+    XStr modulePath_;
+    KvCreateFn create_ = nullptr;
+    KvDestroyFn destroy_ = nullptr;
+    KvGetFn get_ = nullptr;
+    KvSetFn set_ = nullptr;
+    KvOpenFn open_ = nullptr;
+    KvCloseFn close_ = nullptr;
+    KvDecodeBlockFn decodeBlock_ = nullptr;
+    KvSetPositionFn setPosition_ = nullptr;
+    KvDeleteATagFn deleteATag_ = nullptr;
+    KvSetModulePathFn setModulePath_ = nullptr;
+    void* instance_ = nullptr;
+};

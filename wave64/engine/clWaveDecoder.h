@@ -1,0 +1,91 @@
+#pragma once
+
+#include "audio/XAudioACMDecoder.h"
+#include "audio/XAudioBufferNew.h"
+#include "audio/XAudioWFX.h"
+#include "base/XFile.h"
+#include "base/XMem.h"
+#include "plugin/interface/KvRecords.h"
+#include "plugin/interface/STNStdReport.h"
+#include "wave64/container/clWave64Handler.h"
+#include "wave64/engine/clKvDecoder.h"
+
+// Decodes one Wave64 file: what its format and data chunks say, the decode range, and audio block by block.
+// PCM and float are handed out as they are stored; MPEG audio goes through a sub-decoder plug-in "mp3.dll"
+// beside the running program; everything else is refused.
+// Units:  frames are blocks of the stored format (sample frames for PCM), counted from the start of the audio
+//         data for a range and from the start of the range for SetPosition; offsets are absolute bytes.
+// Owner:  the file is the caller's and stays open while the engine uses it. Blocks handed out are the
+//         engine's, valid until the next call.
+// Errors: reported once through the report, then false; the engine stays usable.
+// What was read from the first file's format chunk stays in force for the engine's life: one file each.
+class clWaveDecoder {
+public:
+    // Reads the chunk list. A range end of -1 means to the end of the data.
+    [[nodiscard]] bool Initialize(void* fileHandle, const STNStdReport& report, int64_t rangeStart,
+                                  int64_t rangeEnd);
+    void Close(STKvEncoderFluid& fluid);
+
+    // The format record and the positions of the audio; reads once.
+    [[nodiscard]] bool PullOutFMTnDATA();
+    [[nodiscard]] bool FillAudioInfo(STKvAudioInfo& info);
+
+    // Ready to decode from the start of the range; `info` gets the format that will be delivered.
+    [[nodiscard]] bool PrepareToDecodeAudio(STKvAudioInfo& info);
+
+    // The next block. The last one that carries data already says end of stream; a further call says it again
+    // and leaves the data fields as they were.
+    [[nodiscard]] bool DecodeBlock(STKvAudioBlock& block);
+
+    // A position beyond the range means its end; one before its start is taken as it is.
+    [[nodiscard]] bool SetPosition(int64_t frame);
+
+    int64_t CalcDecodeFrom();
+    int64_t CalcDecodeTo();
+    int64_t CalcStreamLengthBytes();
+    int64_t CalcStreamLengthmS();
+    XStr GetACMFormat() const;  // the stored format in words
+
+private:
+    [[nodiscard]] bool ReadFormatChunk(const STRIFFChunk& chunk);
+    void ReadFactChunk();
+    void DeriveOutputFormat();
+    int64_t OffsetOfFrame(int64_t origin, int64_t frame);
+    int64_t ClampToData(int64_t offset) const;
+    uint32_t BitRate() const;
+
+    [[nodiscard]] bool PrepareStored();
+    [[nodiscard]] bool LoadExternalDecoder();
+    [[nodiscard]] bool InitializeExternalDecoder();
+    [[nodiscard]] bool GoToOffset(int64_t offset, const char* functionName);
+    [[nodiscard]] bool ReadDataBlock();
+    [[nodiscard]] bool DecodeStoredData();
+    [[nodiscard]] bool ExternalDecodeData();
+    void HandOut(STKvAudioBlock& block);
+    void SetOutputFormat(const XAudioWFX& format);
+    void ForgetPendingOutput();
+    bool HasPendingOutput() const { return pendingData_ && pendingSize_; }
+    bool Fail(std::wstring_view message, const char* functionName);
+
+    STNStdReport report_;
+    XFile file_;
+    clWave64Handler chunks_;
+
+    XMem fmt_;                  // the whole 'fmt ' body; empty until it has been read
+    XAudioWFX stored_;          // as the file has it
+    XAudioWFX output_;          // as it is delivered
+    uint32_t factSamples_ = 0;  // 0: not known
+    int64_t rangeStart_ = 0;
+    int64_t rangeEnd_ = -1;
+    int64_t dataStart_ = 0;
+    int64_t dataEnd_ = 0;
+
+    XAudioBufferNew input_;
+    XAudioACMDecoder decoder_;
+    bool external_ = false;  // the sub-decoder is in use
+    clKvDecoder subDecoder_;
+    void* pendingData_ = nullptr;  // decoded, not yet handed out; lies in decoder_ or the sub-decoder
+    uint32_t pendingSize_ = 0;
+    int64_t currentOffset_ = 0;  // of the next byte to read
+    int64_t bytesLeft_ = 0;      // whole blocks only: no part of a frame is ever read
+};

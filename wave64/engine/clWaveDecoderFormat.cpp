@@ -1,0 +1,148 @@
+// What the format, data and fact chunks say.
+
+#include "base/Saturating.h"
+#include "plugin/interface/StdReport.h"
+#include "wave64/engine/WaveFormatCopy.h"
+#include "wave64/engine/clWaveDecoder.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr const char* kPullOut = "PullOutFMTnDATA";
+constexpr int64_t kSmallestFmt = 14;
+constexpr int64_t kLargestFmt = 128000;
+
+bool IsLinear(const XAudioWFX& format) {
+    return format.WFXFormatTag() == kTagPCM || format.WFXFormatTag() == kTagFloat;
+}
+
+}  // namespace
+
+bool clWaveDecoder::PullOutFMTnDATA() {
+    if (!fmt_.IsEmpty()) return true;
+    StdReport::WriteDEBUG(L"->->", report_, kPullOut, true);
+
+    StdReport::WriteDEBUG(L"Finding 'fmt ' chunk.", report_, nullptr, true);
+    const STRIFFChunk* fmt = chunks_.FindChunkForRead("FMT ");
+    if (!fmt) return Fail(L"Error cannot find 'fmt ' chunk.", kPullOut);
+
+    StdReport::WriteDEBUG(L"Finding 'data' chunk.", report_, nullptr, true);
+    const STRIFFChunk* data = chunks_.FindChunkForRead("DATA");
+    if (!data) return Fail(L"Error cannot find 'data' chunk.", kPullOut);
+    dataStart_ = data->FileDataPosition;
+    dataEnd_ = SaturatingAdd(data->FileDataPosition, data->DataSize);
+
+    StdReport::WriteDEBUG(L"Assigning 'fmt ' chunk to WFX", report_, nullptr, true);
+    if (!ReadFormatChunk(*fmt)) return false;
+    stored_.Assign(fmt_.Data(), static_cast<unsigned>(fmt_.Size()));
+    DeriveOutputFormat();
+    ReadFactChunk();
+    StdReport::WriteDEBUG(L"<-<-", report_, kPullOut, true);
+    return true;
+}
+
+bool clWaveDecoder::ReadFormatChunk(const STRIFFChunk& chunk) {
+    if (chunk.DataSize < kSmallestFmt || chunk.DataSize > kLargestFmt ||
+        !fmt_.Resize(static_cast<size_t>(chunk.DataSize))) {
+        return Fail(L"Error 'fmt ' chunk is a bad size.", kPullOut);
+    }
+    if (!file_.SetPosition(chunk.FileDataPosition)) return Fail(L"Error cannot Set File Position.", kPullOut);
+    if (file_.Read(fmt_.Data(), fmt_.Size()) < fmt_.Size()) {
+        fmt_.Clear();
+        return Fail(L"Error cannot read 'fmt ' chunk from file.", kPullOut);
+    }
+    return true;
+}
+
+// What cannot be delivered as it is stored is announced as PCM of the same shape; the decoder that is found
+// for it later may know better.
+void clWaveDecoder::DeriveOutputFormat() {
+    output_ = stored_;
+    if (!IsLinear(output_)) {
+        output_.SetFormatTag(kTagPCM);
+        if (output_.BitsPerSample() < 8) output_.SetBitsPerSample(16, false);
+        output_.CalcAvgNBlkAlign();
+    }
+    output_.RemoveAnyExtra();
+}
+
+// The count is a help, not a need: without it the length follows from the bytes.
+void clWaveDecoder::ReadFactChunk() {
+    const STRIFFChunk* fact = chunks_.FindChunkForRead("FACT");
+    uint32_t count = 0;
+    if (!fact || fact->DataSize < static_cast<int64_t>(sizeof count)) return;
+    if (!file_.SetPosition(fact->FileDataPosition)) {
+        Fail(L"Error cannot Set File Position", kPullOut);
+    } else if (file_.Read(&count, sizeof count) < sizeof count) {
+        Fail(L"Error cannot read 'fact' chunk from file.", kPullOut);
+    } else {
+        factSamples_ = count;
+        StdReport::WriteDEBUG(L"Read 'fact' chunk: ", report_, nullptr, false);
+        StdReport::WriteDEBUG(Int2Str(count), report_, nullptr, false);
+        StdReport::WriteDEBUG(L" samples", report_, nullptr, true);
+    }
+}
+
+bool clWaveDecoder::FillAudioInfo(STKvAudioInfo& info) {
+    StdReport::WriteDEBUG(L"->->", report_, "FillAudioInfo", true);
+    if (!PullOutFMTnDATA()) return false;
+    CopyWaveFormat(output_, info.WaveFormat);
+    info.LengthBytes = CalcStreamLengthBytes();
+    info.BitRate = BitRate();
+    info.LengthMilliseconds = CalcStreamLengthmS();
+
+    StdReport::WriteDEBUG(L"Audio Length: ", report_, nullptr, false);
+    StdReport::WriteDEBUG(Int2Str(int64_t{info.LengthMilliseconds}), report_, nullptr, false);
+    StdReport::WriteDEBUG(L" mili-seconds  ", report_, nullptr, false);
+    StdReport::WriteDEBUG(Int2Str(int64_t{info.LengthBytes}), report_, nullptr, false);
+    StdReport::WriteDEBUG(L" bytes  ", report_, nullptr, false);
+    StdReport::WriteDEBUG(Int2Str(info.BitRate / 1000), report_, nullptr, false);
+    StdReport::WriteDEBUG(L" kbps", report_, nullptr, true);
+    StdReport::WriteDEBUG(L"<-<-", report_, "FillAudioInfo", true);
+    return true;
+}
+
+int64_t clWaveDecoder::CalcDecodeFrom() { return ClampToData(OffsetOfFrame(dataStart_, rangeStart_)); }
+
+int64_t clWaveDecoder::CalcDecodeTo() {
+    if (rangeEnd_ != -1) return ClampToData(OffsetOfFrame(dataStart_, rangeEnd_));
+    return ClampToData(dataStart_ + stored_.BlockAlignBuffer(dataEnd_ - dataStart_));
+}
+
+int64_t clWaveDecoder::CalcStreamLengthBytes() {
+    return std::max<int64_t>(CalcDecodeTo() - CalcDecodeFrom(), 0);
+}
+
+// For compressed audio the byte length says little about the duration, so a sample count goes first where it
+// speaks of the whole file.
+int64_t clWaveDecoder::CalcStreamLengthmS() {
+    if (factSamples_ != 0 && rangeStart_ == 0 && rangeEnd_ == -1) {
+        const auto rate = std::max<int64_t>(static_cast<uint32_t>(stored_.SamplesPerSec()), 1);
+        return int64_t{factSamples_} * 1000 / rate;
+    }
+    return stored_.CalcmsTime(CalcStreamLengthBytes());
+}
+
+XStr clWaveDecoder::GetACMFormat() const {
+    switch (stored_.WFXFormatTag()) {
+    case kTagPCM:
+        return L"PCM";
+    case kTagFloat:
+        return L"IEEE Float";
+    case kTagMPEG:
+        return L"MPEG-1 Layer 1 or 2";
+    case kTagMPEGLayer3:
+        return L"MPEG-1 Layer 3";
+    default:
+        return L"Unknown ACM ID: " + Int2Str(stored_.WFXFormatTag());
+    }
+}
+
+int64_t clWaveDecoder::OffsetOfFrame(int64_t origin, int64_t frame) {
+    return SaturatingAdd(origin, SaturatingMultiply(frame, stored_.BlockAlign()));
+}
+
+int64_t clWaveDecoder::ClampToData(int64_t offset) const { return std::clamp(offset, dataStart_, dataEnd_); }
+
+uint32_t clWaveDecoder::BitRate() const { return static_cast<uint32_t>(stored_.AvgBytesPerSec()) * 8u; }
