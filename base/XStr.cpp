@@ -59,7 +59,7 @@ std::string ToUTF8(std::wstring_view text) {
     std::string out;
     out.reserve(text.size());
     for (const wchar_t character : text) {
-        const auto c = static_cast<uint32_t>(character);
+        const auto c = static_cast<char32_t>(character);
         AppendUTF8(out, IsScalarValue(c) ? c : kReplacement);
     }
     return out;

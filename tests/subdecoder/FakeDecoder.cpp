@@ -3,6 +3,7 @@
 
 #include "plugin/interface/KvRecords.h"
 
+#include <stdexcept>
 #include <string_view>
 #include <vector>
 
@@ -54,6 +55,9 @@ FAKE_EXPORT int32_t DecodeBlock(void* handle, STKvAudioBlock* block) {
     ++instance.packets;
     block->Data = nullptr;
     block->DataSize = 0;
+#ifdef FAKE_THROWS
+    throw std::runtime_error("thrown by the sub-decoder");
+#endif
 #ifdef FAKE_FAILS_AT_PACKET
     if (instance.packets == FAKE_FAILS_AT_PACKET) return 0;
 #endif

@@ -131,6 +131,7 @@ TEST_F(SubDecoder, FailuresAreNamed) {
         {"failing_create", false, "Error creating external Decoder.  [InitializeExternalDecoder]\r\n"},
         {"failing_open", false, "Error opening external Decoder.  [InitializeExternalDecoder]\r\n"},
         {"failing_first", false, "Error decoding audio with external Decoder.  [ExternalDecodeData]\r\n"},
+        {"throwing", false, "Error exception: thrown by the sub-decoder  [Open]\r\n"},
         {"failing_later", true, "Error decoding audio with external Decoder.  [ExternalDecodeData]\r\n"},
     };
     for (const auto& c : cases) {

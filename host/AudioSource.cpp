@@ -1,0 +1,82 @@
+#include "host/AudioSource.h"
+
+#include "audio/XAudioRdWr.h"
+#include "host/Failure.h"
+#include "host/SpeakerMap.h"
+
+#include <algorithm>
+
+namespace {
+
+SampleKind KindOf(int format) {
+    switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+    case SF_FORMAT_DPCM_8:
+        return {kTagPCM, 8};
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_ALAC_20:
+    case SF_FORMAT_ALAC_24:
+    case SF_FORMAT_DWVW_24:
+        return {kTagPCM, 24};
+    case SF_FORMAT_PCM_32:
+    case SF_FORMAT_ALAC_32:
+    case SF_FORMAT_DWVW_N:
+        return {kTagPCM, 32};
+    case SF_FORMAT_FLOAT:
+    case SF_FORMAT_VORBIS:
+    case SF_FORMAT_OPUS:
+    case SF_FORMAT_MPEG_LAYER_I:
+    case SF_FORMAT_MPEG_LAYER_II:
+    case SF_FORMAT_MPEG_LAYER_III:
+        return {kTagFloat, 32};
+    case SF_FORMAT_DOUBLE:
+        return {kTagFloat, 64};
+    default:
+        return {kTagPCM, 16};
+    }
+}
+
+}  // namespace
+
+AudioSource::AudioSource(const std::string& path) : file_(sf_open(path.c_str(), SFM_READ, &info_)) {
+    if (!file_) throw Failure(sf_strerror(nullptr));
+    kind_ = KindOf(info_.format);
+    const auto channels = static_cast<unsigned>(info_.channels);
+    format_ = MakeWaveFormat(kind_, channels, static_cast<uint32_t>(info_.samplerate), ReadChannelMask());
+
+    constexpr sf_count_t kReadBytes = 65536;
+    framesPerRead_ = std::max<sf_count_t>(kReadBytes / format_.Format.nBlockAlign, 1);
+    bytes_.resize(static_cast<size_t>(framesPerRead_) * format_.Format.nBlockAlign);
+    samples_.resize(static_cast<size_t>(framesPerRead_) * channels);
+}
+
+uint32_t AudioSource::ReadChannelMask() const {
+    std::vector<int> map(static_cast<size_t>(info_.channels));
+    const auto size = static_cast<int>(map.size() * sizeof map[0]);
+    const bool known = sf_command(file_.get(), SFC_GET_CHANNEL_MAP_INFO, map.data(), size) == SF_TRUE;
+    return known ? ChannelMaskFromMap(map) : 0;
+}
+
+std::span<const uint8_t> AudioSource::Read() {
+    const sf_count_t frames = ReadFrames();
+    if (sf_error(file_.get()) != SF_ERR_NO_ERROR) throw Failure(sf_strerror(file_.get()));
+    framesRead_ += frames;
+    if (frames == 0 && framesRead_ < info_.frames) {
+        throw Failure("ends after " + std::to_string(framesRead_) + " of " + std::to_string(info_.frames) +
+                      " frames");
+    }
+    return std::span(bytes_).first(static_cast<size_t>(frames) * format_.Format.nBlockAlign);
+}
+
+// Frames put into bytes_, as many as there is room for.
+sf_count_t AudioSource::ReadFrames() {
+    void* out = bytes_.data();
+    if (kind_.tag == kTagFloat) {
+        return kind_.bits == 64 ? sf_readf_double(file_.get(), static_cast<double*>(out), framesPerRead_)
+                                : sf_readf_float(file_.get(), static_cast<float*>(out), framesPerRead_);
+    }
+    const sf_count_t frames = sf_readf_int(file_.get(), samples_.data(), framesPerRead_);
+    XAudioRdWr(&format_.Format, 0, 0, out, nullptr).PutInts(0, frames * info_.channels, samples_.data());
+    return frames;
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "host/SampleKind.h"
+
+#include <cstdint>
+#include <memory>
+#include <sndfile.h>
+#include <span>
+#include <string>
+#include <vector>
+
+// An audio file of any kind that libsndfile reads, as the WAVE format and bytes that hold its samples
+// exactly. What WAVE has no plain form for is decoded: lossy codecs to float, others to 16 bit.
+// Errors: Failure.
+class AudioSource {
+public:
+    explicit AudioSource(const std::string& path);
+
+    const WAVEFORMATEXTENSIBLE& Format() const { return format_; }
+    int64_t Frames() const { return info_.frames; }  // as the file announces them
+
+    // The next interleaved frames, valid until the next call; empty at the end.
+    std::span<const uint8_t> Read();
+
+private:
+    struct CloseFile {
+        void operator()(SNDFILE* file) const { sf_close(file); }
+    };
+
+    uint32_t ReadChannelMask() const;
+    sf_count_t ReadFrames();
+
+    SF_INFO info_{};
+    std::unique_ptr<SNDFILE, CloseFile> file_;
+    SampleKind kind_{};
+    WAVEFORMATEXTENSIBLE format_{};
+    sf_count_t framesPerRead_ = 1;
+    sf_count_t framesRead_ = 0;
+    std::vector<int32_t> samples_;
+    std::vector<uint8_t> bytes_;
+};

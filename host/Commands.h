@@ -1,0 +1,55 @@
+#pragma once
+
+#include "host/AudioSink.h"
+#include "host/Console.h"
+#include "host/TimePoint.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+// What every command works with.
+struct Session {
+    Console& console;
+    int traceDescriptor;  // 0 for none
+};
+
+struct DecodeOptions {
+    std::vector<std::string> inputs;
+    std::string output;  // a file, an existing folder, "-", or empty for a name beside each input
+    std::optional<AudioFileType> type;
+    std::optional<TimePoint> start;
+    std::optional<TimePoint> end;
+    bool salvage = false;
+    bool force = false;
+    unsigned jobs = 1;
+};
+
+struct InfoOptions {
+    std::vector<std::string> inputs;
+    bool json = false;
+};
+
+struct EncodeOptions {
+    std::string input;
+    std::string output;
+    bool force = false;
+};
+
+struct SampleOptions {
+    std::string output;
+    unsigned rate = 48000;
+    unsigned channels = 2;
+    unsigned bits = 24;
+    bool isFloat = false;
+    double seconds = 5;
+    bool force = false;
+};
+
+// The commands of `w64`. Each reports what goes wrong with a file on the console and returns whether all of
+// them are done.
+// Errors: UsageError before anything is done.
+[[nodiscard]] bool DecodeCommand(const DecodeOptions& options, Session session);
+[[nodiscard]] bool InfoCommand(const InfoOptions& options, Session session);
+[[nodiscard]] bool EncodeCommand(const EncodeOptions& options, Session session);
+[[nodiscard]] bool SampleCommand(const SampleOptions& options, Session session);

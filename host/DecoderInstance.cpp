@@ -1,0 +1,49 @@
+#include "host/DecoderInstance.h"
+
+#include "host/Failure.h"
+
+#include <array>
+
+DecoderInstance::DecoderInstance(const PluginLibrary& library, int traceDescriptor)
+    : library_(library), channels_(traceDescriptor) {
+    STNStdReport report = channels_.Report();
+    handle_ = library_.Create(&report);
+}
+
+DecoderInstance::~DecoderInstance() {
+    alignas(16) std::array<std::byte, 256> fluid{};  // opaque to decoders; they get zeros
+    library_.Close(handle_, reinterpret_cast<STKvEncoderFluid*>(fluid.data()));
+    library_.Destroy(handle_);
+}
+
+void DecoderInstance::SetDecodeRange(int64_t start, int64_t end) {
+    STKvCodecGetSet range{};
+    range.RangeStart = start;
+    range.RangeEnd = end;
+    if (library_.Set(handle_, L"Set Decode Range", &range) != 1)
+        ThrowErrors("cannot set the range to decode");
+}
+
+void DecoderInstance::Open(const std::filesystem::path& file, uint32_t flags) {
+    const XStr name = FromUTF8(file.native());
+    if (ToUTF8(name) != file.native()) throw Failure("is no UTF-8 file name");
+    STKvOpenDecoder record{};
+    record.FileName = name.c_str();
+    record.OpenFlags = flags;
+    if (library_.Open(handle_, &record) != 1) ThrowErrors("cannot open the file");
+    info_ = record.AudioInfo;
+    format_.Assign(info_.WaveFormat.Bytes, sizeof info_.WaveFormat.Bytes);
+}
+
+std::optional<std::span<const uint8_t>> DecoderInstance::Read() {
+    if (ended_) return std::nullopt;
+    STKvAudioBlock block{};  // a block without data leaves these fields alone
+    if (library_.DecodeBlock(handle_, &block) != 1) ThrowErrors("cannot decode the file");
+    ended_ = block.EndOfStream != 0;
+    return std::span(static_cast<const uint8_t*>(block.Data), block.DataSize);
+}
+
+void DecoderInstance::ThrowErrors(const char* otherwise) const {
+    const std::vector<std::string> errors = Errors();
+    throw DecoderFailure(errors.empty() ? otherwise : JoinLines(errors));
+}

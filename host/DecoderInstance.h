@@ -1,0 +1,47 @@
+#pragma once
+
+#include "audio/XAudioWFX.h"
+#include "host/PluginLibrary.h"
+#include "host/ReportChannels.h"
+
+#include <filesystem>
+#include <optional>
+#include <span>
+
+// One decoder made by the plug-in, for one file.
+// Order:  SetDecodeRange (or not), Open, then Read until it gives nothing.
+// Errors: DecoderFailure in the plug-in's own words.
+class DecoderInstance {
+public:
+    DecoderInstance(const PluginLibrary& library, int traceDescriptor);
+    DecoderInstance(const DecoderInstance&) = delete;  // the handle has one owner
+    DecoderInstance& operator=(const DecoderInstance&) = delete;
+    ~DecoderInstance();
+
+    // Frames from the start of the audio; an end of -1 is the end of the audio.
+    void SetDecodeRange(int64_t start, int64_t end);
+
+    // `flags` are KvOpenFlags.
+    void Open(const std::filesystem::path& file, uint32_t flags);
+
+    // Of the audio that Read delivers.
+    const XAudioWFX& Format() const { return format_; }
+    const STKvAudioInfo& Info() const { return info_; }
+
+    // The next bytes of audio, whole frames, valid until the next call; nothing at the end.
+    std::optional<std::span<const uint8_t>> Read();
+
+    // What the plug-in has complained about without giving up, and what it found worth mentioning.
+    std::vector<std::string> Errors() const { return channels_.Errors(); }
+    std::vector<std::string> Notes() const { return channels_.Notes(); }
+
+private:
+    [[noreturn]] void ThrowErrors(const char* otherwise) const;
+
+    const PluginLibrary& library_;
+    ReportChannels channels_;
+    void* handle_;
+    STKvAudioInfo info_{};
+    XAudioWFX format_;
+    bool ended_ = false;
+};

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "audio/XAudioWFX.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// Audio facts in words.
+
+// "PCM, 24-bit, stereo, 48000 Hz"
+std::string DescribeFormat(const XAudioWFX& format);
+
+// The kind of samples alone: "PCM", "float", "MPEG Layer 3".
+std::string NameOfTag(int formatTag);
+
+// "front left", "low frequency" ... in the order of the channels.
+std::vector<std::string> SpeakerNames(uint32_t channelMask);
+
+// The speaker mask of an extensible record, else 0.
+uint32_t ChannelMaskOf(const XAudioWFX& format);
+
+// The four characters that a chunk's GUID stands for, or the GUID itself.
+std::string ChunkName(const GUID& guid);
+
+std::string FormatDuration(int64_t milliseconds);  // "1:02:03.456"
+std::string FormatMinutes(double seconds);         // "2:03", for times that nobody needs exactly
+std::string FormatSpeed(double timesRealtime);     // "812x realtime"
+std::string Grouped(int64_t number);               // "1,234,567"

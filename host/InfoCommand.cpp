@@ -1,0 +1,125 @@
+#include "host/Commands.h"
+#include "host/DecoderInstance.h"
+#include "host/Failure.h"
+#include "host/ForEachFile.h"
+#include "host/FormatText.h"
+#include "host/Wave64File.h"
+
+#include <iomanip>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// What the decoder has to say, complaints that did not stop it included.
+STKvAudioInfo AskDecoder(const PluginLibrary& library, const std::string& name, Session session,
+                         std::vector<std::string>& errors) {
+    DecoderInstance decoder(library, session.traceDescriptor);
+    decoder.Open(name, kvOpenAudioInfo);
+    for (const std::string& note : decoder.Notes()) session.console.Note(name, "note: " + note);
+    errors = decoder.Errors();
+    return decoder.Info();
+}
+
+// Frames are counted where a stored block is a frame.
+std::optional<int64_t> FrameCount(const STKvAudioInfo& info, const XAudioWFX& stored) {
+    const bool compressed = stored.WFXFormatTag() != kTagPCM && stored.WFXFormatTag() != kTagFloat;
+    if (compressed || stored.BlockAlign() == 0) return std::nullopt;
+    return info.LengthBytes / stored.BlockAlign();
+}
+
+// One file and everything that is known about it.
+struct Subject {
+    const std::string& name;
+    const STKvAudioInfo& info;
+    const XAudioWFX& stored;
+    Wave64File& file;
+};
+
+Json ChunkList(clWave64Handler& chunks) {
+    Json list = Json::array();
+    for (int i = 0; i < chunks.Count(); ++i) {
+        const STRIFFChunk& chunk = chunks[i];
+        list.push_back({{"name", ChunkName(chunk.ChunkGUID)},
+                        {"offset", chunk.ChunkPosition},
+                        {"bytes", chunk.DataSize}});
+    }
+    return list;
+}
+
+Json Describe(const Subject& subject) {
+    const XAudioWFX& stored = subject.stored;
+    Json json;
+    json["file"] = subject.name;
+    json["format"] = DescribeFormat(stored);
+    json["encoding"] = NameOfTag(stored.WFXFormatTag());
+    json["bits"] = stored.BitsPerSample();
+    json["channels"] = stored.Channels();
+    json["rate"] = stored.SamplesPerSec();
+    if (const uint32_t mask = ChannelMaskOf(stored)) {
+        json["channelMask"] = mask;
+        json["speakers"] = SpeakerNames(mask);
+    }
+    json["milliseconds"] = int64_t{subject.info.LengthMilliseconds};
+    if (const auto frames = FrameCount(subject.info, stored)) json["frames"] = *frames;
+    json["bitRate"] = uint32_t{subject.info.BitRate};
+    json["bytes"] = subject.file.FileBytes();
+    json["chunks"] = ChunkList(subject.file.Chunks());
+    return json;
+}
+
+std::string Joined(const std::vector<std::string>& texts) {
+    std::string joined;
+    for (const std::string& text : texts) joined += (joined.empty() ? "" : ", ") + text;
+    return joined;
+}
+
+void Print(const Subject& subject) {
+    const auto line = [](const char* label, const std::string& text) {
+        std::cout << "  " << std::left << std::setw(10) << label << text << "\n";
+    };
+    std::cout << subject.name << "\n";
+    line("Format", DescribeFormat(subject.stored));
+    const uint32_t mask = ChannelMaskOf(subject.stored);
+    if (mask != 0) line("Speakers", Joined(SpeakerNames(mask)));
+    const auto frames = FrameCount(subject.info, subject.stored);
+    const std::string inFrames = frames ? " (" + Grouped(*frames) + " frames)" : "";
+    line("Duration", FormatDuration(subject.info.LengthMilliseconds) + inFrames);
+    line("Bit rate", Grouped(subject.info.BitRate / 1000) + " kbit/s");
+    line("Size", Grouped(subject.file.FileBytes()) + " bytes");
+    std::cout << "  Chunks\n";
+    clWave64Handler& chunks = subject.file.Chunks();
+    for (int i = 0; i < chunks.Count(); ++i) {
+        std::cout << "    " << std::left << std::setw(14) << ChunkName(chunks[i].ChunkGUID) << std::right
+                  << std::setw(18) << Grouped(chunks[i].DataSize) << " bytes at "
+                  << Grouped(chunks[i].ChunkPosition) << "\n";
+    }
+}
+
+}  // namespace
+
+bool InfoCommand(const InfoOptions& options, Session session) {
+    const PluginLibrary library = PluginLibrary::BesideProgram();
+    Json all = Json::array();
+    const auto describe = [&](size_t i) {
+        const std::string& name = options.inputs[i];
+        std::vector<std::string> errors;
+        const STKvAudioInfo info = AskDecoder(library, name, session, errors);
+        Wave64File file(name);
+        if (!file.Format()) throw Failure("cannot read the file");
+        const Subject subject = {name, info, *file.Format(), file};
+        if (options.json) {
+            all.push_back(Describe(subject));
+        } else {
+            Print(subject);
+        }
+        if (!errors.empty()) throw Failure(JoinLines(errors));
+    };
+    const bool allDone = ForEachFile(options.inputs, 1, session.console, describe);
+    if (options.json) std::cout << all.dump(2) << "\n";
+    std::cout.flush();
+    if (!std::cout) throw Failure("cannot write to standard output");
+    return allDone;
+}

@@ -1,0 +1,141 @@
+#include "host/Salvage.h"
+
+#include "base/LittleEndian.h"
+#include "host/Failure.h"
+#include "host/Interrupt.h"
+#include "host/Wave64File.h"
+
+#include <algorithm>
+#include <array>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int64_t kSizeFieldOffset = 16;  // in the outer header and in a chunk's
+
+// The audio chunk as it lies in the file, whatever the outer header says.
+struct AudioExtent {
+    int64_t headerPosition;
+    int64_t present;  // bytes from its data to the end of the file
+    uint64_t announced;
+
+    int64_t DataPosition() const { return headerPosition + kChunkHeaderBytes; }
+    // A recorder that has crashed leaves the size it started with, none.
+    int64_t Usable() const {
+        return announced == 0 ? present
+                              : static_cast<int64_t>(std::min(announced, static_cast<uint64_t>(present)));
+    }
+};
+
+std::optional<AudioExtent> FindAudio(const fs::path& path) {
+    XFile file;
+    if (!file.Open(FromUTF8(path.native()), XFile::Access::Read)) return std::nullopt;
+    const int64_t fileBytes = file.Size();
+    std::array<uint8_t, kChunkHeaderBytes> header;
+    int64_t position = kOuterHeaderBytes;
+    while (position <= fileBytes - kChunkHeaderBytes) {
+        if (!file.SetPosition(position) || file.Read(header.data(), header.size()) < header.size()) break;
+        const auto size = Load<uint64_t>(header.data() + kSizeFieldOffset);
+        if (CompareGUID(Load<GUID>(header.data()), RIFFChnkID("data"))) {
+            const uint64_t announced = size < kChunkHeaderBytes ? 0 : size - kChunkHeaderBytes;
+            return AudioExtent{position, fileBytes - position - kChunkHeaderBytes, announced};
+        }
+        if (size < kChunkHeaderBytes || size > static_cast<uint64_t>(fileBytes - position)) break;
+        position += static_cast<int64_t>(size);
+        position += GetPaddingBytes(position);
+    }
+    return std::nullopt;
+}
+
+// The decoder finds all of it by itself; at most it is to be told where to stop.
+bool DecoderSees(Wave64File& file, const AudioExtent& audio) {
+    const STRIFFChunk* data = file.Chunks().FindChunkForRead("data");
+    return data && data->DataSize >= audio.Usable();
+}
+
+int Descriptor(const XFile& file) { return static_cast<int>(reinterpret_cast<intptr_t>(file.Handle())); }
+
+// Where the file system can, the copy shares its space with the original.
+int64_t ShareBytes([[maybe_unused]] const XFile& from, [[maybe_unused]] const XFile& to,
+                   [[maybe_unused]] int64_t bytes) {
+    int64_t done = 0;
+#ifdef __linux__
+    constexpr size_t kPortion = size_t{64} << 20;  // short enough to be interrupted
+    while (done < bytes) {
+        Interrupt::Check();
+        const auto wanted = std::min(kPortion, static_cast<size_t>(bytes - done));
+        const ssize_t copied =
+            ::copy_file_range(Descriptor(from), nullptr, Descriptor(to), nullptr, wanted, 0);
+        if (copied <= 0) break;
+        done += copied;
+    }
+#endif
+    return done;
+}
+
+void CopyBytes(XFile& from, XFile& to, int64_t bytes) {
+    std::array<uint8_t, 65536> block;
+    for (int64_t left = bytes - ShareBytes(from, to, bytes); left > 0;) {
+        Interrupt::Check();
+        const auto wanted = std::min(block.size(), static_cast<size_t>(left));
+        if (from.Read(block.data(), wanted) < wanted) throw SystemFailure("cannot read the file");
+        if (!to.Write(block.data(), wanted)) throw SystemFailure("cannot write a repaired copy");
+        left -= static_cast<int64_t>(wanted);
+    }
+}
+
+void PutSize(XFile& file, int64_t headerPosition, int64_t size) {
+    if (!file.SetPosition(headerPosition + kSizeFieldOffset) || !file.Write(&size, sizeof size)) {
+        throw SystemFailure("cannot write a repaired copy");
+    }
+}
+
+// The file up to the end of its audio, with sizes that say so.
+std::unique_ptr<TempFile> RepairedCopy(const fs::path& path, const AudioExtent& audio,
+                                       const fs::path& folder) {
+    XFile original;
+    if (!original.Open(FromUTF8(path.native()), XFile::Access::Read))
+        throw SystemFailure("cannot open the file");
+    auto copy = std::make_unique<TempFile>(folder);
+    const int64_t end = audio.DataPosition() + audio.Usable();
+    CopyBytes(original, copy->File(), end);
+    PutSize(copy->File(), 0, end);
+    PutSize(copy->File(), audio.headerPosition, end - audio.headerPosition);
+    copy->File().Close();  // the decoder gets it, and the lock with it
+    return copy;
+}
+
+}  // namespace
+
+std::optional<Salvage> PlanSalvage(const fs::path& path, const fs::path& copyFolder) {
+    const auto audio = FindAudio(path);
+    if (!audio) return std::nullopt;
+    Salvage salvage;
+    salvage.source = path;
+    Wave64File file(path);
+    const bool emptyByRight = audio->announced == 0 && file.IsWhole();
+    auto format = file.Format();
+    if (!emptyByRight && !DecoderSees(file, *audio)) {
+        salvage.repaired = RepairedCopy(path, *audio, copyFolder);
+        salvage.source = salvage.repaired->Path();
+        format = Wave64File(salvage.source).Format();
+    }
+    if (!format) return std::nullopt;
+
+    const int64_t usable = emptyByRight ? 0 : audio->Usable();
+    const int64_t kept = format->BlockAlignBuffer(usable);
+    const auto announced = static_cast<int64_t>(std::min<uint64_t>(audio->announced, INT64_MAX));
+    salvage.frames = kept / format->BlockAlign();
+    salvage.lostBytes = std::max(announced, usable) - kept;
+    salvage.milliseconds = format->CalcmsTime(kept);
+    return salvage;
+}
+
+bool HidesAudio(const fs::path& path) {
+    const auto audio = FindAudio(path);
+    if (!audio || audio->present == 0) return false;
+    Wave64File file(path);
+    return audio->announced == 0 ? !file.IsWhole() : !DecoderSees(file, *audio);
+}

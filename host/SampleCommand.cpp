@@ -1,0 +1,58 @@
+#include "audio/XAudioRdWr.h"
+#include "host/Arpeggio.h"
+#include "host/Commands.h"
+#include "host/Failure.h"
+#include "host/ForEachFile.h"
+#include "host/Interrupt.h"
+#include "host/Progress.h"
+#include "host/Wave64Writer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+
+namespace {
+
+void CheckOptions(const SampleOptions& options) {
+    if (!options.output.ends_with(".w64")) throw UsageError("'" + options.output + "' should end in .w64");
+    if (options.isFloat && options.bits < 32) throw UsageError("floating-point samples have 32 or 64 bits");
+    if (!options.isFloat && options.bits > 32) throw UsageError("64-bit samples need --float");
+}
+
+void WriteSignal(const SampleOptions& options, Wave64Writer& writer, const WAVEFORMATEXTENSIBLE& format,
+                 Progress::Share& share) {
+    const int64_t frames = std::llround(options.seconds * options.rate);
+    const int64_t framesPerBlock = std::max<int64_t>(65536 / format.Format.nBlockAlign, 1);
+    const int64_t samplesPerBlock = framesPerBlock * options.channels;
+    Arpeggio signal(options.channels, options.rate, frames);
+    std::vector<double> samples(static_cast<size_t>(samplesPerBlock));
+    std::vector<uint8_t> bytes(static_cast<size_t>(framesPerBlock) * format.Format.nBlockAlign);
+    XAudioRdWr out(&format.Format, 0, 0, bytes.data(), nullptr);
+
+    share.Expect(frames);
+    for (int64_t left = frames; left > 0; left -= framesPerBlock) {
+        Interrupt::Check();
+        signal.Render(samples);
+        for (int64_t i = 0; i < samplesPerBlock; ++i) out.PutDbl(i, samples[static_cast<size_t>(i)]);
+        const int64_t count = std::min(left, framesPerBlock);
+        writer.Write(std::span(bytes).first(static_cast<size_t>(count) * format.Format.nBlockAlign));
+        share.Advance(count, static_cast<double>(count) / options.rate);
+    }
+}
+
+}  // namespace
+
+bool SampleCommand(const SampleOptions& options, Session session) {
+    CheckOptions(options);
+    const SampleKind kind = {options.isFloat ? kTagFloat : kTagPCM, options.bits};
+    const WAVEFORMATEXTENSIBLE format = MakeWaveFormat(kind, options.channels, options.rate, 0);
+    const std::vector<std::string> outputs = {options.output};
+    Progress progress(session.console, std::filesystem::path(options.output).filename(), 1);
+    return ForEachFile(outputs, 1, session.console, [&](size_t) {
+        Wave64Writer writer(options.output, options.force, format, session.traceDescriptor);
+        Progress::Share share(progress, 0);
+        WriteSignal(options, writer, format, share);
+        writer.Finish();
+        session.console.Summary(options.output, share.Outcome());
+    });
+}

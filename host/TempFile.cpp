@@ -1,0 +1,28 @@
+#include "host/TempFile.h"
+
+#include "base/XStr.h"
+#include "host/Failure.h"
+
+#include <atomic>
+#include <unistd.h>
+
+namespace {
+
+std::filesystem::path NextName() {
+    static std::atomic<unsigned> count = 0;
+    return ".w64-" + std::to_string(::getpid()) + "-" + std::to_string(++count) + ".part";
+}
+
+}  // namespace
+
+TempFile::TempFile(const std::filesystem::path& folder) {
+    constexpr int kTries = 100;  // names that a killed process of the same number has left behind
+    for (int i = 0; i < kTries; ++i) {
+        path_ = folder / NextName();
+        if (file_.Open(FromUTF8(path_.native()), XFile::Access::CreateNew)) return;
+        if (errno != EEXIST) break;
+    }
+    throw SystemFailure("cannot create a file in '" + (folder.empty() ? "." : folder.native()) + "'");
+}
+
+TempFile::~TempFile() { ::unlink(path_.c_str()); }

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "base/XFile.h"
+
+#include <filesystem>
+
+// A new, empty file under a name of its own in `folder`, removed with the object.
+// Errors: Failure when it cannot be created.
+class TempFile {
+public:
+    explicit TempFile(const std::filesystem::path& folder);
+    TempFile(const TempFile&) = delete;  // one owner removes it
+    TempFile& operator=(const TempFile&) = delete;
+    ~TempFile();
+
+    XFile& File() { return file_; }
+    const std::filesystem::path& Path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+    XFile file_;
+};

@@ -1,0 +1,17 @@
+#include "host/TraceFile.h"
+
+#include "host/Failure.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+TraceFile::TraceFile(const std::string& name) {
+    if (name.empty()) return;
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC;
+    descriptor_ = name == "-" ? STDERR_FILENO : ::open(name.c_str(), kFlags, 0666);
+    if (descriptor_ < 0) throw SystemFailure("cannot write the trace to '" + name + "'");
+}
+
+TraceFile::~TraceFile() {
+    if (descriptor_ > STDERR_FILENO) ::close(descriptor_);
+}

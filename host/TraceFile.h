@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+// Where the trace of the decoder goes.
+// Errors: Failure when it cannot be written.
+class TraceFile {
+public:
+    // A file that is written anew, "-" for standard error, or empty for no trace.
+    explicit TraceFile(const std::string& name);
+    TraceFile(const TraceFile&) = delete;  // one owner closes it
+    TraceFile& operator=(const TraceFile&) = delete;
+    ~TraceFile();
+
+    int Descriptor() const { return descriptor_; }  // 0 for no trace
+
+private:
+    int descriptor_ = 0;
+};

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "audio/XAudioWFX.h"
+#include "base/XFile.h"
+#include "host/ReportChannels.h"
+#include "wave64/container/clWave64Handler.h"
+
+#include <filesystem>
+#include <optional>
+
+// A Wave64 file by its chunks: what the host wants to know before, or instead of, decoding it.
+// Errors: none; a file that cannot be read or is no Wave64 has no chunks. The decoder says why.
+class Wave64File {
+public:
+    explicit Wave64File(const std::filesystem::path& path);
+
+    clWave64Handler& Chunks() { return chunks_; }
+    int64_t FileBytes() const { return file_.Size(); }
+
+    // The stored format; nothing when there is no readable one.
+    const std::optional<XAudioWFX>& Format() const { return format_; }
+
+    // The chunks follow each other to the end of the file without a complaint.
+    bool IsWhole() const;
+
+private:
+    void ReadFormat();
+
+    XFile file_;
+    ReportChannels channels_;
+    clWave64Handler chunks_;
+    std::optional<XAudioWFX> format_;
+};

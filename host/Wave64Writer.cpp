@@ -1,0 +1,29 @@
+#include "host/Wave64Writer.h"
+
+#include "host/Failure.h"
+
+Wave64Writer::Wave64Writer(const std::string& path, bool replace, const WAVEFORMATEXTENSIBLE& format,
+                           int traceDescriptor)
+    : output_(path, replace), channels_(traceDescriptor) {
+    chunks_.WriteFullSizeFields(true);
+    Check(chunks_.InitializeNewWAV(output_.File().Handle(), &format.Format, channels_.Report(), {}, 0));
+}
+
+void Wave64Writer::Write(std::span<const uint8_t> frames) {
+    if (!output_.File().Write(frames.data(), frames.size())) throw SystemFailure("cannot write");
+}
+
+void Wave64Writer::Finish() {
+    STRIFFChunk* data = chunks_.FindChunkForWrite("data");
+    data->DataSize = output_.File().Size() - data->FileDataPosition;
+
+    Check(chunks_.WriteChunksAfterData());
+    Check(chunks_.WriteChunkHeaders(false));
+    // What the audio lacks to a multiple of 8 bytes becomes zeros.
+    if (!output_.File().SetFileSize(chunks_.RiffSize())) throw SystemFailure("cannot write");
+    output_.Commit();
+}
+
+void Wave64Writer::Check(bool done) const {
+    if (!done) throw Failure(JoinLines(channels_.Errors()));
+}

@@ -1,0 +1,199 @@
+// The `w64` command: reads the command line and hands over to the commands.
+
+#include "host/Commands.h"
+#include "host/Failure.h"
+#include "host/Interrupt.h"
+#include "host/TraceFile.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <fcntl.h>
+#include <filesystem>
+#include <iostream>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kFileFailed = 1;
+constexpr int kWrongUsage = 2;
+constexpr int kSignalled = 128;  // plus the signal, as shells have it
+
+struct CommandLine {
+    bool quiet = false;
+    std::string trace;
+    DecodeOptions decode;
+    InfoOptions info;
+    EncodeOptions encode;
+    SampleOptions sample;
+};
+
+constexpr const char* kExamples = R"(Examples:
+  w64 decode song.w64                   song.wav beside it
+  w64 decode song.w64 -o song.flac      another kind of file, by its ending
+  w64 decode *.w64 -o converted/        many files, all processor cores
+  w64 decode song.w64 --start 1:30 --end 2:00 -o - | aplay
+  w64 decode broken.w64 --salvage       whatever a cut-off recording still holds
+  w64 info song.w64
+  w64 encode song.wav song.w64
+  w64 sample test.w64 --channels 6
+)";
+
+constexpr const char* kAlso = "-q and --trace work here too, see w64 --help.\n";
+constexpr const char* kAboutPlaces = "START and END are frames (12345) or times (1.5s, 2:03.5, 1:02:03).\n"
+                                     "END itself is not decoded.\n\n";
+
+std::optional<TimePoint> ParsePlace(const std::string& text) {
+    auto place = TimePoint::Parse(text);
+    if (!place)
+        throw CLI::ValidationError("'" + text + "' is neither a frame (12345) nor a time (1.5s, 2:03.5)");
+    return place;
+}
+
+void AddForce(CLI::App* command, bool& force) {
+    command->add_flag("-f,--force", force, "Replace files that exist already");
+}
+
+void AddDecode(CLI::App& app, DecodeOptions& options) {
+    CLI::App* command = app.add_subcommand("decode", "Turn Wave64 files into WAV, FLAC or raw samples");
+    options.jobs = std::max(std::thread::hardware_concurrency(), 1u);
+    command->add_option("IN", options.inputs, "Wave64 files")->required()->type_name("");
+    command
+        ->add_option(
+            "-o,--output", options.output,
+            "A .wav, .flac, .raw or .pcm file, a folder,\n- for standard output; else a .wav beside IN")
+        ->type_name("OUT");
+    command
+        ->add_option_function<std::string>(
+            "--format", [&options](const std::string& kind) { options.type = AudioFileTypeOf("." + kind); },
+            "wav, flac or raw, whatever the output is called")
+        ->check(CLI::IsMember({"wav", "flac", "raw"}).description(""))
+        ->type_name("KIND");
+    const auto addPlace = [command](const char* name, std::optional<TimePoint>& place, const char* help,
+                                    const char* type) {
+        command
+            ->add_option_function<std::string>(
+                name, [&place](const std::string& text) { place = ParsePlace(text); }, help)
+            ->type_name(type);
+    };
+    addPlace("--start", options.start, "Where to begin", "START");
+    addPlace("--end", options.end, "Where to stop", "END");
+    command->add_flag("--salvage", options.salvage, "Keep what a damaged file still holds");
+    AddForce(command, options.force);
+    command->add_option("-j,--jobs", options.jobs, "Files to work on at a time")
+        ->check(CLI::Range(1u, 1024u).description(""))
+        ->type_name("N")
+        ->capture_default_str();
+    command->footer(std::string(kAboutPlaces) + kAlso);
+}
+
+void AddInfo(CLI::App& app, InfoOptions& options) {
+    CLI::App* command = app.add_subcommand("info", "Show format, length and chunks");
+    command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
+    command->add_flag("--json", options.json, "Write a JSON array with an object per file");
+}
+
+void AddEncode(CLI::App& app, EncodeOptions& options) {
+    CLI::App* command = app.add_subcommand("encode", "Make a Wave64 file of any audio file");
+    command->add_option("IN", options.input, "WAV, RF64, AIFF, FLAC, CAF ...")->required()->type_name("");
+    command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
+    AddForce(command, options.force);
+}
+
+void AddSample(CLI::App& app, SampleOptions& options) {
+    CLI::App* command = app.add_subcommand("sample", "Make a test file: a chord, note by note");
+    command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
+    const auto add = [command](const char* name, auto& value, const char* help, const CLI::Validator& check) {
+        command->add_option(name, value, help)->check(check)->type_name("N")->capture_default_str();
+    };
+    add("--rate", options.rate, "Frames per second, 1000 to 768000",
+        CLI::Range(1000u, 768000u).description(""));
+    add("--channels", options.channels, "Up to 1024", CLI::Range(1u, 1024u).description(""));
+    add("--bits", options.bits, "8, 16, 24 or 32; 32 or 64 with --float",
+        CLI::IsMember({8u, 16u, 24u, 32u, 64u}).description(""));
+    add("--seconds", options.seconds, "Length", CLI::Range(0.001, 1e6).description(""));
+    command->add_flag("--float", options.isFloat, "Floating-point samples");
+    AddForce(command, options.force);
+}
+
+void Describe(CLI::App& app, CommandLine& line) {
+    app.require_subcommand(1);
+    app.get_formatter()->label("REQUIRED", "");
+    app.fallthrough();  // options of the whole program may follow the command
+    app.set_version_flag("--version", "w64 " W64_VERSION);
+    app.add_flag("-q,--quiet", line.quiet, "Show errors only");
+    app.add_option("--trace", line.trace, "Write the decoder's trace to FILE, - for standard error")
+        ->type_name("FILE");
+    app.footer(kAlso);  // inherited by the commands
+
+    app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
+        const auto commands = failed->get_subcommands();
+        const std::string command = commands.empty() ? "" : commands[0]->get_name() + " ";
+        return "w64: " + std::string(error.what()) + "; see w64 " + command + "--help\n";
+    });
+    AddDecode(app, line.decode);
+    AddInfo(app, line.info);
+    AddEncode(app, line.encode);
+    AddSample(app, line.sample);
+    app.footer(kExamples);
+}
+
+void CheckTraceName(const CommandLine& line) {
+    std::vector<std::string> audio = line.decode.inputs;
+    audio.insert(audio.end(), line.info.inputs.begin(), line.info.inputs.end());
+    audio.push_back(line.encode.input);
+    for (const std::string& name : audio) {
+        if (std::error_code error; std::filesystem::equivalent(line.trace, name, error)) {
+            throw UsageError("the trace would replace '" + name + "'");
+        }
+    }
+}
+
+// A program that is started without one of them would open some file under its number and then talk into it.
+// The stand-ins fail when they are used.
+void OccupyStandardStreams() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(descriptor, F_GETFD) >= 0) continue;
+        // Descriptors are given out in ascending order.
+        [[maybe_unused]] const int standIn =
+            ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
+bool Run(const CLI::App& app, const CommandLine& line, Console& console) {
+    CheckTraceName(line);
+    const TraceFile trace(line.trace);
+    const Session session = {console, trace.Descriptor()};
+    if (app.got_subcommand("decode")) return DecodeCommand(line.decode, session);
+    if (app.got_subcommand("info")) return InfoCommand(line.info, session);
+    if (app.got_subcommand("encode")) return EncodeCommand(line.encode, session);
+    return SampleCommand(line.sample, session);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    OccupyStandardStreams();
+    CommandLine line;
+    CLI::App app("Wave64 audio files: decode, look into, and make them.", "w64");
+    Describe(app, line);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : kWrongUsage;
+    }
+
+    Interrupt::Install();
+    Console console(line.quiet, line.trace != "-");
+    try {
+        const bool allDone = Run(app, line, console);
+        if (Interrupt::Signal() != 0) return kSignalled + Interrupt::Signal();
+        return allDone ? 0 : kFileFailed;
+    } catch (const UsageError& error) {
+        console.Error("", error.what());
+        return kWrongUsage;
+    } catch (const std::exception& error) {
+        console.Error("", error.what());
+        return kFileFailed;
+    }
+}
