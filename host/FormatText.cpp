@@ -91,7 +91,7 @@ uint32_t ChannelMaskOf(const XAudioWFX& format) {
 }
 
 std::string ChunkName(const GUID& guid) {
-    const std::string name = RIFFChnkGUID2CHR(guid);
+    std::string name = RIFFChnkGUID2CHR(guid);
     const bool printable = std::ranges::all_of(name, [](unsigned char c) { return std::isprint(c) != 0; });
     if (printable && CompareGUID(guid, RIFFChnkID(name))) return name;
     return CompareGUID(guid, kSummaryListCode) ? "summary list" : GUIDText(guid);

@@ -17,6 +17,9 @@ void Wave64Writer::Finish() {
     STRIFFChunk* data = chunks_.FindChunkForWrite("data");
     data->DataSize = output_.File().Size() - data->FileDataPosition;
 
+    // Readers pass over a chunk header with nothing behind it.
+    constexpr uint64_t nothing = 0;
+    if (data->DataSize == 0) Check(chunks_.AddChunk("junk", sizeof nothing, &nothing, -1));
     Check(chunks_.WriteChunksAfterData());
     Check(chunks_.WriteChunkHeaders(false));
     // What the audio lacks to a multiple of 8 bytes becomes zeros.

@@ -7,9 +7,9 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
-#include <iostream>
 #include <thread>
 #include <unistd.h>
 
@@ -170,19 +170,7 @@ bool Run(const CLI::App& app, const CommandLine& line, Console& console) {
     return SampleCommand(line.sample, session);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    OccupyStandardStreams();
-    CommandLine line;
-    CLI::App app("Wave64 audio files: decode, look into, and make them.", "w64");
-    Describe(app, line);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : kWrongUsage;
-    }
-
+int ExitStatus(const CLI::App& app, const CommandLine& line) {
     Interrupt::Install();
     Console console(line.quiet, line.trace != "-");
     try {
@@ -196,4 +184,22 @@ int main(int argc, char** argv) {
         console.Error("", error.what());
         return kFileFailed;
     }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) try {
+    OccupyStandardStreams();
+    CommandLine line;
+    CLI::App app("Wave64 audio files: decode, look into, and make them.", "w64");
+    Describe(app, line);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : kWrongUsage;
+    }
+    return ExitStatus(app, line);
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "w64: %s\n", error.what());
+    return kFileFailed;
 }

@@ -1,11 +1,9 @@
 #include "TempFolder.h"
-#include "base/Saturating.h"
 #include "base/XFile.h"
 #include "base/XMem.h"
 #include "base/XStr.h"
 
 #include <gtest/gtest.h>
-#include <limits>
 
 TEST(Text, GoesToUTF8AndBack) {
     const std::pair<XStr, std::string> cases[] = {
@@ -41,17 +39,6 @@ TEST(Memory, KeepsContentsAcrossGrowthAndSelfAssignment) {
     EXPECT_EQ(std::string(reinterpret_cast<char*>(memory.Data()), memory.Size()), "23456");
 }
 
-TEST(Saturation, StopsAtBothEnds) {
-    constexpr int64_t most = std::numeric_limits<int64_t>::max();
-    constexpr int64_t least = std::numeric_limits<int64_t>::min();
-    EXPECT_EQ(SaturatingAdd(most - 1, 2), most);
-    EXPECT_EQ(SaturatingAdd(least + 1, -2), least);
-    EXPECT_EQ(SaturatingMultiply(most / 2, 3), most);
-    EXPECT_EQ(SaturatingMultiply(most / 2, -3), least);
-    EXPECT_EQ(SaturatingMultiply(least, -1), most);
-    EXPECT_EQ(SaturatingAdd(40, -3), 37);
-}
-
 namespace {
 XStr Wide(const std::filesystem::path& path) { return FromUTF8(path.native()); }
 }  // namespace
@@ -78,16 +65,6 @@ TEST(File, RefusesFoldersMissingFilesAndNamesWithNUL) {
     EXPECT_FALSE(file.Open(path + XStr(1, L'\0') + L"x", XFile::Access::Read));
     EXPECT_FALSE(file.Open(path, XFile::Access::CreateNew));
     EXPECT_FALSE(file.IsOpen());
-}
-
-TEST(File, AFailedOpenKeepsWhatWasOpen) {
-    const TempFolder folder;
-    const XStr path = Wide(folder.Write("a", Pattern(10)));
-    XFile file;
-    ASSERT_TRUE(file.Open(path, XFile::Access::Read));
-    EXPECT_FALSE(file.Open(path + L"missing", XFile::Access::Read));
-    uint8_t byte = 0;
-    EXPECT_EQ(file.Read(&byte, 1), 1u);
 }
 
 TEST(File, AViewSharesThePositionAndLeavesTheDescriptorOpen) {

@@ -43,13 +43,6 @@ TEST(ChunkCodes, BecomeTheStoredIdentifiers) {
     EXPECT_EQ(RIFFChnkID2CHR(0x20746D66), "fmt ");
 }
 
-TEST(ChunkCodes, AnyCaseMeansAllUpperOrAllLower) {
-    EXPECT_TRUE(CompareID(RIFFChnkID("DATA"), "data", true));
-    EXPECT_TRUE(CompareID(RIFFChnkID("data"), "DATA", true));
-    EXPECT_FALSE(CompareID(RIFFChnkID("Data"), "data", true));
-    EXPECT_FALSE(CompareID(RIFFChnkID("DATA"), "data", false));
-}
-
 TEST(ChunkCodes, PaddingGoesToTheNextMultipleOfEight) {
     const std::pair<int64_t, int> cases[] = {{0, 0},  {1, 7},  {7, 1},        {8, 0},
                                              {13, 3}, {-1, 0}, {INT64_MAX, 1}};

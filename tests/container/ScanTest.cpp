@@ -47,15 +47,6 @@ TEST(Scan, ListsChunksInOrderWithTheirPositions) {
     EXPECT_EQ(scan.handler.GetChunk(-1), nullptr);
 }
 
-TEST(Scan, FindsTheFirstOfTwoAndMarksItAndAllBehindForWriting) {
-    Scan scan(Wave64Bytes().Fmt(1, 2, 44100, 16).Chunk("bext", Pattern(8)).Chunk("bext", Pattern(16)).File());
-    EXPECT_EQ(scan.handler.FindChunkForWrite("none"), nullptr);
-    EXPECT_EQ(scan.handler.FindChunkForWrite("BEXT")->DataSize, 8);
-    EXPECT_FALSE(scan.handler[0].WriteHeader);
-    EXPECT_TRUE(scan.handler[1].WriteHeader);
-    EXPECT_TRUE(scan.handler[2].WriteHeader);
-}
-
 TEST(Scan, KeepsWhatItFoundBeforeTheDamage) {
     constexpr uint64_t huge = uint64_t{1} << 63;
     Bytes cutInHeader = Plain().Chunk("LEVL", Pattern(100)).File();
@@ -97,12 +88,6 @@ TEST(Scan, KeepsWhatItFoundBeforeTheDamage) {
     }
 }
 
-TEST(Scan, ClampsAChunkToTheOuterSize) {
-    Scan scan(Plain().Chunk("bext", Pattern(8), 4096).File());
-    EXPECT_EQ(scan.handler[2].DataSize, 8);
-    EXPECT_EQ(scan.handler.RiffSize(), scan.file.Size());
-}
-
 TEST(Scan, FailsOnWhatIsNoWave64File) {
     const Bytes riff = [] {
         Bytes bytes(100);
@@ -123,12 +108,6 @@ TEST(Scan, FailsOnWhatIsNoWave64File) {
     }
 }
 
-TEST(Scan, TakesAnEmptyFileForAnEmptyList) {
-    Scan scan{Bytes()};
-    EXPECT_TRUE(scan.succeeded);
-    EXPECT_EQ(scan.handler.Count(), 0);
-}
-
 TEST(Scan, WalksHeadersNearAndFar) {
     Wave64Bytes file;
     std::vector<size_t> sizes;
@@ -140,14 +119,4 @@ TEST(Scan, WalksHeadersNearAndFar) {
         ASSERT_EQ(scan.handler[i].DataSize, static_cast<int64_t>(sizes[static_cast<size_t>(i)])) << i;
     }
     EXPECT_TRUE(scan.SaidNothing());
-}
-
-TEST(Scan, TracesEveryHeader) {
-    Scan scan(Plain().File());
-    const std::string trace = scan.capture.Trace();
-    EXPECT_NE(trace.find("  RIFF Header 'riff'  Length: 1112  FormType 'wave'  [ScanFile]\r\n"), trace.npos);
-    EXPECT_NE(
-        trace.find("  Got Chunk 'data'  Length: 1024'  RiffSize: 1112  ChunkPosition: 88  [ScanFile]\r\n"),
-        trace.npos);
-    EXPECT_NE(trace.find("clWave64Handler::CalcAllChunks: Ok\r\n"), trace.npos);
 }

@@ -108,26 +108,6 @@ TEST(Writer, CutsSizeFieldsTo32BitsUnlessAskedForAll) {
     }
 }
 
-TEST(Writer, WritesNoDataThatDoesNotFillItsChunk) {
-    NewFile made;
-    ASSERT_TRUE(made.Begin(PCM()));
-    ASSERT_TRUE(made.handler.AddChunk("bext", 16, Pattern(16).data(), -1));
-    made.handler[2].DataSize = 8;
-    ASSERT_TRUE(made.Finish(Pattern(8)));
-    EXPECT_EQ(made.file.Size(),
-              40 + 40 + 32 + 24);  // the data was never written and nothing reserves its place
-    EXPECT_EQ(made.handler.RiffSize(), made.file.Size() + 8);
-}
-
-TEST(Writer, CutsWhatLiesBehindTheLastChunk) {
-    NewFile made;
-    ASSERT_TRUE(made.Begin(PCM()));
-    ASSERT_TRUE(made.Finish(Pattern(64)));
-    made.handler.FindChunkForWrite("data")->DataSize = 16;
-    ASSERT_TRUE(made.handler.WriteChunkHeaders(false));
-    EXPECT_EQ(made.file.Size(), 104 + 16);
-}
-
 TEST(Writer, ResumesAfterAFailureWhereItStopped) {
     const TempFolder folder;
     Bytes format = PCM();

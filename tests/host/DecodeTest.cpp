@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int kRate = 8000;
+constexpr size_t kRate = 8000;
 constexpr size_t kFrameBytes = 4;
 
 Bytes Audio() { return Pattern(10 * kRate * kFrameBytes); }
@@ -24,7 +24,7 @@ protected:
     DecodeTest() { Put("a.w64"); }
 
     void Put(const std::string& name) const {
-        shop.Write(name, Wave64Bytes().Fmt(1, 2, kRate, 16).Data(audio).File());
+        shop.Write(name, Wave64Bytes().Fmt(1, 2, uint32_t{kRate}, 16).Data(audio).File());
     }
 
     const Workshop shop;
@@ -202,7 +202,7 @@ TEST_F(DecodeTest, InfoTellsWhatThereIs) {
     shop.Write("b.w64", Wave64Bytes()
                             .Chunk("bext", Pattern(602))
                             .Chunk("fmt ", Wave64Bytes::ExtensibleBody(3, 6, 48000, 32, 0x60F))
-                            .Data(Pattern(24 * 48 * 1500))
+                            .Data(Pattern(size_t{24} * 72000))
                             .File());
     const Outcome text = shop.W64({"info", "b.w64"});
     EXPECT_EQ(text.status, 0);

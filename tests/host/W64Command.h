@@ -35,6 +35,7 @@ public:
             Redirect(streams.Path() / "output", STDOUT_FILENO);
             Redirect(streams.Path() / "errors", STDERR_FILENO);
             std::vector<char*> pointers;
+            pointers.reserve(words.size() + 1);
             for (std::string& word : words) pointers.push_back(word.data());
             pointers.push_back(nullptr);
             if (::chdir(Path().c_str()) == 0) ::execvp(pointers[0], pointers.data());

@@ -160,25 +160,6 @@ TEST(Decode, RefusesWhatItCannotDecodeButDescribesIt) {
     }
 }
 
-TEST(Decode, ClaimsNoExtraBytesThatItDoesNotHandOver) {
-    const TempFolder folder;
-    Bytes plain = Wave64Bytes::FmtBody(1, 2, 44100, 16);
-    Store<uint16_t>(plain.data() + 16, 8);
-    plain.resize(26);
-    Bytes extensible = Wave64Bytes::ExtensibleBody(1, 2, 44100, 16, 3);
-    Store<uint16_t>(extensible.data() + 16, 30);
-    extensible.resize(48);
-    for (const auto& [format, extra] : {std::pair{plain, 0}, std::pair{extensible, 22}}) {
-        PluginHost host;
-        ASSERT_EQ(
-            host.Open(folder.Write("a.w64", Wave64Bytes().Chunk("fmt ", format).Data(Pattern(80)).File())),
-            1);
-        EXPECT_EQ(Field(host.open.AudioInfo.WaveFormat, 16), extra);
-        EXPECT_EQ(host.DecodeAll(), Pattern(80));
-        EXPECT_EQ(Field(host.block.WaveFormat, 16), extra);
-    }
-}
-
 TEST(Decode, ReachesWhatLiesBeyond4GiB) {
     const TempFolder folder;
     constexpr uint64_t audioBytes = (uint64_t{1} << 32) + 4096;
