@@ -41,10 +41,10 @@ bool XAudioBitsConv::ConvertData(XAudioBufferNew& source, int bits, bool inPlace
     const int tag = toFloat ? kTagFloat : kTagPCM;
     if (source.BitsPerSample() == bits && sourceTag == tag) return InitializeBuffer(inPlace, source);
     if (!Init(source, bits)) return false;
-    // A layout that does not fill its width exactly would be read or written past the end of the buffer.
-    if (!XAudioRdWr::HasLayout(sourceTag, source.BitsPerSample()) || !XAudioRdWr::HasLayout(tag, bits)) {
-        return false;
-    }
+    // A float of fewer bits than its layout would be read past the end of the buffer, and a result without a
+    // layout would never be written. A source without one is silence.
+    if (sourceTag == kTagFloat && source.BitsPerSample() < 32) return false;
+    if (!XAudioRdWr::HasLayout(tag, bits)) return false;
     const XAudioRdWr reader(source, 0, nullptr);
     const int64_t frames = source.GetUsedSample();
     if (!SetUpResult(source, bits, frames, inPlace)) return false;

@@ -4,7 +4,8 @@
 
 // Audio that goes in by buffers and comes out in pieces of other sizes.
 // Units:  bytes.
-// Owner:  a borrowed buffer's memory belongs to the buffer and has to outlive its use here.
+// Owner:  a borrowed buffer's memory belongs to the buffer and has to outlive its use here. What GetDataFrom
+//         gives is not to be fed back.
 // Errors: false when there is no memory; the audio held is then still there.
 class XAudioDataStream : public XAudioWFX {
 public:

@@ -9,7 +9,7 @@
 
 // Single samples in memory: index i addresses the i-th sample of an interleaved stream that starts at `data`,
 // at any alignment, little-endian. Integers come right-justified, floats as doubles.
-// The scaling rules are the only place where a sample is rounded or clipped.
+// The scaling rules are the only place where a double is rounded or clipped.
 
 // NOLINTBEGIN(bugprone-reserved-identifier)
 

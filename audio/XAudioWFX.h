@@ -9,8 +9,7 @@
 //         frame f at f * Channels() + k). *_RAW counts samples, *_DivChan frames; times are milliseconds.
 //         Products stop at the ends of the 64-bit range.
 // Owner:  the object owns 18 + cbSize bytes of record, so an extensible one at least 40. Pointers into it
-// live
-//         until the next Assign.
+//         live until the next Assign.
 // Errors: none reported. A divisor that is 0 in the record becomes 1 there before it is used, which is why
 //         the size and time arithmetic is not const. Without memory for extra bytes Assign throws
 //         std::bad_alloc and the record stays as it was.
@@ -71,7 +70,7 @@ public:
     void CalcAvgNBlkAlign();
     void RemoveAnyExtra();  // leaves what the extensible form itself needs
 
-    // Whether the record has the wanted form afterwards. Extra bytes of a plain record, and mask and valid
+    // Whether the record was converted; to the extensible form also when it had it already. Extra bytes of a plain record, and mask and valid
     // bits of an extensible one, are dropped on the way.
     bool ConvertWFXToExtensible();
     bool ConvertExtensibleToWFX();

@@ -15,14 +15,15 @@ static_assert(sizeof(off_t) == 8, "positions are 64-bit");
 int OpenDescriptor(const char* path, int flags) {
     int descriptor = -1;
     do {
-        descriptor = ::open(path, flags | O_CLOEXEC, 0666);
+        descriptor = ::open(path, flags | O_CLOEXEC | O_NONBLOCK, 0666);  // a pipe would keep us waiting
     } while (descriptor < 0 && errno == EINTR);
     return descriptor;
 }
 
-bool IsFolder(int descriptor) {
+// Not a folder, pipe or terminal: something that has a size and positions.
+bool IsFile(int descriptor) {
     struct stat status {};
-    return ::fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode);
+    return ::fstat(descriptor, &status) == 0 && (S_ISREG(status.st_mode) || S_ISBLK(status.st_mode));
 }
 
 // False only when somebody else holds the file: a file system without locks is accepted.
@@ -42,7 +43,7 @@ bool XFile::Open(std::wstring_view path, Access access) {
     const int create = access == Access::CreateNew ? O_CREAT | O_EXCL : 0;
     const int descriptor = OpenDescriptor(ToUTF8(path).c_str(), flags | create);
     if (descriptor < 0) return false;
-    if (IsFolder(descriptor) || !Lock(descriptor, access == Access::Read ? LOCK_SH : LOCK_EX)) {
+    if (!IsFile(descriptor) || !Lock(descriptor, access == Access::Read ? LOCK_SH : LOCK_EX)) {
         ::close(descriptor);
         return false;
     }

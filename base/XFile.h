@@ -22,8 +22,8 @@ public:
     ~XFile() { Close(); }
 
     // What was open before is closed on success and kept on failure. Locks are advisory and never waited
-    // for: where another holder is in the way the open fails; a file system without locks is accepted. A
-    // folder is refused.
+    // for: where another holder is in the way the open fails; a file system without locks is accepted. Only
+    // regular files and block devices are opened.
     [[nodiscard]] bool Open(std::wstring_view path, Access access);
 
     // Attaches to an open file without owning it.

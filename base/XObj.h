@@ -5,7 +5,7 @@
 #include <utility>
 
 // An ordered list that owns its records. Positions are 0-based and unchecked; a pointer or reference to a
-// record lives until one is inserted before the end or deleted.
+// record lives until one is inserted before the end.
 // A list of a hundred thousand records grows without moving them, which took longer than reading them.
 template <class T>
 class XObj {
@@ -18,7 +18,6 @@ public:
     T& Insert(int position, T record = {}) {
         return *records_.insert(records_.begin() + position, std::move(record));
     }
-    void DeletePos(int position) { records_.erase(records_.begin() + position); }
     void Clear() { records_.clear(); }
 
     auto begin() { return records_.begin(); }

@@ -1,5 +1,7 @@
 #include "base/XStr.h"
 
+#include <utility>
+
 namespace {
 
 constexpr uint32_t kReplacement = 0xFFFD;

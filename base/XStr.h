@@ -3,13 +3,9 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 // Wide text. A character is one Unicode code point in 32 bits, on every platform that this software runs on.
 using XStr = std::wstring;
-
-// An ordered list of texts.
-using XStrList = std::vector<XStr>;
 
 static_assert(sizeof(wchar_t) == 4, "wide characters carry one code point each");
 

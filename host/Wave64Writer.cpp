@@ -19,7 +19,7 @@ void Wave64Writer::Finish() {
 
     // Readers pass over a chunk header with nothing behind it.
     constexpr uint64_t nothing = 0;
-    if (data->DataSize == 0) Check(chunks_.AddChunk("junk", sizeof nothing, &nothing, -1));
+    if (data->DataSize == 0) chunks_.AddChunk("junk", sizeof nothing, &nothing, -1);
     Check(chunks_.WriteChunksAfterData());
     Check(chunks_.WriteChunkHeaders(false));
     // What the audio lacks to a multiple of 8 bytes becomes zeros.

@@ -12,7 +12,7 @@
 // Errors: reported, then 0; Close and destruction are safe in every state.
 class clDecoder {
 public:
-    explicit clDecoder(const STNStdReport& report) : report_(report) {}
+    explicit clDecoder(const STNStdReport& report) : engine_(report), report_(report) {}
 
     bool Open(STKvOpenDecoder& open);
     bool Close(STKvEncoderFluid& fluid);

@@ -1,5 +1,6 @@
 #include "plugin/interface/StdReport.h"
 
+#include <algorithm>
 #include <unistd.h>
 
 std::mutex StdReport::Access;
@@ -47,10 +48,10 @@ void StdReport::WriteFile(intptr_t handle, std::wstring_view text) {
 void StdReport::WriteLine(std::wstring_view message, const STNStdReport& report, const char* functionName,
                           const wchar_t* prefix, intptr_t handle) {
     WriteDEBUG(message, report, functionName, true, prefix);
-    WriteFile(handle, GetFinalMsg(L"", message, functionName, true));
+    if (HasOutput(handle)) WriteFile(handle, GetFinalMsg(L"", message, functionName, true));
 }
 
-void StdReport::MarkLineEnded() {
+void StdReport::KeepTrack(bool endLine) {
     const std::lock_guard lock(Access);
-    LastWasCRLF = true;
+    LastWasCRLF = endLine;
 }

@@ -23,15 +23,22 @@ public:
     static void WriteDEBUG(std::wstring_view message, const STNStdReport& report, const char* functionName,
                            bool endLine, const wchar_t* prefix = nullptr);
 
-    // The same for a whole line whose text costs something to put together: `build` is called only when
-    // somebody reads the trace. Such a line is never an entry or exit marker.
+    // The same for a text that costs something to put together: `build` is called only when somebody reads
+    // the trace. Such a text is never an entry or exit marker; one may go before it, as `marker`.
     template <std::invocable Build>
-    static void WriteDEBUG(const Build& build, const STNStdReport& report, const char* functionName) {
+    static void WriteDEBUG(const Build& build, const STNStdReport& report, const char* functionName,
+                           bool endLine = true) {
         if (HasOutput(report.Debug)) {
-            WriteDEBUG(build(), report, functionName, true);
-        } else if (!LastWasCRLF) {  // else there is nothing to keep track of
-            MarkLineEnded();
+            WriteDEBUG(build(), report, functionName, endLine);
+        } else if (LastWasCRLF != endLine) {  // else there is nothing to keep track of
+            KeepTrack(endLine);
         }
+    }
+    template <std::invocable Build>
+    static void WriteDEBUG(std::wstring_view marker, const Build& build, const STNStdReport& report,
+                           const char* functionName) {
+        WriteDEBUG(HasOutput(report.Debug) ? XStr(marker) + build() : XStr(marker), report, functionName,
+                   true);
     }
 
     static void WriteINFO(std::wstring_view message, const STNStdReport& report, const char* functionName);
@@ -46,7 +53,7 @@ public:
 private:
     static void WriteLine(std::wstring_view message, const STNStdReport& report, const char* functionName,
                           const wchar_t* prefix, intptr_t handle);
-    static void MarkLineEnded();
+    static void KeepTrack(bool endLine);
 
     static std::mutex Access;
     static XStr SpaceAdder;                // the current indentation

@@ -1,6 +1,14 @@
 #pragma once
 
-#include "audio/XAudioWFX.h"
+#include "audio/XAudioBufferNew.h"
+
+#include <vector>
+
+using Bytes = std::vector<uint8_t>;
+
+inline Bytes Used(const XAudioBufferNew& buffer) {
+    return {buffer.BufferStart(), buffer.BufferStart() + buffer.GetUsedByte()};
+}
 
 inline XAudioWFX Format(int tag, int channels, int bits, int rate = 44100) {
     XAudioWFX format(channels, rate, bits);

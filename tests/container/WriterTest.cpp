@@ -109,19 +109,19 @@ TEST(Writer, CutsSizeFieldsTo32BitsUnlessAskedForAll) {
 }
 
 TEST(Writer, ResumesAfterAFailureWhereItStopped) {
-    const TempFolder folder;
-    Bytes format = PCM();
-    XFile readOnly, writable;
-    ReportCapture capture;
-    const XStr path = FromUTF8(folder.Write("a.w64", {}).native());
-    ASSERT_TRUE(readOnly.Open(path, XFile::Access::Read));
-    clWave64Handler handler;
-    EXPECT_FALSE(handler.InitializeNewWAV(readOnly.Handle(), reinterpret_cast<tWAVEFORMATEX*>(format.data()),
-                                          capture.Report(), {}, 0));
-    EXPECT_EQ(capture.Errors(), "Error writing to file, disk full?  [WriteChunkHeaders]\r\n");
+    NewFile made;
+    XFile readOnly;
+    ASSERT_TRUE(made.Begin(PCM()) && made.Finish(Pattern(8)));
+    made.file.Close();
+    ASSERT_TRUE(readOnly.Open(FromUTF8(made.path.native()), XFile::Access::Read));
+    made.handler.Open(readOnly.Handle());
+    made.handler.FindChunkForWrite("data")->DataSize = 16;
+    EXPECT_FALSE(made.handler.WriteChunkHeaders(false));
+    EXPECT_EQ(made.capture.Errors(), "Error writing to file, disk full?  [WriteChunkHeaders]\r\n");
     readOnly.Close();
-    ASSERT_TRUE(writable.Open(path, XFile::Access::ReadWrite));
-    handler.Open(writable.Handle());
-    EXPECT_TRUE(handler.WriteChunkHeaders(false));
-    EXPECT_EQ(ReadBytes(folder.Path() / "a.w64").size(), 40u + 40 + 24);
+
+    ASSERT_TRUE(made.file.Open(FromUTF8(made.path.native()), XFile::Access::ReadWrite));
+    made.handler.Open(made.file.Handle());
+    EXPECT_TRUE(made.handler.WriteChunkHeaders(false));
+    EXPECT_EQ(made.SizeFieldAt(80), 16u + 24);
 }

@@ -136,6 +136,7 @@ TEST(Boundary, CallsOutOfOrderNeitherCrashNorLeak) {
         EXPECT_EQ(host.DecodeBlock(), 1);
         EXPECT_EQ(host.block.EndOfStream, 1u);
         EXPECT_EQ(Plugin().SetPosition(host.handle, 0), 0);
+        EXPECT_EQ(host.capture.Errors(), "Error SetPosition returned false.  [SetPosition]\r\n");
         EXPECT_EQ(host.Close(), 1);
 
         ASSERT_EQ(host.Open(path), 1);

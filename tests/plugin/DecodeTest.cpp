@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <limits>
+#include <mutex>
 #include <thread>
 
 namespace {
@@ -88,6 +89,14 @@ TEST_F(Range, IsClampedToTheDataAndToWholeFrames) {
         EXPECT_EQ(host.block.EndOfStream, 1u);
         EXPECT_EQ(host.block.Data == nullptr, c.from == c.to);
     }
+}
+
+TEST_F(Range, NoPartOfAFrameIsReadFromBeforeTheRangeEither) {
+    PluginHost host;
+    host.SetRange(200, 300);
+    ASSERT_EQ(host.Open(path), 1);
+    ASSERT_EQ(Plugin().SetPosition(host.handle, -1), 1);
+    EXPECT_EQ(host.DecodeAll(), Bytes());
 }
 
 TEST_F(Range, SeeksCountFromTheStartOfTheRange) {

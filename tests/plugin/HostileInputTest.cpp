@@ -54,6 +54,7 @@ TEST(HostileInput, FailsWithAMessageOrDecodesWhatIsThere) {
          "Error reading data from file.", 0},
         {"fmt claims 2^63", Wave64Bytes().Data({}).Chunk("fmt ", {}, huge).File(huge), "is a bad size.", 0},
         {"ten thousand tiny chunks", TinyChunks(10000), nullptr, 400},
+        {"more chunks than are kept", TinyChunks(500001), "File error reading chunk.  [ScanFile]", 0},
         {"0 channels", Wave64Bytes().Fmt(1, 0, 44100, 16).Data(Pattern(400)).File(), nullptr, 400},
         {"rate 0", Wave64Bytes().Fmt(1, 2, 0, 16).Data(Pattern(400)).File(), nullptr, 400},
         {"0 bits", Wave64Bytes().Fmt(1, 2, 44100, 0).Data(Pattern(400)).File(), nullptr, 400},

@@ -74,7 +74,10 @@ FAKE_EXPORT int32_t DecodeBlock(void* handle, STKvAudioBlock* block) {
     return 1;
 }
 
-FAKE_EXPORT int32_t Close(void*, STKvEncoderFluid*) { return 1; }
+FAKE_EXPORT int32_t Close(void*, STKvEncoderFluid* fluid) {
+    *reinterpret_cast<char*>(fluid) = 'c';
+    return 1;
+}
 FAKE_EXPORT int32_t SetPosition(void*, int64_t) { return 1; }
 FAKE_EXPORT int32_t Get(void*, const wchar_t*, STKvCodecGetSet*) { return 0; }
 FAKE_EXPORT int32_t Set(void*, const wchar_t*, STKvCodecGetSet*) { return 0; }

@@ -109,6 +109,7 @@ TEST_F(SubDecoder, APendingBlockOutlivesASeekButNotAClose) {
     EXPECT_EQ(host.DecodeAll(), Decoded());
     ASSERT_EQ(host.Open(File()), 1);
     host.Close();
+    EXPECT_EQ(host.fluid, 'c');  // the record went through
     EXPECT_EQ(host.DecodeBlock(), 0);
 }
 

@@ -81,10 +81,7 @@ public:
         return Plugin().DecodeBlock(handle, &block);
     }
 
-    int32_t Close() {
-        char fluid = 0;  // opaque to the plug-in
-        return Plugin().Close(handle, reinterpret_cast<STKvEncoderFluid*>(&fluid));
-    }
+    int32_t Close() { return Plugin().Close(handle, reinterpret_cast<STKvEncoderFluid*>(&fluid)); }
 
     // Everything up to the end of the stream; stops at the first failure.
     Bytes DecodeAll() {
@@ -98,6 +95,7 @@ public:
     }
 
     ReportCapture capture;
+    char fluid = 0;  // opaque to the plug-in
     void* handle = nullptr;
     STKvOpenDecoder open{};
     STKvAudioBlock block{};

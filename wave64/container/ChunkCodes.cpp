@@ -3,7 +3,6 @@
 #include "base/LittleEndian.h"
 
 #include <algorithm>
-#include <cctype>
 
 namespace {
 
@@ -38,10 +37,13 @@ constexpr CodeAndGUID kKnownCodes[] = {
     {kSummaryListCode, kSummaryListCode, MakeGUID(0x925F94BC, 0x525A, 0x11D2, 0x86DC00C04F8EDB8A)},
 };
 
-uint32_t CodeInCase(std::string_view fourcc, int (*convert)(int)) {
+// Without the locale, which is the host's.
+char Upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+uint32_t CodeInCase(std::string_view fourcc, char (*convert)(char)) {
     std::string converted(fourcc);
-    std::ranges::transform(converted, converted.begin(),
-                           [convert](char c) { return static_cast<char>(convert(static_cast<uint8_t>(c))); });
+    std::ranges::transform(converted, converted.begin(), convert);
     return RIFFChnkID(converted);
 }
 
@@ -72,7 +74,7 @@ bool CompareGUID(const GUID& guid, uint32_t code) { return guid == ConvertToGUID
 
 bool CompareID(uint32_t code, std::string_view fourcc, bool anyCase) {
     if (!anyCase) return code == RIFFChnkID(fourcc);
-    return code == CodeInCase(fourcc, std::toupper) || code == CodeInCase(fourcc, std::tolower);
+    return code == CodeInCase(fourcc, Upper) || code == CodeInCase(fourcc, Lower);
 }
 
 int GetPaddingBytes(int64_t n) { return n <= 0 ? 0 : static_cast<int>((8 - n % 8) % 8); }

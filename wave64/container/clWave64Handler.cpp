@@ -3,6 +3,8 @@
 #include "base/Saturating.h"
 #include "plugin/interface/StdReport.h"
 
+#include <algorithm>
+
 bool clWave64Handler::Initialize(void* fileHandle, const STNStdReport& report) {
     report_ = report;
     StdReport::WriteDEBUG(L"->->", report_, "Initialize", true);

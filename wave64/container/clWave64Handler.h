@@ -36,8 +36,7 @@ public:
     void DefaultCreate();
     void Destroy();
 
-    // Size fields are cut to 32 bits, as readers in circulation expect them to be; a file past 4 GiB needs
-    // them in full.
+    // Size fields are cut to 32 bits by design; whoever makes a file past 4 GiB asks for them in full.
     void WriteFullSizeFields(bool full) { fullSizeFields_ = full; }
 
     int Count() const { return chunks_.Count(); }
@@ -51,9 +50,8 @@ public:
     STRIFFChunk* FindChunkForWrite(std::string_view fourcc);  // marks it and all later headers for writing
     void SetChunksToWrite(int first);
 
-    // A new record before `position`, -1 for the end. The data is copied when given. False, and an empty
-    // buffer in the record, when there is no memory for that.
-    [[nodiscard]] bool AddChunk(std::string_view fourcc, uint32_t dataSize, const void* data, int position);
+    // A new record before `position`, -1 for the end. The data is copied when given. Throws std::bad_alloc.
+    void AddChunk(std::string_view fourcc, uint32_t dataSize, const void* data, int position);
 
     // Positions and the file's length from the records' sizes alone, packed without gaps.
     void CalcAllChunks();
@@ -70,7 +68,7 @@ private:
     void WalkChunks(int64_t fileSize);
     void CheckComputedSize();
 
-    [[nodiscard]] bool ListNewChunks(const tWAVEFORMATEX& format, const clPassRIFFChunks& passChunks);
+    void ListNewChunks(const tWAVEFORMATEX& format, const clPassRIFFChunks& passChunks);
     [[nodiscard]] bool WriteChunksUpToData();
     [[nodiscard]] bool WriteChunkHeader(STRIFFChunk& chunk);
     [[nodiscard]] bool WriteOuterHeader(uint64_t sizeField);

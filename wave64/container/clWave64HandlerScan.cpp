@@ -13,6 +13,9 @@ namespace {
 
 constexpr const char* kScanFile = "ScanFile";
 
+// Far beyond any recording; a file made of empty chunks would otherwise fill the memory with their records.
+constexpr int kMostChunks = 500'000;
+
 // Chunk headers through a window of the file: neighbouring small chunks cost one read together. A header that
 // lies far from the last one gets a small window, as large chunks seldom come in flocks.
 class HeaderWindow {
@@ -114,7 +117,8 @@ void clWave64Handler::WalkChunks(int64_t fileSize) {
                        Int2Str(position);
             },
             report_, kScanFile);
-        if (sizeField < kChunkHeaderBytes) {  // would lead back to this header, or into it
+        // Too small a size would lead back to this header, or into it.
+        if (sizeField < kChunkHeaderBytes || Count() == kMostChunks) {
             Fail(L"File error reading chunk.", kScanFile);
             return;
         }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 
 namespace {
 
@@ -29,17 +30,17 @@ uint32_t FmtBytes(const tWAVEFORMATEX& format) {
 
 }  // namespace
 
-bool clWave64Handler::AddChunk(std::string_view fourcc, uint32_t dataSize, const void* data, int position) {
-    StdReport::WriteDEBUG(L"->-> Adding Chunk '" + Widen(fourcc) + L"' Length: " + Int2Str(dataSize), report_,
-                          kAddChunk, true);
+void clWave64Handler::AddChunk(std::string_view fourcc, uint32_t dataSize, const void* data, int position) {
+    StdReport::WriteDEBUG(
+        L"->->", [&] { return L" Adding Chunk '" + Widen(fourcc) + L"' Length: " + Int2Str(dataSize); },
+        report_, kAddChunk);
     STRIFFChunk& chunk = chunks_.Insert(position < 0 ? Count() : std::min(position, Count()));
     chunk.ChunkGUID = ConvertToGUID(RIFFChnkID(fourcc));
     chunk.DataSize = dataSize;
     chunk.WriteHeader = true;
-    const bool copied = !data || chunk.ChunkData.Assign(data, dataSize);
+    if (data && !chunk.ChunkData.Assign(data, dataSize)) throw std::bad_alloc();
     CalcAllChunks();
     StdReport::WriteDEBUG(L"<-<-", report_, kAddChunk, true);
-    return copied;
 }
 
 bool clWave64Handler::InitializeNewWAV(void* fileHandle, const tWAVEFORMATEX* format,
@@ -49,17 +50,18 @@ bool clWave64Handler::InitializeNewWAV(void* fileHandle, const tWAVEFORMATEX* fo
     StdReport::WriteDEBUG(L"->->", report_, kInitializeNewWAV, true);
     DefaultCreate();
     Open(fileHandle);
-    XAudioWFX plain(format);
-    if (convertExtensible == 1 && format->wFormatTag == kTagExtensible && plain.ConvertExtensibleToWFX()) {
-        format = plain.wfx();
+    XAudioWFX plain;
+    if (convertExtensible == 1 && format->wFormatTag == kTagExtensible) {
+        plain.Assign(format);
+        if (plain.ConvertExtensibleToWFX()) format = plain.wfx();
     }
-    if (!ListNewChunks(*format, passChunks) || !WriteChunkHeaders(true) || !WriteChunksUpToData())
-        return false;
+    ListNewChunks(*format, passChunks);
+    if (!WriteChunkHeaders(true) || !WriteChunksUpToData()) return false;
     StdReport::WriteDEBUG(L"<-<-", report_, kInitializeNewWAV, true);
     return true;
 }
 
-bool clWave64Handler::ListNewChunks(const tWAVEFORMATEX& format, const clPassRIFFChunks& passChunks) {
+void clWave64Handler::ListNewChunks(const tWAVEFORMATEX& format, const clPassRIFFChunks& passChunks) {
     const uint32_t fmtBytes = FmtBytes(format);
     for (int i = 0; i < passChunks.Count(); ++i) {
         const STPassRIFFChunks& passed = passChunks[i];
@@ -67,11 +69,11 @@ bool clWave64Handler::ListNewChunks(const tWAVEFORMATEX& format, const clPassRIF
         const bool isFmt = CompareID(passed.ChunkID, "fmt ", true);
         const bool isData = CompareID(passed.ChunkID, "data", true);
         const auto bytes = isFmt ? fmtBytes : isData ? 0 : static_cast<uint32_t>(passed.Data.Size());
-        if (!AddChunk(fourcc, bytes, isFmt ? nullptr : passed.Data.Data(), -1)) return false;
+        AddChunk(fourcc, bytes, isFmt ? nullptr : passed.Data.Data(), -1);
     }
-    if (IndexOfChunk("fmt ") < 0 && !AddChunk("fmt ", fmtBytes, nullptr, IndexOfDataChunk())) return false;
-    if (IndexOfDataChunk() < 0 && !AddChunk("data", 0, nullptr, -1)) return false;
-    return FindChunkForRead("fmt ")->ChunkData.Assign(&format, fmtBytes);
+    if (IndexOfChunk("fmt ") < 0) AddChunk("fmt ", fmtBytes, nullptr, IndexOfDataChunk());
+    if (IndexOfDataChunk() < 0) AddChunk("data", 0, nullptr, -1);
+    if (!FindChunkForRead("fmt ")->ChunkData.Assign(&format, fmtBytes)) throw std::bad_alloc();
 }
 
 bool clWave64Handler::WriteChunksUpToData() {

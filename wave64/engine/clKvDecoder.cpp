@@ -1,5 +1,7 @@
 #include "wave64/engine/clKvDecoder.h"
 
+#include <utility>
+
 template <class Function>
 bool clKvDecoder::Find(Function& function, const char* name) {
     function = reinterpret_cast<Function>(_GetProc(library_, name));
@@ -43,11 +45,22 @@ void clKvDecoder::FreeDLL() {
 
 bool clKvDecoder::Create(STNStdReport report) {
     Destroy();
-    if (create_) instance_ = create_(&report);
+    if (loaded_) instance_ = create_(&report);
     return instance_ != nullptr;
 }
 
+int32_t clKvDecoder::Close(STKvEncoderFluid* fluid) {
+    try {
+        return Call(close_, fluid);
+    } catch (...) {
+        return 0;
+    }
+}
+
 void clKvDecoder::Destroy() {
-    if (instance_ && destroy_) destroy_(instance_);
-    instance_ = nullptr;
+    void* instance = std::exchange(instance_, nullptr);
+    try {
+        if (instance && destroy_) destroy_(instance);
+    } catch (...) {  // NOLINT(bugprone-empty-catch): it is gone either way
+    }
 }

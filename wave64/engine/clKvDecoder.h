@@ -4,9 +4,10 @@
 #include "plugin/interface/STNStdReport.h"
 #include "wave64/engine/XDLL.h"
 
-// Another decoder plug-in of this family, driven as a host drives this one. It goes from loaded (library
-// open, entry points found) to created (an instance exists) and back; one instance at a time. Errors: false
-// or 0, without a message. Calls on an incomplete or unloaded plug-in return 0.
+// Another decoder plug-in of this family, driven as a host drives this one. It goes from loaded (library open,
+// entry points found) to created (an instance exists) and back; one instance at a time.
+// Errors: false or 0, without a message. Calls on an incomplete or unloaded plug-in return 0. What the plug-in
+//         throws goes through, except while it is being closed or destroyed.
 class clKvDecoder : public XDLL {
 public:
     ~clKvDecoder() override { FreeDLL(); }
@@ -23,7 +24,7 @@ public:
     void Destroy();
 
     int32_t Open(STKvOpenDecoder* open) { return Call(open_, open); }
-    int32_t Close(STKvEncoderFluid* fluid) { return Call(close_, fluid); }
+    int32_t Close(STKvEncoderFluid* fluid);
     int32_t DecodeBlock(STKvAudioBlock* block) { return Call(decodeBlock_, block); }
     int32_t SetPosition(int64_t frame) { return Call(setPosition_, frame); }
     int32_t Get(const wchar_t* key, STKvCodecGetSet* record) { return Call(get_, key, record); }

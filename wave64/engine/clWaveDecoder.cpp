@@ -58,18 +58,19 @@ bool clWaveDecoder::PrepareStored() {
         return Fail(L"Error Cannot Create Wave Decoder (" + GetACMFormat() + L")?", kPrepare);
     }
     StdReport::WriteDEBUG(L"Compressed WFX (on file): ", report_, nullptr, false);
-    StdReport::WriteDEBUG(stored_.WFXToString(), report_, nullptr, true);
+    StdReport::WriteDEBUG([&] { return stored_.WFXToString(); }, report_, nullptr);
     SetOutputFormat(decoder_.GetWFXOut());
     StdReport::WriteDEBUG(L"Uncompressed WFX (sent to kv): ", report_, nullptr, false);
-    StdReport::WriteDEBUG(output_.WFXToString(), report_, nullptr, true);
+    StdReport::WriteDEBUG([&] { return output_.WFXToString(); }, report_, nullptr);
     return true;
 }
 
 bool clWaveDecoder::LoadExternalDecoder() {
     StdReport::WriteDEBUG(L"Loading mp3 Sub-Decoder", report_, nullptr, true);
     ForgetPendingOutput();  // it would go with the library that it came from
-    const XStr path = XApplication::ApplicationPath() + L"/mp3.dll";
-    if (!subDecoder_.LoadDecoder(path, L".mp3")) {
+    const XStr folder = XApplication::ApplicationPath();
+    const XStr path = folder + L"/mp3.dll";
+    if (folder.empty() || !subDecoder_.LoadDecoder(path, L".mp3")) {
         return Fail(L"Error loading external Decoder '" + path + L"'", kPrepare);
     }
     external_ = true;
@@ -93,13 +94,12 @@ bool clWaveDecoder::InitializeExternalDecoder() {
 }
 
 bool clWaveDecoder::DecodeBlock(STKvAudioBlock& block) {
-    int64_t position = stored_.CalcmsTime(currentOffset_ - CalcDecodeFrom());
+    block.PositionMilliseconds = stored_.CalcmsTime(currentOffset_ - CalcDecodeFrom());
     if (HasPendingOutput()) {  // read earlier, so its audio starts before the current offset
-        position -= output_.CalcmsTime(pendingSize_);
+        block.PositionMilliseconds -= output_.CalcmsTime(pendingSize_);
     } else if (bytesLeft_ != 0 && !(external_ ? ExternalDecodeData() : DecodeStoredData())) {
         return false;
     }
-    block.PositionMilliseconds = position;
     block.EndOfStream = bytesLeft_ == 0;
     if (HasPendingOutput()) HandOut(block);
     return true;
@@ -167,7 +167,8 @@ bool clWaveDecoder::SetPosition(int64_t frame) {
 bool clWaveDecoder::GoToOffset(int64_t offset, const char* functionName) {
     if (!file_.SetPosition(offset)) return Fail(L"Error SetPosition returned false.", functionName);
     currentOffset_ = offset;
-    bytesLeft_ = stored_.BlockAlignBuffer(std::max<int64_t>(CalcDecodeTo() - offset, 0));
+    const int64_t end = std::min(CalcDecodeTo(), LastFrameEnd());
+    bytesLeft_ = stored_.BlockAlignBuffer(std::max<int64_t>(end - offset, 0));
     return true;
 }
 

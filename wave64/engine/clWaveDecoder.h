@@ -21,6 +21,8 @@
 // What was read from the first file's format chunk stays in force for the engine's life: one file each.
 class clWaveDecoder {
 public:
+    explicit clWaveDecoder(const STNStdReport& report) : report_(report) {}
+
     // Reads the chunk list. A range end of -1 means to the end of the data.
     [[nodiscard]] bool Initialize(void* fileHandle, const STNStdReport& report, int64_t rangeStart,
                                   int64_t rangeEnd);
@@ -52,6 +54,7 @@ private:
     void DeriveOutputFormat();
     int64_t OffsetOfFrame(int64_t origin, int64_t frame);
     int64_t ClampToData(int64_t offset) const;
+    int64_t LastFrameEnd();
     uint32_t BitRate() const;
 
     [[nodiscard]] bool PrepareStored();

@@ -79,7 +79,7 @@ void clWaveDecoder::ReadFactChunk() {
     } else {
         factSamples_ = count;
         StdReport::WriteDEBUG(L"Read 'fact' chunk: ", report_, nullptr, false);
-        StdReport::WriteDEBUG(Int2Str(count), report_, nullptr, false);
+        StdReport::WriteDEBUG([&] { return Int2Str(count); }, report_, nullptr, false);
         StdReport::WriteDEBUG(L" samples", report_, nullptr, true);
     }
 }
@@ -93,11 +93,11 @@ bool clWaveDecoder::FillAudioInfo(STKvAudioInfo& info) {
     info.LengthMilliseconds = CalcStreamLengthmS();
 
     StdReport::WriteDEBUG(L"Audio Length: ", report_, nullptr, false);
-    StdReport::WriteDEBUG(Int2Str(int64_t{info.LengthMilliseconds}), report_, nullptr, false);
+    StdReport::WriteDEBUG([&] { return Int2Str(int64_t{info.LengthMilliseconds}); }, report_, nullptr, false);
     StdReport::WriteDEBUG(L" mili-seconds  ", report_, nullptr, false);
-    StdReport::WriteDEBUG(Int2Str(int64_t{info.LengthBytes}), report_, nullptr, false);
+    StdReport::WriteDEBUG([&] { return Int2Str(int64_t{info.LengthBytes}); }, report_, nullptr, false);
     StdReport::WriteDEBUG(L" bytes  ", report_, nullptr, false);
-    StdReport::WriteDEBUG(Int2Str(info.BitRate / 1000), report_, nullptr, false);
+    StdReport::WriteDEBUG([&] { return Int2Str(info.BitRate / 1000); }, report_, nullptr, false);
     StdReport::WriteDEBUG(L" kbps", report_, nullptr, true);
     StdReport::WriteDEBUG(L"<-<-", report_, "FillAudioInfo", true);
     return true;
@@ -106,9 +106,10 @@ bool clWaveDecoder::FillAudioInfo(STKvAudioInfo& info) {
 int64_t clWaveDecoder::CalcDecodeFrom() { return ClampToData(OffsetOfFrame(dataStart_, rangeStart_)); }
 
 int64_t clWaveDecoder::CalcDecodeTo() {
-    if (rangeEnd_ != -1) return ClampToData(OffsetOfFrame(dataStart_, rangeEnd_));
-    return ClampToData(dataStart_ + stored_.BlockAlignBuffer(dataEnd_ - dataStart_));
+    return ClampToData(rangeEnd_ != -1 ? OffsetOfFrame(dataStart_, rangeEnd_) : LastFrameEnd());
 }
+
+int64_t clWaveDecoder::LastFrameEnd() { return dataStart_ + stored_.BlockAlignBuffer(dataEnd_ - dataStart_); }
 
 int64_t clWaveDecoder::CalcStreamLengthBytes() {
     return std::max<int64_t>(CalcDecodeTo() - CalcDecodeFrom(), 0);
@@ -118,7 +119,7 @@ int64_t clWaveDecoder::CalcStreamLengthBytes() {
 // speaks of the whole file.
 int64_t clWaveDecoder::CalcStreamLengthmS() {
     if (factSamples_ != 0 && rangeStart_ == 0 && rangeEnd_ == -1) {
-        const auto rate = std::max<int64_t>(static_cast<uint32_t>(stored_.SamplesPerSec()), 1);
+        const auto rate = std::max<int64_t>(stored_.SamplesPerSec(), 1);
         return int64_t{factSamples_} * 1000 / rate;
     }
     return stored_.CalcmsTime(CalcStreamLengthBytes());
@@ -145,4 +146,4 @@ int64_t clWaveDecoder::OffsetOfFrame(int64_t origin, int64_t frame) {
 
 int64_t clWaveDecoder::ClampToData(int64_t offset) const { return std::clamp(offset, dataStart_, dataEnd_); }
 
-uint32_t clWaveDecoder::BitRate() const { return static_cast<uint32_t>(stored_.AvgBytesPerSec()) * 8u; }
+uint32_t clWaveDecoder::BitRate() const { return stored_.AvgBytesPerSec() * 8u; }
