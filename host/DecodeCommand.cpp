@@ -107,11 +107,12 @@ private:
             opened = true;
             if (!salvage) RefuseDamage(decoder);
             Note(decoder.Notes());
+            RefuseNonsense(decoder.Format());
             const auto sink = MakeSink(job_.type, target, decoder.Format(), ExpectedBytes(decoder, stored));
             CopyAudio(decoder, *sink);
             sink->Finish();
         } catch (const DecoderFailure& failure) {
-            if (salvage || !(opened || HidesAudio(source))) throw;
+            if (options_.salvage || !(opened || HidesAudio(source))) throw;
             throw Failure(std::string(failure.what()) + "\n" + kSalvageHint);
         }
         if (salvage) Note({Describe(*salvage)});
@@ -128,6 +129,12 @@ private:
         if (!errors.empty()) throw DecoderFailure(JoinLines(errors));
         if (decoder.Info().LengthBytes == 0 && HidesAudio(job_.input)) {
             throw DecoderFailure("The audio chunk is empty, but more follows it.");
+        }
+    }
+
+    static void RefuseNonsense(const XAudioWFX& format) {
+        if (format.Channels() == 0 || format.SamplesPerSec() == 0) {
+            throw Failure("the format chunk is wrong: " + DescribeFormat(format));
         }
     }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -28,7 +29,10 @@ bool ForEachFile(std::span<const std::string> files, unsigned jobs, Console& con
     {
         const size_t threads = std::min<size_t>(std::max(jobs, 1u), files.size());
         std::vector<std::jthread> others;
-        for (size_t i = 1; i < threads; ++i) others.emplace_back(workThrough);
+        try {
+            for (size_t i = 1; i < threads; ++i) others.emplace_back(workThrough);
+        } catch (const std::system_error&) {  // fewer threads do the same work
+        }
         workThrough();
     }
     return allDone;

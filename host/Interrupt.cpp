@@ -2,13 +2,32 @@
 
 #include <atomic>
 #include <csignal>
+#include <ctime>
 
 namespace {
 
 std::atomic<int> received = 0;
 static_assert(std::atomic<int>::is_always_lock_free, "the handler may touch nothing else");
 
-void Receive(int signal) { received = signal; }
+std::atomic<time_t> receivedAt = 0;
+
+time_t Seconds() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec;
+}
+
+// The first signal ends the work in order. One that comes later, as nothing seems to happen, ends the program at
+// once; some senders signal a process and then its whole group, which is the same signal twice.
+void Receive(int signal) {
+    if (received == 0) {
+        receivedAt = Seconds();
+        received = signal;
+    } else if (Seconds() - receivedAt > 1) {
+        std::signal(signal, SIG_DFL);
+        std::raise(signal);
+    }
+}
 
 // Not those that whoever started the program wants it to ignore, as nohup does.
 void Watch(int signal, const struct sigaction& action) {
@@ -22,7 +41,6 @@ void Watch(int signal, const struct sigaction& action) {
 void Interrupt::Install() {
     struct sigaction action {};
     action.sa_handler = Receive;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigemptyset(&action.sa_mask);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) Watch(signal, action);
 

@@ -88,5 +88,8 @@ std::string Progress::Line() const {
                                    : std::to_string(filesDone_) + " of " + std::to_string(files_) + " files";
     const std::string after =
         Percent(share) + "  " + FormatSpeed(speed) + "  " + FormatMinutes(left) + " left";
-    return before + "  " + Bar(share, Console::Columns(), before.size() + after.size()) + after;
+    const std::string line =
+        before + "  " + Bar(share, Console::Columns(), before.size() + after.size()) + after;
+    // A line that wraps could not be drawn over.
+    return line.size() < Console::Columns() ? line : after.substr(0, Console::Columns() - 1);
 }

@@ -20,14 +20,49 @@ struct AudioExtent {
     int64_t headerPosition;
     int64_t present;  // bytes from its data to the end of the file
     uint64_t announced;
+    bool fits;  // other chunks follow behind the announced size, up to where the file ends
 
     int64_t DataPosition() const { return headerPosition + kChunkHeaderBytes; }
-    // A recorder that has crashed leaves the size it started with, none.
+    // A recorder that has crashed leaves the size it started with, none, or an older one.
     int64_t Usable() const {
-        return announced == 0 ? present
-                              : static_cast<int64_t>(std::min(announced, static_cast<uint64_t>(present)));
+        return announced == 0 || !fits
+                   ? present
+                   : static_cast<int64_t>(std::min(announced, static_cast<uint64_t>(present)));
     }
 };
+
+// Whether chunk after chunk leads from `position` to `end`, or past it.
+bool ChunksReach(XFile& file, int64_t position, int64_t end) {
+    std::array<uint8_t, kChunkHeaderBytes> header;
+    while (position <= end - kChunkHeaderBytes) {
+        if (!file.SetPosition(position) || file.Read(header.data(), header.size()) < header.size())
+            return false;
+        const auto size = Load<uint64_t>(header.data() + kSizeFieldOffset);
+        if (size < kChunkHeaderBytes || size > static_cast<uint64_t>(end - position)) return false;
+        position += static_cast<int64_t>(size);
+        position += GetPaddingBytes(position);
+    }
+    return position >= end;
+}
+
+// Where the outer header says that the file ends, when that is behind the audio and in the file; else its end.
+int64_t OuterEnd(XFile& file, int64_t audioEnd, int64_t fileBytes) {
+    std::array<uint8_t, kOuterHeaderBytes> header;
+    if (!file.SetPosition(0) || file.Read(header.data(), header.size()) < header.size()) return fileBytes;
+    const auto size = Load<uint64_t>(header.data() + kSizeFieldOffset);
+    const bool isBehindAudio = size >= static_cast<uint64_t>(audioEnd);
+    return isBehindAudio && size < static_cast<uint64_t>(fileBytes) ? static_cast<int64_t>(size) : fileBytes;
+}
+
+AudioExtent ExtentOf(XFile& file, int64_t headerPosition, uint64_t sizeField, int64_t fileBytes) {
+    AudioExtent audio{headerPosition, fileBytes - headerPosition - kChunkHeaderBytes, 0, true};
+    audio.announced = sizeField < kChunkHeaderBytes ? 0 : sizeField - kChunkHeaderBytes;
+    if (audio.announced < static_cast<uint64_t>(audio.present)) {
+        const int64_t end = audio.DataPosition() + static_cast<int64_t>(audio.announced);
+        audio.fits = ChunksReach(file, end + GetPaddingBytes(end), OuterEnd(file, end, fileBytes));
+    }
+    return audio;
+}
 
 std::optional<AudioExtent> FindAudio(const fs::path& path) {
     XFile file;
@@ -39,8 +74,7 @@ std::optional<AudioExtent> FindAudio(const fs::path& path) {
         if (!file.SetPosition(position) || file.Read(header.data(), header.size()) < header.size()) break;
         const auto size = Load<uint64_t>(header.data() + kSizeFieldOffset);
         if (CompareGUID(Load<GUID>(header.data()), RIFFChnkID("data"))) {
-            const uint64_t announced = size < kChunkHeaderBytes ? 0 : size - kChunkHeaderBytes;
-            return AudioExtent{position, fileBytes - position - kChunkHeaderBytes, announced};
+            return ExtentOf(file, position, size, fileBytes);
         }
         if (size < kChunkHeaderBytes || size > static_cast<uint64_t>(fileBytes - position)) break;
         position += static_cast<int64_t>(size);
@@ -137,5 +171,6 @@ bool HidesAudio(const fs::path& path) {
     const auto audio = FindAudio(path);
     if (!audio || audio->present == 0) return false;
     Wave64File file(path);
+    if (!file.IsOpen()) return false;
     return audio->announced == 0 ? !file.IsWhole() : !DecoderSees(file, *audio);
 }

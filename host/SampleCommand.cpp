@@ -17,6 +17,7 @@ void CheckOptions(const SampleOptions& options) {
     if (!options.output.ends_with(".w64")) throw UsageError("'" + options.output + "' should end in .w64");
     if (options.isFloat && options.bits < 32) throw UsageError("floating-point samples have 32 or 64 bits");
     if (!options.isFloat && options.bits > 32) throw UsageError("64-bit samples need --float");
+    if (!std::isfinite(options.seconds)) throw UsageError("--seconds is no number");
 }
 
 void WriteSignal(const SampleOptions& options, Wave64Writer& writer, const WAVEFORMATEXTENSIBLE& format,

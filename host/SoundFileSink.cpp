@@ -66,10 +66,10 @@ protected:
     // `kind` of file and what it `holds`, for messages.
     void Start(const std::string& kind, const char* holds, int type, int subtype) {
         SF_INFO info{};
-        info.samplerate = static_cast<int>(std::min<uint32_t>(format_.SamplesPerSec(), INT32_MAX));
+        info.samplerate = static_cast<int>(format_.SamplesPerSec());
         info.channels = format_.Channels();
         info.format = type | subtype;
-        if (subtype == 0 || sf_format_check(&info) == 0) {
+        if (subtype == 0 || info.samplerate <= 0 || sf_format_check(&info) == 0) {
             throw Failure(kind + " holds " + holds + ", this is " + DescribeFormat(format_));
         }
         encoder_.reset(sf_open_virtual(SoundFileOutput::Calls(), SFM_WRITE, &info, output_.get()));

@@ -3,10 +3,10 @@
 #include <string>
 
 // Where the trace of the decoder goes.
-// Errors: Failure when it cannot be written.
+// Errors: UsageError when it would replace a file, Failure when it cannot be written.
 class TraceFile {
 public:
-    // A file that is written anew, "-" for standard error, or empty for no trace.
+    // A new file, something that is no regular file, "-" for standard error, or empty for no trace.
     explicit TraceFile(const std::string& name);
     TraceFile(const TraceFile&) = delete;  // one owner closes it
     TraceFile& operator=(const TraceFile&) = delete;

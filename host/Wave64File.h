@@ -14,6 +14,7 @@ class Wave64File {
 public:
     explicit Wave64File(const std::filesystem::path& path);
 
+    bool IsOpen() const { return file_.IsOpen(); }
     clWave64Handler& Chunks() { return chunks_; }
     int64_t FileBytes() const { return file_.Size(); }
 

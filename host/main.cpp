@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <fcntl.h>
-#include <filesystem>
 #include <thread>
 #include <unistd.h>
 
@@ -62,6 +61,7 @@ void AddDecode(CLI::App& app, DecodeOptions& options) {
         ->add_option(
             "-o,--output", options.output,
             "A .wav, .flac, .raw or .pcm file, a folder,\n- for standard output; else a .wav beside IN")
+        ->check([](const std::string& name) { return name.empty() ? "a name is missing" : ""; })
         ->type_name("OUT");
     command
         ->add_option_function<std::string>(
@@ -138,17 +138,6 @@ void Describe(CLI::App& app, CommandLine& line) {
     app.footer(kExamples);
 }
 
-void CheckTraceName(const CommandLine& line) {
-    std::vector<std::string> audio = line.decode.inputs;
-    audio.insert(audio.end(), line.info.inputs.begin(), line.info.inputs.end());
-    audio.push_back(line.encode.input);
-    for (const std::string& name : audio) {
-        if (std::error_code error; std::filesystem::equivalent(line.trace, name, error)) {
-            throw UsageError("the trace would replace '" + name + "'");
-        }
-    }
-}
-
 // A program that is started without one of them would open some file under its number and then talk into it.
 // The stand-ins fail when they are used.
 void OccupyStandardStreams() {
@@ -161,7 +150,6 @@ void OccupyStandardStreams() {
 }
 
 bool Run(const CLI::App& app, const CommandLine& line, Console& console) {
-    CheckTraceName(line);
     const TraceFile trace(line.trace);
     const Session session = {console, trace.Descriptor()};
     if (app.got_subcommand("decode")) return DecodeCommand(line.decode, session);

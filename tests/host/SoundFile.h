@@ -3,33 +3,23 @@
 #include "Bytes.h"
 
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <sndfile.h>
 #include <stdexcept>
+
+// The kinds of samples that are not compressed, and their bytes.
+inline const std::map<int, size_t> kLinearKinds = {{SF_FORMAT_PCM_U8, 1}, {SF_FORMAT_PCM_16, 2},
+                                                   {SF_FORMAT_PCM_24, 3}, {SF_FORMAT_PCM_32, 4},
+                                                   {SF_FORMAT_FLOAT, 4},  {SF_FORMAT_DOUBLE, 8}};
 
 // Audio files through libsndfile, the independent witness.
 class SoundFile {
 public:
     explicit SoundFile(const std::filesystem::path& path) { Open(path, SFM_READ); }
-    SoundFile(const std::filesystem::path& path, int format, int channels, int rate = 44100)
-        : info_{0, rate, channels, format, 0, 0} {
+    SoundFile(const std::filesystem::path& path, int format, int channels)
+        : info_{0, 44100, channels, format, 0, 0} {
         Open(path, SFM_WRITE);
-    }
-
-    // Of a sample, for the linear kinds.
-    static size_t BytesOf(int kind) {
-        switch (kind) {
-        case SF_FORMAT_PCM_U8:
-            return 1;
-        case SF_FORMAT_PCM_16:
-            return 2;
-        case SF_FORMAT_PCM_24:
-            return 3;
-        case SF_FORMAT_DOUBLE:
-            return 8;
-        default:
-            return 4;
-        }
     }
 
     const SF_INFO& Info() const { return info_; }
@@ -45,32 +35,23 @@ public:
 
     // All samples as they lie in the file.
     Bytes ReadRaw() {
-        Bytes bytes(static_cast<size_t>(info_.frames * info_.channels) * BytesOf(Kind()));
-        const sf_count_t got = sf_read_raw(file_.get(), bytes.data(), static_cast<sf_count_t>(bytes.size()));
-        bytes.resize(static_cast<size_t>(got));
+        Bytes bytes(static_cast<size_t>(info_.frames * info_.channels) * kLinearKinds.at(Kind()));
+        const auto wanted = static_cast<sf_count_t>(bytes.size());
+        bytes.resize(static_cast<size_t>(sf_read_raw(file_.get(), bytes.data(), wanted)));
         return bytes;
     }
 
     // All samples between -1 and 1; exact for every linear kind.
     std::vector<double> ReadSamples() {
         std::vector<double> samples(static_cast<size_t>(info_.frames * info_.channels));
-        const sf_count_t got =
-            sf_read_double(file_.get(), samples.data(), static_cast<sf_count_t>(samples.size()));
-        samples.resize(static_cast<size_t>(got));
+        const auto wanted = static_cast<sf_count_t>(samples.size());
+        samples.resize(static_cast<size_t>(sf_read_double(file_.get(), samples.data(), wanted)));
         return samples;
     }
 
-    std::vector<int> ChannelMap() {
-        std::vector<int> map(static_cast<size_t>(info_.channels));
-        const bool known =
-            sf_command(file_.get(), SFC_GET_CHANNEL_MAP_INFO, map.data(), MapBytes(map)) == SF_TRUE;
-        return known ? map : std::vector<int>();
-    }
-    void SetChannelMap(std::vector<int> map) {
-        if (sf_command(file_.get(), SFC_SET_CHANNEL_MAP_INFO, map.data(), MapBytes(map)) != SF_TRUE) {
-            throw std::runtime_error("no channel map");
-        }
-    }
+    // The speaker of each channel; false when the file does not tell or cannot.
+    bool GetChannelMap(std::vector<int>& map) { return MapCommand(SFC_GET_CHANNEL_MAP_INFO, map); }
+    bool SetChannelMap(std::vector<int> map) { return MapCommand(SFC_SET_CHANNEL_MAP_INFO, map); }
 
 private:
     struct Close {
@@ -81,7 +62,11 @@ private:
         file_.reset(sf_open(path.c_str(), mode, &info_));
         if (!file_) throw std::runtime_error(path.string() + ": " + sf_strerror(nullptr));
     }
-    static int MapBytes(const std::vector<int>& map) { return static_cast<int>(map.size() * sizeof map[0]); }
+    bool MapCommand(int command, std::vector<int>& map) {
+        map.resize(static_cast<size_t>(info_.channels));
+        const auto bytes = static_cast<int>(map.size() * sizeof map[0]);
+        return sf_command(file_.get(), command, map.data(), bytes) == SF_TRUE;
+    }
 
     SF_INFO info_{};
     std::unique_ptr<SNDFILE, Close> file_;

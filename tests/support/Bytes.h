@@ -11,8 +11,9 @@ using Bytes = std::vector<uint8_t>;
 
 template <class T>
 void Append(Bytes& bytes, T value) {
-    const auto* begin = reinterpret_cast<const uint8_t*>(&value);
-    bytes.insert(bytes.end(), begin, begin + sizeof value);
+    const size_t at = bytes.size();
+    bytes.resize(at + sizeof value);
+    Store(bytes.data() + at, value);
 }
 
 // Bytes that repeat only after 251, so that no block of a power of two looks like its neighbour.
