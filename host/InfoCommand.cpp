@@ -116,6 +116,9 @@ bool InfoCommand(const InfoOptions& options, Session session) {
             Print(subject);
         }
         if (!errors.empty()) throw Failure(JoinLines(errors));
+        if (const int64_t missing = file.MissingBytes(); missing > 0) {
+            throw Failure("the file is cut off, " + Grouped(missing) + " bytes are missing");
+        }
     };
     const bool allDone = ForEachFile(options.inputs, 1, session.console, describe);
     if (options.json) std::cout << all.dump(2) << "\n";

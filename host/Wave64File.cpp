@@ -1,5 +1,6 @@
 #include "host/Wave64File.h"
 
+#include <algorithm>
 #include <vector>
 
 Wave64File::Wave64File(const std::filesystem::path& path) : channels_(0) {
@@ -16,6 +17,11 @@ void Wave64File::ReadFormat() {
     std::vector<uint8_t> bytes(static_cast<size_t>(std::min(fmt->DataSize, kLargest)));
     if (file_.Read(bytes.data(), bytes.size()) < bytes.size()) return;
     format_.emplace(bytes.data(), static_cast<unsigned>(bytes.size()));
+}
+
+int64_t Wave64File::MissingBytes() {
+    const STRIFFChunk* last = chunks_.GetChunk(chunks_.Count() - 1);
+    return last ? std::max<int64_t>(last->FileDataPosition + last->DataSize - FileBytes(), 0) : 0;
 }
 
 bool Wave64File::IsWhole() const {

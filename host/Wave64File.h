@@ -21,6 +21,9 @@ public:
     // The stored format; nothing when there is no readable one.
     const std::optional<XAudioWFX>& Format() const { return format_; }
 
+    // Bytes of chunk data that the file ought to have behind its end; padding does not count.
+    int64_t MissingBytes();
+
     // The chunks follow each other to the end of the file without a complaint.
     bool IsWhole() const;
 

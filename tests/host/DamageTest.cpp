@@ -42,6 +42,7 @@ TEST(Damage, IsAnErrorUnlessSalvageKeepsEveryWholeFrame) {
         {"audio size as it was at the start", File(kDataAt, 24), whole, " lost 0 bytes"},
         {"audio size at the start, outer size right", File({}, 24), whole, " lost 0 bytes"},
         {"the same with silence", File({}, 24, Bytes(60000)), whole, " lost 0 bytes"},
+        {"audio size of a moment before the crash", File({}, 24 + 6000), whole, " lost 0 bytes"},
         {"crashed and cut off", Resized(File(0, 24), kDataAt + 1000), 166, " lost 4 bytes"},
         {"both too small", Resized(File(kDataAt + 6, {}), kDataAt + 1000), 166, " lost 59,004 bytes"},
     };
@@ -65,6 +66,14 @@ TEST(Damage, IsAnErrorUnlessSalvageKeepsEveryWholeFrame) {
         ASSERT_EQ(shop.Run("w64 decode a.w64 --salvage -q --start 100 --end 150 -o b.raw").status, 0);
         EXPECT_EQ(shop.Read("b.raw"), Slice(kept, 100 * kFrameBytes, 150 * kFrameBytes));
     }
+}
+
+TEST(Damage, InfoSaysWhatIsMissing) {
+    const Workshop shop;
+    shop.Write("a.w64", Resized(File({}, {}), kDataAt + 1000));
+    const Outcome info = shop.Run("w64 info a.w64");
+    EXPECT_EQ(info.status, 1);
+    EXPECT_PRED_FORMAT2(testing::IsSubstring, "cut off, 59,000 bytes are missing", info.errors);
 }
 
 TEST(Damage, WhatOnlyLooksOddIsDecoded) {
