@@ -187,6 +187,12 @@ public:
         CheckTaken(sf_write_int(Encoder(), samples_.data(), samples), samples);
     }
 
+    // The library writes a header with the first samples; without any the file would have none.
+    void Finish() override {
+        if (samples_.empty()) throw Failure("there is no audio, and FLAC cannot be empty");
+        SoundFileSink::Finish();
+    }
+
 private:
     std::vector<int32_t> samples_;
 };

@@ -45,6 +45,7 @@ TEST(RoundTrip, NoFramesStayNoFrames) {
     ASSERT_EQ(shop.Run("w64 encode in.wav a.w64 && w64 decode a.w64 && w64 decode a.w64 -o a.raw").status, 0);
     EXPECT_EQ(SoundFile(shop.Path() / "a.wav").Info().frames, 0);
     EXPECT_EQ(shop.Read("a.raw"), Bytes());
+    EXPECT_EQ(shop.Run("w64 decode a.w64 -o a.flac").status, 1);  // which cannot be empty
 }
 
 TEST(RoundTrip, OtherSourcesKeepTheirSamples) {
