@@ -3,6 +3,7 @@
 #include "base/XStr.h"
 #include "host/Failure.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -30,6 +31,8 @@ void OutputFile::Commit() {
     const auto descriptor = static_cast<int>(reinterpret_cast<intptr_t>(File().Handle()));
     if (::fsync(descriptor) != 0) throw SystemFailure("cannot write '" + path_.native() + "'");
     if (!replace_) return MoveToFreeName();
+    struct stat old {};
+    if (::stat(path_.c_str(), &old) == 0) ::fchmod(descriptor, old.st_mode & 07777);  // who may read it stays
     if (::rename(temp_.Path().c_str(), path_.c_str()) != 0) {
         throw SystemFailure("cannot replace '" + path_.native() + "'");
     }

@@ -144,7 +144,8 @@ TEST_F(DecodeTest, NothingIsReplacedUnlessForcedAndTheInputNever) {
         for (const char* name : {"a.w64", "b.w64", "b.wav"})
             EXPECT_TRUE(shop.Read(name) == before) << c.arguments << " changed " << name;
     }
-    EXPECT_EQ(shop.Run("w64 decode b.w64 --force && w64 encode b.wav b.w64 -f").status, 0);
+    EXPECT_EQ(shop.Run("chmod 600 b.wav; w64 decode b.w64 -f && w64 encode b.wav b.w64 --force").status, 0);
+    EXPECT_EQ(shop.Run("stat -c %a b.wav").output, "600\n");
     EXPECT_EQ(SoundFile(shop.Path() / "b.wav").Container(), SF_FORMAT_WAV);
     EXPECT_EQ(SoundFile(shop.Path() / "b.w64").ReadRaw(), audio);
 }
@@ -153,6 +154,7 @@ TEST_F(DecodeTest, TraceIsThePluginsOwn) {
     const char* start = "->->  [Open]\r\n  Opening file 'a.w64' for read access: Opened\r\n";
     EXPECT_TRUE(shop.Run("w64 decode a.w64 --trace trace.txt; cat trace.txt").output.starts_with(start));
     EXPECT_TRUE(shop.Run("w64 --trace - info a.w64").errors.starts_with(start));
+    EXPECT_EQ(shop.Run("w64 info a.w64 --trace trace.txt").status, 2);  // replaces nothing
 }
 
 TEST_F(DecodeTest, InfoTellsWhatThereIs) {
