@@ -92,15 +92,28 @@ TEST(RoundTrip, FilesOfOtherWritersDecode) {
             EXPECT_PRED_FORMAT2(testing::IsSubstring, "FLAC holds 8, 16 and 24-bit integers", flac.errors);
             EXPECT_EQ(shop.Files(), std::set<std::string>{"a.w64"});
         }
-        ASSERT_EQ(shop.Run("w64 decode a.w64 -o a.raw").status, 0);
-        EXPECT_EQ(shop.Read("a.raw"), audio);
+        for (int channels = 1; channels <= 8; ++channels) {
+            const Bytes samples = Audio(channels, sampleBytes);
+            SoundFile(shop.Path() / "b.w64", SF_FORMAT_W64 | kind, channels).WriteRaw(samples);
+            ASSERT_EQ(shop.Run("w64 decode b.w64 -f -o b.raw").status, 0);
+            EXPECT_EQ(shop.Read("b.raw"), samples) << channels;
+        }
     }
     const Workshop shop;
-    ASSERT_EQ(shop.Run("sox -D -n -b 24 -c 2 sox.w64 synth 0.5 sine 440").status, 0) << "needs SoX";
-    ASSERT_EQ(shop.Run("w64 decode sox.w64").status, 0);
-    const auto samples = SoundFile(shop.Path() / "sox.wav").ReadSamples();
-    EXPECT_EQ(samples, SoundFile(shop.Path() / "sox.w64").ReadSamples());
-    EXPECT_EQ(samples.size(), 48000u);
+    for (const std::string kind : {"-b 8 -e unsigned", "-b 16 -e signed", "-b 24 -e signed",
+                                   "-b 32 -e signed", "-b 32 -e float", "-b 64 -e float"}) {
+        SCOPED_TRACE(kind);
+        for (const std::string channels : {"1", "2", "3", "4", "5", "6", "7", "8"}) {
+            const std::string make =
+                "sox -D -n " + kind + " -c " + channels + " a.w64 synth 0.1 sine 440 noise";
+            ASSERT_EQ(shop.Run(make + " && w64 decode a.w64 -fo a.raw").status, 0) << "needs SoX";
+            Bytes audio = SoundFile(shop.Path() / "a.w64").ReadRaw();  // with padding
+            const Bytes decoded = shop.Read("a.raw");
+            EXPECT_LT(audio.size() - decoded.size(), 8u);
+            audio.resize(decoded.size());
+            EXPECT_TRUE(decoded == audio && !audio.empty()) << channels << " channels";
+        }
+    }
 }
 
 TEST(RoundTrip, ChannelMaskIsKept) {
