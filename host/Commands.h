@@ -9,7 +9,7 @@
 #include <vector>
 
 // What every command works with.
-struct Session {
+struct CommandContext {
     Console& console;
     int traceDescriptor;  // 0 for none
 };
@@ -49,7 +49,7 @@ struct SampleOptions {
 // The commands of `w64`. Each reports what goes wrong with a file on the console and returns whether all of
 // them are done.
 // Errors: UsageError before anything is done.
-[[nodiscard]] bool DecodeCommand(const DecodeOptions& options, Session session);
-[[nodiscard]] bool InfoCommand(const InfoOptions& options, Session session);
-[[nodiscard]] bool EncodeCommand(const EncodeOptions& options, Session session);
-[[nodiscard]] bool SampleCommand(const SampleOptions& options, Session session);
+[[nodiscard]] bool DecodeCommand(const DecodeOptions& options, CommandContext context);
+[[nodiscard]] bool InfoCommand(const InfoOptions& options, CommandContext context);
+[[nodiscard]] bool EncodeCommand(const EncodeOptions& options, CommandContext context);
+[[nodiscard]] bool SampleCommand(const SampleOptions& options, CommandContext context);

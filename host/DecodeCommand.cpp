@@ -69,9 +69,9 @@ int64_t SizeOf(const std::string& file) {
 // The decoding of one file.
 class FileDecoding {
 public:
-    FileDecoding(const DecodeJob& job, const DecodeOptions& options, Session session,
+    FileDecoding(const DecodeJob& job, const DecodeOptions& options, CommandContext context,
                  const PluginLibrary& library, Progress& progress)
-        : job_(job), options_(options), session_(session), library_(library),
+        : job_(job), options_(options), context_(context), library_(library),
           progress_(progress, SizeOf(job.input)) {}
 
     void Run() {
@@ -87,7 +87,7 @@ public:
         OutputFile output(job_.output, options_.force);
         DecodeInto({output.File(), true});
         output.Commit();
-        session_.console.Summary(job_.output.native(), progress_.Outcome());
+        context_.console.Summary(job_.output.native(), progress_.Outcome());
     }
 
 private:
@@ -98,7 +98,7 @@ private:
         FrameRange range = RangeOf(options_, stored ? stored->SamplesPerSec() : 1);
         if (salvage) range.LimitTo(salvage->frames);
 
-        DecoderInstance decoder(library_, session_.traceDescriptor);
+        DecoderInstance decoder(library_, context_.traceDescriptor);
         if (range.start != 0 || range.end >= 0) decoder.SetDecodeRange(range.start, range.end);
 
         bool opened = false;
@@ -155,22 +155,22 @@ private:
     }
 
     void Note(const std::vector<std::string>& notes) const {
-        for (const std::string& note : notes) session_.console.Note(job_.input, "note: " + note);
+        for (const std::string& note : notes) context_.console.Note(job_.input, "note: " + note);
     }
 
     const DecodeJob& job_;
     const DecodeOptions& options_;
-    Session session_;
+    CommandContext context_;
     const PluginLibrary& library_;
     Progress::Share progress_;
 };
 
 }  // namespace
 
-bool DecodeCommand(const DecodeOptions& options, Session session) {
+bool DecodeCommand(const DecodeOptions& options, CommandContext context) {
     const std::vector<DecodeJob> jobs = PlanDecodeJobs(options);
     const PluginLibrary library = PluginLibrary::BesideProgram();
-    Progress progress(session.console, fs::path(options.inputs[0]).filename(), static_cast<int>(jobs.size()));
-    return ForEachFile(options.inputs, options.jobs, session.console,
-                       [&](size_t i) { FileDecoding(jobs[i], options, session, library, progress).Run(); });
+    Progress progress(context.console, fs::path(options.inputs[0]).filename(), static_cast<int>(jobs.size()));
+    return ForEachFile(options.inputs, options.jobs, context.console,
+                       [&](size_t i) { FileDecoding(jobs[i], options, context, library, progress).Run(); });
 }

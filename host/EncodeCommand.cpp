@@ -10,19 +10,19 @@
 
 namespace fs = std::filesystem;
 
-bool EncodeCommand(const EncodeOptions& options, Session session) {
+bool EncodeCommand(const EncodeOptions& options, CommandContext context) {
     if (fs::path(options.output).extension() != ".w64") {
         throw UsageError("'" + options.output + "' should end in .w64");
     }
     const std::vector<std::string> inputs = {options.input};
-    Progress progress(session.console, fs::path(options.input).filename(), 1);
-    return ForEachFile(inputs, 1, session.console, [&](size_t) {
+    Progress progress(context.console, fs::path(options.input).filename(), 1);
+    return ForEachFile(inputs, 1, context.console, [&](size_t) {
         AudioSource source(options.input);
         if (std::error_code error; fs::equivalent(options.input, options.output, error)) {
             throw Failure("the output would replace this file itself");
         }
         const tWAVEFORMATEX& format = source.Format().Format;
-        Wave64Writer writer(options.output, options.force, source.Format(), session.traceDescriptor);
+        Wave64Writer writer(options.output, options.force, source.Format(), context.traceDescriptor);
         Progress::Share share(progress, source.Frames());
         for (auto bytes = source.Read(); !bytes.empty(); bytes = source.Read()) {
             Interrupt::Check();
@@ -31,6 +31,6 @@ bool EncodeCommand(const EncodeOptions& options, Session session) {
             share.Advance(frames, static_cast<double>(frames) / format.nSamplesPerSec);
         }
         writer.Finish();
-        session.console.Summary(options.output, share.Outcome());
+        context.console.Summary(options.output, share.Outcome());
     });
 }

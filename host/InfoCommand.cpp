@@ -14,11 +14,11 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 // What the decoder has to say, complaints that did not stop it included.
-STKvAudioInfo AskDecoder(const PluginLibrary& library, const std::string& name, Session session,
+STKvAudioInfo AskDecoder(const PluginLibrary& library, const std::string& name, CommandContext context,
                          std::vector<std::string>& errors) {
-    DecoderInstance decoder(library, session.traceDescriptor);
+    DecoderInstance decoder(library, context.traceDescriptor);
     decoder.Open(name, kvOpenAudioInfo);
-    for (const std::string& note : decoder.Notes()) session.console.Note(name, "note: " + note);
+    for (const std::string& note : decoder.Notes()) context.console.Note(name, "note: " + note);
     errors = decoder.Errors();
     return decoder.Info();
 }
@@ -100,13 +100,13 @@ void Print(const Subject& subject) {
 
 }  // namespace
 
-bool InfoCommand(const InfoOptions& options, Session session) {
+bool InfoCommand(const InfoOptions& options, CommandContext context) {
     const PluginLibrary library = PluginLibrary::BesideProgram();
     Json all = Json::array();
     const auto describe = [&](size_t i) {
         const std::string& name = options.inputs[i];
         std::vector<std::string> errors;
-        const STKvAudioInfo info = AskDecoder(library, name, session, errors);
+        const STKvAudioInfo info = AskDecoder(library, name, context, errors);
         Wave64File file(name);
         if (!file.Format()) throw Failure("cannot read the file");
         const Subject subject = {name, info, *file.Format(), file};
@@ -120,7 +120,7 @@ bool InfoCommand(const InfoOptions& options, Session session) {
             throw Failure("the file is cut off, " + Grouped(missing) + " bytes are missing");
         }
     };
-    const bool allDone = ForEachFile(options.inputs, 1, session.console, describe);
+    const bool allDone = ForEachFile(options.inputs, 1, context.console, describe);
     if (options.json) std::cout << all.dump(2) << "\n";
     std::cout.flush();
     if (!std::cout) throw Failure("cannot write to standard output");

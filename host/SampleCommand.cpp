@@ -43,17 +43,17 @@ void WriteSignal(const SampleOptions& options, Wave64Writer& writer, const WAVEF
 
 }  // namespace
 
-bool SampleCommand(const SampleOptions& options, Session session) {
+bool SampleCommand(const SampleOptions& options, CommandContext context) {
     CheckOptions(options);
     const SampleKind kind = {options.isFloat ? kTagFloat : kTagPCM, options.bits};
     const WAVEFORMATEXTENSIBLE format = MakeWaveFormat(kind, options.channels, options.rate, 0);
     const std::vector<std::string> outputs = {options.output};
-    Progress progress(session.console, std::filesystem::path(options.output).filename(), 1);
-    return ForEachFile(outputs, 1, session.console, [&](size_t) {
-        Wave64Writer writer(options.output, options.force, format, session.traceDescriptor);
+    Progress progress(context.console, std::filesystem::path(options.output).filename(), 1);
+    return ForEachFile(outputs, 1, context.console, [&](size_t) {
+        Wave64Writer writer(options.output, options.force, format, context.traceDescriptor);
         Progress::Share share(progress, 0);
         WriteSignal(options, writer, format, share);
         writer.Finish();
-        session.console.Summary(options.output, share.Outcome());
+        context.console.Summary(options.output, share.Outcome());
     });
 }

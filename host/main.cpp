@@ -151,11 +151,11 @@ void OccupyStandardStreams() {
 
 bool Run(const CLI::App& app, const CommandLine& line, Console& console) {
     const TraceFile trace(line.trace);
-    const Session session = {console, trace.Descriptor()};
-    if (app.got_subcommand("decode")) return DecodeCommand(line.decode, session);
-    if (app.got_subcommand("info")) return InfoCommand(line.info, session);
-    if (app.got_subcommand("encode")) return EncodeCommand(line.encode, session);
-    return SampleCommand(line.sample, session);
+    const CommandContext context = {console, trace.Descriptor()};
+    if (app.got_subcommand("decode")) return DecodeCommand(line.decode, context);
+    if (app.got_subcommand("info")) return InfoCommand(line.info, context);
+    if (app.got_subcommand("encode")) return EncodeCommand(line.encode, context);
+    return SampleCommand(line.sample, context);
 }
 
 int ExitStatus(const CLI::App& app, const CommandLine& line) {
