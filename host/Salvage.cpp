@@ -31,27 +31,44 @@ struct AudioExtent {
     }
 };
 
+struct Header {
+    GUID identifier;
+    uint64_t size;
+};
+
+// The outer header and that of a chunk begin alike.
+std::optional<Header> HeaderAt(XFile& file, int64_t position) {
+    std::array<uint8_t, kChunkHeaderBytes> bytes;
+    if (!file.SetPosition(position) || file.Read(bytes.data(), bytes.size()) < bytes.size())
+        return std::nullopt;
+    return Header{Load<GUID>(bytes.data()), Load<uint64_t>(bytes.data() + kSizeFieldOffset)};
+}
+
+// Where the chunk behind this one starts; nothing when this one does not fit before `end`.
+std::optional<int64_t> NextChunk(const Header& chunk, int64_t position, int64_t end) {
+    if (chunk.size < kChunkHeaderBytes || chunk.size > static_cast<uint64_t>(end - position))
+        return std::nullopt;
+    position += static_cast<int64_t>(chunk.size);
+    return position + GetPaddingBytes(position);
+}
+
 // Whether chunk after chunk leads from `position` to `end`, or past it.
 bool ChunksReach(XFile& file, int64_t position, int64_t end) {
-    std::array<uint8_t, kChunkHeaderBytes> header;
     while (position <= end - kChunkHeaderBytes) {
-        if (!file.SetPosition(position) || file.Read(header.data(), header.size()) < header.size())
-            return false;
-        const auto size = Load<uint64_t>(header.data() + kSizeFieldOffset);
-        if (size < kChunkHeaderBytes || size > static_cast<uint64_t>(end - position)) return false;
-        position += static_cast<int64_t>(size);
-        position += GetPaddingBytes(position);
+        const auto chunk = HeaderAt(file, position);
+        const auto next = chunk ? NextChunk(*chunk, position, end) : std::nullopt;
+        if (!next) return false;
+        position = *next;
     }
     return position >= end;
 }
 
 // Where the outer header says that the file ends, when that is behind the audio and in the file; else its end.
 int64_t OuterEnd(XFile& file, int64_t audioEnd, int64_t fileBytes) {
-    std::array<uint8_t, kOuterHeaderBytes> header;
-    if (!file.SetPosition(0) || file.Read(header.data(), header.size()) < header.size()) return fileBytes;
-    const auto size = Load<uint64_t>(header.data() + kSizeFieldOffset);
-    const bool isBehindAudio = size >= static_cast<uint64_t>(audioEnd);
-    return isBehindAudio && size < static_cast<uint64_t>(fileBytes) ? static_cast<int64_t>(size) : fileBytes;
+    const auto outer = HeaderAt(file, 0);
+    const bool isUsable = outer && outer->size >= static_cast<uint64_t>(audioEnd) &&
+                          outer->size < static_cast<uint64_t>(fileBytes);
+    return isUsable ? static_cast<int64_t>(outer->size) : fileBytes;
 }
 
 AudioExtent ExtentOf(XFile& file, int64_t headerPosition, uint64_t sizeField, int64_t fileBytes) {
@@ -68,17 +85,14 @@ std::optional<AudioExtent> FindAudio(const fs::path& path) {
     XFile file;
     if (!file.Open(FromUTF8(path.native()), XFile::Access::Read)) return std::nullopt;
     const int64_t fileBytes = file.Size();
-    std::array<uint8_t, kChunkHeaderBytes> header;
-    int64_t position = kOuterHeaderBytes;
-    while (position <= fileBytes - kChunkHeaderBytes) {
-        if (!file.SetPosition(position) || file.Read(header.data(), header.size()) < header.size()) break;
-        const auto size = Load<uint64_t>(header.data() + kSizeFieldOffset);
-        if (CompareGUID(Load<GUID>(header.data()), RIFFChnkID("data"))) {
-            return ExtentOf(file, position, size, fileBytes);
+    std::optional<int64_t> position = kOuterHeaderBytes;
+    while (position) {
+        const auto chunk = HeaderAt(file, *position);
+        if (!chunk) break;
+        if (CompareGUID(chunk->identifier, RIFFChnkID("data"))) {
+            return ExtentOf(file, *position, chunk->size, fileBytes);
         }
-        if (size < kChunkHeaderBytes || size > static_cast<uint64_t>(fileBytes - position)) break;
-        position += static_cast<int64_t>(size);
-        position += GetPaddingBytes(position);
+        position = NextChunk(*chunk, *position, fileBytes);
     }
     return std::nullopt;
 }

@@ -19,15 +19,16 @@ namespace {
 // Past this a WAV file needs 64-bit sizes; a little is left for the header and what follows the audio.
 constexpr int64_t kMostWavBytes = 0xFFFFFFFF - 4096;
 
-int WavSubtypeOf(const XAudioWFX& format) {
+// 0 for samples that no file of libsndfile holds.
+int SubtypeOf(const XAudioWFX& format) {
     const bool isFloat = format.WFXFormatTag() == kTagFloat;
     switch (format.BitsPerSample()) {
     case 8:
-        return SF_FORMAT_PCM_U8;
+        return isFloat ? 0 : SF_FORMAT_PCM_U8;
     case 16:
-        return SF_FORMAT_PCM_16;
+        return isFloat ? 0 : SF_FORMAT_PCM_16;
     case 24:
-        return SF_FORMAT_PCM_24;
+        return isFloat ? 0 : SF_FORMAT_PCM_24;
     case 32:
         return isFloat ? SF_FORMAT_FLOAT : SF_FORMAT_PCM_32;
     case 64:
@@ -37,18 +38,10 @@ int WavSubtypeOf(const XAudioWFX& format) {
     }
 }
 
+// FLAC has no unsigned samples.
 int FlacSubtypeOf(const XAudioWFX& format) {
-    if (format.WFXFormatTag() != kTagPCM) return 0;
-    switch (format.BitsPerSample()) {
-    case 8:
-        return SF_FORMAT_PCM_S8;
-    case 16:
-        return SF_FORMAT_PCM_16;
-    case 24:
-        return SF_FORMAT_PCM_24;
-    default:
-        return 0;
-    }
+    const int subtype = SubtypeOf(format);
+    return subtype == SF_FORMAT_PCM_U8 ? SF_FORMAT_PCM_S8 : subtype;
 }
 
 class SoundFileSink : public AudioSink {
@@ -112,7 +105,7 @@ public:
               expectedBytes.value_or(INT64_MAX) > kMostWavBytes ? SF_FORMAT_RF64
               : map.empty()                                     ? SF_FORMAT_WAV
                                                                 : SF_FORMAT_WAVEX,
-              WavSubtypeOf(format));
+              SubtypeOf(format));
         sf_command(Encoder(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
         sf_command(Encoder(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
         if (!map.empty()) {
