@@ -1,12 +1,74 @@
 #include "base/Platform.h"
 
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <filesystem>
+#include <linux/fs.h>
+#include <string>
+#include <sys/ioctl.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+int64_t CopyThroughMemory(int from, int to, int64_t offset, int64_t bytes) {
+    std::vector<char> block(static_cast<size_t>(std::min<int64_t>(bytes, 1 << 20)));
+    const ssize_t got = ::pread(from, block.data(), block.size(), offset);
+    return got <= 0 ? got : ::pwrite(to, block.data(), static_cast<size_t>(got), offset);
+}
+
+// The kernel or the file systems know no such copy; nothing is wrong with the files.
+bool CannotCopyInKernel() {
+    return errno == EXDEV || errno == ENOSYS || errno == EINVAL || errno == EOPNOTSUPP || errno == EPERM;
+}
+
+// A list or a value whose length is asked for first; empty when there is none.
+template <class Ask>
+bool ReadAttribute(std::string& bytes, const Ask& ask) {
+    const ssize_t size = ask(nullptr, size_t{0});
+    bytes.resize(size > 0 ? static_cast<size_t>(size) : 0);
+    const ssize_t got = size > 0 ? ask(bytes.data(), bytes.size()) : size;
+    if (got >= 0) bytes.resize(static_cast<size_t>(got));
+    return got >= 0;
+}
+
+}  // namespace
 
 namespace Platform {
 
 XStr ExecutablePath() {
     std::error_code error;
     return FromUTF8(std::filesystem::read_symlink("/proc/self/exe", error).native());
+}
+
+bool ShareContents(int from, int to) { return ::ioctl(to, FICLONE, from) == 0; }
+
+int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes) {
+    off_t read = offset;
+    off_t write = offset;
+    const ssize_t copied = ::copy_file_range(from, &read, to, &write, static_cast<size_t>(bytes), 0);
+    return copied < 0 && CannotCopyInKernel() ? CopyThroughMemory(from, to, offset, bytes) : copied;
+}
+
+bool CopyAttributes(int from, int to) {
+    std::string names;
+    if (!ReadAttribute(names, [&](char* out, size_t size) { return ::flistxattr(from, out, size); })) {
+        return errno == EOPNOTSUPP;
+    }
+    for (const char* name = names.c_str(); *name; name += std::strlen(name) + 1) {
+        std::string value;
+        std::string old;
+        const auto valueOf = [&](int file) {
+            return [=](char* out, size_t size) { return ::fgetxattr(file, name, out, size); };
+        };
+        if (!ReadAttribute(value, valueOf(from))) return false;
+        // Some come with the file and cannot be set.
+        if (ReadAttribute(old, valueOf(to)) && old == value) continue;
+        if (::fsetxattr(to, name, value.data(), value.size(), 0) != 0) return false;
+    }
+    return true;
 }
 
 }  // namespace Platform

@@ -1,7 +1,10 @@
 #include "base/XFile.h"
 
+#include "base/Saturating.h"
 #include "base/XStr.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -10,12 +13,29 @@
 
 namespace {
 
+using Block = std::array<std::byte, 65536>;  // of a move
+
 static_assert(sizeof(off_t) == 8, "positions are 64-bit");
 
-int OpenDescriptor(const char* path, int flags) {
+struct Opening {
+    int flags;
+    int lock;
+    mode_t permissions;  // of a new file
+};
+
+constexpr Opening kOpenings[] = {
+    // in the order of XFile::Access
+    {O_RDONLY, LOCK_SH | LOCK_NB, 0},
+    {O_RDWR, LOCK_EX | LOCK_NB, 0},
+    {O_RDWR | O_CREAT | O_EXCL, LOCK_EX | LOCK_NB, 0666},
+    {O_RDONLY, LOCK_SH, 0},
+    {O_RDWR | O_CREAT, LOCK_EX, 0600},
+};
+
+int OpenDescriptor(const char* path, const Opening& how) {
     int descriptor = -1;
-    do {
-        descriptor = ::open(path, flags | O_CLOEXEC | O_NONBLOCK, 0666);  // a pipe would keep us waiting
+    do {  // not blocking, as a pipe would keep us waiting
+        descriptor = ::open(path, how.flags | O_CLOEXEC | O_NONBLOCK, how.permissions);
     } while (descriptor < 0 && errno == EINTR);
     return descriptor;
 }
@@ -30,7 +50,7 @@ bool IsFile(int descriptor) {
 bool Lock(int descriptor, int operation) {
     int result = 0;
     do {
-        result = ::flock(descriptor, operation | LOCK_NB);
+        result = ::flock(descriptor, operation);
     } while (result != 0 && errno == EINTR);
     return result == 0 || errno != EWOULDBLOCK;
 }
@@ -39,11 +59,10 @@ bool Lock(int descriptor, int operation) {
 
 bool XFile::Open(std::wstring_view path, Access access) {
     if (path.find(L'\0') != path.npos) return false;  // the system would open a shorter name
-    const int flags = access == Access::Read ? O_RDONLY : O_RDWR;
-    const int create = access == Access::CreateNew ? O_CREAT | O_EXCL : 0;
-    const int descriptor = OpenDescriptor(ToUTF8(path).c_str(), flags | create);
+    const Opening& how = kOpenings[static_cast<int>(access)];
+    const int descriptor = OpenDescriptor(ToUTF8(path).c_str(), how);
     if (descriptor < 0) return false;
-    if (!IsFile(descriptor) || !Lock(descriptor, access == Access::Read ? LOCK_SH : LOCK_EX)) {
+    if (!IsFile(descriptor) || !Lock(descriptor, how.lock)) {
         ::close(descriptor);
         return false;
     }
@@ -107,3 +126,50 @@ int64_t XFile::Size() const {
 }
 
 bool XFile::SetFileSize(int64_t size) { return ::ftruncate(descriptor_, size) == 0; }
+
+bool XFile::Shuffle(int64_t position, int64_t delta, bool zeroFill) {
+    if (delta == 0 || position < 0) return true;
+    const int64_t size = Size();
+    if (size < 0) return false;
+    if (!(delta > 0 ? MoveTowardsEnd(position, delta) : MoveTowardsStart(position, delta))) return false;
+    if (delta > 0 && zeroFill && !FillWithZeros(position, delta)) return false;
+    return SetFileSize(std::max<int64_t>(SaturatingAdd(size, delta), 0));
+}
+
+// From the end backwards, so that nothing is written over before it has been read.
+bool XFile::MoveTowardsEnd(int64_t position, int64_t delta) {
+    Block block;
+    for (int64_t end = Size(); end > position;) {
+        const auto bytes = std::min<int64_t>(block.size(), end - position);
+        end -= bytes;
+        if (!MoveBlock(end, SaturatingAdd(end, delta), std::span(block).first(static_cast<size_t>(bytes))))
+            return false;
+    }
+    return true;
+}
+
+bool XFile::MoveTowardsStart(int64_t position, int64_t delta) {
+    Block block;
+    const int64_t end = Size();
+    while (position < end) {
+        const auto bytes = std::min<int64_t>(block.size(), end - position);
+        if (!MoveBlock(position, position + delta, std::span(block).first(static_cast<size_t>(bytes))))
+            return false;
+        position += bytes;
+    }
+    return true;
+}
+
+bool XFile::MoveBlock(int64_t from, int64_t to, std::span<std::byte> block) {
+    return SetPosition(from) && Read(block.data(), block.size()) == block.size() && SetPosition(to) &&
+           Write(block.data(), block.size());
+}
+
+bool XFile::FillWithZeros(int64_t position, int64_t bytes) {
+    const Block zeros{};
+    if (!SetPosition(position)) return false;
+    for (; bytes > 0; bytes -= static_cast<int64_t>(zeros.size())) {
+        if (!Write(zeros.data(), static_cast<size_t>(std::min<int64_t>(bytes, zeros.size())))) return false;
+    }
+    return true;
+}

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 // A file over one descriptor, with signed 64-bit sizes and positions in bytes.
@@ -11,9 +12,11 @@
 class XFile {
 public:
     enum class Access {
-        Read,       // an existing file, under a shared lock
-        ReadWrite,  // an existing file, under an exclusive lock
-        CreateNew,  // as ReadWrite, for a file that must not exist yet
+        Read,          // an existing file, under a shared lock
+        ReadWrite,     // an existing file, under an exclusive lock
+        CreateNew,     // as ReadWrite, for a file that must not exist yet
+        WaitToRead,    // as Read, waiting for another holder
+        WaitToUpdate,  // as ReadWrite, waiting likewise; a missing file is made, for its owner alone
     };
 
     XFile() = default;
@@ -21,9 +24,9 @@ public:
     XFile& operator=(const XFile&) = delete;
     ~XFile() { Close(); }
 
-    // What was open before is closed on success and kept on failure. Locks are advisory and never waited
-    // for: where another holder is in the way the open fails; a file system without locks is accepted. Only
-    // regular files and block devices are opened.
+    // What was open before is closed on success and kept on failure. Locks are advisory and, unless the access
+    // says so, not waited for: where another holder is in the way the open fails; a file system without locks
+    // is accepted. Only regular files and block devices are opened.
     [[nodiscard]] bool Open(std::wstring_view path, Access access);
 
     // Attaches to an open file without owning it.
@@ -41,7 +44,17 @@ public:
     int64_t Size() const;
     [[nodiscard]] bool SetFileSize(int64_t size);
 
+    // Moves everything from `position` to the end by `delta` bytes, towards the end when positive, and makes
+    // the file that much longer or shorter. A gap that opens keeps its old bytes unless `zeroFill` is set.
+    // Nothing happens for a delta of 0 or a negative position. A failure stops the move where it is.
+    [[nodiscard]] bool Shuffle(int64_t position, int64_t delta, bool zeroFill);
+
 private:
+    [[nodiscard]] bool MoveBlock(int64_t from, int64_t to, std::span<std::byte> block);
+    [[nodiscard]] bool MoveTowardsEnd(int64_t position, int64_t delta);
+    [[nodiscard]] bool MoveTowardsStart(int64_t position, int64_t delta);
+    [[nodiscard]] bool FillWithZeros(int64_t position, int64_t bytes);
+
     int descriptor_ = -1;
     bool owned_ = false;
 };

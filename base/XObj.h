@@ -5,7 +5,7 @@
 #include <utility>
 
 // An ordered list that owns its records. Positions are 0-based and unchecked; a pointer or reference to a
-// record lives until one is inserted before the end.
+// record lives until one is inserted before the end or deleted.
 // A list of a hundred thousand records grows without moving them, which took longer than reading them.
 template <class T>
 class XObj {
@@ -17,6 +17,13 @@ public:
     T& Append(T record = {}) { return records_.emplace_back(std::move(record)); }
     T& Insert(int position, T record = {}) {
         return *records_.insert(records_.begin() + position, std::move(record));
+    }
+    void DeletePos(int position) { records_.erase(records_.begin() + position); }
+
+    // All records that `unwanted` is true of, in one pass; how many there were.
+    template <class Predicate>
+    size_t DeleteIf(Predicate unwanted) {
+        return std::erase_if(records_, unwanted);
     }
     void Clear() { records_.clear(); }
 

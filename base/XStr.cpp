@@ -1,5 +1,6 @@
 #include "base/XStr.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -78,9 +79,52 @@ XStr FromUTF8(std::string_view text) {
     return out;
 }
 
+XStr SplitIntoUnits(std::wstring_view text) {
+    XStr units;
+    units.reserve(text.size());
+    const auto put = [&units](char32_t unit) { units.push_back(static_cast<wchar_t>(unit)); };
+    for (const wchar_t character : text) {
+        const auto c = static_cast<char32_t>(character);
+        if (c <= 0xFFFF || c > 0x10FFFF) {
+            put(c <= 0xFFFF ? c : kReplacement);
+        } else {
+            put(0xD800 + ((c - 0x10000) >> 10));
+            put(0xDC00 + (c & 0x3FF));
+        }
+    }
+    return units;
+}
+
+XStr JoinUnits(std::wstring_view units) {
+    XStr text;
+    text.reserve(units.size());
+    for (const wchar_t unit : units) {
+        const wchar_t before = text.empty() ? L'\0' : text.back();
+        if (unit >= 0xDC00 && unit <= 0xDFFF && before >= 0xD800 && before <= 0xDBFF) {
+            text.back() = 0x10000 + ((before - 0xD800) << 10) + (unit - 0xDC00);
+        } else {
+            text.push_back(unit);
+        }
+    }
+    return text;
+}
+
 XStr Widen(std::string_view text) {
     XStr out;
     out.reserve(text.size());
     for (const char c : text) out.push_back(static_cast<wchar_t>(static_cast<uint8_t>(c)));
     return out;
+}
+
+XStr FoldCase(XStr text) {
+    std::ranges::transform(text, text.begin(), [](wchar_t c) { return FoldCase(c); });
+    return text;
+}
+
+bool EqualNoCase(std::wstring_view a, std::wstring_view b) {
+    return std::ranges::equal(a, b, [](wchar_t x, wchar_t y) { return FoldCase(x) == FoldCase(y); });
+}
+
+bool BeginsWithNoCase(std::wstring_view text, std::wstring_view prefix) {
+    return EqualNoCase(text.substr(0, prefix.size()), prefix);
 }

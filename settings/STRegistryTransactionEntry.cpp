@@ -1,0 +1,18 @@
+#include "settings/STRegistryTransactionEntry.h"
+
+#include "settings/XRegistryTree.h"
+
+bool STRegistryTransactionEntry::Apply(XJSON::Object& root) const {
+    switch (operation) {
+    case Operation::SetValue:
+        XRegistryTree::SetValue(XRegistryTree::CreateKey(root, key), valueName, value->Clone());
+        return true;
+    case Operation::DeleteValue:
+        return XRegistryTree::DeleteValue(root, key, valueName);
+    case Operation::DeleteKey:
+        return XRegistryTree::DeleteKey(root, key);
+    case Operation::CopyKey:
+        return XRegistryTree::CopyKey(root, sourceKey, key);
+    }
+    return false;
+}

@@ -1,0 +1,131 @@
+#include "settings/XJSON.h"
+
+namespace XJSON {
+
+namespace {
+
+constexpr const char* kShouldNotGetHere = "!\"Should not get here!\"";
+constexpr size_t kMostText = size_t{1} << 30;  // keeps positions within an int
+
+// Reads values off a text. Each returns null where the text ends too early.
+class Parser {
+public:
+    Parser(std::wstring_view text, int& position) : text_(text), position_(position) {}
+
+    AnyPtr Any();
+
+private:
+    AnyPtr OneString();
+    AnyPtr OneNumber();
+    AnyPtr OneArray();
+    AnyPtr OneObject();
+
+    // The character at the position; NUL past the end.
+    wchar_t Current() const {
+        const auto index = static_cast<size_t>(position_) - 1;
+        return index < text_.size() ? text_[index] : L'\0';
+    }
+    bool AtEnd() const { return static_cast<size_t>(position_) - 1 >= text_.size(); }
+
+    // Past the character, and the spacing before it, if it is what follows.
+    bool Skip(wchar_t c) {
+        SkipSpacing(text_, position_);
+        const bool there = Current() == c;
+        if (there) ++position_;
+        return there;
+    }
+
+    std::wstring_view text_;
+    int& position_;
+    int depth_ = 0;
+};
+
+AnyPtr Parser::Any() {
+    SkipSpacing(text_, position_);
+    if (AtEnd()) return nullptr;
+    const wchar_t c = Current();
+    if (c == L'"') return OneString();
+    if (IsDigit(c) || c == L'-' || c == L'+') return OneNumber();
+    if (c == L'[' || c == L'{') {
+        if (++depth_ > MaxDepth) throw Error("depth <= MaxDepth");
+        ++position_;
+        AnyPtr container = c == L'[' ? OneArray() : OneObject();
+        --depth_;
+        return container;
+    }
+    if (MatchKeyword(text_, position_, L"true")) return std::make_unique<Boolean>(true);
+    if (MatchKeyword(text_, position_, L"false")) return std::make_unique<Boolean>(false);
+    if (MatchKeyword(text_, position_, L"null")) return std::make_unique<Null>();
+    throw Error("!\"Should not get here! Unrecognized data type\"");
+}
+
+AnyPtr Parser::OneString() {
+    const int begin = ++position_;
+    for (; !AtEnd(); ++position_) {
+        const wchar_t c = Current();
+        if (c == L'\\') ++position_;
+        if (c != L'"') continue;
+        const auto length = static_cast<size_t>(position_++ - begin);
+        return std::make_unique<String>(UnEscape(text_.substr(static_cast<size_t>(begin) - 1, length)));
+    }
+    throw Error("!\"Should not get here! Premature end-of-string\"");
+}
+
+// Digits are counted up without the sign, so that the lowest number of all reads as it was written.
+AnyPtr Parser::OneNumber() {
+    const bool negative = Current() == L'-';
+    if (!IsDigit(Current())) ++position_;
+    const int begin = position_;
+    uint64_t value = 0;
+    bool fits = true;
+    for (; IsDigit(Current()); ++position_) {
+        const uint64_t next = value * 10 + static_cast<uint64_t>(Current() - L'0');
+        fits = fits && next / 10 == value;
+        value = next;
+    }
+    const uint64_t most = negative ? uint64_t{1} << 63 : INT64_MAX;
+    if (position_ == begin || !fits || value > most) return std::make_unique<Null>();
+    return std::make_unique<Number>(static_cast<int64_t>(negative ? 0 - value : value));
+}
+
+AnyPtr Parser::OneArray() {
+    Ptr<Array> array;
+    if (Skip(L']')) return array.Detach();
+    do {
+        AnyPtr item = Any();
+        if (!item) return nullptr;
+        array->AddAny(std::move(item));
+        if (Skip(L']')) return array.Detach();
+    } while (Skip(L','));
+    throw Error(kShouldNotGetHere);
+}
+
+AnyPtr Parser::OneObject() {
+    Ptr<Object> object;
+    if (Skip(L'}')) return object.Detach();
+    do {
+        const AnyPtr name = Any();
+        if (!name) return nullptr;
+        if (name->TypeOf() != Type::String) throw Error("!\"Should not get here! Name is not a string!\"");
+        if (!Skip(L':')) throw Error(kShouldNotGetHere);
+        AnyPtr value = Any();
+        if (!value) return nullptr;
+        object->AddAny(std::move(static_cast<String&>(*name).Value), std::move(value));
+        if (Skip(L'}')) return object.Detach();
+    } while (Skip(L','));
+    throw Error(kShouldNotGetHere);
+}
+
+}  // namespace
+
+AnyPtr Parse(std::wstring_view text) {
+    int position = 1;
+    return Parse(text, position);
+}
+
+AnyPtr Parse(std::wstring_view text, int& position) {
+    if (text.size() >= kMostText) throw Error("text.size() < kMostText");
+    return Parser(text, position).Any();
+}
+
+}  // namespace XJSON

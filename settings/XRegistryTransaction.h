@@ -1,0 +1,57 @@
+#pragma once
+
+#include "settings/STRegistryTransactionEntry.h"
+#include "settings/XRegistry.h"
+
+#include <memory>
+#include <vector>
+
+// Changes to the settings that are made together: all of them in one write, or none. What is not committed is
+// dropped. Everything else is as in XRegistry; the getters see the changes made here so far. For one thread.
+class XRegistryTransaction {
+public:
+    using MainKey = XRegistry::MainKey;
+
+    uint32_t GetDWORD(const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath,
+                      bool* missing = nullptr) const;
+    int32_t GetInt32(const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath,
+                     bool* missing = nullptr) const;
+    int64_t GetInt64(const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath,
+                     bool* missing = nullptr) const;
+    XStr GetString(const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath,
+                   bool* missing = nullptr) const;
+    size_t GetBinaryData(void* buffer, size_t bytes, const wchar_t* valueName, MainKey mainKey,
+                         const wchar_t* keyPath, bool* missing = nullptr) const;
+    XMem GetBinaryDataToXMem(const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath,
+                             bool* missing = nullptr) const;
+    bool GetStringList(XStrList& list, const wchar_t* valueName, MainKey mainKey,
+                       const wchar_t* keyPath) const;
+
+    void SetDWORD(uint32_t value, const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath);
+    void SetInt32(int32_t value, const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath);
+    void SetInt64(int64_t value, const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath);
+    void SetString(const XStr& value, const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath);
+    void SetBinaryData(const void* data, size_t bytes, const wchar_t* valueName, MainKey mainKey,
+                       const wchar_t* keyPath);
+    void SetStringList(const XStrList& list, const wchar_t* valueName, MainKey mainKey,
+                       const wchar_t* keyPath);
+
+    void DeleteVal(const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath);
+    void DeleteKeyAndSubKeys(MainKey mainKey, const wchar_t* keyPath);
+
+    // Copies a key with its subkeys and values into another, where values of the same name are replaced and
+    // all else stays. The one may lie within the other; of a missing key nothing is copied.
+    void CopyKey(MainKey fromMainKey, const wchar_t* fromKeyPath, MainKey toMainKey,
+                 const wchar_t* toKeyPath);
+
+    // Forgets the changes once they are written and keeps them otherwise.
+    [[nodiscard]] bool Commit();
+
+private:
+    // The settings with the changes made.
+    std::unique_ptr<XJSON::Object> Preview() const;
+
+    void Set(XJSON::AnyPtr value, const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath);
+
+    std::vector<STRegistryTransactionEntry> entries_;
+};
