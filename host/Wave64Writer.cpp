@@ -5,7 +5,7 @@
 Wave64Writer::Wave64Writer(const std::string& path, bool replace, const WAVEFORMATEXTENSIBLE& format,
                            int traceDescriptor)
     : output_(path, replace), channels_(traceDescriptor) {
-    chunks_.WriteFullSizeFields(true);
+    chunks_.SetRules({.safe = true});
     Check(chunks_.InitializeNewWAV(output_.File().Handle(), &format.Format, channels_.Report(), {}, 0));
 }
 
@@ -22,8 +22,6 @@ void Wave64Writer::Finish() {
     if (data->DataSize == 0) chunks_.AddChunk("junk", sizeof nothing, &nothing, -1);
     Check(chunks_.WriteChunksAfterData());
     Check(chunks_.WriteChunkHeaders(false));
-    // What the audio lacks to a multiple of 8 bytes becomes zeros.
-    if (!output_.File().SetFileSize(chunks_.RiffSize())) throw SystemFailure("cannot write");
     output_.Commit();
 }
 

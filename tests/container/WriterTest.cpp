@@ -93,7 +93,7 @@ TEST(Writer, CutsSizeFieldsTo32BitsUnlessAskedForAll) {
     constexpr int64_t audioBytes = (int64_t{1} << 32) + 8;
     for (const bool full : {false, true}) {
         NewFile made;
-        made.handler.WriteFullSizeFields(full);
+        made.handler.SetRules({.safe = full});
         ASSERT_TRUE(made.Begin(PCM()));
         ASSERT_TRUE(made.file.SetFileSize(104 + audioBytes));  // sparse
         made.handler.FindChunkForWrite("data")->DataSize = audioBytes;

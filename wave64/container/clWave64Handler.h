@@ -3,8 +3,10 @@
 #include "audio/WaveFormat.h"
 #include "base/XFile.h"
 #include "base/XObj.h"
+#include "base/XStr.h"
 #include "plugin/interface/STNStdReport.h"
 #include "wave64/container/ChunkCodes.h"
+#include "wave64/container/EditRules.h"
 #include "wave64/container/STRIFFChunk.h"
 #include "wave64/container/clPassRIFFChunks.h"
 
@@ -36,19 +38,25 @@ public:
     void DefaultCreate();
     void Destroy();
 
-    // Size fields are cut to 32 bits by design; whoever makes a file past 4 GiB asks for them in full.
-    void WriteFullSizeFields(bool full) { fullSizeFields_ = full; }
+    // Before anything else. By default size fields are cut to 32 bits and the padding of an edited chunk is
+    // not counted; safe rules write them in full, count it, and see a chunk without data that ends the file.
+    void SetRules(const EditRules& rules) { rules_ = rules; }
 
     int Count() const { return chunks_.Count(); }
     STRIFFChunk* GetChunk(int index);  // null outside the list
     STRIFFChunk& operator[](int index) { return chunks_[index]; }
     int64_t RiffSize() const { return riffSize_; }  // length of the whole file by its chunks
 
+    // What makes the scanned layout unfit to be edited, in words; empty when every byte of the file belongs
+    // to a chunk and every size is what it says.
+    const XStr& LayoutFault() const { return layoutFault_; }
+
     int IndexOfChunk(std::string_view fourcc) const;  // the first one, else -1
     int IndexOfDataChunk() const { return IndexOfChunk("data"); }
     STRIFFChunk* FindChunkForRead(std::string_view fourcc);   // null when there is none
     STRIFFChunk* FindChunkForWrite(std::string_view fourcc);  // marks it and all later headers for writing
     void SetChunksToWrite(int first);
+    bool IsPadding(int index);  // "JUNK" or "PAD "; false outside the list
 
     // A new record before `position`, -1 for the end. The data is copied when given. Throws std::bad_alloc.
     void AddChunk(std::string_view fourcc, uint32_t dataSize, const void* data, int position);
@@ -62,11 +70,26 @@ public:
     [[nodiscard]] bool WriteChunkData(const STRIFFChunk& chunk, const void* data, size_t size);
     [[nodiscard]] bool WriteChunksAfterData();  // once the "data" record has its size
 
+    // Editing a scanned file. `chunk` is a whole chunk of `size` bytes: 24 bytes of header, of which only the
+    // four-character code in front is read, and the data. Padding chunks are "JUNK" (mode 0) or "PAD "
+    // (mode 1); in mode 2 none are made. paddingSize is that of a fresh padding chunk in bytes, header
+    // included: 0 means 2048, and 256 is the least.
+    // An index of -1 appends. A chunk of less than its header is a success that does nothing.
+    [[nodiscard]] bool InsertNewChunkIntoFile(int index, const void* chunk, uint32_t size, int paddingMode,
+                                              int paddingSize);
+    // No chunk, or a size of 0, removes the old one.
+    [[nodiscard]] bool ResizeExistingChunkOnFile(int index, const void* chunk, uint32_t size, int paddingMode,
+                                                 int paddingSize);
+    [[nodiscard]] bool RemoveChunkFromFile(int index, int paddingMode);
+    // Writes the chunk where its record stands, or where a new record before `index` comes to stand.
+    [[nodiscard]] bool WriteThisCompleteChunk(int index, const void* chunk, uint32_t size, bool asNew);
+
 private:
     [[nodiscard]] bool ScanFile();
     [[nodiscard]] bool ScanOuterHeader(int64_t fileSize);
     void WalkChunks(int64_t fileSize);
-    void CheckComputedSize();
+    void CheckComputedSize(int64_t fileSize);
+    XStr FaultOfLength(int64_t outerSize, int64_t fileSize) const;
 
     void ListNewChunks(const tWAVEFORMATEX& format, const clPassRIFFChunks& passChunks);
     [[nodiscard]] bool WriteChunksUpToData();
@@ -74,10 +97,17 @@ private:
     [[nodiscard]] bool WriteOuterHeader(uint64_t sizeField);
     static bool HoldsItsData(const STRIFFChunk& chunk);
     uint64_t SizeField(int64_t bytes) const;
+
+    [[nodiscard]] bool WriteFreshPadding(int index, int mode, int64_t bytes);
+    [[nodiscard]] bool WriteHeadersFrom(int index);
+    bool HasDataAfter(int index) const;
+    int64_t Room(const STRIFFChunk& chunk) const;
+    int64_t Slack(const STRIFFChunk& padding) const;
     bool Fail(std::wstring_view message, const char* functionName);
 
     int64_t riffSize_ = 0;
-    bool fullSizeFields_ = false;
+    EditRules rules_;
+    XStr layoutFault_;
     XObj<STRIFFChunk> chunks_;
     STNStdReport report_;
 };

@@ -55,11 +55,12 @@ bool clWave64Handler::ScanFile() {
     StdReport::WriteDEBUG(L"->->", report_, kScanFile, true);
     const int64_t fileSize = Size();
     if (fileSize < 0) return Fail(L"Error reading File Size.", kScanFile);
+    layoutFault_ = fileSize == 0 ? L"the file is empty" : L"";
     if (fileSize == 0) return true;
     chunks_.Clear();
     if (!ScanOuterHeader(fileSize)) return false;
     WalkChunks(fileSize);
-    CheckComputedSize();
+    CheckComputedSize(fileSize);
     StdReport::WriteDEBUG(L"<-<-", report_, kScanFile, true);
     return true;
 }
@@ -101,10 +102,13 @@ bool clWave64Handler::ScanOuterHeader(int64_t fileSize) {
 // Lenient: whatever is wrong ends the walk, and the chunks found so far are kept.
 void clWave64Handler::WalkChunks(int64_t fileSize) {
     HeaderWindow window(*this);
+    // By old custom a header with nothing behind it does not count.
+    const int64_t lastHeader = riffSize_ - kChunkHeaderBytes - (rules_.safe ? 0 : 1);
     int64_t position = kOuterHeaderBytes;
-    while (position < riffSize_ - kChunkHeaderBytes) {
+    while (position <= lastHeader) {
         const uint8_t* header = window.HeaderAt(position);
         if (!header) {
+            layoutFault_ = L"the file ends before the chunk at " + Int2Str(position);
             Fail(L"File error reading chunk.", kScanFile);
             return;
         }
@@ -119,11 +123,14 @@ void clWave64Handler::WalkChunks(int64_t fileSize) {
             report_, kScanFile);
         // Too small a size would lead back to this header, or into it.
         if (sizeField < kChunkHeaderBytes || Count() == kMostChunks) {
+            layoutFault_ = L"the chunk at " + Int2Str(position) +
+                           (Count() == kMostChunks ? L" is one too many" : L" claims no bytes");
             Fail(L"File error reading chunk.", kScanFile);
             return;
         }
         if (const auto left = static_cast<uint64_t>(riffSize_ - position); left < sizeField) {
             Fail(L"Error Chunk is out of file.", kScanFile);
+            layoutFault_ = L"the chunk at " + Int2Str(position) + L" reaches out of the file";
             sizeField = left;
         }
         const auto bytes = static_cast<int64_t>(sizeField);
@@ -141,11 +148,22 @@ void clWave64Handler::WalkChunks(int64_t fileSize) {
 
 // Record by record the walk and the computed layout agree, as both start behind the outer header and pad
 // every chunk to 8 bytes; only the total can differ.
-void clWave64Handler::CheckComputedSize() {
+void clWave64Handler::CheckComputedSize(int64_t fileSize) {
     const int64_t scannedSize = riffSize_;
     CalcAllChunks();
+    if (layoutFault_.empty()) layoutFault_ = FaultOfLength(scannedSize, fileSize);
     if (riffSize_ != scannedSize && scannedSize % 8 != 0) {
         StdReport::WriteINFO(L"Error calculated total RIFF chunk size differs from file.", report_,
                              kScanFile);
     }
+}
+
+// Only the padding of the last chunk may be missing, in the file or in the outer size.
+XStr clWave64Handler::FaultOfLength(int64_t outerSize, int64_t fileSize) const {
+    const int64_t lastSize = Count() > 0 ? chunks_[Count() - 1].DataSize : 0;
+    const int64_t least = riffSize_ - GetPaddingBytes(lastSize);
+    const auto fits = [&](int64_t length) { return length >= least && length <= riffSize_; };
+    if (fits(outerSize) && fits(fileSize)) return {};
+    return L"the chunks end at " + Int2Str(riffSize_) + L", the file at " + Int2Str(fileSize) +
+           L", and its header says " + Int2Str(outerSize);
 }

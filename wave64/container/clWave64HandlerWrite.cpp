@@ -115,7 +115,9 @@ bool clWave64Handler::WriteChunkHeaders(bool stopAtData) {
         }
     }
     if (!WriteOuterHeader(SizeField(riffSize_))) return false;
-    if (Size() > riffSize_ && !SetFileSize(riffSize_)) return Fail(kCannotWrite, kWriteChunkHeaders);
+    // Safe rules also put the padding there that the last chunk may lack.
+    const bool cut = Size() > riffSize_ || (rules_.safe && Size() < riffSize_);
+    if (cut && !SetFileSize(riffSize_)) return Fail(kCannotWrite, kWriteChunkHeaders);
     StdReport::WriteDEBUG(L"<-<-", report_, kWriteChunkHeaders, true);
     return true;
 }
@@ -156,5 +158,5 @@ bool clWave64Handler::HoldsItsData(const STRIFFChunk& chunk) {
 }
 
 uint64_t clWave64Handler::SizeField(int64_t bytes) const {
-    return fullSizeFields_ ? static_cast<uint64_t>(bytes) : static_cast<uint32_t>(bytes);
+    return rules_.safe ? static_cast<uint64_t>(bytes) : static_cast<uint32_t>(bytes);
 }

@@ -1,0 +1,169 @@
+// Inserting, replacing and removing a chunk of an existing file. Padding chunks are the slack: one that is next
+// to the edit gives or takes the difference, so that the audio stays where it is.
+
+#include "base/LittleEndian.h"
+#include "base/Saturating.h"
+#include "plugin/interface/StdReport.h"
+#include "wave64/container/clWave64Handler.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr const char* kWriteThisCompleteChunk = "WriteThisCompleteChunk";
+constexpr int kJunkPadding = 0;
+constexpr int kPadPadding = 1;
+constexpr int kNoPadding = 2;
+
+int64_t Padded(int64_t bytes) { return SaturatingAdd(bytes, GetPaddingBytes(bytes)); }
+
+int64_t PaddedRoom(const STRIFFChunk& chunk) {
+    return Padded(SaturatingAdd(chunk.DataSize, kChunkHeaderBytes));
+}
+
+uint32_t PaddingCode(int mode) { return RIFFChnkID(mode == kJunkPadding ? "JUNK" : "PAD "); }
+
+// Header included.
+int64_t FreshPaddingBytes(int mode, int paddingSize) {
+    if (mode == kNoPadding) return 0;
+    return Padded(paddingSize == 0 ? 2048 : std::max(paddingSize, 256));
+}
+
+}  // namespace
+
+bool clWave64Handler::InsertNewChunkIntoFile(int index, const void* chunk, uint32_t size, int paddingMode,
+                                             int paddingSize) {
+    if (!chunk || size < kChunkHeaderBytes) return true;
+    if (index < 0 || index > Count()) index = Count();
+    const int64_t need = Padded(size);
+    int64_t reclaimed = 0;
+    bool shift = true;
+    if (IsPadding(index)) {
+        if (index == Count() - 1) {
+            if (!RemoveChunkFromFile(index, kNoPadding) && rules_.safe) return false;
+        } else if (STRIFFChunk& padding = chunks_[index]; need <= Slack(padding)) {
+            padding.DataSize -= need;
+            shift = false;
+        } else if (paddingMode != kNoPadding) {
+            reclaimed = PaddedRoom(padding);
+            chunks_.DeletePos(index);
+        }
+    }
+    if (index == Count()) shift = false;
+    const int64_t fresh = shift ? FreshPaddingBytes(paddingMode, paddingSize) : 0;
+    // Without safe editing the fresh padding lies over what follows.
+    const int64_t distance = need - reclaimed + (rules_.safe ? fresh : 0);
+    if (shift && !Shuffle(chunks_[index].ChunkPosition, distance, false)) return false;
+    return WriteThisCompleteChunk(index, chunk, size, true) &&
+           WriteFreshPadding(index + 1, paddingMode, fresh) && WriteHeadersFrom(index);
+}
+
+bool clWave64Handler::ResizeExistingChunkOnFile(int index, const void* chunk, uint32_t size, int paddingMode,
+                                                int paddingSize) {
+    if (!GetChunk(index)) return false;
+    if (!chunk || size == 0) return RemoveChunkFromFile(index, paddingMode);
+    bool makePadding = HasDataAfter(index);
+    int64_t delta = Padded(size) - Room(chunks_[index]);
+    int64_t reclaimed = 0;
+    if (delta != 0 && IsPadding(index + 1)) {
+        STRIFFChunk& next = chunks_[index + 1];
+        if (delta < 0 || delta <= Slack(next)) {
+            next.DataSize = SaturatingAdd(next.DataSize, -delta);
+            next.WriteHeader = true;
+            delta = 0;
+        } else if (paddingMode != kNoPadding) {
+            reclaimed = PaddedRoom(next);
+            chunks_.DeletePos(index + 1);
+            makePadding = true;
+        }
+    }
+    const int64_t fresh = delta != 0 && makePadding ? FreshPaddingBytes(paddingMode, paddingSize) : 0;
+    if (delta != 0) {
+        const STRIFFChunk* next = GetChunk(index + 1);
+        const bool moved = next ? Shuffle(next->ChunkPosition, delta - reclaimed + fresh, false)
+                                : SetFileSize(chunks_[index].ChunkPosition);
+        if (!moved) return false;
+    }
+    return WriteThisCompleteChunk(index, chunk, size, false) &&
+           WriteFreshPadding(index + 1, paddingMode, fresh) && WriteHeadersFrom(index);
+}
+
+bool clWave64Handler::RemoveChunkFromFile(int index, int paddingMode) {
+    if (!GetChunk(index)) return false;
+    STRIFFChunk& removed = chunks_[index];
+    const int64_t room = Room(removed);
+    if (IsPadding(index + 1)) {  // it starts where the chunk started, and covers it
+        STRIFFChunk& next = chunks_[index + 1];
+        next.DataSize = SaturatingAdd(next.DataSize, room);
+        next.WriteHeader = true;
+        chunks_.DeletePos(index);
+        return WriteChunkHeaders(false);
+    }
+    const bool isLast = index == Count() - 1;
+    if ((paddingMode == kJunkPadding || paddingMode == kPadPadding) && !isLast) {
+        removed.ChunkGUID = ConvertToGUID(PaddingCode(paddingMode));
+        removed.WriteHeader = true;
+        return WriteChunkHeaders(false);
+    }
+    if (!Shuffle(SaturatingAdd(removed.ChunkPosition, room), -room, false)) return false;
+    chunks_.DeletePos(index);
+    return WriteHeadersFrom(index);
+}
+
+bool clWave64Handler::WriteThisCompleteChunk(int index, const void* chunk, uint32_t size, bool asNew) {
+    if (!chunk || size < kChunkHeaderBytes || index < 0) return false;
+    if (asNew) chunks_.Insert(std::min(index, Count()));
+    STRIFFChunk* record = GetChunk(std::min(index, asNew ? Count() - 1 : index));
+    if (!record) return false;
+    record->ChunkGUID = ConvertToGUID(Load<uint32_t>(chunk));
+    record->DataSize = int64_t{size} - kChunkHeaderBytes;
+    record->WriteHeader = true;
+    CalcAllChunks();
+    if (!SetPosition(record->ChunkPosition)) {
+        return Fail(L"Error Setting File Position.", kWriteThisCompleteChunk);
+    }
+    constexpr std::array<uint8_t, 8> zeros{};
+    const auto padding = static_cast<size_t>(GetPaddingBytes(size));
+    return (Write(chunk, size) && Write(zeros.data(), padding)) ||
+           Fail(L"Error writing to file, disk full?", kWriteThisCompleteChunk);
+}
+
+bool clWave64Handler::WriteFreshPadding(int index, int mode, int64_t bytes) {
+    if (bytes == 0) return true;
+    XMem padding;
+    if (!padding.Resize(static_cast<size_t>(bytes))) return false;
+    std::fill_n(padding.Data(), padding.Size(), uint8_t{0});
+    Store(padding.Data(), ConvertToGUID(PaddingCode(mode)));
+    Store(padding.Data() + sizeof(GUID), bytes - kChunkHeaderBytes);
+    return WriteThisCompleteChunk(index, padding.Data(), static_cast<uint32_t>(bytes), true);
+}
+
+bool clWave64Handler::WriteHeadersFrom(int index) {
+    SetChunksToWrite(index);
+    return WriteChunkHeaders(false);
+}
+
+bool clWave64Handler::IsPadding(int index) {
+    const STRIFFChunk* chunk = GetChunk(index);
+    return chunk && (CompareGUID(chunk->ChunkGUID, RIFFChnkID("JUNK")) ||
+                     CompareGUID(chunk->ChunkGUID, RIFFChnkID("PAD ")));
+}
+
+bool clWave64Handler::HasDataAfter(int index) const {
+    const GUID data = ConvertToGUID(RIFFChnkID("data"));
+    return std::any_of(chunks_.begin() + index + 1, chunks_.end(),
+                       [&](const STRIFFChunk& chunk) { return chunk.ChunkGUID == data; });
+}
+
+// What a chunk takes up in the file. Its own padding is not counted by old custom; counted in full it would
+// reach past the end where a writer has left the last padding out.
+int64_t clWave64Handler::Room(const STRIFFChunk& chunk) const {
+    return rules_.safe ? std::min(PaddedRoom(chunk), Size() - chunk.ChunkPosition)
+                       : SaturatingAdd(chunk.DataSize, kChunkHeaderBytes);
+}
+
+// What a padding chunk can give; by old custom in 32 bits with a sign.
+int64_t clWave64Handler::Slack(const STRIFFChunk& padding) const {
+    return rules_.safe ? padding.DataSize : static_cast<int32_t>(static_cast<uint32_t>(padding.DataSize));
+}
