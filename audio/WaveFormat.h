@@ -46,6 +46,9 @@ constexpr uint16_t kTagMPEG = 80;  // layer 1 or 2
 constexpr uint16_t kTagMPEGLayer3 = 85;
 constexpr uint16_t kTagExtensible = 0xFFFE;
 
+// Samples in a row, no coding between them.
+constexpr bool IsLinear(int tag) { return tag == kTagPCM || tag == kTagFloat; }
+
 // The published sub-format GUID of a format tag.
 constexpr GUID SubFormatOfTag(uint16_t tag) { return MakeGUID(tag, 0x0000, 0x0010, 0x800000AA00389B71); }
 

@@ -12,7 +12,6 @@ constexpr uint32_t kNoSpeakersAssigned = 0x80000000;
 
 constexpr uint16_t kKnownSubFormats[] = {kTagPCM, kTagFloat, kTagALaw, kTagMuLaw, kTagADPCM, kTagMPEG};
 
-bool IsLinear(int tag) { return tag == kTagPCM || tag == kTagFloat; }
 
 // What a 14-byte record, which has no field for the bits, leaves to conclude.
 uint16_t BitsFromBlockAlign(const tWAVEFORMATEX& record) {

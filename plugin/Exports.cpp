@@ -71,9 +71,7 @@ W64_EXPORT int32_t Set(void* handle, const wchar_t* key, STKvCodecGetSet* record
                    [=](clDecoder& decoder) { return key && record && decoder.Set(key, *record); });
 }
 
-W64_EXPORT int32_t DeleteATag(void* handle, const wchar_t* /*file*/, const wchar_t* /*names*/) {
-    return Forward(handle, "DeleteATag", [](clDecoder& decoder) {
-        StdReport::WriteERROR(L"Error this version cannot edit tags.", decoder.Report(), "DeleteATag");
-        return false;
-    });
+W64_EXPORT int32_t DeleteATag(void* handle, const wchar_t* file, const wchar_t* names) {
+    return Forward(handle, "DeleteATag",
+                   [=](clDecoder& decoder) { return file && decoder.DeleteATag(file, names); });
 }

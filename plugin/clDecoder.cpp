@@ -27,6 +27,20 @@ bool clDecoder::Open(STKvOpenDecoder& open) {
     if (!engine_.Initialize(file_.Handle(), report_, rangeStart_, rangeEnd_)) return false;
     StdReport::WriteDEBUG(L"Read Audio Information", report_, nullptr, true);
 
+    XStr tagDescription;
+    if (open.OpenFlags & (kvOpenTags | kvOpenProperties)) {
+        const XMem* tags = engine_.ReadIDTags(tagDescription);
+        if (tags && open.OpenFlags & kvOpenTags) {
+            open.TagData = const_cast<uint8_t*>(tags->Data());
+            open.TagDataSize = static_cast<uint32_t>(tags->Size());
+        }
+    }
+    if (open.OpenFlags & kvOpenProperties) {
+        if (const XMem* properties = engine_.FillAudioProps(tagDescription)) {
+            open.Properties = const_cast<uint8_t*>(properties->Data());
+            open.PropertiesSize = static_cast<uint32_t>(properties->Size());
+        }
+    }
     if (open.OpenFlags & (kvOpenAudioInfo | kvOpenDecode)) {
         StdReport::WriteDEBUG(L"Writing Audio Information", report_, nullptr, true);
         if (!engine_.FillAudioInfo(open.AudioInfo)) return false;
@@ -93,8 +107,23 @@ bool clDecoder::GetTagOption(STKvCodecGetSet& record) {
 
 bool clDecoder::Set(const wchar_t* key, const STKvCodecGetSet& record) {
     StdReport::WriteDEBUG(key, report_, "Set", true);
-    if (std::wstring_view(key) != L"Set Decode Range") return false;
+    const std::wstring_view asked = key;
+    if (asked == L"IDTags") {
+        return clWaveDecoder::WriteIDTags(record.Text1, record.TagData, record.Value, report_);
+    }
+    if (asked != L"Set Decode Range") return false;
     rangeStart_ = record.RangeStart;
     rangeEnd_ = record.RangeEnd;
     return true;
+}
+
+bool clDecoder::DeleteATag(const wchar_t* fileName, const wchar_t* names) {
+    constexpr size_t kMostCharacters = 2'000'000'000;
+    StdReport::WriteDEBUG(L"->->", report_, "DeleteATag", true);
+    const bool deleteAll = !names || names[0] == L'\0';
+    XStrList list;
+    if (!deleteAll) list.SetFromPackedCharArray(names, L'\0', kMostCharacters);
+    const bool done = clWaveDecoder::DeleteTags(fileName, list, deleteAll, report_);
+    StdReport::WriteDEBUG(L"<-<-", report_, "DeleteATag", true);
+    return done;
 }

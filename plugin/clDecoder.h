@@ -21,6 +21,9 @@ public:
     bool Get(const wchar_t* key, STKvCodecGetSet& record);
     bool Set(const wchar_t* key, const STKvCodecGetSet& record);
 
+    // Names each end in NUL, an empty one ends the list; no names mean all tags.
+    bool DeleteATag(const wchar_t* fileName, const wchar_t* names);
+
     const STNStdReport& Report() const { return report_; }
 
 private:

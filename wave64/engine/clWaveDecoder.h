@@ -5,8 +5,10 @@
 #include "audio/XAudioWFX.h"
 #include "base/XFile.h"
 #include "base/XMem.h"
+#include "base/XStrList.h"
 #include "plugin/interface/KvRecords.h"
 #include "plugin/interface/STNStdReport.h"
+#include "tags/NTag.h"
 #include "wave64/container/clWave64Handler.h"
 #include "wave64/engine/clKvDecoder.h"
 
@@ -42,6 +44,23 @@ public:
     // A position beyond the range means its end; one before its start is taken as it is.
     [[nodiscard]] bool SetPosition(int64_t frame);
 
+    // The tags of the open file and its other chunks, packed; null when it has no readable format. The block
+    // is the engine's until the next call. Names what carries tags behind `chunkNames`.
+    const XMem* ReadIDTags(XStr& chunkNames);
+
+    // The open file in words, a text for each section, packed; null when it has no readable format. The block
+    // is the engine's until the next call. `tagDescription` is what ReadIDTags named.
+    const XMem* FillAudioProps(const XStr& tagDescription);
+    XStr GetAudioQuality() const;
+    XStr GetChannelString() const;  // the loudspeakers; empty where the channels tell nothing
+
+    // These open a file by its name and have nothing to do with the open one. A packed block; names of which
+    // every tag goes, or all tags.
+    [[nodiscard]] static bool WriteIDTags(const wchar_t* fileName, const void* block, int size,
+                                          const STNStdReport& report);
+    [[nodiscard]] static bool DeleteTags(const wchar_t* fileName, const XStrList& names, bool deleteAll,
+                                         const STNStdReport& report);
+
     int64_t CalcDecodeFrom();
     int64_t CalcDecodeTo();
     int64_t CalcStreamLengthBytes();
@@ -49,6 +68,13 @@ public:
     XStr GetACMFormat() const;  // the stored format in words
 
 private:
+    [[nodiscard]] static bool InternalReadTags(XFile& file, clWave64Handler& handler, NTag& tags,
+                                               int& listIndex, const STNStdReport& report);
+    [[nodiscard]] static bool IDTagWriter(const wchar_t* fileName, NTag& tags, bool deleteNamed,
+                                          bool deleteAll, const STNStdReport& report);
+    XStr WaveHeaderName() const;
+    int64_t SampleCount();
+    XStr ChunkListText();
     [[nodiscard]] bool ReadFormatChunk(const STRIFFChunk& chunk);
     void ReadFactChunk();
     void DeriveOutputFormat();
@@ -82,6 +108,9 @@ private:
     int64_t rangeEnd_ = -1;
     int64_t dataStart_ = 0;
     int64_t dataEnd_ = 0;
+
+    XMem tagBlock_;
+    XMem properties_;
 
     XAudioBufferNew input_;
     XAudioACMDecoder decoder_;

@@ -13,10 +13,6 @@ constexpr const char* kPullOut = "PullOutFMTnDATA";
 constexpr int64_t kSmallestFmt = 14;
 constexpr int64_t kLargestFmt = 128000;
 
-bool IsLinear(const XAudioWFX& format) {
-    return format.WFXFormatTag() == kTagPCM || format.WFXFormatTag() == kTagFloat;
-}
-
 }  // namespace
 
 bool clWaveDecoder::PullOutFMTnDATA() {
@@ -59,7 +55,7 @@ bool clWaveDecoder::ReadFormatChunk(const STRIFFChunk& chunk) {
 // for it later may know better.
 void clWaveDecoder::DeriveOutputFormat() {
     output_ = stored_;
-    if (!IsLinear(output_)) {
+    if (!IsLinear(output_.WFXFormatTag())) {
         output_.SetFormatTag(kTagPCM);
         if (output_.BitsPerSample() < 8) output_.SetBitsPerSample(16, false);
         output_.CalcAvgNBlkAlign();

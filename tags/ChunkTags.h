@@ -1,0 +1,31 @@
+#pragma once
+
+#include "base/XFile.h"
+#include "plugin/interface/STNStdReport.h"
+#include "tags/NTag.h"
+#include "tags/TaggingOptions.h"
+#include "wave64/container/clWave64Handler.h"
+
+// The tags of a scanned file.
+// Errors: reported; a chunk that cannot be read gives no tags.
+class ChunkTags {
+public:
+    // Replaces `tags` by those of all summary lists; of equal names the first is kept. listIndex becomes the
+    // last list that has tags, -1 when none has. The text form of that list is put into the rules where its
+    // bytes tell, so that it is written again as it was found.
+    static void ReadSummaryLists(XFile& file, clWave64Handler& handler, NTag& tags, int& listIndex,
+                                 TaggingOptions& options, const STNStdReport& report);
+
+    // Appends every other chunk as a binary tag "_riff_1", "_riff_2" ...: its four-character code, then its
+    // data. The format and the audio are there by their codes alone; padding, "fact" and "ds64" are not.
+    static void AppendRawChunks(XFile& file, clWave64Handler& handler, int listIndex, NTag& tags,
+                                const STNStdReport& report);
+
+    // A line for each tag, where somebody reads the trace.
+    static void Trace(const NTag& tags, const STNStdReport& report);
+
+    // Makes the buffer `skip` + `bytes` long and reads `bytes` from `offset` behind the first `skip`. A file
+    // that is too short fails before there is memory for it.
+    [[nodiscard]] static bool ReadFileIntoMemory(XMem& buffer, size_t skip, uint32_t bytes, int64_t offset,
+                                                 XFile& file, const STNStdReport& report);
+};

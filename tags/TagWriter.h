@@ -1,0 +1,44 @@
+#pragma once
+
+#include "base/XFile.h"
+#include "base/XMem.h"
+#include "base/XStr.h"
+#include "plugin/interface/STNStdReport.h"
+#include "tags/NTag.h"
+#include "tags/TaggingOptions.h"
+#include "wave64/container/clWave64Handler.h"
+
+enum class TagEdit {
+    Merge,        // new values win, tags that are not named stay
+    DeleteNamed,  // values do not matter
+    DeleteAll,
+};
+
+// Edits the tags of a file where they stand, by the options that are set at this moment.
+// The file is opened alone and closed with the object. What the recording is has no say in it: only the
+// summary list and the padding beside it change.
+// Errors: reported, then false. Without safe editing a file that is no Wave64 file, and an edit of a chunk
+//         that fails, count as done.
+class TagWriter {
+public:
+    explicit TagWriter(const STNStdReport& report) : report_(report) {}
+
+    // `tags` becomes what was written.
+    [[nodiscard]] bool Edit(const XStr& fileName, TagEdit edit, NTag& tags);
+
+private:
+    [[nodiscard]] bool OpenFile(const XStr& fileName);
+    void ReadExisting();
+    [[nodiscard]] bool DeleteAll();
+    [[nodiscard]] bool WriteList(const NTag& tags);
+    [[nodiscard]] bool PutIntoFile(const XMem& data);
+    int IndexOfNewList();
+    bool Fail(const XStr& message);
+
+    STNStdReport report_;
+    TaggingOptions options_;
+    XFile file_;
+    clWave64Handler chunks_;
+    NTag existing_;
+    int listIndex_ = -1;
+};

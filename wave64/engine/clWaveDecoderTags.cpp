@@ -1,0 +1,53 @@
+// Tags on their way between a host and a file.
+
+#include "plugin/interface/StdReport.h"
+#include "tags/ChunkTags.h"
+#include "tags/TagWriter.h"
+#include "wave64/engine/clWaveDecoder.h"
+
+const XMem* clWaveDecoder::ReadIDTags(XStr& chunkNames) {
+    StdReport::WriteDEBUG(L"->->", report_, "ReadIDTags", true);
+    tagBlock_.Clear();
+    if (!PullOutFMTnDATA()) return nullptr;
+    NTag tags;
+    int listIndex = -1;
+    if (!InternalReadTags(file_, chunks_, tags, listIndex, report_)) return nullptr;
+    if (listIndex != -1) chunkNames += chunkNames.empty() ? L"SUMMARYLIST" : L" & SUMMARYLIST";
+    ChunkTags::AppendRawChunks(file_, chunks_, listIndex, tags, report_);
+    ChunkTags::Trace(tags, report_);
+    tags.ToRawMemory(tagBlock_);
+    StdReport::WriteDEBUG(L"<-<-", report_, "ReadIDTags", true);
+    return &tagBlock_;
+}
+
+bool clWaveDecoder::InternalReadTags(XFile& file, clWave64Handler& handler, NTag& tags, int& listIndex,
+                                     const STNStdReport& report) {
+    TaggingOptions options = TaggingOptions::Read();
+    ChunkTags::ReadSummaryLists(file, handler, tags, listIndex, options, report);
+    return true;
+}
+
+bool clWaveDecoder::WriteIDTags(const wchar_t* fileName, const void* block, int size,
+                                const STNStdReport& report) {
+    StdReport::WriteDEBUG(L"->->", report, "WriteIDTags", true);
+    if (!fileName || !block || size == 0) return false;
+    NTag tags;
+    tags.InitFromRawMemory(static_cast<const unsigned char*>(block), size);
+    if (tags.Count() == 0) return true;
+    const bool done = IDTagWriter(fileName, tags, false, false, report);
+    StdReport::WriteDEBUG(L"<-<-", report, "WriteIDTags", true);
+    return done;
+}
+
+bool clWaveDecoder::DeleteTags(const wchar_t* fileName, const XStrList& names, bool deleteAll,
+                               const STNStdReport& report) {
+    NTag tags;
+    for (const XStr& name : names) tags.AddTag(name.c_str(), L"");
+    return IDTagWriter(fileName, tags, true, deleteAll, report);
+}
+
+bool clWaveDecoder::IDTagWriter(const wchar_t* fileName, NTag& tags, bool deleteNamed, bool deleteAll,
+                                const STNStdReport& report) {
+    const TagEdit edit = deleteAll ? TagEdit::DeleteAll : deleteNamed ? TagEdit::DeleteNamed : TagEdit::Merge;
+    return TagWriter(report).Edit(fileName, edit, tags);
+}
