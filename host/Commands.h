@@ -30,6 +30,15 @@ struct InfoOptions {
     bool json = false;
 };
 
+struct ChunksOptions {
+    std::vector<std::string> inputs;
+    bool json = false;
+};
+
+struct LayoutOptions {
+    std::vector<std::string> inputs;
+};
+
 struct EncodeOptions {
     std::string input;
     std::string output;
@@ -46,10 +55,34 @@ struct SampleOptions {
     bool force = false;
 };
 
+struct TagsOptions {
+    std::vector<std::string> inputs;
+    bool json = false;
+};
+
+struct TagEditOptions {
+    std::string file;
+    std::vector<std::string> tags;  // Name=Value to set, names to remove
+    bool all = false;
+    bool inPlace = false;
+    bool force = false;  // although tags get lost that cannot be written again
+};
+
+struct OptionsOptions {
+    std::string assignment;  // empty, a name, or name=value
+};
+
 // The commands of `w64`. Each reports what goes wrong with a file on the console and returns whether all of
 // them are done.
 // Errors: UsageError before anything is done.
 [[nodiscard]] bool DecodeCommand(const DecodeOptions& options, CommandContext context);
 [[nodiscard]] bool InfoCommand(const InfoOptions& options, CommandContext context);
+[[nodiscard]] bool ChunksCommand(const ChunksOptions& options, CommandContext context);
+[[nodiscard]] bool CheckCommand(const LayoutOptions& options,
+                                CommandContext context);  // false for faults too
 [[nodiscard]] bool EncodeCommand(const EncodeOptions& options, CommandContext context);
 [[nodiscard]] bool SampleCommand(const SampleOptions& options, CommandContext context);
+[[nodiscard]] bool TagsCommand(const TagsOptions& options, CommandContext context);
+[[nodiscard]] bool SetTagsCommand(const TagEditOptions& options, CommandContext context);
+[[nodiscard]] bool RemoveTagsCommand(const TagEditOptions& options, CommandContext context);
+[[nodiscard]] bool OptionsCommand(const OptionsOptions& options, CommandContext context);

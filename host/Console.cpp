@@ -2,9 +2,9 @@
 
 #include "base/XFile.h"
 #include "base/XStr.h"
+#include "host/Terminal.h"
 
 #include <algorithm>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace {
@@ -16,14 +16,14 @@ void Put(std::string_view text) {
     [[maybe_unused]] const bool written = standardError.Write(text.data(), text.size());
 }
 
+}  // namespace
+
 std::string Visible(std::string_view text) {
     XStr visible = FromUTF8(text);
     const auto isControl = [](wchar_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); };
     std::ranges::replace_if(visible, isControl, L'?');
     return ToUTF8(visible);
 }
-
-}  // namespace
 
 Console::Console(bool quiet, bool statusLine)
     : quiet_(quiet), statusLine_(statusLine && !quiet && ::isatty(STDERR_FILENO) == 1) {}
@@ -58,11 +58,7 @@ void Console::ClearStatus() {
     EraseStatus();
 }
 
-size_t Console::Columns() {
-    winsize size{};
-    const bool known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : 80;
-}
+size_t Console::Columns() { return TerminalColumns(STDERR_FILENO).value_or(80); }
 
 void Console::Print(std::string_view subject, std::string_view message) {
     const std::lock_guard lock(access_);

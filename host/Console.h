@@ -4,6 +4,9 @@
 #include <string>
 #include <string_view>
 
+// UTF-8 text with a question mark for each control character, which a hostile file can bring along.
+std::string Visible(std::string_view text);
+
 // Standard error as a person sees it: messages, and below them one line that is redrawn while work goes on.
 // Threads: any.
 class Console {
@@ -14,8 +17,7 @@ public:
     Console& operator=(const Console&) = delete;
     ~Console();
 
-    // "w64: subject: message"; a message of several lines is several messages. Control characters, which a
-    // hostile file can bring along, are shown as question marks.
+    // "w64: subject: message", both made Visible; a message of several lines is several messages.
     void Error(std::string_view subject, std::string_view message);
     void Note(std::string_view subject, std::string_view message);
 
@@ -25,6 +27,7 @@ public:
     bool HasStatusLine() const { return statusLine_; }
     void ShowStatus(const std::string& line);
     void ClearStatus();
+    bool IsQuiet() const { return quiet_; }
     static size_t Columns();
 
 private:

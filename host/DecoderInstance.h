@@ -3,13 +3,14 @@
 #include "audio/XAudioWFX.h"
 #include "host/PluginLibrary.h"
 #include "host/ReportChannels.h"
+#include "tags/NTag.h"
 
 #include <filesystem>
 #include <optional>
 #include <span>
 
 // One decoder made by the plug-in, for one file.
-// Order:  SetDecodeRange (or not), Open, then Read until it gives nothing.
+// Order:  SetDecodeRange (or not), Open, then Read until it gives nothing; tags are edited at any time.
 // Errors: DecoderFailure in the plug-in's own words.
 class DecoderInstance {
 public:
@@ -23,6 +24,14 @@ public:
 
     // `flags` are KvOpenFlags.
     void Open(const std::filesystem::path& file, uint32_t flags);
+
+    // What the flags have asked for; empty where the decoder has nothing.
+    const NTag& Tags() const { return tags_; }
+    const NTag& Properties() const { return properties_; }
+
+    // Edits of any file, open or not. All tags are deleted when no names are given.
+    void WriteTags(const std::filesystem::path& file, const NTag& tags);
+    void DeleteTags(const std::filesystem::path& file, const std::vector<XStr>& names);
 
     // Of the audio that Read delivers.
     const XAudioWFX& Format() const { return format_; }
@@ -41,6 +50,8 @@ private:
     const PluginLibrary& library_;
     ReportChannels channels_;
     void* handle_;
+    NTag tags_;
+    NTag properties_;
     STKvAudioInfo info_{};
     XAudioWFX format_;
     bool ended_ = false;

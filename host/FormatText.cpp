@@ -46,6 +46,12 @@ std::string GUIDText(const GUID& guid) {
     return text;
 }
 
+bool HasFourCharacters(const GUID& guid) {
+    const std::string name = RIFFChnkGUID2CHR(guid);
+    const bool printable = std::ranges::all_of(name, [](unsigned char c) { return std::isprint(c) != 0; });
+    return printable && CompareGUID(guid, RIFFChnkID(name));
+}
+
 }  // namespace
 
 std::string DescribeFormat(const XAudioWFX& format) {
@@ -91,11 +97,11 @@ uint32_t ChannelMaskOf(const XAudioWFX& format) {
 }
 
 std::string ChunkName(const GUID& guid) {
-    std::string name = RIFFChnkGUID2CHR(guid);
-    const bool printable = std::ranges::all_of(name, [](unsigned char c) { return std::isprint(c) != 0; });
-    if (printable && CompareGUID(guid, RIFFChnkID(name))) return name;
+    if (HasFourCharacters(guid)) return RIFFChnkGUID2CHR(guid);
     return CompareGUID(guid, kSummaryListCode) ? "summary list" : GUIDText(guid);
 }
+
+bool HasName(const GUID& guid) { return HasFourCharacters(guid) || CompareGUID(guid, kSummaryListCode); }
 
 std::string FormatDuration(int64_t milliseconds) {
     const int64_t seconds = milliseconds / 1000;
@@ -114,8 +120,7 @@ std::string FormatSpeed(double timesRealtime) {
     return Print(timesRealtime < 10 ? "%.1fx realtime" : "%.0fx realtime", timesRealtime);
 }
 
-std::string Grouped(int64_t number) {
-    std::string digits = std::to_string(number);
+std::string GroupedDigits(std::string digits) {
     for (auto at = static_cast<int64_t>(digits.size()) - 3; at > 0; at -= 3)
         digits.insert(static_cast<size_t>(at), 1, ',');
     return digits;

@@ -2,6 +2,7 @@
 
 #include "audio/XAudioWFX.h"
 
+#include <concepts>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -22,8 +23,10 @@ uint32_t ChannelMaskOf(const XAudioWFX& format);
 
 // The four characters that a chunk's GUID stands for, or the GUID itself.
 std::string ChunkName(const GUID& guid);
+bool HasName(const GUID& guid);  // other than itself
 
 std::string FormatDuration(int64_t milliseconds);  // "1:02:03.456"
 std::string FormatMinutes(double seconds);         // "2:03", for times that nobody needs exactly
 std::string FormatSpeed(double timesRealtime);     // "812x realtime"
-std::string Grouped(int64_t number);               // "1,234,567"
+std::string GroupedDigits(std::string digits);     // "1,234,567"
+std::string Grouped(std::integral auto number) { return GroupedDigits(std::to_string(number)); }

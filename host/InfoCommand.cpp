@@ -3,6 +3,8 @@
 #include "host/Failure.h"
 #include "host/ForEachFile.h"
 #include "host/FormatText.h"
+#include "host/OwnSettings.h"
+#include "host/TagTexts.h"
 #include "host/Wave64File.h"
 
 #include <iomanip>
@@ -14,13 +16,17 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 // What the decoder has to say, complaints that did not stop it included.
-STKvAudioInfo AskDecoder(const PluginLibrary& library, const std::string& name, CommandContext context,
-                         std::vector<std::string>& errors) {
+struct Answer {
+    STKvAudioInfo info;
+    NTag report;
+    std::vector<std::string> errors;
+};
+
+Answer AskDecoder(const PluginLibrary& library, const std::string& name, CommandContext context) {
     DecoderInstance decoder(library, context.traceDescriptor);
-    decoder.Open(name, kvOpenAudioInfo);
+    decoder.Open(name, kvOpenAudioInfo | kvOpenProperties);
     for (const std::string& note : decoder.Notes()) context.console.Note(name, "note: " + note);
-    errors = decoder.Errors();
-    return decoder.Info();
+    return {decoder.Info(), decoder.Properties(), decoder.Errors()};
 }
 
 // Frames are counted where a stored block is a frame.
@@ -34,6 +40,7 @@ std::optional<int64_t> FrameCount(const STKvAudioInfo& info, const XAudioWFX& st
 struct Subject {
     const std::string& name;
     const STKvAudioInfo& info;
+    const NTag& report;
     const XAudioWFX& stored;
     Wave64File& file;
 };
@@ -67,6 +74,9 @@ Json Describe(const Subject& subject) {
     json["bitRate"] = uint32_t{subject.info.BitRate};
     json["bytes"] = subject.file.FileBytes();
     json["chunks"] = ChunkList(subject.file.Chunks());
+    for (int i = 0; i < subject.report.Count(); ++i) {
+        json["report"][ToPrintable(subject.report[i].Name)] = ToPrintable(subject.report[i].Value);
+    }
     return json;
 }
 
@@ -80,7 +90,7 @@ void Print(const Subject& subject) {
     const auto line = [](const char* label, const std::string& text) {
         std::cout << "  " << std::left << std::setw(10) << label << text << "\n";
     };
-    std::cout << subject.name << "\n";
+    std::cout << Visible(subject.name) << "\n";
     line("Format", DescribeFormat(subject.stored));
     const uint32_t mask = ChannelMaskOf(subject.stored);
     if (mask != 0) line("Speakers", Joined(SpeakerNames(mask)));
@@ -89,6 +99,12 @@ void Print(const Subject& subject) {
     line("Duration", FormatDuration(subject.info.LengthMilliseconds) + inFrames);
     line("Bit rate", Grouped(subject.info.BitRate / 1000) + " kbit/s");
     line("Size", Grouped(subject.file.FileBytes()) + " bytes");
+    std::cout << "  Report\n";
+    for (int i = 0; i < subject.report.Count(); ++i) {
+        const STInternalTag& section = subject.report[i];
+        std::cout << "    " << std::left << std::setw(18) << ToPrintable(section.Name)
+                  << Visible(ToPrintable(section.Value)) << "\n";
+    }
     std::cout << "  Chunks\n";
     clWave64Handler& chunks = subject.file.Chunks();
     for (int i = 0; i < chunks.Count(); ++i) {
@@ -102,20 +118,20 @@ void Print(const Subject& subject) {
 
 bool InfoCommand(const InfoOptions& options, CommandContext context) {
     const PluginLibrary library = PluginLibrary::BesideProgram();
+    const OwnSettings settings;  // so that lists of every form are read
     Json all = Json::array();
     const auto describe = [&](size_t i) {
         const std::string& name = options.inputs[i];
-        std::vector<std::string> errors;
-        const STKvAudioInfo info = AskDecoder(library, name, context, errors);
+        const Answer answer = AskDecoder(library, name, context);
         Wave64File file(name);
         if (!file.Format()) throw Failure("cannot read the file");
-        const Subject subject = {name, info, *file.Format(), file};
+        const Subject subject = {name, answer.info, answer.report, *file.Format(), file};
         if (options.json) {
             all.push_back(Describe(subject));
         } else {
             Print(subject);
         }
-        if (!errors.empty()) throw Failure(JoinLines(errors));
+        if (!answer.errors.empty()) throw Failure(JoinLines(answer.errors));
         if (const int64_t missing = file.MissingBytes(); missing > 0) {
             throw Failure("the file is cut off, " + Grouped(missing) + " bytes are missing");
         }

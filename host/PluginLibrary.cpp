@@ -8,7 +8,8 @@
 PluginLibrary::PluginLibrary(const std::filesystem::path& file)
     : module_(::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)), Create(Find<KvCreateFn>("Create")),
       Destroy(Find<KvDestroyFn>("Destroy")), Open(Find<KvOpenFn>("Open")), Close(Find<KvCloseFn>("Close")),
-      DecodeBlock(Find<KvDecodeBlockFn>("DecodeBlock")), Set(Find<KvSetFn>("Set")) {}
+      DecodeBlock(Find<KvDecodeBlockFn>("DecodeBlock")), Get(Find<KvGetFn>("Get")), Set(Find<KvSetFn>("Set")),
+      DeleteATag(Find<KvDeleteATagFn>("DeleteATag")) {}
 
 PluginLibrary PluginLibrary::BesideProgram() {
     return PluginLibrary(std::filesystem::path(ToUTF8(XApplication::ApplicationPath())) / "w64.dll");

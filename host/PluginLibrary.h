@@ -29,5 +29,7 @@ public:
     const KvOpenFn Open;
     const KvCloseFn Close;
     const KvDecodeBlockFn DecodeBlock;
+    const KvGetFn Get;
     const KvSetFn Set;
+    const KvDeleteATagFn DeleteATag;
 };

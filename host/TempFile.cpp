@@ -4,6 +4,8 @@
 #include "host/Failure.h"
 
 #include <atomic>
+#include <csignal>
+#include <cstdio>
 #include <unistd.h>
 
 namespace {
@@ -23,6 +25,13 @@ TempFile::TempFile(const std::filesystem::path& folder) {
         if (errno != EEXIST) break;
     }
     throw SystemFailure("cannot create a file in '" + (folder.empty() ? "." : folder.native()) + "'");
+}
+
+bool TempFile::IsLeftover(const std::string& name) {
+    int process = 0;
+    int end = 0;
+    const int found = std::sscanf(name.c_str(), ".w64-%d-%*u.part%n", &process, &end);
+    return found == 1 && static_cast<size_t>(end) == name.size() && ::kill(process, 0) != 0 && errno == ESRCH;
 }
 
 TempFile::~TempFile() { ::unlink(path_.c_str()); }

@@ -3,6 +3,7 @@
 #include "base/XFile.h"
 
 #include <filesystem>
+#include <string>
 
 // A new, empty file under a name of its own in `folder`, removed with the object.
 // Errors: Failure when it cannot be created.
@@ -12,6 +13,9 @@ public:
     TempFile(const TempFile&) = delete;  // one owner removes it
     TempFile& operator=(const TempFile&) = delete;
     ~TempFile();
+
+    // Whether this is the name of such a file whose program is no more.
+    static bool IsLeftover(const std::string& name);
 
     XFile& File() { return file_; }
     const std::filesystem::path& Path() const { return path_; }

@@ -1,7 +1,15 @@
 #include "host/Wave64File.h"
 
 #include <algorithm>
-#include <vector>
+
+std::optional<std::vector<uint8_t>> ReadFormatRecord(XFile& file, int64_t position, int64_t bytes) {
+    constexpr int64_t kLongest = sizeof(tWAVEFORMATEX) + UINT16_MAX;  // a record cannot say that it is longer
+    std::vector<uint8_t> record(static_cast<size_t>(std::min(bytes, kLongest)));
+    if (!file.SetPosition(position) || file.Read(record.data(), record.size()) < record.size()) {
+        return std::nullopt;
+    }
+    return record;
+}
 
 Wave64File::Wave64File(const std::filesystem::path& path) : channels_(0) {
     if (file_.Open(FromUTF8(path.native()), XFile::Access::Read) &&
@@ -11,12 +19,10 @@ Wave64File::Wave64File(const std::filesystem::path& path) : channels_(0) {
 }
 
 void Wave64File::ReadFormat() {
-    constexpr int64_t kLargest = sizeof(tWAVEFORMATEX) + UINT16_MAX;  // a record cannot say that it is longer
     const STRIFFChunk* fmt = chunks_.FindChunkForRead("fmt ");
-    if (!fmt || !file_.SetPosition(fmt->FileDataPosition)) return;
-    std::vector<uint8_t> bytes(static_cast<size_t>(std::min(fmt->DataSize, kLargest)));
-    if (file_.Read(bytes.data(), bytes.size()) < bytes.size()) return;
-    format_.emplace(bytes.data(), static_cast<unsigned>(bytes.size()));
+    if (!fmt) return;
+    auto record = ReadFormatRecord(file_, fmt->FileDataPosition, fmt->DataSize);
+    if (record) format_.emplace(record->data(), static_cast<unsigned>(record->size()));
 }
 
 int64_t Wave64File::MissingBytes() {

@@ -7,6 +7,11 @@
 
 #include <filesystem>
 #include <optional>
+#include <vector>
+
+// The record in a format chunk of `bytes` data at `position`, without what lies behind the longest possible
+// one; nothing when it cannot be read.
+std::optional<std::vector<uint8_t>> ReadFormatRecord(XFile& file, int64_t position, int64_t bytes);
 
 // A Wave64 file by its chunks: what the host wants to know before, or instead of, decoding it.
 // Errors: none; a file that cannot be read or is no Wave64 has no chunks. The decoder says why.

@@ -23,7 +23,13 @@ struct CommandLine {
     std::string trace;
     DecodeOptions decode;
     InfoOptions info;
+    ChunksOptions chunks;
+    LayoutOptions check;
     EncodeOptions encode;
+    TagsOptions tags;
+    TagEditOptions setTags;
+    TagEditOptions removeTags;
+    OptionsOptions options;
     SampleOptions sample;
 };
 
@@ -34,6 +40,9 @@ constexpr const char* kExamples = R"(Examples:
   w64 decode song.w64 --start 1:30 --end 2:00 -o - | aplay
   w64 decode broken.w64 --salvage       whatever a cut-off recording still holds
   w64 info song.w64
+  w64 chunks song.w64                   where the audio, the tags and free space lie
+  w64 check *.w64                       what is wrong or odd about files
+  w64 tags set song.w64 "Title=The Song" Artist=Somebody
   w64 encode song.wav song.w64
   w64 sample test.w64 --channels 6
 )";
@@ -41,6 +50,17 @@ constexpr const char* kExamples = R"(Examples:
 constexpr const char* kAlso = "-q and --trace work here too, see w64 --help.\n";
 constexpr const char* kAboutPlaces = "START and END are frames (12345) or times (1.5s, 2:03.5, 1:02:03).\n"
                                      "END itself is not decoded.\n\n";
+constexpr const char* kAboutCheck =
+    "What is wrong endangers the audio, or programs that read or edit the file;\n"
+    "the exit code is then 1. What is odd does no harm; -q leaves it out.\n"
+    "Nothing is changed, and the audio itself is not listened to.\n\n";
+
+constexpr const char* kAboutTags =
+    "An edit is made in a copy, the copy is compared with the file, and then takes its\n"
+    "place: an edit that goes wrong leaves the file as it was.\n\n";
+constexpr const char* kAboutOptions =
+    "The settings are those of every program that uses the decoder. This one edits\n"
+    "safely whatever they say, and writes 16-bit text unless LIST Text is set.\n\n";
 
 std::optional<TimePoint> ParsePlace(const std::string& text) {
     auto place = TimePoint::Parse(text);
@@ -93,6 +113,50 @@ void AddInfo(CLI::App& app, InfoOptions& options) {
     command->add_flag("--json", options.json, "Write a JSON array with an object per file");
 }
 
+void AddChunks(CLI::App& app, ChunksOptions& options) {
+    CLI::App* command = app.add_subcommand("chunks", "Show where in a file its chunks lie");
+    command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
+    command->add_flag("--json", options.json, "Write a JSON array with an object per file");
+}
+
+void AddCheck(CLI::App& app, LayoutOptions& options) {
+    CLI::App* command = app.add_subcommand("check", "Tell what is wrong or odd about a file's layout");
+    command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
+    command->footer(std::string(kAboutCheck) + kAlso);
+}
+
+void AddTagEdit(CLI::App* command, TagEditOptions& options, const char* tags, const char* help) {
+    command->add_option("FILE", options.file, "A Wave64 file")->required()->type_name("");
+    command->add_option(tags, options.tags, help)->type_name("");
+    command->add_flag("--in-place", options.inPlace,
+                      "Edit the file itself, not a copy that replaces it; no copy means less safety");
+    command->add_flag("-f,--force", options.force, "Edit although tags get lost that cannot be kept");
+}
+
+void AddTags(CLI::App& app, CommandLine& line) {
+    CLI::App* command = app.add_subcommand("tags", "Show tags, set and remove them");
+    command->require_subcommand(0, 1);
+    command->add_option("FILE", line.tags.inputs, "Wave64 files")->type_name("");
+    command->add_flag("--json", line.tags.json, "Write a JSON array with an object per file");
+    command->final_callback([command, &line] {
+        if (command->get_subcommands().empty() && line.tags.inputs.empty()) throw CLI::RequiredError("FILE");
+    });
+    command->footer(std::string(kAboutTags) + kAlso);
+
+    CLI::App* set = command->add_subcommand("set", "Set tags; an empty value removes");
+    AddTagEdit(set, line.setTags, "NAME=VALUE", "What to set");
+    set->get_option("NAME=VALUE")->required();
+    CLI::App* remove = command->add_subcommand("remove", "Remove tags");
+    AddTagEdit(remove, line.removeTags, "NAME", "What to remove");
+    remove->add_flag("--all", line.removeTags.all, "Remove every tag");
+}
+
+void AddOptions(CLI::App& app, OptionsOptions& options) {
+    CLI::App* command = app.add_subcommand("options", "Show and change how tags are stored");
+    command->add_option("NAME=VALUE", options.assignment, "An option to show, or to set")->type_name("");
+    command->footer(std::string(kAboutOptions) + kAlso);
+}
+
 void AddEncode(CLI::App& app, EncodeOptions& options) {
     CLI::App* command = app.add_subcommand("encode", "Make a Wave64 file of any audio file");
     command->add_option("IN", options.input, "WAV, RF64, AIFF, FLAC, CAF ...")->required()->type_name("");
@@ -133,6 +197,10 @@ void Describe(CLI::App& app, CommandLine& line) {
     });
     AddDecode(app, line.decode);
     AddInfo(app, line.info);
+    AddChunks(app, line.chunks);
+    AddCheck(app, line.check);
+    AddTags(app, line);
+    AddOptions(app, line.options);
     AddEncode(app, line.encode);
     AddSample(app, line.sample);
     app.footer(kExamples);
@@ -154,6 +222,15 @@ bool Run(const CLI::App& app, const CommandLine& line, Console& console) {
     const CommandContext context = {console, trace.Descriptor()};
     if (app.got_subcommand("decode")) return DecodeCommand(line.decode, context);
     if (app.got_subcommand("info")) return InfoCommand(line.info, context);
+    if (app.got_subcommand("chunks")) return ChunksCommand(line.chunks, context);
+    if (app.got_subcommand("check")) return CheckCommand(line.check, context);
+    if (app.got_subcommand("options")) return OptionsCommand(line.options, context);
+    if (app.got_subcommand("tags")) {
+        const CLI::App* tags = app.get_subcommand("tags");
+        if (tags->got_subcommand("set")) return SetTagsCommand(line.setTags, context);
+        if (tags->got_subcommand("remove")) return RemoveTagsCommand(line.removeTags, context);
+        return TagsCommand(line.tags, context);
+    }
     if (app.got_subcommand("encode")) return EncodeCommand(line.encode, context);
     return SampleCommand(line.sample, context);
 }

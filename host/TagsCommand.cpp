@@ -1,0 +1,156 @@
+#include "host/Commands.h"
+#include "host/DecoderInstance.h"
+#include "host/Failure.h"
+#include "host/ForEachFile.h"
+#include "host/FormatText.h"
+#include "host/OwnSettings.h"
+#include "host/TagEditor.h"
+#include "host/TagTexts.h"
+#include "tags/clRIFFSUMMARYLISTChunk.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+bool IsRawChunk(const STInternalTag& tag) { return BeginsWithNoCase(tag.Name, L"_riff_"); }
+
+// A raw chunk as it is handed over: its four-character code, then its data. The format and the audio come
+// without data, to mark their places.
+struct RawChunk {
+    explicit RawChunk(const STInternalTag& tag)
+        : code(reinterpret_cast<const char*>(tag.Data.Data()), std::min<size_t>(tag.Data.Size(), 4)),
+          bytes(tag.Data.Size() - code.size()) {}
+
+    bool IsPlace() const { return code == "fmt " || code == "data"; }
+
+    std::string code;
+    size_t bytes;
+};
+
+Json Describe(const std::string& name, const NTag& tags) {
+    Json json = {{"file", name}, {"tags", Json::array()}, {"chunks", Json::array()}};
+    for (int i = 0; i < tags.Count(); ++i) {
+        const STInternalTag& tag = tags[i];
+        if (IsRawChunk(tag)) {
+            const RawChunk chunk(tag);
+            json["chunks"].push_back({{"name", ToPrintable(tag.Name)},
+                                      {"code", ToUTF8(Widen(chunk.code))},
+                                      {"bytes", chunk.bytes}});
+        } else {
+            json["tags"].push_back({{"name", ToPrintable(tag.Name)}, {"value", ToPrintable(tag.Value)}});
+        }
+    }
+    return json;
+}
+
+// A value of several lines goes on under its beginning.
+std::string Indented(const std::string& value, size_t columns) {
+    std::string text;
+    std::istringstream lines(value);
+    for (std::string line; std::getline(lines, line);) {
+        text += (text.empty() ? "" : "\n" + std::string(columns, ' ')) + Visible(line);
+    }
+    return text;
+}
+
+void Print(const std::string& name, const NTag& tags) {
+    constexpr int kNameColumns = 20;
+    std::cout << Visible(name) << "\n" << std::left;
+    bool anyText = false;
+    for (int i = 0; i < tags.Count(); ++i) {
+        if (IsRawChunk(tags[i])) continue;
+        anyText = true;
+        std::cout << "  " << std::setw(kNameColumns) << Visible(ToPrintable(tags[i].Name)) << " "
+                  << Indented(ToPrintable(tags[i].Value), kNameColumns + 3) << "\n";
+    }
+    if (!anyText) std::cout << "  no tags\n";
+    std::cout << "  Chunks\n";
+    for (int i = 0; i < tags.Count(); ++i) {
+        if (!IsRawChunk(tags[i])) continue;
+        const RawChunk chunk(tags[i]);
+        std::cout << "    " << std::setw(kNameColumns - 2) << Visible(ToUTF8(Widen(chunk.code))) << " "
+                  << (chunk.IsPlace() ? "marks its place"
+                                      : Grouped(static_cast<int64_t>(chunk.bytes)) + " bytes")
+                  << "\n";
+    }
+}
+
+std::string NamesThatCanBeSet() {
+    std::string names;
+    for (const wchar_t* name : clRIFFSUMMARYLISTChunk::Names())
+        names += (names.empty() ? "" : ", ") + ToUTF8(name);
+    return names;
+}
+
+// "Title=Song": everything behind the first "=" is the value.
+void AddAssignment(NTag& tags, const std::string& assignment) {
+    const size_t sign = assignment.find('=');
+    if (sign == 0 || sign == assignment.npos) throw UsageError("'" + assignment + "' is not Name=Value");
+    const XStr name = ToTagText(assignment.substr(0, sign));
+    const XStr value = ToTagText(assignment.substr(sign + 1));
+    if (!clRIFFSUMMARYLISTChunk::HasIdentifier(name)) {
+        throw UsageError("a Wave64 file has no place for '" + ToUTF8(name) + "'; there is one for " +
+                         NamesThatCanBeSet());
+    }
+    if (tags.FindElement(name.c_str())) throw UsageError("'" + ToUTF8(name) + "' is set twice");
+    tags.AddTag(name.c_str(), value.c_str());
+}
+
+bool Edit(const TagEditOptions& options, const TagChange& change, CommandContext context) {
+    const PluginLibrary library = PluginLibrary::BesideProgram();
+    OwnSettings settings;
+    TagEditor editor(library, settings, context);
+    return ForEachFile({&options.file, 1}, 1, context.console, [&](size_t) {
+        if (options.inPlace) {
+            editor.EditInPlace(options.file, change);
+        } else {
+            editor.EditCopy(options.file, change);
+        }
+    });
+}
+
+}  // namespace
+
+bool TagsCommand(const TagsOptions& options, CommandContext context) {
+    const PluginLibrary library = PluginLibrary::BesideProgram();
+    const OwnSettings settings;
+    Json all = Json::array();
+    const auto show = [&](size_t i) {
+        const std::string& name = options.inputs[i];
+        DecoderInstance decoder(library, context.traceDescriptor);
+        decoder.Open(name, kvOpenTags);
+        if (options.json) {
+            all.push_back(Describe(name, decoder.Tags()));
+        } else {
+            Print(name, decoder.Tags());
+        }
+        for (const std::string& note : decoder.Notes()) context.console.Note(name, "note: " + note);
+        if (const auto errors = decoder.Errors(); !errors.empty()) throw Failure(JoinLines(errors));
+    };
+    const bool allDone = ForEachFile(options.inputs, 1, context.console, show);
+    if (options.json) std::cout << all.dump(2) << "\n";
+    std::cout.flush();
+    if (!std::cout) throw Failure("cannot write to standard output");
+    return allDone;
+}
+
+bool SetTagsCommand(const TagEditOptions& options, CommandContext context) {
+    TagChange change;
+    change.dropUnwritable = options.force;
+    for (const std::string& assignment : options.tags) AddAssignment(change.set, assignment);
+    return Edit(options, change, context);
+}
+
+bool RemoveTagsCommand(const TagEditOptions& options, CommandContext context) {
+    if (options.all == !options.tags.empty()) throw UsageError("either names of tags or --all, please");
+    TagChange change;
+    change.dropUnwritable = options.force;
+    change.removeAll = options.all;
+    for (const std::string& name : options.tags) change.remove.push_back(ToTagText(name));
+    return Edit(options, change, context);
+}
