@@ -3,7 +3,6 @@
 #include "host/FormatText.h"
 #include "host/Interrupt.h"
 #include "tags/ChunkTags.h"
-#include "tags/clRIFFSUMMARYLISTChunk.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,38 +11,44 @@
 namespace {
 
 bool HoldsTags(const STRIFFChunk& chunk, XFile& file) {
-    if (!CompareGUID(chunk.ChunkGUID, kSummaryListCode)) return false;
-    XMem data;
     NTag tags;
     LISTText text = LISTText::UTF16;
-    const auto bytes = static_cast<uint32_t>(chunk.DataSize);
-    return ChunkTags::ReadFileIntoMemory(data, 0, bytes, chunk.FileDataPosition, file, {}) &&
-           clRIFFSUMMARYLISTChunk::InitFrom(data.Data(), bytes, tags, {}, 0, text);
+    return ChunkTags::ReadSummaryList(chunk, file, tags, 0, text, {});
 }
 
 std::string Describe(const STRIFFChunk& chunk) {
     return "the chunk '" + ChunkName(chunk.ChunkGUID) + "' at " + Grouped(chunk.ChunkPosition);
 }
 
-bool ReadAt(XFile& file, int64_t position, std::vector<char>& block, size_t bytes) {
-    return file.SetPosition(position) && file.Read(block.data(), bytes) == bytes;
-}
+// Compares ranges of two files through one pair of buffers.
+class ByteComparison {
+public:
+    ByteComparison(XFile& a, XFile& b) : a_(a), b_(b) {}
 
-bool HaveSameBytes(XFile& fileA, const STRIFFChunk& a, XFile& fileB, const STRIFFChunk& b) {
-    constexpr int64_t kBlock = 1 << 20;
-    std::vector<char> blockA(kBlock);
-    std::vector<char> blockB(kBlock);
-    for (int64_t done = 0; done < a.DataSize; done += kBlock) {
-        Interrupt::Check();
-        const auto bytes = static_cast<size_t>(std::min(kBlock, a.DataSize - done));
-        if (!ReadAt(fileA, a.FileDataPosition + done, blockA, bytes) ||
-            !ReadAt(fileB, b.FileDataPosition + done, blockB, bytes) ||
-            std::memcmp(blockA.data(), blockB.data(), bytes) != 0) {
-            return false;
+    bool AreSame(int64_t positionA, int64_t positionB, int64_t bytes) {
+        for (int64_t done = 0; done < bytes; done += kBlock) {
+            Interrupt::Check();
+            const auto size = static_cast<size_t>(std::min(kBlock, bytes - done));
+            if (!Read(a_, positionA + done, blockA_, size) || !Read(b_, positionB + done, blockB_, size) ||
+                std::memcmp(blockA_.data(), blockB_.data(), size) != 0) {
+                return false;
+            }
         }
+        return true;
     }
-    return true;
-}
+
+private:
+    static constexpr int64_t kBlock = 1 << 20;
+
+    static bool Read(XFile& file, int64_t position, std::vector<char>& block, size_t bytes) {
+        return file.SetPosition(position) && file.Read(block.data(), bytes) == bytes;
+    }
+
+    XFile& a_;
+    XFile& b_;
+    std::vector<char> blockA_ = std::vector<char>(kBlock);
+    std::vector<char> blockB_ = std::vector<char>(kBlock);
+};
 
 }  // namespace
 
@@ -70,9 +75,11 @@ std::string KeptChunks::DifferenceTo(const KeptChunks& edited) const {
 }
 
 std::string KeptChunks::DifferenceOfBytes(XFile& file, const KeptChunks& edited, XFile& editedFile) const {
+    ByteComparison comparison(file, editedFile);
     for (size_t i = 0; i < chunks_.size(); ++i) {
-        if (!HaveSameBytes(file, chunks_[i], editedFile, edited.chunks_[i])) {
-            return Describe(chunks_[i]) + " has other bytes";
+        const STRIFFChunk& chunk = chunks_[i];
+        if (!comparison.AreSame(chunk.FileDataPosition, edited.chunks_[i].FileDataPosition, chunk.DataSize)) {
+            return Describe(chunk) + " has other bytes";
         }
     }
     return "";

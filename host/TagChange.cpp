@@ -40,16 +40,13 @@ std::vector<std::string> UnwritableEntries(XFile& file) {
     const ReportChannels channels(0);
     clWave64Handler chunks;
     std::vector<std::string> entries;
+    const int albumOption = TaggingOptions::Read().albumOption;
     if (!chunks.Initialize(file.Handle(), {})) return entries;
     for (int i = 0; i < chunks.Count(); ++i) {
-        if (!CompareGUID(chunks[i].ChunkGUID, kSummaryListCode)) continue;
-        XMem data;
         NTag tags;
         LISTText text = LISTText::UTF16;
-        const auto bytes = static_cast<uint32_t>(chunks[i].DataSize);
-        if (!ChunkTags::ReadFileIntoMemory(data, 0, bytes, chunks[i].FileDataPosition, file, {})) continue;
-        clRIFFSUMMARYLISTChunk::InitFrom(data.Data(), bytes, tags, channels.Report(),
-                                         TaggingOptions::Read().albumOption, text);
+        if (!ChunkTags::ReadSummaryList(chunks[i], file, tags, albumOption, text, channels.Report()))
+            continue;
         std::map<XStr, int> seen;
         for (int k = 0; k < tags.Count(); ++k) {
             const XStr& name = tags[k].Name;

@@ -44,19 +44,22 @@ void ChunkTags::ReadSummaryLists(XFile& file, clWave64Handler& handler, NTag& ta
     tags.Destroy();
     const LISTText newLists = options.rules.text;
     for (int i = 0; i < handler.Count(); ++i) {
-        const STRIFFChunk& chunk = handler[i];
-        if (chunk.DataSize == 0 || !CompareGUID(chunk.ChunkGUID, kSummaryListCode)) continue;
-        XMem data;
         NTag listed;
         LISTText text = newLists;
-        const auto bytes = static_cast<uint32_t>(chunk.DataSize);
-        if (ReadFileIntoMemory(data, 0, bytes, chunk.FileDataPosition, file, report) &&
-            clRIFFSUMMARYLISTChunk::InitFrom(data.Data(), bytes, listed, report, options.albumOption, text)) {
-            listIndex = i;
-            options.rules.text = text;
-            tags.MergeFrom(listed, false);
-        }
+        if (!ReadSummaryList(handler[i], file, listed, options.albumOption, text, report)) continue;
+        listIndex = i;
+        options.rules.text = text;
+        tags.MergeFrom(listed, false);
     }
+}
+
+bool ChunkTags::ReadSummaryList(const STRIFFChunk& chunk, XFile& file, NTag& tags, int albumOption,
+                                LISTText& text, const STNStdReport& report) {
+    XMem data;
+    const auto bytes = static_cast<uint32_t>(chunk.DataSize);
+    return chunk.DataSize != 0 && CompareGUID(chunk.ChunkGUID, kSummaryListCode) &&
+           ReadFileIntoMemory(data, 0, bytes, chunk.FileDataPosition, file, report) &&
+           clRIFFSUMMARYLISTChunk::InitFrom(data.Data(), bytes, tags, report, albumOption, text);
 }
 
 void ChunkTags::AppendRawChunks(XFile& file, clWave64Handler& handler, int listIndex, NTag& tags,

@@ -16,6 +16,10 @@ public:
     static void ReadSummaryLists(XFile& file, clWave64Handler& handler, NTag& tags, int& listIndex,
                                  TaggingOptions& options, const STNStdReport& report);
 
+    // The same for one chunk. False for what is no summary list, or has no tags.
+    [[nodiscard]] static bool ReadSummaryList(const STRIFFChunk& chunk, XFile& file, NTag& tags,
+                                              int albumOption, LISTText& text, const STNStdReport& report);
+
     // Appends every other chunk as a binary tag "_riff_1", "_riff_2" ...: its four-character code, then its
     // data. The format and the audio are there by their codes alone; padding, "fact" and "ds64" are not.
     static void AppendRawChunks(XFile& file, clWave64Handler& handler, int listIndex, NTag& tags,
