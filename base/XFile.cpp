@@ -127,23 +127,32 @@ int64_t XFile::Size() const {
 
 bool XFile::SetFileSize(int64_t size) { return ::ftruncate(descriptor_, size) == 0; }
 
+bool XFile::Extend(int64_t size) {
+    const int64_t old = Size();
+    if (old < 0) return false;
+    // Too large a size is refused at once, and does not fill the disk first.
+    if (SetFileSize(size) && FillWithZeros(old, size - old)) return true;
+    static_cast<void>(SetFileSize(old));
+    return false;
+}
+
 bool XFile::Shuffle(int64_t position, int64_t delta, bool zeroFill) {
     if (delta == 0 || position < 0) return true;
     const int64_t size = Size();
     if (size < 0) return false;
-    if (!(delta > 0 ? MoveTowardsEnd(position, delta) : MoveTowardsStart(position, delta))) return false;
-    if (delta > 0 && zeroFill && !FillWithZeros(position, delta)) return false;
-    return SetFileSize(std::max<int64_t>(SaturatingAdd(size, delta), 0));
+    const int64_t newSize = std::max<int64_t>(SaturatingAdd(size, delta), 0);
+    if (delta < 0) return MoveTowardsStart(position, delta) && SetFileSize(newSize);
+    return Extend(newSize) && MoveTowardsEnd(position, size, delta) &&
+           (!zeroFill || FillWithZeros(position, delta)) && SetFileSize(newSize);
 }
 
 // From the end backwards, so that nothing is written over before it has been read.
-bool XFile::MoveTowardsEnd(int64_t position, int64_t delta) {
+bool XFile::MoveTowardsEnd(int64_t position, int64_t end, int64_t delta) {
     Block block;
-    for (int64_t end = Size(); end > position;) {
+    while (end > position) {
         const auto bytes = std::min<int64_t>(block.size(), end - position);
         end -= bytes;
-        if (!MoveBlock(end, SaturatingAdd(end, delta), std::span(block).first(static_cast<size_t>(bytes))))
-            return false;
+        if (!MoveBlock(end, end + delta, std::span(block).first(static_cast<size_t>(bytes)))) return false;
     }
     return true;
 }

@@ -44,14 +44,19 @@ public:
     int64_t Size() const;
     [[nodiscard]] bool SetFileSize(int64_t size);
 
+    // Appends zeros up to `size` bytes, so that there is room on the disk for what will be written there; all
+    // of them, or the file stays as it was.
+    [[nodiscard]] bool Extend(int64_t size);
+
     // Moves everything from `position` to the end by `delta` bytes, towards the end when positive, and makes
     // the file that much longer or shorter. A gap that opens keeps its old bytes unless `zeroFill` is set.
-    // Nothing happens for a delta of 0 or a negative position. A failure stops the move where it is.
+    // Nothing happens for a delta of 0 or a negative position. Room is taken before anything moves; a failure
+    // after that stops the move where it is.
     [[nodiscard]] bool Shuffle(int64_t position, int64_t delta, bool zeroFill);
 
 private:
     [[nodiscard]] bool MoveBlock(int64_t from, int64_t to, std::span<std::byte> block);
-    [[nodiscard]] bool MoveTowardsEnd(int64_t position, int64_t delta);
+    [[nodiscard]] bool MoveTowardsEnd(int64_t position, int64_t end, int64_t delta);
     [[nodiscard]] bool MoveTowardsStart(int64_t position, int64_t delta);
     [[nodiscard]] bool FillWithZeros(int64_t position, int64_t bytes);
 

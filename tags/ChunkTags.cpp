@@ -12,12 +12,14 @@ bool IsAnyOf(const GUID& guid, std::initializer_list<std::string_view> codes) {
     return std::ranges::any_of(codes, [&](auto code) { return CompareGUID(guid, RIFFChnkID(code)); });
 }
 
+int64_t PayloadBytes(const STRIFFChunk& chunk) {
+    return IsAnyOf(chunk.ChunkGUID, {"FMT ", "DATA"}) ? 0 : chunk.DataSize;
+}
+
 // The four-character code of a chunk and its data; false when it cannot be read.
 bool ReadRawChunk(const STRIFFChunk& chunk, XMem& raw, XFile& file, const STNStdReport& report) {
     const auto code = RIFFChnkID(RIFFChnkGUID2CHR(chunk.ChunkGUID));
-    const int64_t payload = IsAnyOf(chunk.ChunkGUID, {"FMT ", "DATA"}) ? 0 : chunk.DataSize;
-    if (payload > UINT32_MAX) return false;  // more than a packed tag can hold
-    if (!ChunkTags::ReadFileIntoMemory(raw, sizeof code, static_cast<uint32_t>(payload),
+    if (!ChunkTags::ReadFileIntoMemory(raw, sizeof code, static_cast<uint32_t>(PayloadBytes(chunk)),
                                        chunk.FileDataPosition, file, report)) {
         return false;
     }
@@ -64,12 +66,19 @@ bool ChunkTags::ReadSummaryList(const STRIFFChunk& chunk, XFile& file, NTag& tag
 
 void ChunkTags::AppendRawChunks(XFile& file, clWave64Handler& handler, int listIndex, NTag& tags,
                                 const STNStdReport& report) {
+    constexpr int64_t kMostBytes =
+        INT32_MAX / 2;  // of all, as a packed block has sizes of 32 bits with a sign
+    int64_t bytes = 0;
     int serial = 1;
     for (int i = 0; i < handler.Count(); ++i) {
         const STRIFFChunk& chunk = handler[i];
         if (i == listIndex || IsAnyOf(chunk.ChunkGUID, {"ds64", "FACT", "JUNK", "PAD "})) continue;
+        const int64_t payload = PayloadBytes(chunk);
+        const bool isThere = payload <= file.Size() - chunk.FileDataPosition;
+        if (payload > (isThere ? kMostBytes - bytes : UINT32_MAX)) continue;
         STInternalTag tag;
         if (!ReadRawChunk(chunk, tag.Data, file, report)) continue;
+        bytes += payload;
         tag.Name = L"_riff_" + Int2Str(serial++);
         tags.AddTag(std::move(tag));
     }

@@ -49,8 +49,18 @@ bool TagWriter::DeleteAll() {
         // By old custom a list in the first place stays, and a file without one is a failure.
         return listIndex_ == 0 || chunks_.RemoveChunkFromFile(listIndex_, options_.paddingMode);
     }
-    for (; listIndex_ >= 0; ReadExisting()) {
-        if (!chunks_.RemoveChunkFromFile(listIndex_, options_.paddingMode)) return false;
+    return DeleteListsBefore(chunks_.Count());
+}
+
+// From the end, as what stands before a removed chunk keeps its index.
+bool TagWriter::DeleteListsBefore(int end) {
+    for (int i = end - 1; i >= 0; --i) {
+        NTag listed;
+        LISTText text = options_.rules.text;
+        if (ChunkTags::ReadSummaryList(chunks_[i], file_, listed, options_.albumOption, text, report_) &&
+            !chunks_.RemoveChunkFromFile(i, options_.paddingMode)) {
+            return Fail(L"Error removing the tags, disk full?");
+        }
     }
     return true;
 }
@@ -61,8 +71,10 @@ bool TagWriter::WriteList(const NTag& tags) {
                                             options_.rules.text)) {
         return false;
     }
-    // By old custom the report alone tells of an edit that failed.
-    return PutIntoFile(data) || !options_.rules.safe;
+    const bool done = PutIntoFile(data);
+    // By old custom the report alone tells of an edit that failed, and a list before this one still has its say.
+    if (!options_.rules.safe) return true;
+    return done ? DeleteListsBefore(listIndex_) : Fail(L"Error writing the tags, disk full?");
 }
 
 bool TagWriter::PutIntoFile(const XMem& data) {

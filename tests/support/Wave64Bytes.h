@@ -18,12 +18,12 @@ public:
 
     // `sizeField` lies about the size when given.
     Wave64Bytes& Chunk(std::string_view code, const Bytes& data, std::optional<uint64_t> sizeField = {}) {
-        const Bytes guid = Guid(code, "F3ACD3118CD100C04F8EDB8A");
-        bytes_.insert(bytes_.end(), guid.begin(), guid.end());
-        Append<uint64_t>(bytes_, sizeField.value_or(24 + data.size()));
-        bytes_.insert(bytes_.end(), data.begin(), data.end());
-        bytes_.resize((bytes_.size() + 7) / 8 * 8);
-        return *this;
+        return Chunk(Guid(code, "F3ACD3118CD100C04F8EDB8A"), data, sizeField);
+    }
+
+    // A count and that many entries.
+    Wave64Bytes& SummaryList(const Bytes& data, std::optional<uint64_t> sizeField = {}) {
+        return Chunk(Hex("BC945F925A52D21186DC00C04F8EDB8A"), data, sizeField);
     }
 
     Wave64Bytes& Fmt(uint16_t tag, uint16_t channels, uint32_t rate, uint16_t bits) {
@@ -69,6 +69,14 @@ public:
     }
 
 private:
+    Wave64Bytes& Chunk(const Bytes& guid, const Bytes& data, std::optional<uint64_t> sizeField) {
+        bytes_.insert(bytes_.end(), guid.begin(), guid.end());
+        Append<uint64_t>(bytes_, sizeField.value_or(24 + data.size()));
+        bytes_.insert(bytes_.end(), data.begin(), data.end());
+        bytes_.resize((bytes_.size() + 7) / 8 * 8);
+        return *this;
+    }
+
     static Bytes Hex(std::string_view digits) {
         Bytes bytes;
         for (size_t i = 0; i + 1 < digits.size(); i += 2) {

@@ -98,6 +98,8 @@ private:
     static bool HoldsItsData(const STRIFFChunk& chunk);
     uint64_t SizeField(int64_t bytes) const;
 
+    [[nodiscard]] bool TakeRoom(int64_t end);
+    [[nodiscard]] bool CutForLastChunk(int64_t position);
     [[nodiscard]] bool WriteFreshPadding(int index, int mode, int64_t bytes);
     [[nodiscard]] bool WriteHeadersFrom(int index);
     bool HasDataAfter(int index) const;

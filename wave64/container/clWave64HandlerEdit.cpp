@@ -50,7 +50,10 @@ bool clWave64Handler::InsertNewChunkIntoFile(int index, const void* chunk, uint3
             chunks_.DeletePos(index);
         }
     }
-    if (index == Count()) shift = false;
+    if (index == Count()) {
+        shift = false;
+        if (!TakeRoom(riffSize_ + need)) return false;
+    }
     const int64_t fresh = shift ? FreshPaddingBytes(paddingMode, paddingSize) : 0;
     // Without safe editing the fresh padding lies over what follows.
     const int64_t distance = need - reclaimed + (rules_.safe ? fresh : 0);
@@ -63,6 +66,7 @@ bool clWave64Handler::ResizeExistingChunkOnFile(int index, const void* chunk, ui
                                                 int paddingSize) {
     if (!GetChunk(index)) return false;
     if (!chunk || size == 0) return RemoveChunkFromFile(index, paddingMode);
+    if (size < kChunkHeaderBytes) return false;
     bool makePadding = HasDataAfter(index);
     int64_t delta = Padded(size) - Room(chunks_[index]);
     int64_t reclaimed = 0;
@@ -81,9 +85,10 @@ bool clWave64Handler::ResizeExistingChunkOnFile(int index, const void* chunk, ui
     const int64_t fresh = delta != 0 && makePadding ? FreshPaddingBytes(paddingMode, paddingSize) : 0;
     if (delta != 0) {
         const STRIFFChunk* next = GetChunk(index + 1);
-        const bool moved = next ? Shuffle(next->ChunkPosition, delta - reclaimed + fresh, false)
-                                : SetFileSize(chunks_[index].ChunkPosition);
-        if (!moved) return false;
+        const int64_t position = chunks_[index].ChunkPosition;
+        const bool made = next ? Shuffle(next->ChunkPosition, delta - reclaimed + fresh, false)
+                               : TakeRoom(position + Padded(size) + fresh) && CutForLastChunk(position);
+        if (!made) return false;
     }
     return WriteThisCompleteChunk(index, chunk, size, false) &&
            WriteFreshPadding(index + 1, paddingMode, fresh) && WriteHeadersFrom(index);
@@ -128,6 +133,12 @@ bool clWave64Handler::WriteThisCompleteChunk(int index, const void* chunk, uint3
     return (Write(chunk, size) && Write(zeros.data(), padding)) ||
            Fail(L"Error writing to file, disk full?", kWriteThisCompleteChunk);
 }
+
+// Before anything is written over: a full disk then leaves the file as it was.
+bool clWave64Handler::TakeRoom(int64_t end) { return !rules_.safe || Extend(std::max(Size(), end)); }
+
+// By old custom a last chunk is cut off before it is written anew.
+bool clWave64Handler::CutForLastChunk(int64_t position) { return rules_.safe || SetFileSize(position); }
 
 bool clWave64Handler::WriteFreshPadding(int index, int mode, int64_t bytes) {
     if (bytes == 0) return true;

@@ -1,0 +1,280 @@
+#include "TaggedFile.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+
+namespace {
+
+class TagsOfFile : public TaggedFile {
+protected:
+    // "+Title=Hello Artist=X" writes, "-artist title" deletes, "-" deletes all.
+    int32_t Call(const std::string& call) {
+        std::istringstream parts(call.substr(1));
+        Tags tags;
+        for (std::string part; parts >> part;) {
+            const size_t sign = part.find('=');
+            tags.push_back({FromUTF8(part.substr(0, sign)), FromUTF8(part.substr(sign + 1))});
+        }
+        return call[0] == '+' ? Write(Pack(tags)) : Delete(tags);
+    }
+
+    const std::string cannotOpen =
+        "Error opening file '" + path.string() + "' check no other program has it open.  [IDTagWriter]\r\n";
+};
+
+// With less of a resource than there is.
+template <class Function>
+auto WithLimit(decltype(RLIMIT_AS) resource, size_t limit, const Function& function) {
+    rlimit before{};
+    ::getrlimit(resource, &before);
+    const rlimit lower{limit, before.rlim_max};
+    ::setrlimit(resource, &lower);
+    auto result = function();
+    ::setrlimit(resource, &before);
+    return result;
+}
+
+}  // namespace
+
+TEST_F(TagsOfFile, AreEditedWhereTheyStand) {
+    const struct {
+        const char *before, *options, *call, *after;
+        int32_t result = 1;
+    } cases[] = {
+        {"fmt data:99", "", "+Title=Hello", "fmt data:99 half:INAM=Hello"},
+        {"fmt data:9 junk:80", "TagDefault=1", "+Title=Hello", "fmt data:9 junk:80 half:INAM=Hello"},
+        {"fmt data:9", "TagDefault=2", "+Title=Hello", "fmt data:9"},
+        {"fmt data:9 half:INAM=Old", "TagDefault=2", "+Title=New", "fmt data:9 half:INAM=New"},
+
+        {"fmt junk:99 data:9", "LISTPos=1", "+Title=Hello", "fmt half:INAM=Hello junk:51k data:9"},
+        {"junk:90 data:9", "LISTPos=1", "+Title=Hello", "half:INAM=Hello junk:42k data:9"},
+        {"pad:80 fmt levl:4 data:9", "LISTPos=2 LISTPadding=2", "+Title=A",
+         "pad:80 fmt levl:4 half:INAM=A data:9"},
+        {"fmt levl:9", "LISTPos=1", "+Title=Hello", "fmt levl:9 half:INAM=Hello"},
+        {"fmt data:9", "SafeEdit=1 LISTPos=1 LISTPadding=1 LISTPaddingSize=1", "+Title=A",
+         "fmt half:INAM=A pad:1000z data:9"},
+
+        // What is not named stays, but for the half that every rewriting takes.
+        {"fmt data:9 half:INAM=Old,IART=Abba", "", "+TITLE=New Genre=Pop",
+         "fmt data:9 half:INAM=New,IGNR=Pop,IART=Ab"},
+        {"fmt data:9 half:INAM=Rock,IART=Abba", "", "-ARTIST Genre", "fmt data:9 half:INAM=Ro"},
+        {"fmt data:9 half:INAM=Rock,IART=Abba", "", "-Genre", "fmt data:9 half:INAM=Ro,IART=Ab"},
+        {"fmt data:9 half:INAM=Rock,IART=Abba", "", "+Title=", "fmt data:9 half:IART=Ab"},
+        {"fmt data:9 half:IART=Abba", "", "-artist", "fmt data:9 half:"},
+        {"fmt half: data:9", "", "+Title=Hello", "fmt half: data:9 half:INAM=Hello"},
+        {"fmt data:9 half:", "SafeEdit=0", "+Title=Hello", "fmt data:9 half:INAM=Hello"},
+        {"fmt data:9", "", "+Product=x _riff_1=y Title=", "fmt data:9"},
+        {"half:INAM=A fmt half:INAM=B", "SafeEdit=0", "+Title=D", "half:INAM=A fmt half:INAM=D"},
+
+        {"fmt", "", "+Album=A ISRC=B Track=1", "fmt half:IPRD=A,ISRC=B,itrk=1"},
+        {"fmt", "LISTAlbum=1 LISTTrack=1", "+Album=A ISRC=B Track=1", "fmt half:ISRC=A,ISRC=B,TRCK=1"},
+        {"fmt half:IPRD=A,ISRC=B,TRCK=1", "LISTAlbum=1", "+Title=x", "fmt half:INAM=x,ISRC=B,itrk=1"},
+
+        {"fmt half:INAM=A junk:80 data:9", "", "+Title=Hello", "fmt half:INAM=Hello junk:72k data:9"},
+
+        {"fmt fact:4 data:9 half:INAM=Rock", "", "-", "fmt fact:4 data:9"},
+        {"fmt half:INAM=Rock data:9", "", "-", "fmt junk:22k data:9"},
+        {"fmt half:INAM=Rock data:9", "LISTPadding=1", "-", "fmt pad:22k data:9"},
+        {"fmt half:INAM=Rock data:9", "SafeEdit=1 LISTPadding=2", "-", "fmt data:9"},
+        {"half:INAM=A fmt data:9", "SafeEdit=0", "-", "half:INAM=A fmt data:9"},
+        {"half:INAM=A fmt data:9", "SafeEdit=1", "-", "junk:16k fmt data:9"},
+        {"half:INAM=A fmt half:INAM=B", "SafeEdit=0", "-", "half:INAM=A fmt"},
+        {"half:INAM=A fmt half:INAM=B", "SafeEdit=1", "-", "junk:16k fmt"},
+        {"fmt data:9", "SafeEdit=0", "-", "fmt data:9", 0},
+        {"fmt data:9", "SafeEdit=1", "-", "fmt data:9"},
+
+        {"fmt data:9", "LISTText=1", "+Title=Hello", "fmt data:9 wide:INAM=Hello"},
+        {"fmt data:9", "LISTText=2", "+Title=Hello", "fmt data:9 utf16:INAM=Hello"},
+        {"fmt wide:INAM=Hello", "LISTText=2", "+Artist=Abba", "fmt wide:IART=Abba,INAM=Hello"},
+        {"fmt utf16:INAM=Hello", "LISTText=1", "+Artist=Abba", "fmt utf16:IART=Abba,INAM=Hello"},
+        {"fmt half:INAM=Hello", "LISTText=2", "+Artist=Abba", "fmt wide:IART=Abba,INAM=Hel"},
+    };
+    for (const auto& c : cases) {
+        const std::string options = c.options;
+        for (const std::string rules : {" SafeEdit=0", " SafeEdit=1"}) {
+            if (options.starts_with("SafeEdit") && !options.starts_with(rules.substr(1))) continue;
+            const Bytes before = FileOf(c.before);
+            Reset(before);
+            SetOptions(options + rules);
+            EXPECT_EQ(Call(c.call), c.result) << c.before << c.call << rules;
+            EXPECT_TRUE(Contents() == FileOf(c.after, before)) << c.before << c.call << rules;
+            EXPECT_EQ(host->capture.Errors(), "") << c.before << c.call << rules;
+        }
+    }
+    for (int setting = 0; const int bytes : {2024, 1000, 4072, 8168, 16360, 2024}) {
+        Reset(FileOf("fmt half:INAM=A data:9"));
+        SetOptions("LISTPaddingSize=" + std::to_string(setting++));
+        EXPECT_EQ(Call("+Title=Hello"), 1);
+        const std::string layout = "fmt half:INAM=Hello junk:" + std::to_string(bytes) + "z data:9";
+        EXPECT_TRUE(Contents() == FileOf(layout)) << layout;
+    }
+}
+
+TEST_F(TagsOfFile, AreReadAheadOfTheOtherChunks) {
+    const Bytes early = ListData("half", "INAM=Hello"), x30(30, 'x');
+    Wave64Bytes file = Wave64Bytes().Chunk("ds64", Pattern(8)).SummaryList(early).Fmt(1, 2, 44100, 16);
+    file.Chunk("fact", Pattern(4)).Chunk("junk", Pattern(5)).Data(Pattern(9)).Chunk("bext", {9, 8, 7});
+    file.SummaryList(ListData("half", "INAM=Late,ISRC=Abc,IXYZ=Old,itrk=7")).Chunk({"A\0\x7F\x42", 4}, {});
+    Reset(file.Chunk("pad ", Pattern(8)).Chunk("levl", x30).File());
+    SetOptions("LISTAlbum=1");
+    Tags tags = {{L"Title", L"Hel"},
+                 {L"Album", L"Ab"},
+                 {L"Track", L"7"},
+                 {L"_riff_1", L"", {0xBC, 0x94, 0x5F, 0x92}},
+                 {L"_riff_2", L"", {'f', 'm', 't', ' '}},
+                 {L"_riff_3", L"", {'d', 'a', 't', 'a'}},
+                 {L"_riff_4", L"", {'b', 'e', 'x', 't', 9, 8, 7}},
+                 {L"_riff_5", L"", {'A', 0, 0x7F, 'B'}},
+                 {L"_riff_6", L"", {'l', 'e', 'v', 'l'}}};
+    tags[3].data.insert(tags[3].data.end(), early.begin(), early.end());
+    tags[8].data.insert(tags[8].data.end(), x30.begin(), x30.end());
+    EXPECT_TRUE(Read() == Pack(tags));
+    EXPECT_EQ(host->capture.Information(), "Unknown LIST sub chunk 'IXYZ' Dropping it.  [InitFrom]\r\n");
+    std::string trace = host->capture.Trace();
+    std::erase(trace, '\r');
+    EXPECT_NE(trace.find("9 ID Tags:\n\t\t\tTitle: Hel\n\t\t\tAlbum: Ab\n\t\t\tTrack: 7\n"
+                         "\t\t\t_riff_1: DATA Length: 28   .._.....INAM....H...\n"
+                         "\t\t\t_riff_2: DATA Length: 4   fmt \n"
+                         "\t\t\t_riff_3: DATA Length: 4   data\n"
+                         "\t\t\t_riff_4: DATA Length: 7   bext...\n"
+                         "\t\t\t_riff_5: DATA Length: 4   A..B\n"
+                         "\t\t\t_riff_6: DATA Length: 34   levlxxxxxxxxxxxxxxxx\n"),
+              std::string::npos)
+        << trace;
+}
+
+TEST_F(TagsOfFile, ComeOnlyFromWhatIsThere) {
+    SetOptions("");
+    Reset(FileOf("data:9 half:INAM=Hello"));
+    EXPECT_TRUE(Read().empty());  // a success all the same
+    EXPECT_EQ(host->capture.Errors(), "Error cannot find 'fmt ' chunk.  [PullOutFMTnDATA]\r\n");
+
+    // A raw chunk and a list that claim more than there is: nothing of them, and no memory for them.
+#if defined(__SANITIZE_ADDRESS__)
+    constexpr size_t memory = RLIM_INFINITY;
+#else
+    constexpr size_t memory = size_t{1} << 30;
+#endif
+    const Bytes codes =
+        Pack({{L"_riff_1", L"", {'f', 'm', 't', ' '}}, {L"_riff_2", L"", {'d', 'a', 't', 'a'}}});
+    const std::string tooShort = "Error cannot reading chunk from file.  [ReadFileIntoMemory]\r\n";
+    for (const uint64_t claim : {uint64_t{100}, uint64_t{0xFFFFFF00}, (uint64_t{1} << 62) + 32}) {
+        for (const bool isList : {false, true}) {
+            Wave64Bytes file = Wave64Bytes().Fmt(1, 2, 44100, 16).Data(Pattern(8));
+            isList ? file.SummaryList(Pattern(64), claim) : file.Chunk("bext", Pattern(64), claim);
+            Reset(file.File(120 + claim));
+            EXPECT_TRUE(WithLimit(RLIMIT_AS, memory, [&] { return Read(); }) == codes) << claim;
+            EXPECT_TRUE(claim > UINT32_MAX || host->capture.Errors().ends_with(tooShort)) << claim;
+        }
+    }
+}
+
+TEST_F(TagsOfFile, NeedAFileAndABlock) {
+    SetOptions("");
+    Bytes block = Pack({{L"Title", L"Hello"}}), none = Pack({});
+    const auto write = [&](const wchar_t* file, void* data, size_t bytes) {
+        STKvCodecGetSet record{0, static_cast<int32_t>(bytes), 0, 0, file, nullptr, nullptr, data};
+        return Plugin().Set(host.emplace().handle, L"IDTags", &record);
+    };
+    EXPECT_EQ(write(nullptr, block.data(), block.size()), 0);
+    EXPECT_EQ(write(name.c_str(), nullptr, block.size()), 0);
+    EXPECT_EQ(write(name.c_str(), block.data(), 0), 0);
+    EXPECT_EQ(write(name.c_str(), none.data(), 4), 1);  // no tags, and nobody looks for the file
+    EXPECT_EQ(host->capture.Errors(), "");
+    EXPECT_EQ(write(name.c_str(), block.data(), block.size()), 0);
+    EXPECT_EQ(host->capture.Errors(), cannotOpen);
+    EXPECT_EQ(Plugin().DeleteATag(host.emplace().handle, nullptr, nullptr), 0);
+    EXPECT_EQ(Plugin().DeleteATag(host->handle, name.c_str(), nullptr), 0);
+    EXPECT_EQ(host->capture.Errors(), cannotOpen);
+    EXPECT_FALSE(std::filesystem::exists(path));
+
+    Reset({});  // an empty file is as good as one without chunks
+    EXPECT_EQ(Call("+Title=Hello"), 1);
+    EXPECT_TRUE(Contents() == FileOf("half:INAM=Hello"));
+    Reset(FileOf("fmt half:INAM=Hello"));
+    EXPECT_EQ(Plugin().DeleteATag(host->handle, name.c_str(), nullptr), 1);
+    EXPECT_TRUE(Contents() == FileOf("fmt"));
+    const std::string opened = "Opening file '" + path.string() + "' for write access: Opened\r\n";
+    EXPECT_NE(host->capture.Trace().find(opened), std::string::npos);
+}
+
+TEST_F(TagsOfFile, StayWhileSomebodyElseHasTheFile) {
+    const Bytes before = FileOf("fmt data:9 half:INAM=Hello");
+    Reset(before);
+    SetOptions("");
+    const auto expectRefusal = [&] {
+        for (const char* call : {"+Title=New", "-Title", "-"}) {
+            EXPECT_EQ(Call(call), 0);
+            EXPECT_EQ(host->capture.Errors(), cannotOpen);
+        }
+        EXPECT_TRUE(Contents() == before);
+    };
+    const int other = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    for (const int lock : {LOCK_SH, LOCK_EX}) {
+        ::flock(other, lock);
+        expectRefusal();
+    }
+    PluginHost reader;
+    EXPECT_EQ(reader.Open(path), 0);
+    ::close(other);
+    EXPECT_EQ(reader.Open(path), 1);
+    expectRefusal();
+    reader.Close();
+    EXPECT_EQ(Call("+Title=New"), 1);
+}
+
+TEST_F(TagsOfFile, StayInFilesThatAreNotSound) {
+    const Bytes good = FileOf("fmt data:8 half:INAM=A bext:16");  // the last chunk begins at 160
+    const auto with = [&](size_t length, size_t at, uint64_t value) {
+        Bytes file = good;
+        file.resize(length);
+        Store(file.data() + at, value);
+        return file;
+    };
+    const size_t size = good.size();
+    const std::string unsound = "Error the file is left as it is, its layout is not sound: ";
+    const std::pair<Bytes, std::string> cases[] = {
+        {Bytes(39), "Error: File too small for RIFF.  [ScanFile]\r\n"},
+        {Bytes(4000, 'R'), "Error RIFF chunk unknown 'RRRR'  [ScanFile]\r\n"},
+        {{}, unsound},
+        {with(size + 8, 16, size), unsound},
+        {with(size + 8, 16, size + 8), unsound},
+        {with(size - 8, 16, size), unsound},
+        {with(size, 16, size - 8), unsound},
+        {with(size, 16, ~uint64_t{0}), unsound},
+        {with(size, 160 + 16, 41), unsound},
+        {with(size, 160 + 16, 23), unsound},
+    };
+    for (const auto& [file, error] : cases) {
+        for (const char* call : {"+Title=New", "-title", "-"}) {
+            Reset(file);
+            SetOptions("SafeEdit=1");
+            EXPECT_EQ(Call(call), 0);
+            EXPECT_TRUE(Contents() == file) << call;
+            EXPECT_NE(host->capture.Errors().find(error), std::string::npos) << host->capture.Errors();
+            if (error == unsound) continue;
+            SetOptions("");
+            EXPECT_EQ(Call(call), 1);
+            EXPECT_TRUE(Contents() == file) << call;
+            EXPECT_EQ(host->capture.Errors(), error);
+        }
+    }
+}
+
+TEST_F(TagsOfFile, TellWhenThereIsNoRoom) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    for (const char* layout :
+         {"fmt half:INAM=A data:99999", "fmt data:99999 half:INAM=A", "fmt data:99999"}) {
+        for (const std::string options : {"SafeEdit=1", "SafeEdit=1 LISTPos=1", ""}) {
+            const Bytes before = FileOf(layout);
+            Reset(before);
+            SetOptions(options);
+            const auto call = [&] { return Call("+Title=HelloHello"); };
+            EXPECT_EQ(WithLimit(RLIMIT_FSIZE, before.size() + 8, call), options.empty() ? 1 : 0);
+            EXPECT_TRUE(options.empty() || Contents() == before) << layout << ' ' << options;
+        }
+    }
+    EXPECT_EQ(host->capture.Errors(), "Error writing to file, disk full?  [WriteThisCompleteChunk]\r\n");
+}
