@@ -67,6 +67,7 @@ TEST_F(TagsOfFile, AreEditedWhereTheyStand) {
         {"fmt data:9 half:", "SafeEdit=0", "+Title=Hello", "fmt data:9 half:INAM=Hello"},
         {"fmt data:9", "", "+Product=x _riff_1=y Title=", "fmt data:9"},
         {"half:INAM=A fmt half:INAM=B", "SafeEdit=0", "+Title=D", "half:INAM=A fmt half:INAM=D"},
+        {"half:INAM=A fmt half:INAM=B", "SafeEdit=1", "+Title=D", "junk:16k fmt half:INAM=D"},
 
         {"fmt", "", "+Album=A ISRC=B Track=1", "fmt half:IPRD=A,ISRC=B,itrk=1"},
         {"fmt", "LISTAlbum=1 LISTTrack=1", "+Album=A ISRC=B Track=1", "fmt half:ISRC=A,ISRC=B,TRCK=1"},
