@@ -36,6 +36,11 @@ int main(int count, char** arguments) {
     return reporter.PrintRatios({
                {"DecodeThroughThePlugin", "DecodeByBareReads", 1.05},
                {"ScanChunks", "WalkHeaders", 1.5},
+               {"MoveAudioByEdits", "MoveAudioByBareLoops", 1.2},
+               {"Pack100kTags", "PackTenTimes10kTags", 1.2},
+               {"Unpack100kTags", "UnpackTenTimes10kTags", 1.2},
+               {"Merge100kTags", "MergeTenTimes10kTags", 1.2},
+               {"ParseAndPrintSettings", "ParseAndPrintNlohmann", 3.0},
            })
                ? 0
                : 1;

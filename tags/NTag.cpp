@@ -1,11 +1,12 @@
 #include "tags/NTag.h"
 
 #include <algorithm>
+#include <bit>
 #include <cwchar>
 #include <limits>
 #include <new>
-#include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -22,16 +23,48 @@ int LeadingNumber(const XStr& text) {
         std::clamp<long long>(std::wcstoll(text.c_str(), nullptr, 10), Limits::min(), Limits::max()));
 }
 
-// FNV-1a over the folded characters, without a folded copy of every name.
-struct HashNoCase {
-    size_t operator()(std::wstring_view name) const {
-        uint64_t hash = 0xCBF29CE484222325;
-        for (const wchar_t c : name) hash = (hash ^ static_cast<uint32_t>(FoldCase(c))) * 0x100000001B3;
+// The first position of each name in a collection that may grow. Chains through plain arrays: a map with a node
+// for every name takes several times the memory, and with it the time.
+class NameIndex {
+public:
+    NameIndex(const XObj<STInternalTag>& tags, size_t mostNames)
+        : tags_(tags), chains_(std::bit_ceil(mostNames + 1), kNone) {
+        entries_.reserve(mostNames);
+    }
+
+    // Where that name comes first; `position`, for which it is remembered, when it has not come yet.
+    int FirstOf(std::wstring_view name, int position) {
+        const uint32_t hash = Hash(name);
+        int* link = &chains_[hash & (chains_.size() - 1)];
+        while (*link != kNone) {
+            Entry& entry = entries_[static_cast<size_t>(*link)];
+            if (entry.hash == hash && EqualNoCase(tags_[entry.position].Name, name)) return entry.position;
+            link = &entry.next;
+        }
+        *link = static_cast<int>(entries_.size());
+        entries_.push_back({hash, position, kNone});
+        return position;
+    }
+
+private:
+    static constexpr int kNone = -1;
+
+    struct Entry {
+        uint32_t hash;
+        int position;
+        int next;
+    };
+
+    // FNV-1a over the folded characters.
+    static uint32_t Hash(std::wstring_view name) {
+        uint32_t hash = 0x811C9DC5;
+        for (const wchar_t c : name) hash = (hash ^ static_cast<uint32_t>(FoldCase(c))) * 0x01000193;
         return hash;
     }
-};
-struct SameNoCase {
-    bool operator()(std::wstring_view a, std::wstring_view b) const { return EqualNoCase(a, b); }
+
+    const XObj<STInternalTag>& tags_;
+    std::vector<int> chains_;
+    std::vector<Entry> entries_;  // never moved, as links point into it
 };
 
 }  // namespace
@@ -90,19 +123,15 @@ bool NTag::RemoveTag(const wchar_t* name) {
 }
 
 void NTag::MergeFrom(const NTag& other, bool overwrite) {
-    std::unordered_map<std::wstring_view, int, HashNoCase, SameNoCase> firstOf;  // positions by name
-    firstOf.reserve(static_cast<size_t>(Count()) + static_cast<size_t>(other.Count()));
-    for (int i = 0; i < Count(); ++i) firstOf.try_emplace(tags_[i].Name, i);
+    NameIndex names(tags_, static_cast<size_t>(Count()) + static_cast<size_t>(other.Count()));
+    for (int i = 0; i < Count(); ++i) names.FirstOf(tags_[i].Name, i);
     // Of a collection merged into itself every name is found, so that it does not grow under this loop.
     for (const STInternalTag& tag : other.tags_) {
-        const auto [first, missing] = firstOf.try_emplace(tag.Name, Count());
-        if (missing) {
+        const int first = names.FirstOf(tag.Name, Count());
+        if (first == Count()) {
             AddTag(tag);
         } else if (overwrite) {
-            STInternalTag& mine = tags_[first->second];
-            std::ranges::copy(tag.Name, mine.Name.begin());  // in place, as it is a key; only case differs
-            mine.Value = tag.Value;
-            mine.Data = tag.Data;
+            tags_[first] = tag;
         }
     }
 }
