@@ -26,36 +26,20 @@ Bytes Shuffled(const Bytes& file, int64_t position, int64_t delta, bool zeroFill
 TEST(Shuffle, MovesTheRestOfTheFile) {
     const Bytes before = Pattern(3 * kBlock + 100);
     const int64_t size = std::ssize(before);
-    const std::pair<int64_t, int64_t> moves[] = {
-        {0, 1},
-        {0, 3 * kBlock},
-        {50, kBlock},
-        {50, 4 * kBlock},
-        {kBlock, kBlock - 1},
-        {size - 1, 8},
-        {size - kBlock, 8},
-        {size, 8},
-        {size + 9, 8},
-        {8, -8},
-        {kBlock, -1},
-        {kBlock, -kBlock},
-        {2 * kBlock, -kBlock - 1},
-        {size - 1, -8},
-        {size, -8},
-        {size + 9, -8},
-        {size, -size},
-        {size, -size - 1},
-        {50, 0},
-    };
     const TempFolder folder;
-    for (const auto& [position, delta] : moves) {
-        for (const bool zeroFill : {false, true}) {
-            const auto path = folder.Write("a", before);
-            XFile file;
-            ASSERT_TRUE(file.Open(FromUTF8(path.native()), XFile::Access::ReadWrite));
-            EXPECT_TRUE(file.Shuffle(position, delta, zeroFill));
-            EXPECT_TRUE(ReadBytes(path) == Shuffled(before, position, delta, zeroFill))
-                << position << " by " << delta << (zeroFill ? ", filled" : "");
+    for (const int64_t position :
+         {int64_t{0}, int64_t{50}, kBlock, size - kBlock, size - 1, size, size + 9}) {
+        for (const int64_t delta :
+             {int64_t{0}, int64_t{1}, kBlock - 1, 4 * kBlock, int64_t{-8}, -kBlock, -size - 1}) {
+            if (position < size && position + delta < 0) continue;
+            for (const bool zeroFill : {false, true}) {
+                const auto path = folder.Write("a", before);
+                XFile file;
+                ASSERT_TRUE(file.Open(FromUTF8(path.native()), XFile::Access::ReadWrite));
+                EXPECT_TRUE(file.Shuffle(position, delta, zeroFill));
+                EXPECT_TRUE(ReadBytes(path) == Shuffled(before, position, delta, zeroFill))
+                    << position << " by " << delta << (zeroFill ? ", filled" : "");
+            }
         }
     }
 }

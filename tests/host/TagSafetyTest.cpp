@@ -1,0 +1,223 @@
+#include "TagWorkshop.h"
+#include "base/XStr.h"
+#include "host/KeptChunks.h"
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <random>
+#include <sys/file.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+using Names = std::set<std::string>;
+using testing::IsSubstring;
+
+// A file of some size, and edits that move its audio and lead from each other's result to the next.
+class SignalledEdit : public testing::Test {
+protected:
+    struct Step {
+        std::string edit, shown;
+        std::string result = {};
+    };
+
+    void SetUp() override {
+        const Bytes audio = Pattern(6 * 400'000);
+        shop.Configure("LISTPos=1 LISTPadding=2");
+        shop.Write("a.w64", Recording(audio).Chunk("levl", Pattern(99)).File());
+        for (Step& step : steps) {
+            const auto begin = Clock::now();
+            ASSERT_EQ(shop.Run("w64 tags " + step.edit).errors, "");
+            longest = std::max(longest, Clock::now() - begin);
+            ASSERT_EQ(shop.Tags("a.w64"), step.shown);
+            ASSERT_EQ(shop.Run("w64 check -q a.w64 && w64 decode -q a.w64 -o a.raw").status, 0);
+            ASSERT_TRUE(shop.Read("a.raw") == audio);
+            fs::remove(shop.Path() / "a.raw");
+            step.result = File();
+        }
+        done = std::size(steps) - 1;
+    }
+
+    std::string File() const { return ReadText(shop.Path() / "a.w64"); }
+    size_t Next() const { return (done + 1) % std::size(steps); }
+
+    pid_t Start() const {
+        const std::string line = "cd '" + shop.Path().string() + "' && exec '" + W64_COMMAND + "' tags " +
+                                 steps[Next()].edit + " 2>/dev/null";
+        const pid_t process = ::fork();
+        if (process != 0) return process;
+        ::setenv("XCLASS_XREGISTRY_LOCATION", shop.Settings().c_str(), 1);
+        ::execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
+        ::_exit(127);
+    }
+
+    // Sends the signal at some moment of the next edit; returns how that ended.
+    int Signal(int signal) {
+        const pid_t process = Start();
+        std::this_thread::sleep_for(longest * std::uniform_real_distribution<>(0, 1)(random));
+        ::kill(process, signal);
+        int status = 0;
+        ::waitpid(process, &status, 0);
+        const std::string file = File();
+        const bool isNew = file == steps[Next()].result;
+        EXPECT_TRUE(isNew || (status != 0 && file == steps[done].result)) << "after " << status;
+        if (isNew) done = Next();
+        return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    }
+
+    const TagWorkshop shop;
+    const std::string title = std::string(5000, 't');
+    Step steps[3] = {{"set a.w64 Artist=A Title=" + title, "Artist=A, Title=" + title},
+                     {"remove a.w64 Title", "Artist=A"},
+                     {"remove a.w64 --all", ""}};
+    size_t done = 0;
+    Clock::duration longest{};
+    std::mt19937 random{64};
+};
+
+}  // namespace
+
+TEST_F(SignalledEdit, KilledLeavesTheOldFileOrTheNewOne) {
+    int leftBehind = 0;
+    for (int kills = 0; kills < 200 && !HasFailure();) {
+        for (int i = 0; i < 10; ++i) kills += Signal(SIGKILL) == 128 + SIGKILL;
+        Names copies = shop.Files();
+        EXPECT_EQ(copies.erase("a.w64"), 1u);
+        const Outcome next = shop.Run("w64 tags " + steps[Next()].edit);
+        EXPECT_EQ(next.status, 0) << next.errors;
+        done = Next();
+        EXPECT_TRUE(File() == steps[done].result);
+        for (const std::string& name : copies) {
+            EXPECT_TRUE(name.starts_with(".w64-") && name.ends_with(".part")) << name;
+            EXPECT_PRED_FORMAT2(IsSubstring, name + ": left behind by a run that was killed", next.errors);
+            leftBehind += fs::remove(shop.Path() / name);
+        }
+        EXPECT_EQ(shop.Files(), Names{"a.w64"});
+    }
+    EXPECT_GT(leftBehind, 20);  // else no kill has come while a copy was edited
+}
+
+TEST_F(SignalledEdit, InterruptedLeavesNothingBehind) {
+    int interrupted = 0;
+    for (size_t i = 0; i < 60; ++i) {
+        const int signal = std::array{SIGINT, SIGTERM, SIGHUP}[i % 3];
+        const int status = Signal(signal);
+        EXPECT_TRUE(status == 0 || status == 128 + signal) << status;
+        EXPECT_EQ(shop.Files(), Names{"a.w64"});
+        interrupted += status != 0;
+    }
+    EXPECT_GT(interrupted, 10);
+}
+
+TEST(TagSafety, AFullDiskChangesNothing) {
+    const TagWorkshop shop;
+    const Bytes file = Recording(Pattern(60'000)).File();
+    const auto tryWithMoreAndMore = [&](const std::string& room, size_t from, size_t step, const char* how) {
+        const std::string set = " && w64 tags set a.w64 Title=" + std::string(10'000, 't') + how;
+        const std::string copying = "cannot make a copy to edit: ";
+        Names met;
+        shop.Write("a.w64", file);
+        for (size_t i = 0; i < 100; ++i) {
+            SCOPED_TRACE(room + std::to_string(from + i * step) + how);
+            const Outcome outcome = shop.Run(room + std::to_string(from + i * step) + set);
+            if (outcome.status == 0) break;
+            const bool noCopy = outcome.errors.find(copying) != std::string::npos;
+            EXPECT_PRED_FORMAT2(IsSubstring, noCopy ? copying : "disk full?", outcome.errors);
+            ASSERT_EQ(outcome.status, 1);
+            ASSERT_TRUE(shop.Holds(file));
+            met.insert(outcome.errors);
+        }
+        EXPECT_EQ(met.size(), *how ? 1u : 2u);  // no room for the copy, and none for what its edit adds
+        EXPECT_EQ(shop.Tags("a.w64"), "Title=" + std::string(10'000, 't'));
+    };
+    const char* const ways[] = {"", " --in-place"};
+    for (const char* how : ways) tryWithMoreAndMore("ulimit -f ", 8, 5, how);
+
+    if (shop.Run("mount -t tmpfs none .").status != 0) GTEST_SKIP() << "no file systems can be mounted here";
+    const std::string remount = "mount -o remount none . -o size=";
+    for (const char* how : ways) tryWithMoreAndMore(remount, file.size() + 4096, 4096, how);
+    EXPECT_EQ(shop.Run("umount -l .").status, 0);
+}
+
+TEST(TagSafety, ALockHeldElsewhereIsRespected) {
+    const TagWorkshop shop;
+    const Bytes file = Recording(Pattern(600)).File();
+    const int descriptor = ::open(shop.Write("a.w64", file).c_str(), O_RDONLY | O_CLOEXEC);
+    for (const int lock : {LOCK_SH, LOCK_EX}) {
+        ASSERT_EQ(::flock(descriptor, lock), 0);
+        for (const std::string edit :
+             {"set a.w64 Title=x", "remove a.w64 --all", "set a.w64 Year=1 --in-place"}) {
+            const Outcome outcome = shop.Run("w64 tags " + edit);
+            EXPECT_EQ(outcome.status, 1);
+            EXPECT_PRED_FORMAT2(IsSubstring, "check no other program has it open", outcome.errors);
+            EXPECT_TRUE(shop.Holds(file));
+        }
+    }
+    ::close(descriptor);
+    EXPECT_EQ(shop.Run("w64 tags set a.w64 Title=x").errors, "");
+}
+
+TEST(TagSafety, OfTwoEditsAtOnceNoneIsLost) {
+    const std::string edits[] = {"w64 tags set a.w64 Title=One", "w64 tags set a.w64 Artist=Other"};
+    const TagWorkshop shop;
+    const Bytes file = Recording(Pattern(600'000)).File();
+    const auto after = [&](const std::string& commands) {
+        shop.Write("a.w64", file);
+        EXPECT_EQ(shop.Run(commands).status, 0);
+        return shop.Read("a.w64");
+    };
+    const std::pair<std::string, Bytes> results[] = {
+        {"0 1\n", after(edits[0])},
+        {"1 0\n", after(edits[1])},
+        {"0 0\n", after(edits[0] + " && " + edits[1])},
+        {"0 0\n", after(edits[1] + " && " + edits[0])},
+    };
+    for (int delay = 0; delay < 30; ++delay) {
+        shop.Write("a.w64", file);
+        const Outcome both = shop.Run(edits[0] + " & sleep 0.0" + std::to_string(delay) + "; " + edits[1] +
+                                      "; other=$?; wait $!; echo $? $other");
+        EXPECT_NE(std::ranges::find(results, std::pair(both.output, shop.Read("a.w64"))), std::end(results))
+            << both.output << both.errors;
+        EXPECT_EQ(shop.Files(), Names{"a.w64"});
+    }
+}
+
+TEST(TagSafety, TheCheckOfACopySeesEveryByteThatIsToStay) {
+    constexpr size_t audio = 3 << 19;  // one and a half blocks
+    constexpr size_t dataAt = 816;
+    constexpr size_t levlAt = dataAt + 24 + audio;
+    const TempFolder folder;
+    const Bytes list = List({{"INAM", Text(u"Song")}});
+    const Bytes good = Recording(Pattern(audio)).Chunk("levl", Pattern(9)).SummaryList(list).File();
+    XFile original;
+    ASSERT_TRUE(original.Open(FromUTF8(folder.Write("a", good).native()), XFile::Access::Read));
+    const KeptChunks before(original);
+    const std::pair<size_t, std::string> flips[] = {
+        {64, "the chunk 'fmt ' at 40 has other bytes"},
+        {88, "the chunk 'bext' at 88 is not there"},
+        {dataAt - 4, "the chunk 'bext' at 88 has other bytes"},
+        {dataAt + 24, "the chunk 'data' at 816 has other bytes"},
+        {levlAt - 1, "the chunk 'data' at 816 has other bytes"},
+        {levlAt + 16, "the chunk 'levl' at 1,573,704 has another size"},
+        {levlAt + 32, "the chunk 'levl' at 1,573,704 has other bytes"},
+        {levlAt + 40, "the chunk '"},  // the list, which becomes another chunk
+        {good.size() - 4, ""},         // the song
+    };
+    for (const auto& [at, told] : flips) {
+        Bytes changed = good;
+        changed[at] ^= 1;
+        XFile copy;
+        ASSERT_TRUE(copy.Open(FromUTF8(folder.Write("b", changed).native()), XFile::Access::Read));
+        const KeptChunks after(copy);
+        std::string difference = before.DifferenceTo(after);
+        if (difference.empty()) difference = before.DifferenceOfBytes(original, after, copy);
+        EXPECT_PRED_FORMAT2(IsSubstring, told, difference);
+        EXPECT_EQ(difference.empty(), told.empty());
+    }
+}

@@ -1,0 +1,317 @@
+#include "TagWorkshop.h"
+#include "base/XStr.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#ifdef __linux__
+#include <sys/xattr.h>
+#endif
+
+namespace {
+
+namespace fs = std::filesystem;
+using Names = std::set<std::string>;
+using testing::IsSubstring;
+
+const Bytes kAudio = Pattern(6000);
+const Bytes kUntagged = Recording(kAudio).File();
+
+Bytes Tagged(const Bytes& list) { return Recording(kAudio).SummaryList(list).File(); }
+
+Bytes Resized(Bytes bytes, size_t size) {
+    bytes.resize(size);
+    return bytes;
+}
+
+bool IsHarmless(const std::string& text) {
+    return std::ranges::none_of(
+        FromUTF8(text), [](wchar_t c) { return (c < 0x20 && c != L'\n') || (c >= 0x7F && c < 0xA0); });
+}
+
+// Mode, owner, and what extended attributes there are.
+std::string Attributes(const fs::path& file) {
+    struct stat status {};
+    EXPECT_EQ(::stat(file.c_str(), &status), 0);
+    std::string text;
+    for (const auto number : {status.st_mode, status.st_uid, status.st_gid})
+        text += std::to_string(number) + " ";
+#ifdef __linux__
+    char bytes[1024];
+    text.append(bytes, static_cast<size_t>(std::max<ssize_t>(::listxattr(file.c_str(), bytes, 1024), 0)));
+    text.append(bytes,
+                static_cast<size_t>(std::max<ssize_t>(::getxattr(file.c_str(), "user.note", bytes, 9), 0)));
+#endif
+    return text;
+}
+
+}  // namespace
+
+TEST(Tags, AreSetChangedAndRemoved) {
+    const std::pair<std::string, std::string> steps[] = {
+        {"set a.w64 Title='The Song' artist=Ünïcode", "Title=The Song, Artist=Ünïcode"},
+        {"set a.w64 'TITLE=a = b' Track=7", "Title=a = b, Track=7, Artist=Ünïcode"},
+        {"set a.w64 'Comment=two\nlines' Track=", "Comment=two\nlines, Title=a = b, Artist=Ünïcode"},
+        {"remove a.w64 title COMMENT Title", "Artist=Ünïcode"},
+        {"set a.w64 Artist=", ""},
+        {"set a.w64 Album=A ISRC=B", "Album=A, ISRC=B"},
+        {"remove a.w64 --all", ""},
+        {"remove a.w64 --all", ""},
+    };
+    for (const std::string how : {"", " --in-place"}) {
+        const TagWorkshop shop;
+        shop.Write("a.w64", kUntagged);
+        for (const auto& [command, shown] : steps) {
+            SCOPED_TRACE(command + how);
+            const Outcome outcome = shop.Run("w64 tags " + command + how);
+            EXPECT_EQ(outcome.output + outcome.errors, "");
+            EXPECT_EQ(shop.Tags("a.w64"), shown);
+            Bytes rest = Slice(shop.Read("a.w64"), 0, kUntagged.size());
+            Store<uint64_t>(rest.data() + 16, kUntagged.size());
+            EXPECT_EQ(rest, kUntagged);
+            EXPECT_EQ(shop.Holds(kUntagged), shown.empty());
+        }
+        EXPECT_FALSE(fs::exists(shop.Settings()));
+        const Bytes other = List({{"IART", Text(u"Abba")}});
+        shop.Write("a.w64",
+                   Recording(kAudio).SummaryList(List({{"INAM", Text(u"Song")}})).SummaryList(other).File());
+        EXPECT_EQ(shop.Run("w64 tags remove a.w64 Title" + how).errors, "");
+        EXPECT_EQ(shop.Tags("a.w64"), "Artist=Abba");
+    }
+}
+
+TEST(Tags, AreShownWhateverFormTheListHas) {
+    const std::pair<Bytes, std::string> cases[] = {
+        {List({{"INAM", Text(U"So")}, {"IART", {'B', 0, 0, 0, 'o', 0}}}), "Title=So, Artist=Bo"},
+        {List({{"INAM", Text(U"S\u00F6ng\u266A")}, {"IXYZ", {}}}), "Title=Söng♪"},
+        {List({{"INAM", Text(U"S\U0001F3B5")}}), "Title=S🎵"},
+        {List({{"INAM", Text(u"S\U0001F3B5ng")}, {"ISRC", Text(u"A")}}), "Title=S🎵ng, ISRC=A"},
+        {List({{"INAM", Text(u"a\xD83C")}, {"IART", Text(u"\xDFB5z")}}), "Title=a�, Artist=�z"},
+        {List({{"INAM", Text(u"16")}, {"IART", Text(U"32")}}), "Title=16, Artist=32"},
+        {List({{"INAM", Text(u"one")}, {"INAM", Text(u"two")}}), "Title=one"},
+        {List({}), ""},
+    };
+    const TagWorkshop shop;
+    for (const auto& [list, shown] : cases) {
+        shop.Write("a.w64", Tagged(list));
+        EXPECT_EQ(shop.Tags("a.w64"), shown);
+    }
+    shop.Write("a.w64", Tagged(cases[3].first));
+    const Outcome outcome = shop.Run("w64 tags nowhere.w64 a.w64");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_PRED_FORMAT2(IsSubstring, "  Title                S🎵ng\n", outcome.output);
+}
+
+TEST(Tags, KeepTheFormOfTheListTheyAreIn) {
+    const Bytes units = List({{"IART", Text(u"Song")}, {"INAM", Text(u"S\U0001F3B5\xDFB5")}});
+    const Bytes codes = List({{"IART", Text(U"Song")}, {"INAM", Text(U"S\u266A")}});
+    const struct {
+        const char* settings;
+        Bytes before, after;
+    } cases[] = {
+        {"", kUntagged, List({{"IART", Text(u"Song")}})},
+        {"LISTText=1", kUntagged, List({{"IART", Text(U"Song")}})},
+        {"LISTText=1", Tagged(List({{"INAM", Text(u"S\U0001F3B5\xDFB5")}})), units},
+        {"LISTText=2", Tagged(List({{"INAM", Text(U"S\u266A")}})), codes},
+        {"", Tagged(List({{"IART", {'O', 0, 0, 0, 'l', 0}}})), List({{"IART", Text(U"Song")}})},
+    };
+    for (const auto& c : cases) {
+        const TagWorkshop shop;
+        shop.Configure(c.settings);
+        shop.Write("a.w64", c.before);
+        EXPECT_EQ(shop.Run("w64 tags set a.w64 Artist=Song").errors, "");
+        EXPECT_EQ(shop.Read("a.w64"), Tagged(c.after));
+    }
+}
+
+TEST(Tags, GoWhereTheOptionsSay) {
+    for (int i = 0; i < 6; ++i) {
+        const TagWorkshop shop;
+        shop.Configure("SafeEdit=0 LISTPos=" + std::to_string(i % 2) +
+                       " LISTPadding=" + std::to_string(i % 3) + " LISTPaddingSize=" + std::to_string(i % 5) +
+                       " LISTTrack=" + std::to_string(i % 2));
+        const std::string settings = ReadText(shop.Settings());
+        SCOPED_TRACE(settings);
+        const auto written = fs::last_write_time(shop.Settings());
+        shop.Write("a.w64", Recording(kAudio).Chunk("junk", Pattern(80)).File());
+        const std::string sound = " && w64 check -q a.w64 && w64 decode -q -f a.w64 -o a.raw";
+        for (const std::string edit : {"set a.w64 Track=7 Year=1", "set a.w64 Comment=\"$(seq 2000)\"",
+                                       "set a.w64 Comment=2 Year=", "remove a.w64 comment"}) {
+            EXPECT_EQ(shop.Run("w64 tags " + edit + sound).status, 0);
+            EXPECT_EQ(shop.Read("a.raw"), kAudio);
+        }
+        EXPECT_EQ(shop.Tags("a.w64"), "Track=7");
+        EXPECT_EQ(shop.Run("w64 tags remove a.w64 --all" + sound).status, 0);
+        EXPECT_EQ(shop.Tags("a.w64"), "");
+        EXPECT_EQ(ReadText(shop.Settings()), settings);
+        EXPECT_EQ(fs::last_write_time(shop.Settings()), written);
+    }
+}
+
+TEST(Tags, AreReadByOthers) {
+    const TagWorkshop shop;
+    if (shop.Run("ffprobe -version").status != 0) GTEST_SKIP() << "there is no ffprobe";
+    shop.Write("a.w64", kUntagged);
+    EXPECT_EQ(shop.Run("w64 tags set a.w64 Title='Größe ♪' Artist=A Comment='x y'").errors, "");
+    const Outcome probed = shop.Run("ffprobe -v error -show_entries format_tags -of json a.w64");
+    EXPECT_EQ(nlohmann::json::parse(probed.output)["format"]["tags"],
+              (nlohmann::json{{"title", "Größe ♪"}, {"artist", "A"}, {"comment", "x y"}}));
+}
+
+TEST(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
+    const Bytes plain = Tagged(List({{"INAM", Text(u"Song")}}));
+    const Bytes unknown = Tagged(List({{"INAM", Text(u"Song")}, {"IXYZ", Text(u"?")}}));
+    const Bytes twice = Tagged(List({{"itrk", Text(u"1")}, {"TRCK", Text(u"2")}}));
+    Bytes corrupt = plain;
+    Store<uint32_t>(corrupt.data() + corrupt.size() - 16, 99);  // the value's size
+    const struct {
+        Bytes file;
+        std::string command;
+        int status;
+        std::string message;
+        std::string options = "";
+    } cases[] = {
+        {plain, "set a.w64 Title=🎵", 2, "'🎵' (U+1F3B5) cannot be stored, tags take characters of up to"},
+        {plain, "set a.w64 Title=\xFF", 2, "is no UTF-8 text"},
+        {plain, "set a.w64 Foo=x", 2, "has no place for 'Foo'; there is one for Album, "},
+        {plain, "set a.w64 Title", 2, "'Title' is not Name=Value"},
+        {plain, "set a.w64 =x", 2, "'=x' is not Name=Value"},
+        {plain, "set a.w64 Title=x title=y", 2, "'title' is set twice"},
+        {plain, "set a.w64", 2, "NAME=VALUE is required"},
+        {plain, "remove a.w64", 2, "either names of tags or --all"},
+        {plain, "remove a.w64 Title Artist", 1, "has no tag 'Artist'"},
+        {plain, "remove a.w64 _riff_1", 1, "has no tag '_riff_1'"},
+        {unknown, "set a.w64 Title=x", 1, "lost: the unknown 'IXYZ'; --force edits all the same"},
+        {twice, "set a.w64 Title=x", 1, "lost: a second 'Track'"},
+        {corrupt, "set a.w64 Title=x --force --in-place", 1, "LIST sub chunk is corrupted"},
+        {Resized(plain, 3000), "remove a.w64 --all", 1, "a.w64: "},
+        {Resized(kUntagged, 3000), "set a.w64 Year=1 --in-place", 1, "not sound: the chunks end at 6840"},
+        {Resized(plain, 9999), "set a.w64 Title=x", 1, "its layout is not sound: the chunks end at 6888"},
+        {Recording(kAudio).File(6000), "set a.w64 Title=x", 1, "Chunk is out of file"},
+        {{}, "set a.w64 Title=x", 1, "a.w64: "},
+        {Pattern(1000), "set a.w64 Title=x", 1, "a.w64: "},
+        {plain, "set nowhere.w64 Title=x", 1, "No such file or directory"},
+        {plain, "set . Title=x", 1, "cannot open"},
+        // The decoder does otherwise than was meant.
+        {kUntagged, "set a.w64 Title=Song", 1, "as they should: 'Title' reads 'So' instead", "LISTText=0"},
+        {plain, "set a.w64 Artist=Abba", 1, "'Artist' reads 'Ab' instead of 'Abba', 'Title'", "LISTText=0"},
+        {kUntagged, "set a.w64 Album=A ISRC=B", 1, "as they should: 'ISRC' is not there", "LISTAlbum=1"},
+        {kUntagged, "set a.w64 Title=Song", 1, "as they should: 'Title' is not there", "TagDefault=2"},
+        {plain, "set a.w64 Title=A\x01", 1, "as they should: 'Title' reads "},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.command + " of " + std::to_string(c.file.size()) + " bytes: " + c.message);
+        const TagWorkshop shop;
+        shop.Configure(c.options);
+        shop.Write("a.w64", c.file);
+        const Outcome outcome = shop.Run("w64 tags " + c.command);
+        EXPECT_EQ(outcome.status, c.status);
+        EXPECT_PRED_FORMAT2(IsSubstring, c.message, outcome.errors);
+        EXPECT_TRUE(shop.Holds(c.file));
+    }
+    const TagWorkshop shop;
+    shop.Write("a.w64", unknown);
+    shop.Write("b.w64", twice);
+    EXPECT_EQ(shop.Run("for i in a b; do w64 tags set $i.w64 -f Title=Song; done").errors, "");
+    EXPECT_EQ(shop.Read("a.w64"), plain);
+    EXPECT_EQ(shop.Tags("b.w64"), "Title=Song, Track=1");
+}
+
+TEST(Tags, LeaveTheFileItsAttributesAndItsNames) {
+    const TagWorkshop shop;
+    const fs::path file = shop.Write("a.w64", kUntagged);
+    fs::create_symlink("a.w64", shop.Path() / "b.w64");
+    EXPECT_TRUE(::chown(file.c_str(), 12, 34) == 0 || ::geteuid() != 0);
+    ASSERT_EQ(::chmod(file.c_str(), 06640), 0);
+#ifdef __linux__
+    // Both where the file system can. Whoever may read new files of the folder still may not read this one.
+    const uint8_t list[] = {2, 0,  0,   0,   1,   0,   7,  0, 255, 255, 255, 255, 2,   0,  7,
+                            0, 99, 0,   0,   0,   4,   0,  5, 0,   255, 255, 255, 255, 16, 0,
+                            7, 0,  255, 255, 255, 255, 32, 0, 0,   0,   255, 255, 255, 255};
+    ::setxattr(shop.Path().c_str(), "system.posix_acl_default", list, sizeof list, 0);
+    ::setxattr(file.c_str(), "user.note", "of 1999", 7, 0);
+#endif
+    const std::string before = Attributes(file);
+    EXPECT_EQ(shop.Run("w64 tags set b.w64 Title=x").errors, "");
+    EXPECT_EQ(shop.Tags("a.w64"), "Title=x");
+    EXPECT_EQ(Attributes(file), before);
+    EXPECT_TRUE(fs::is_symlink(shop.Path() / "b.w64"));
+
+    fs::create_hard_link(file, shop.Path() / "c.w64");
+    EXPECT_PRED_FORMAT2(IsSubstring, "hard links", shop.Run("w64 tags set a.w64 Title=y").errors);
+    EXPECT_EQ(shop.Tags("c.w64"), "Title=x");
+    EXPECT_EQ(shop.Run("w64 tags set a.w64 --in-place Title=z").errors, "");
+    EXPECT_EQ(shop.Tags("c.w64"), "Title=z");
+    EXPECT_EQ(shop.Files(), (Names{"a.w64", "b.w64", "c.w64"}));
+}
+
+TEST(Tags, NeedTheRightToWrite) {
+    const TagWorkshop shop;
+    const std::string nobody = ::geteuid() == 0 ? "setpriv --reuid=99 --regid=99 --clear-groups " : "";
+    shop.Write("a.w64", kUntagged);
+    if (shop.Run("chmod 755 . && " + nobody + "w64 info a.w64").status != 0)
+        GTEST_SKIP() << "runs for root only";
+    const std::pair<std::string, std::string> cases[] = {
+        {"chmod 555 . && chmod 666 a.w64",
+         "cannot create a file in '" + shop.Path().string() + "': Permission denied"},
+        {"chmod 777 . && chmod 444 a.w64", "cannot open the file for writing"},
+        {"chmod 666 a.w64", nobody.empty() ? "" : "cannot have the owner, mode and attributes of the file"},
+    };
+    for (const auto& [modes, message] : cases) {
+        const Outcome outcome = shop.Run(modes + " && " + nobody + "w64 tags set a.w64 Title=x");
+        EXPECT_PRED_FORMAT2(IsSubstring, message, outcome.errors);
+        EXPECT_EQ(shop.Holds(kUntagged), !message.empty());
+    }
+}
+
+TEST(Tags, OfHostileFilesDoNoHarm) {
+    const Bytes nasty = Text(u"\x1B[2J\x9B 31m\x7F\r\n\b\x85 x");
+    const Bytes list = List({{"INAM", nasty}, {"I\x1B[J", nasty}});
+    const Bytes file = Recording(kAudio).Chunk("\x1B[2m", Pattern(3)).SummaryList(list).File();
+    const TagWorkshop shop;
+    shop.Write("a.w64", file);
+    shop.Write("b\x1B[2J.w64", Resized(file, 3000));
+    for (const std::string command : {"tags *.w64", "tags set a.w64 Title=x", "tags remove a.w64 I\x1B[J",
+                                      "tags set b*.w64 Title=x", "tags set a.w64 I\x1B[J=x"}) {
+        const Outcome outcome = shop.Run("w64 " + command);
+        EXPECT_TRUE(IsHarmless(outcome.output + outcome.errors)) << command;
+    }
+    EXPECT_EQ(shop.Tags("a.w64"), "Title=\x1B[2J\u009B 31m\x7F\r\n\b\u0085 x");
+}
+
+TEST(Options, AreListedSetAndKept) {
+    const TagWorkshop shop;
+    EXPECT_PRED_FORMAT2(IsSubstring, "LIST Padding Size     2 KB  (not set)\n",
+                        shop.Run("w64 options").output);
+    EXPECT_FALSE(fs::exists(shop.Settings()));
+    const std::pair<std::string, std::string> changes[] = {
+        {"'list text=1'", "LIST Text             32-bit\n"},
+        {"'LIST Text=16-BIT'", "LIST Text             16-bit\n"},
+        {"wave64listtext=0", "LIST Text             32-bit, half of each value\n"},
+        {"'LIST Album Tag=ISRC'", "LIST Album Tag        ISRC\n"},
+        {"'Safe Editing=on'", "Safe Editing          on\n"},
+        {"'LIST Padding Size=4'", "LIST Padding Size     16 KB\n"},
+    };
+    for (const auto& [change, shown] : changes) {
+        EXPECT_EQ(shop.Run("w64 options " + change).output, shown);
+        EXPECT_PRED_FORMAT2(IsSubstring, shown, shop.Run("w64 options").output);
+    }
+    EXPECT_EQ(shop.Run("w64 options 'list text'").output, changes[2].second +
+                                                              "  0  32-bit, half of each value\n"
+                                                              "  1  32-bit\n  2  16-bit\n");
+    const auto expectRefusal = [&](const std::string& command, const std::string& message) {
+        const std::string settings = ReadText(shop.Settings());
+        EXPECT_PRED_FORMAT2(IsSubstring, message,
+                            shop.Run("(" + command + " 2>&1; echo exit $?) | cat").output);
+        EXPECT_EQ(ReadText(shop.Settings()), settings);
+    };
+    for (const std::string unknown : {"Nope", "Nope=1", "=1"})
+        expectRefusal("w64 options " + unknown, ", see w64 options\nexit 2\n");
+    for (const std::string choice : {"3", "", "-1", "16"})
+        expectRefusal("w64 options 'LIST Text=" + choice + "'", "w64: 'LIST Text' is one of: ");
+    const std::string cannot = "w64: cannot write the settings to '" + shop.Settings().string() +
+                               "', the file is as it was\nexit 1\n";
+    expectRefusal("ulimit -f 0; w64 options 'LIST Text=1'", cannot);
+    fs::resize_file(shop.Settings(), 100);  // malformed
+    expectRefusal("w64 options 'LIST Text=1'", cannot);
+}
