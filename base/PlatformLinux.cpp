@@ -1,7 +1,6 @@
 #include "base/Platform.h"
 
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <linux/fs.h>
@@ -34,6 +33,17 @@ bool ReadAttribute(std::string& bytes, const Ask& ask) {
     return got >= 0;
 }
 
+auto ValueOf(int file, const std::string& name) {
+    return [=](char* out, size_t size) { return ::fgetxattr(file, name.c_str(), out, size); };
+}
+
+// Names that each end in NUL.
+std::vector<std::string> Split(const std::string& names) {
+    std::vector<std::string> list;
+    for (const char* name = names.c_str(); *name; name += list.back().size() + 1) list.emplace_back(name);
+    return list;
+}
+
 }  // namespace
 
 namespace Platform {
@@ -54,19 +64,26 @@ int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes) {
 
 bool CopyAttributes(int from, int to) {
     std::string names;
-    if (!ReadAttribute(names, [&](char* out, size_t size) { return ::flistxattr(from, out, size); })) {
+    std::string oldNames;
+    const auto namesOf = [](int file) {
+        return [=](char* out, size_t size) { return ::flistxattr(file, out, size); };
+    };
+    if (!ReadAttribute(names, namesOf(from)) || !ReadAttribute(oldNames, namesOf(to))) {
         return errno == EOPNOTSUPP;
     }
-    for (const char* name = names.c_str(); *name; name += std::strlen(name) + 1) {
+    // A new file may have taken an access list over from its folder.
+    for (const std::string& name : Split(oldNames)) {
+        std::string value;
+        const bool isWanted = ReadAttribute(value, ValueOf(from, name));
+        if (!isWanted && ::fremovexattr(to, name.c_str()) != 0) return false;
+    }
+    for (const std::string& name : Split(names)) {
         std::string value;
         std::string old;
-        const auto valueOf = [&](int file) {
-            return [=](char* out, size_t size) { return ::fgetxattr(file, name, out, size); };
-        };
-        if (!ReadAttribute(value, valueOf(from))) return false;
+        if (!ReadAttribute(value, ValueOf(from, name))) return false;
         // Some come with the file and cannot be set.
-        if (ReadAttribute(old, valueOf(to)) && old == value) continue;
-        if (::fsetxattr(to, name, value.data(), value.size(), 0) != 0) return false;
+        if (ReadAttribute(old, ValueOf(to, name)) && old == value) continue;
+        if (::fsetxattr(to, name.c_str(), value.data(), value.size(), 0) != 0) return false;
     }
     return true;
 }

@@ -28,6 +28,7 @@ constexpr Opening kOpenings[] = {
     {O_RDONLY, LOCK_SH | LOCK_NB, 0},
     {O_RDWR, LOCK_EX | LOCK_NB, 0},
     {O_RDWR | O_CREAT | O_EXCL, LOCK_EX | LOCK_NB, 0666},
+    {O_RDWR | O_CREAT | O_EXCL, LOCK_EX | LOCK_NB, 0600},
     {O_RDONLY, LOCK_SH, 0},
     {O_RDWR | O_CREAT, LOCK_EX, 0600},
 };

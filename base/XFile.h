@@ -12,11 +12,12 @@
 class XFile {
 public:
     enum class Access {
-        Read,          // an existing file, under a shared lock
-        ReadWrite,     // an existing file, under an exclusive lock
-        CreateNew,     // as ReadWrite, for a file that must not exist yet
-        WaitToRead,    // as Read, waiting for another holder
-        WaitToUpdate,  // as ReadWrite, waiting likewise; a missing file is made, for its owner alone
+        Read,           // an existing file, under a shared lock
+        ReadWrite,      // an existing file, under an exclusive lock
+        CreateNew,      // as ReadWrite, for a file that must not exist yet
+        CreatePrivate,  // as CreateNew, for its owner alone
+        WaitToRead,     // as Read, waiting for another holder
+        WaitToUpdate,   // as ReadWrite, waiting likewise; a missing file is made, for its owner alone
     };
 
     XFile() = default;

@@ -1,5 +1,6 @@
 #include "host/Commands.h"
 #include "host/Failure.h"
+#include "host/OwnSettings.h"
 #include "host/PluginLibrary.h"
 #include "host/ReportChannels.h"
 #include "settings/XRegistry.h"
@@ -65,9 +66,11 @@ uint32_t SettingOf(const Option& option, const std::string& value) {
     for (uint32_t i = 0; i < option.texts.size(); ++i) {
         if (Matches(option.texts[i], value) || std::to_string(i) == value) return i;
     }
-    std::string texts;
-    for (const std::string& text : option.texts) texts += (texts.empty() ? "" : ", ") + text;
-    throw UsageError("'" + option.title + "' is one of: " + texts);
+    std::string choices = "'" + option.title + "' is one of";
+    for (size_t i = 0; i < option.texts.size(); ++i) {
+        choices += "\n  " + std::to_string(i) + "  " + option.texts[i];
+    }
+    throw UsageError(choices);
 }
 
 std::string CurrentText(const Option& option) {
@@ -100,6 +103,7 @@ void Store(const Option& option, const std::string& value) {
 }  // namespace
 
 bool OptionsCommand(const OptionsOptions& options, CommandContext /*context*/) {
+    RequireReadableSettings();
     const std::vector<Option> all = AllOptions();
     const size_t sign = options.assignment.find('=');
     if (options.assignment.empty()) {

@@ -21,6 +21,12 @@ uint32_t UserSetting(const wchar_t* name, uint32_t otherwise) {
 
 }  // namespace
 
+void RequireReadableSettings() {
+    if (XRegistry::IsFileReadable()) return;
+    throw Failure("the settings in '" + ToUTF8(XRegistry::RegFileLocation()) +
+                  "' cannot be read; nothing was changed");
+}
+
 OwnSettings::OwnSettings()
     : file_(std::tmpfile()), listText_(UserSetting(TaggingOptions::LISTTextName, kUTF16)) {
     if (!file_) throw SystemFailure("cannot create a temporary file");

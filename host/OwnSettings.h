@@ -6,6 +6,9 @@
 #include <cstdio>
 #include <memory>
 
+// Errors: Failure when there is a settings file of the user that cannot be read.
+void RequireReadableSettings();
+
 // The settings that the decoder finds while this program runs: the user's tagging options, with safe editing
 // on. They live in an unnamed file of this program; the user's own settings are only read.
 // One object in a program, made before anything is asked of the decoder.
@@ -17,6 +20,9 @@ public:
     // edited it reads lists of every form.
     void BeginEdit();
     void EndEdit();
+
+    // The user has chosen the form that keeps half of each value.
+    bool HalvesValues() const { return listText_ == static_cast<uint32_t>(LISTText::Half); }
 
 private:
     static void Set(const wchar_t* name, uint32_t value);

@@ -50,15 +50,17 @@ struct stat Status(const XFile& file) {
 }  // namespace
 
 Replacement::Replacement(const fs::path& file, Console& console)
-    : path_(Followed(file)), copy_(path_.parent_path()) {
+    : path_(Followed(file)), copy_(path_.parent_path(), XFile::Access::CreatePrivate) {
     NameLeftovers(path_.parent_path(), console);
     LockOriginal();
     CopyContents();
 }
 
 void Replacement::LockOriginal() {
+    if (!fs::is_regular_file(path_)) throw Failure("is not a regular file");
     if (!original_.Open(FromUTF8(path_.native()), XFile::Access::ReadWrite)) {
-        throw Failure("cannot open the file for writing, check no other program has it open");
+        if (errno == EWOULDBLOCK) throw Failure("cannot open the file, check no other program has it open");
+        throw SystemFailure("cannot open the file for writing");
     }
     const struct stat opened = Status(original_);
     struct stat named {};
@@ -76,7 +78,6 @@ void Replacement::CopyContents() {
     constexpr int64_t kStep = int64_t{64} << 20;
     const int to = Descriptor(copy_.File());
     const int from = Descriptor(original_);
-    ::fchmod(to, S_IRUSR | S_IWUSR);  // until it is known who else may read it
     const int64_t size = original_.Size();
     int64_t done = Platform::ShareContents(from, to) ? size : 0;
     while (done < size) {

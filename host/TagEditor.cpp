@@ -22,21 +22,10 @@ std::string Listed(const std::vector<std::string>& texts) {
     return list;
 }
 
-// The user's choice of text while an edit goes on.
-class EditTime {
-public:
-    explicit EditTime(OwnSettings& settings) : settings_(settings) { settings_.BeginEdit(); }
-    EditTime(const EditTime&) = delete;  // ends once
-    EditTime& operator=(const EditTime&) = delete;
-    ~EditTime() { settings_.EndEdit(); }
-
-private:
-    OwnSettings& settings_;
-};
-
 void RefuseAbsent(const NTag& tags, const std::vector<XStr>& names) {
     for (const XStr& name : names) {
-        if (tags.FindElement(name.c_str())) continue;
+        const STInternalTag* tag = tags.FindElement(name.c_str());
+        if (tag && !tag->Value.empty()) continue;  // a raw chunk is no tag to remove
         throw Failure("has no tag '" + ToPrintable(name) + "'");
     }
 }
@@ -75,27 +64,29 @@ void TagEditor::Edit(const fs::path& path, const TagChange& change) {
     RefuseAbsent(before, change.remove);
     if (!change.dropUnwritable && !change.removeAll) RefuseLosses(path);
     const NTag expected = change.Expected(before);
-    {
-        const EditTime editTime(settings_);
-        DecoderInstance decoder(library_, context_.traceDescriptor);
-        if (expected.Count() == 0) {
-            decoder.DeleteTags(path, {});  // no empty list stays behind
-        } else if (change.set.Count() > 0) {
-            decoder.WriteTags(path, change.set);
-        } else {
-            decoder.DeleteTags(path, change.remove);
-        }
+    settings_.BeginEdit();
+    DecoderInstance decoder(library_, context_.traceDescriptor);
+    if (expected.Count() == 0) {
+        decoder.DeleteTags(path, {});  // no empty list stays behind
+    } else if (change.set.Count() > 0) {
+        decoder.WriteTags(path, change.set);
+    } else {
+        decoder.DeleteTags(path, change.remove);
     }
+    settings_.EndEdit();
     const std::vector<std::string> differences = DifferencesOfTags(expected, ReadTags(path));
-    if (!differences.empty())
-        throw Failure("the tags do not read back as they should: " + Listed(differences));
+    if (differences.empty()) return;
+    std::string why;
+    if (settings_.HalvesValues()) why = "; LIST Text halves values, see w64 options";
+    if (!TaggingOptions::Read().createsLists) why = "; Tag Creation is (none), see w64 options";
+    throw Failure("the tags do not read back as they should: " + Listed(differences) + why);
 }
 
 NTag TagEditor::ReadTags(const fs::path& path) const {
     DecoderInstance decoder(library_, context_.traceDescriptor);
     decoder.Open(path, kvOpenTags);
     const std::vector<std::string> errors = decoder.Errors();
-    if (!errors.empty()) throw Failure(JoinLines(errors));
+    if (!errors.empty()) throw Failure(JoinLines(errors) + "\nw64 check tells what is wrong with the file");
     return decoder.Tags();
 }
 

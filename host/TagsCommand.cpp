@@ -102,6 +102,7 @@ void AddAssignment(NTag& tags, const std::string& assignment) {
 }
 
 bool Edit(const TagEditOptions& options, const TagChange& change, CommandContext context) {
+    RequireReadableSettings();  // the file is to be edited as the user wants it
     const PluginLibrary library = PluginLibrary::BesideProgram();
     OwnSettings settings;
     TagEditor editor(library, settings, context);

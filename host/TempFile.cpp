@@ -17,11 +17,11 @@ std::filesystem::path NextName() {
 
 }  // namespace
 
-TempFile::TempFile(const std::filesystem::path& folder) {
+TempFile::TempFile(const std::filesystem::path& folder, XFile::Access access) {
     constexpr int kTries = 100;  // names that a killed process of the same number has left behind
     for (int i = 0; i < kTries; ++i) {
         path_ = folder / NextName();
-        if (file_.Open(FromUTF8(path_.native()), XFile::Access::CreateNew)) return;
+        if (file_.Open(FromUTF8(path_.native()), access)) return;
         if (errno != EEXIST) break;
     }
     throw SystemFailure("cannot create a file in '" + (folder.empty() ? "." : folder.native()) + "'");

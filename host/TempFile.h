@@ -9,7 +9,7 @@
 // Errors: Failure when it cannot be created.
 class TempFile {
 public:
-    explicit TempFile(const std::filesystem::path& folder);
+    explicit TempFile(const std::filesystem::path& folder, XFile::Access access = XFile::Access::CreateNew);
     TempFile(const TempFile&) = delete;  // one owner removes it
     TempFile& operator=(const TempFile&) = delete;
     ~TempFile();

@@ -87,6 +87,8 @@ bool XRegistry::IsRegFileLocationSet() {
     return std::getenv(kLocationVariable) != nullptr;
 }
 
+bool XRegistry::IsFileReadable() { return IsSettingsFileReadable(); }
+
 void XRegistry::SetRegFileLocation(const XStr& path, bool overwrite) {
     const std::lock_guard lock(Mutex());
     ::setenv(kLocationVariable, ToUTF8(path).c_str(), overwrite);

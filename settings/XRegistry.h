@@ -32,6 +32,8 @@ public:
     // else "~/.XRegistry". Empty where that needs a home folder and there is none.
     static XStr RegFileLocation();
     static bool IsRegFileLocationSet();
+    // False for a file that is there but cannot be opened or is malformed, and so reads as if it were empty.
+    static bool IsFileReadable();
     static void SetRegFileLocation(const XStr& path, bool overwrite);
 
     // Numbers are stored in 64 bits; of a larger one the 32-bit getters return the low half.

@@ -102,6 +102,12 @@ sharedRegReadScope::sharedRegReadScope() : lock_(Shared().mutex) { Refresh(Share
 
 const XJSON::Object& sharedRegReadScope::Root() const { return *Shared().root; }
 
+bool IsSettingsFileReadable() {
+    const XStr location = XRegistry::RegFileLocation();
+    std::error_code failure;
+    return !std::filesystem::exists(ToUTF8(location), failure) || Load(location) != nullptr;
+}
+
 regWriteScope::regWriteScope() {
     if (!file_.Open(XRegistry::RegFileLocation(), XFile::Access::WaitToUpdate)) return;
     std::optional<std::string> text = ReadAll(file_);

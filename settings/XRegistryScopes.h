@@ -20,6 +20,9 @@ private:
     std::lock_guard<std::mutex> lock_;
 };
 
+// Whether what is in the file, if there is one, can be read.
+bool IsSettingsFileReadable();
+
 // One read, change and write of the settings file, which nobody else reads or writes meanwhile.
 class regWriteScope {
 public:

@@ -63,5 +63,5 @@ Bytes Text(const Unit* text) {
 
 // Audio with a chunk of somebody else's before it; what is appended lies behind the audio.
 inline Wave64Bytes Recording(const Bytes& audio) {
-    return Wave64Bytes().Fmt(1, 2, 48000, 24).Chunk("bext", Pattern(701)).Data(audio);
+    return Wave64Bytes().Fmt(1, 2, 48000, 24).Chunk("bext", Bytes(701, 'b')).Data(audio);
 }
