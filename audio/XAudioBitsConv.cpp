@@ -1,27 +1,5 @@
 #include "audio/XAudioBitsConv.h"
 
-#include "audio/XAudioRdWr.h"
-
-#include <algorithm>
-#include <array>
-
-namespace {
-
-// Sample by sample this is PutInt(i, GetInt(i)) in ascending order, which lets a narrower result overwrite
-// its source. Going through a block that stays in the cache keeps that true and leaves two plain loops, each
-// of which sees one layout and no overlap.
-void ConvertSamples(const XAudioRdWr& reader, XAudioRdWr& writer, int64_t samples) {
-    std::array<int32_t, 2048> block;
-    constexpr auto kBlockSamples = static_cast<int64_t>(block.size());
-    for (int64_t first = 0; first < samples; first += kBlockSamples) {
-        const int64_t count = std::min(kBlockSamples, samples - first);
-        reader.GetInts(first, count, block.data());
-        writer.PutInts(first, count, block.data());
-    }
-}
-
-}  // namespace
-
 bool XAudioBitsConv::Init(const XAudioWFX& source, int bits) {
     if (source.BitsPerSample() == bits) return true;
     const int tag = source.WFXFormatTag();
@@ -40,7 +18,7 @@ bool XAudioBitsConv::ConvertData(XAudioBufferNew& source, int bits, bool inPlace
     const int sourceTag = source.WFXFormatTag();
     const int tag = toFloat ? kTagFloat : kTagPCM;
     if (source.BitsPerSample() == bits && sourceTag == tag) return InitializeBuffer(inPlace, source);
-    if (!Init(source, bits)) return false;
+    if (!IsLinear(sourceTag) || !Init(source, bits)) return false;
     // A float of fewer bits than its layout would be read past the end of the buffer, and a result without a
     // layout would never be written. A source without one is silence.
     if (sourceTag == kTagFloat && source.BitsPerSample() < 32) return false;
@@ -50,8 +28,8 @@ bool XAudioBitsConv::ConvertData(XAudioBufferNew& source, int bits, bool inPlace
     if (!SetUpResult(source, bits, frames, inPlace)) return false;
     SetUsedSample(frames);
     SetWFXFormatTag(tag);
-    XAudioRdWr writer(*this, 0, options);
-    ConvertSamples(reader, writer, frames * Channels());
+    writer_.Continue(*this, options);
+    writer_.PutFrom(reader, frames * Channels());
     return true;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "audio/XAudioBufferNew.h"
+#include "audio/XAudioRdWr.h"
 
 // A buffer that receives another one's audio at a different bit depth, integer or float. Samples pass through
 // a left-justified 32-bit integer, so narrowing and float input truncate.
@@ -23,4 +23,6 @@ public:
 
 private:
     [[nodiscard]] bool SetUpResult(XAudioBufferNew& source, int bits, int64_t frames, bool inPlace);
+
+    XAudioRdWr writer_;  // carries noise from one part of a stream to the next
 };

@@ -1,8 +1,9 @@
 #include "audio/XAudioRdWr.h"
 
-#include "audio/XAudioSampleAccess.h"
+#include "audio/SampleKernels.h"
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
@@ -20,52 +21,6 @@ SampleMode ModeOf(int formatTag, int bits, bool dithered) {
     default:
         return SampleMode::None;
     }
-}
-
-// Runs the action on the layout of a mode; without one the result is 0 and nothing runs.
-template <class Action>
-auto WithLayout(SampleMode mode, Action action) {
-    switch (mode) {
-    case SampleMode::Int16:
-    case SampleMode::Dithered16:
-        return action(Samples16());
-    case SampleMode::Int24:
-    case SampleMode::Dithered24:
-        return action(Samples24());
-    case SampleMode::Int8:
-        return action(Samples8());
-    case SampleMode::Int32:
-        return action(Samples32());
-    case SampleMode::Float32:
-        return action(SamplesFlt());
-    case SampleMode::Float64:
-        return action(SamplesDBL());
-    case SampleMode::None:
-        break;
-    }
-    return decltype(action(Samples16()))();
-}
-
-template <class Layout>
-void GetIntLoop(Layout layout, const uint8_t* data, int64_t count, int32_t* values) {
-    for (int64_t i = 0; i < count; ++i) values[i] = layout.GetInt(data, i);
-}
-
-template <class Layout>
-void PutIntLoop(Layout layout, uint8_t* data, int64_t count, const int32_t* values) {
-    for (int64_t i = 0; i < count; ++i) layout.PutInt(data, i, values[i]);
-}
-
-// Moving four bytes is quicker than putting three together. The fourth is the next sample's: shifted out on
-// reading, overwritten on writing. The last sample has no next one.
-void GetIntLoop(Samples24 layout, const uint8_t* data, int64_t count, int32_t* values) {
-    for (int64_t i = 0; i < count - 1; ++i) values[i] = Load<int32_t>(data + 3 * i) << 8;
-    if (count > 0) values[count - 1] = layout.GetInt(data, count - 1);
-}
-
-void PutIntLoop(Samples24 layout, uint8_t* data, int64_t count, const int32_t* values) {
-    for (int64_t i = 0; i < count - 1; ++i) Store(data + 3 * i, values[i] >> 8);
-    if (count > 0) layout.PutInt(data, count - 1, values[count - 1]);
 }
 
 }  // namespace
@@ -87,13 +42,13 @@ XAudioRdWr::XAudioRdWr(XAudioBufferNew& buffer, int64_t firstSample, const wchar
 
 void XAudioRdWr::Create(int formatTag, int bits, int channels, int64_t usedBytes, int64_t totalBytes,
                         void* data, const wchar_t* options) {
-    const bool dithered = options && *options;
-    mode_ = ModeOf(formatTag, bits, dithered && channels > 0);
+    options_ = options ? options : L"";
+    mode_ = ModeOf(formatTag, bits, !options_.empty() && channels > 0);
     dithers_.Clear();
     if (mode_ == SampleMode::Dithered16 || mode_ == SampleMode::Dithered24) {
-        NOneChannelDither dither;
-        dither.Create(bits, options);
-        for (int channel = 0; channel < channels; ++channel) dithers_.Append(dither);
+        for (int channel = 0; channel < channels; ++channel) {
+            dithers_.Append().Create(bits, options, static_cast<uint64_t>(channel));
+        }
     }
     SetBeginData(data, usedBytes, totalBytes);
 }
@@ -102,6 +57,14 @@ void XAudioRdWr::Create(XAudioBufferNew& buffer, int64_t firstSample, const wcha
     Create(buffer.WFXFormatTag(), buffer.BitsPerSample(), buffer.Channels(), buffer.GetUsedByte(),
            buffer.TotalBytes(), buffer.BufferStart(), options);
     SetBeginData_RAW(buffer, firstSample);
+}
+
+void XAudioRdWr::Continue(XAudioBufferNew& buffer, const wchar_t* options) {
+    const SampleMode mode = ModeOf(buffer.WFXFormatTag(), buffer.BitsPerSample(), true);
+    const bool goesOn = IsDithered() && mode == mode_ && dithers_.Count() == buffer.Channels() && options &&
+                        options == options_;
+    if (!goesOn) return Create(buffer, 0, options);
+    SetBeginData_RAW(buffer, 0);
 }
 
 void XAudioRdWr::SetBeginData(void* data, int64_t /*usedBytes*/, int64_t /*totalBytes*/) {
@@ -122,8 +85,8 @@ bool XAudioRdWr::HasLayout(int formatTag, int bits) {
     return layoutBits != 0 && layoutBits == bits;
 }
 
-int32_t XAudioRdWr::Dithered(int64_t i, int32_t value) const {
-    return dithers_[static_cast<int>(i % dithers_.Count())].Dither(value);
+uint8_t* XAudioRdWr::At(int64_t i) const {
+    return data_ + WithLayout(mode_, [i](auto layout) { return i * layout.kBits / 8; });
 }
 
 int32_t XAudioRdWr::GetInt(int64_t i) const {
@@ -131,7 +94,10 @@ int32_t XAudioRdWr::GetInt(int64_t i) const {
 }
 
 void XAudioRdWr::PutInt(int64_t i, int32_t value) {
-    if (IsDithered()) return PutIntRaw(i, Dithered(i, value));
+    if (IsDithered()) {
+        NOneChannelDither& dither = dithers_[static_cast<int>(i % dithers_.Count())];
+        return PutIntRaw(i, dither.Dither(value));
+    }
     WithLayout(mode_, [&](auto layout) { layout.PutInt(data_, i, value); });
 }
 
@@ -153,9 +119,7 @@ void XAudioRdWr::PutIntRaw(int64_t i, int32_t value) {
 }
 
 void XAudioRdWr::GetInts(int64_t first, int64_t count, int32_t* values) const {
-    if (mode_ == SampleMode::None) std::fill_n(values, count, 0);
-    WithLayout(mode_,
-               [&](auto layout) { GetIntLoop(layout, data_ + first * layout.kBits / 8, count, values); });
+    FastestKernels().convert(mode_, At(first), SampleMode::Int32, reinterpret_cast<uint8_t*>(values), count);
 }
 
 void XAudioRdWr::PutInts(int64_t first, int64_t count, const int32_t* values) {
@@ -163,6 +127,32 @@ void XAudioRdWr::PutInts(int64_t first, int64_t count, const int32_t* values) {
         for (int64_t i = 0; i < count; ++i) PutInt(first + i, values[i]);
         return;
     }
-    WithLayout(mode_,
-               [&](auto layout) { PutIntLoop(layout, data_ + first * layout.kBits / 8, count, values); });
+    FastestKernels().convert(SampleMode::Int32, reinterpret_cast<const uint8_t*>(values), mode_, At(first),
+                             count);
+}
+
+// An integer is the same number with or without the way through 32 bits.
+void XAudioRdWr::GetDbls(int64_t first, int64_t count, double* values) const {
+    WithLayout(mode_, [&](auto layout) {
+        const uint8_t* data = At(first);
+        if constexpr (layout.kIsInteger) {
+            auto* target = reinterpret_cast<uint8_t*>(values);
+            FastestKernels().convert(mode_, data, SampleMode::Float64, target, count);
+        } else {
+            for (int64_t i = 0; i < count; ++i) values[i] = layout.GetDbl(data, i);
+        }
+    });
+}
+
+void XAudioRdWr::PutDbls(int64_t first, int64_t count, const double* values) {
+    if (IsDithered()) {
+        for (int64_t i = 0; i < count; ++i) PutDbl(first + i, values[i]);
+        return;
+    }
+    FastestKernels().round(values, mode_, At(first), count);
+}
+
+void XAudioRdWr::PutFrom(const XAudioRdWr& reader, int64_t count) {
+    if (!IsDithered()) return FastestKernels().convert(reader.mode_, reader.data_, mode_, data_, count);
+    for (int64_t i = 0; i < count; ++i) PutInt(i, reader.GetInt(i));
 }

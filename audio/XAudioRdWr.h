@@ -1,21 +1,9 @@
 #pragma once
 
 #include "audio/NOneChannelDither.h"
+#include "audio/SampleMode.h"
 #include "audio/XAudioBufferNew.h"
 #include "base/XObj.h"
-
-// How samples lie in memory and are written.
-enum class SampleMode {
-    Int16,
-    Int24,  // packed in 3 bytes
-    Int8,   // unsigned, silence at 128
-    Int32,
-    Float32,
-    Float64,
-    Dithered16,  // as Int16, written through a NOneChannelDither per channel
-    Dithered24,
-    None,
-};
 
 // Reads and writes single samples of any linear layout, with all rounding and clipping rules.
 // Units:  an index counts samples, interleaved: channel k of frame f is f * channels + k. Indices are not
@@ -37,6 +25,10 @@ public:
                 const wchar_t* options);
     void Create(XAudioBufferNew& buffer, int64_t firstSample, const wchar_t* options);
 
+    // As Create from the buffer's first sample, for the next part of the same stream: while layout, channels
+    // and options stay as they were, noise goes on where it was instead of beginning again.
+    void Continue(XAudioBufferNew& buffer, const wchar_t* options);
+
     void SetBeginData(void* data, int64_t usedBytes, int64_t totalBytes);
     void SetBeginData_RAW(XAudioBufferNew& buffer, int64_t sample);
     void SetBeginData_DivChan(XAudioBufferNew& buffer, int64_t frame);
@@ -52,16 +44,22 @@ public:
     int32_t GetIntRaw(int64_t i) const;  // right-justified in its own width; floats are full-scale 32 bits
     void PutIntRaw(int64_t i, int32_t value);
 
-    // As GetInt and PutInt of `count` samples from index `first` on, with the layout chosen once for them
-    // all.
+    // As the forms for one sample, for `count` of them from index `first` on, in ascending order and quicker.
     void GetInts(int64_t first, int64_t count, int32_t* values) const;
     void PutInts(int64_t first, int64_t count, const int32_t* values);
+    void GetDbls(int64_t first, int64_t count, double* values) const;
+    void PutDbls(int64_t first, int64_t count, const double* values);
+
+    // PutInt(i, reader.GetInt(i)) for i from 0 to count - 1. Both may begin at the same place when the samples
+    // here are narrower, or as wide in another layout.
+    void PutFrom(const XAudioRdWr& reader, int64_t count);
 
 private:
     bool IsDithered() const { return dithers_.Count() > 0; }
-    int32_t Dithered(int64_t i, int32_t value) const;
+    uint8_t* At(int64_t i) const;
 
     uint8_t* data_ = nullptr;
     SampleMode mode_ = SampleMode::None;
+    XStr options_;
     XObj<NOneChannelDither> dithers_;  // one per channel in the dithered modes
 };

@@ -94,6 +94,7 @@ static_assert(std::numeric_limits<float>::is_iec559, "a double too large for a f
 template <int32_t Read(const void*, int64_t), void Write(void*, int64_t, int32_t), int Bits>
 struct IntSamples {
     static constexpr int kBits = Bits;
+    static constexpr bool kIsInteger = true;
     static constexpr int kShift = 32 - Bits;
     static constexpr double kScale = static_cast<double>(int64_t{1} << (Bits - 1));
 
@@ -110,6 +111,7 @@ struct IntSamples {
 template <class Float, double Read(const void*, int64_t), void Write(void*, int64_t, double)>
 struct FloatSamples {
     static constexpr int kBits = 8 * sizeof(Float);
+    static constexpr bool kIsInteger = false;
 
     static int32_t GetIntRaw(const void* data, int64_t i) { return GetInt(data, i); }
     static void PutIntRaw(void* data, int64_t i, int32_t value) { PutInt(data, i, value); }
@@ -119,6 +121,19 @@ struct FloatSamples {
     static void PutInt(void* data, int64_t i, int32_t value) { Write(data, i, _INT32ToDBL(value)); }
     static double GetDbl(const void* data, int64_t i) { return Read(data, i); }
     static void PutDbl(void* data, int64_t i, double value) { Write(data, i, value); }
+};
+
+// Samples that are not known: silence, and nowhere to write.
+struct NoSamples {
+    static constexpr int kBits = 0;
+    static constexpr bool kIsInteger = false;
+
+    static int32_t GetIntRaw(const void* /*data*/, int64_t /*i*/) { return 0; }
+    static void PutIntRaw(void* /*data*/, int64_t /*i*/, int32_t /*value*/) {}
+    static int32_t GetInt(const void* /*data*/, int64_t /*i*/) { return 0; }
+    static void PutInt(void* /*data*/, int64_t /*i*/, int32_t /*value*/) {}
+    static double GetDbl(const void* /*data*/, int64_t /*i*/) { return 0; }
+    static void PutDbl(void* /*data*/, int64_t /*i*/, double /*value*/) {}
 };
 
 using Samples8 = IntSamples<_RD8, _WR8, 8>;

@@ -40,6 +40,13 @@ int main(int count, char** arguments) {
                {"Pack100kTags", "PackTenTimes10kTags", 1.2},
                {"Unpack100kTags", "UnpackTenTimes10kTags", 1.2},
                {"Merge100kTags", "MergeTenTimes10kTags", 1.2},
+               {"Convert16To24", "Copy24", 1.1},
+               {"Convert24ToFloat", "Copy32", 1.1},
+               {"Convert24To16", "Copy16", 1.7},
+               {"ConvertFloatTo24", "Copy24", 1.7},
+               {"ConvertFloatTo16", "Copy16", 2.2},
+               {"Convert51ToStereo24", "Copy24", 4},
+               {"ConvertMonoToStereo24", "Copy24", 4},
                {"ParseAndPrintSettings", "ParseAndPrintNlohmann", 3.0},
            })
                ? 0

@@ -1,0 +1,74 @@
+// Changes of bit depth and of channels, against a memcpy of as many bytes as come out, or as the larger side
+// has. The audio is minutes long and in no cache.
+
+#include "audio/XAudioBitsConv.h"
+#include "audio/XAudioChannelConv.h"
+
+#include <benchmark/benchmark.h>
+#include <random>
+
+namespace {
+
+constexpr int64_t kSamples = int64_t{1} << 23;
+
+XAudioWFX Format(int channels, int bits, bool isFloat) {
+    XAudioWFX format(channels, 48000, bits);
+    format.SetFormatTag(isFloat ? kTagFloat : kTagPCM);
+    return format;
+}
+
+// Noise at full level, so that nothing can be foreseen; as float a little beyond.
+XAudioBufferNew Audio(const XAudioWFX& format, int64_t frames) {
+    std::mt19937 random;
+    XAudioBufferNew audio(frames, format, false);
+    audio.SetUsedSample(frames);
+    XAudioRdWr samples(audio, 0, nullptr);
+    for (int64_t i = 0; i < frames * format.Channels(); ++i) {
+        samples.PutDbl(i, static_cast<double>(random()) * 0x1.2p-31 - 1.1);
+    }
+    return audio;
+}
+
+template <int from, bool fromFloat, int to, bool toFloat>
+void ConvertBits(benchmark::State& state) {
+    XAudioBufferNew audio = Audio(Format(1, from, fromFloat), kSamples);
+    const XAudioWFX target = Format(1, to, toFloat);
+    XAudioBitsConv conv;
+    for ([[maybe_unused]] auto _ : state) {
+        if (!conv.ConvertData(audio, target, false, nullptr)) state.SkipWithError("not converted");
+        benchmark::ClobberMemory();
+    }
+}
+
+template <int from, int to>
+void ConvertChannels(benchmark::State& state) {
+    XAudioBufferNew audio = Audio(Format(from, 24, false), kSamples / std::max(from, to));
+    XAudioChannelConv conv;
+    for ([[maybe_unused]] auto _ : state) {
+        if (!conv.ConvertData(audio, to, false, nullptr)) state.SkipWithError("not converted");
+        benchmark::ClobberMemory();
+    }
+}
+
+template <int bits>
+void Copy(benchmark::State& state) {
+    const XAudioBufferNew audio = Audio(Format(1, bits, false), kSamples);
+    XAudioBufferNew copy = audio;
+    for ([[maybe_unused]] auto _ : state) {
+        std::memcpy(copy.BufferStart(), audio.BufferStart(), static_cast<size_t>(audio.GetUsedByte()));
+        benchmark::ClobberMemory();
+    }
+}
+
+BENCHMARK(ConvertBits<16, false, 24, false>)->Name("Convert16To24")->Unit(benchmark::kMicrosecond);
+BENCHMARK(ConvertBits<24, false, 16, false>)->Name("Convert24To16")->Unit(benchmark::kMicrosecond);
+BENCHMARK(ConvertBits<24, false, 32, true>)->Name("Convert24ToFloat")->Unit(benchmark::kMicrosecond);
+BENCHMARK(ConvertBits<32, true, 24, false>)->Name("ConvertFloatTo24")->Unit(benchmark::kMicrosecond);
+BENCHMARK(ConvertBits<32, true, 16, false>)->Name("ConvertFloatTo16")->Unit(benchmark::kMicrosecond);
+BENCHMARK(ConvertChannels<6, 2>)->Name("Convert51ToStereo24")->Unit(benchmark::kMicrosecond);
+BENCHMARK(ConvertChannels<1, 2>)->Name("ConvertMonoToStereo24")->Unit(benchmark::kMicrosecond);
+BENCHMARK(Copy<16>)->Name("Copy16")->Unit(benchmark::kMicrosecond);
+BENCHMARK(Copy<24>)->Name("Copy24")->Unit(benchmark::kMicrosecond);
+BENCHMARK(Copy<32>)->Name("Copy32")->Unit(benchmark::kMicrosecond);
+
+}  // namespace

@@ -1,0 +1,189 @@
+#include "Formats.h"
+#include "audio/XAudioChannelConv.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <tuple>
+
+namespace {
+
+using Row = std::vector<std::pair<int, double>>;
+
+constexpr double kSqrtHalf = 0.7071067811865476;
+
+Row ActionsOf(int inCount, int outCount, int outChannel) {
+    const auto table = XAudioChannelConv::GenerateActionTable(inCount, outCount);
+    Row row;
+    for (const auto& [channel, coefficient] : table[static_cast<size_t>(outChannel - 1)]) {
+        row.emplace_back(channel, coefficient);
+    }
+    return row;
+}
+
+// Layouts as letters in channel order: back ones are small, side ones are l and r in angles.
+const std::string kLayouts[] = {"", "C", "LR", "LRS", "LRlr", "LRClr", "LRCSlr", "LRCSlr<", "LRCSlr<>"};
+
+// What reaches one output, told from the output's side.
+Row Expected(int inCount, int outCount, char out) {
+    const std::string& inputs = kLayouts[inCount];
+    const std::string& outputs = kLayouts[outCount];
+    const auto lost = [&](char in) { return outputs.find(in) == std::string::npos; };
+    const bool isNew = inputs.find(out) == std::string::npos;
+    const double even = inCount > 2 ? 0.44 : 1.0 / inCount;
+    const auto level = [&](char in) {
+        const std::string surroundTo = in == 'l'   ? "L"
+                                       : in == 'r' ? "R"
+                                       : in == '<' ? "Ll"
+                                       : in == '>' ? "Rr"
+                                                   : "";
+        if (in == 'S' && out == 'S') return 1.0;
+        if (out == 'S' && !isNew) return 0.0;
+        if (inCount < outCount) {
+            if (in == out) return 1.0;
+            if (isNew && (out == 'l' || out == '<')) return in == 'L' ? kSqrtHalf : 0.0;
+            if (isNew && (out == 'r' || out == '>')) return in == 'R' ? kSqrtHalf : 0.0;
+            return isNew || lost(in) ? even : 0.0;
+        }
+        if (outCount == 1)
+            return in == 'C' ? even : in == 'S' ? 0.44 : surroundTo.empty() ? 0.44 * std::sqrt(2) : -0.44;
+        if (out == 'C') return in == 'C' ? 1.0 : 0.0;
+        if (in == out) return kSqrtHalf;
+        if (!surroundTo.empty() && surroundTo.find(out) == std::string::npos) return 0.0;
+        return !lost(in) ? 0.0 : surroundTo.empty() ? 0.44 : -0.44;
+    };
+    Row row;
+    for (size_t i = 0; i < inputs.size(); ++i) {
+        const double value = inCount == 1 ? 1.0 : level(inputs[i]);
+        if (value != 0) row.emplace_back(int(i) + 1, value);
+    }
+    for (auto& [channel, value] : row) {
+        if (row.size() <= 3) value = std::abs(value);
+        if (row.size() >= 2 && value == 1.0) value = kSqrtHalf;
+    }
+    if (row.empty()) {
+        for (int channel = 1; channel <= inCount; ++channel) row.emplace_back(channel, even);
+    }
+    return row;
+}
+
+TEST(XAudioChannelConv, EveryPairOfLayouts) {
+    for (int in = 1; in <= 8; ++in) {
+        for (int out = 1; out <= 8; ++out) {
+            if (in == out) continue;
+            for (int channel = 1; channel <= out; ++channel) {
+                EXPECT_EQ(ActionsOf(in, out, channel), Expected(in, out, kLayouts[out][size_t(channel - 1)]))
+                    << in << " to " << out << ", channel " << channel;
+            }
+        }
+    }
+}
+
+TEST(XAudioChannelConv, WellKnownPairs) {
+    EXPECT_EQ(ActionsOf(2, 1, 1), (Row{{1, 0.44 * 1.4142135623730951}, {2, 0.44 * 1.4142135623730951}}));
+    EXPECT_EQ(ActionsOf(1, 2, 2), (Row{{1, 1.0}}));
+    EXPECT_EQ(ActionsOf(6, 2, 1), (Row{{1, kSqrtHalf}, {3, 0.44}, {4, 0.44}, {5, -0.44}}));
+    EXPECT_EQ(ActionsOf(6, 2, 2), (Row{{2, kSqrtHalf}, {3, 0.44}, {4, 0.44}, {6, -0.44}}));
+    EXPECT_EQ(ActionsOf(8, 6, 1), (Row{{1, kSqrtHalf}, {7, 0.44}}));
+    EXPECT_EQ(ActionsOf(8, 6, 5), (Row{{5, kSqrtHalf}, {7, 0.44}}));
+    EXPECT_EQ(ActionsOf(8, 6, 3), (Row{{3, 1.0}}));
+    EXPECT_EQ(ActionsOf(8, 6, 4), (Row{{4, 1.0}}));
+    EXPECT_EQ(ActionsOf(2, 6, 1), (Row{{1, 1.0}}));
+    EXPECT_EQ(ActionsOf(2, 6, 4), (Row{{1, 0.5}, {2, 0.5}}));
+    EXPECT_EQ(ActionsOf(2, 6, 5), (Row{{1, kSqrtHalf}}));
+    EXPECT_EQ(ActionsOf(2, 6, 6), (Row{{2, kSqrtHalf}}));
+    EXPECT_EQ(ActionsOf(2, 3, 3), (Row{{1, 0.5}, {2, 0.5}}));
+    EXPECT_STREQ(XAudioChannelConv::GetChannelMapping(4), "Sub-woofer");
+    EXPECT_STREQ(XAudioChannelConv::GetChannelDescript(8), "7.1 Theater");
+    for (const int none : {0, 9}) {
+        EXPECT_STREQ(XAudioChannelConv::GetChannelMapping(none), "");
+        EXPECT_STREQ(XAudioChannelConv::GetChannelDescript(none), "");
+        EXPECT_TRUE(XAudioChannelConv::GenerateActionTable(none, 2).empty());
+        EXPECT_FALSE(XAudioChannelConv::ChannelHas(none, 1));
+    }
+}
+
+void ExpectMixes(const XAudioWFX& format, int outChannels, const wchar_t* options) {
+    SCOPED_TRACE(testing::Message() << format.BitsPerSample() << " bits, " << format.Channels() << " to "
+                                    << outChannels);
+    constexpr int64_t kFrames = 300;  // no multiple of a block
+    XAudioBufferNew source(kFrames, format, false);
+    source.SetUsedSample(kFrames);
+    std::mt19937 random(1);
+    std::generate_n(source.BufferStart(), source.GetUsedByte(),
+                    [&] { return static_cast<uint8_t>(random()); });
+    if (format.FormatTag() == kTagFloat) {
+        XAudioRdWr samples(source, 0, nullptr);
+        for (int64_t i = 0; i < kFrames * format.Channels(); i += 2)
+            samples.PutDbl(i, static_cast<double>(random()) * 0x1p-31 - 1);
+    }
+    XAudioWFX target = format;
+    target.SetChannels(outChannels, true);
+    XAudioBufferNew expected(kFrames, target, true);
+    expected.SetUsedSample(kFrames);
+    const XAudioRdWr reader(source, 0, nullptr);
+    XAudioRdWr writer(expected, 0, options);
+    for (int64_t frame = 0; frame < kFrames; ++frame) {
+        for (int channel = 0; channel < outChannels; ++channel) {
+            const Row row = ActionsOf(format.Channels(), outChannels, channel + 1);
+            const auto product = [&](size_t i) {
+                return row[i].second * reader.GetDbl(frame * format.Channels() + row[i].first - 1);
+            };
+            double sum = product(0);
+            for (size_t i = 1; i < row.size(); ++i) sum += product(i);
+            writer.PutDbl(frame * outChannels + channel, sum);
+        }
+    }
+    XAudioChannelConv conv;
+    ASSERT_TRUE(conv.ConvertData(source, target, false, options));
+    EXPECT_EQ(conv.Buffer().WFXToString(), target.WFXToString());
+    EXPECT_TRUE(Used(conv.Buffer()) == Used(expected));
+}
+
+TEST(XAudioChannelConv, MixesAsSingleSamplesDo) {
+    for (const auto& [in, out] : {std::pair(1, 2), {2, 1}, {2, 6}, {6, 2}, {8, 1}, {8, 7}}) {
+        for (const int bits : {8, 16, 24, 32}) {
+            ExpectMixes(Format(kTagPCM, in, bits), out, nullptr);
+            ExpectMixes(Format(kTagPCM, in, bits), out, L"dither=1;noise=tpdf");
+        }
+        for (const int bits : {32, 64}) ExpectMixes(Format(kTagFloat, in, bits), out, nullptr);
+    }
+}
+
+TEST(XAudioChannelConv, RoundsAndClips) {
+    int16_t frames[] = {32767, 32767, -32768, -32768, 1, 0, 0, -1, 5, -5};
+    XAudioBufferNew source(frames, sizeof frames, XAudioWFX(2, 44100, 16), true);
+    XAudioChannelConv conv;
+    ASSERT_TRUE(conv.ConvertData(source, 1, true, nullptr));
+    EXPECT_EQ(Used(conv.Buffer()), (Bytes{0xFF, 0x7F, 0x00, 0x80, 1, 0, 0xFF, 0xFF, 0, 0}));
+    float floats[] = {NAN, INFINITY, -3.0F, -0.0F};
+    XAudioBufferNew mono(floats, sizeof floats, Format(kTagFloat, 1, 32), true);
+    ASSERT_TRUE(conv.ConvertData(mono, 2, true, nullptr));
+    const auto* result = reinterpret_cast<const float*>(conv.Buffer().BufferStart());
+    EXPECT_TRUE(std::isnan(result[0]) && std::isnan(result[1]));
+    EXPECT_EQ(result[3], INFINITY);
+    EXPECT_EQ(result[5], -3.0F) << "floats are not clipped";
+    EXPECT_TRUE(std::signbit(result[7]));
+}
+
+TEST(XAudioChannelConv, PassesOnWhatHasTheChannelsAndRefusesWhatItCannotMix) {
+    const std::tuple<int, int, int, int, bool> cases[] = {
+        {1, 2, 16, 9, false}, {1, 2, 16, 0, false}, {1, 9, 16, 2, false},  {1, 9, 16, 9, true},
+        {6, 1, 8, 2, false},  {6, 2, 8, 2, true},   {1, 2, 16, -1, false}, {3, 8, 32, 1, true},
+    };
+    for (const auto& [tag, in, bits, out, good] : cases) {
+        XAudioBufferNew source(4, Format(tag, in, bits), true);
+        source.SetUsedSample(4);
+        EXPECT_EQ(XAudioChannelConv::Init(source, out), good) << tag << "/" << in << " to " << out;
+        XAudioChannelConv conv;
+        ASSERT_EQ(conv.ConvertData(source, out, true, nullptr), good) << tag << "/" << in << " to " << out;
+        EXPECT_EQ(conv.Buffer().BufferStart() == source.BufferStart(), in == out);
+    }
+    for (const auto& [tag, bits] : {std::pair(1, 12), {3, 16}}) {
+        XAudioBufferNew source(4, Format(tag, 2, bits), true);
+        EXPECT_FALSE(XAudioChannelConv().ConvertData(source, 1, true, nullptr)) << "no such samples";
+    }
+}
+
+}  // namespace
