@@ -12,7 +12,6 @@ constexpr uint32_t kNoSpeakersAssigned = 0x80000000;
 
 constexpr uint16_t kKnownSubFormats[] = {kTagPCM, kTagFloat, kTagALaw, kTagMuLaw, kTagADPCM, kTagMPEG};
 
-
 // What a 14-byte record, which has no field for the bits, leaves to conclude.
 uint16_t BitsFromBlockAlign(const tWAVEFORMATEX& record) {
     if (record.nChannels == 0) return 16;

@@ -1,5 +1,6 @@
 #include "base/Platform.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>

@@ -36,6 +36,7 @@ public:
     void Close();
     bool IsOpen() const { return descriptor_ >= 0; }
     void* Handle() const;
+    int Descriptor() const { return descriptor_; }
 
     // Bytes read: fewer than asked for only at the end of the file or on an error.
     [[nodiscard]] size_t Read(void* data, size_t bytes);

@@ -125,3 +125,9 @@ std::string GroupedDigits(std::string digits) {
         digits.insert(static_cast<size_t>(at), 1, ',');
     return digits;
 }
+
+std::string Joined(const std::vector<std::string>& texts, std::string_view separator) {
+    std::string joined;
+    for (const std::string& text : texts) joined += (joined.empty() ? "" : std::string(separator)) + text;
+    return joined;
+}

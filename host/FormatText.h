@@ -25,6 +25,9 @@ uint32_t ChannelMaskOf(const XAudioWFX& format);
 std::string ChunkName(const GUID& guid);
 bool HasName(const GUID& guid);  // other than itself
 
+// "a, b, c"
+std::string Joined(const std::vector<std::string>& texts, std::string_view separator);
+
 std::string FormatDuration(int64_t milliseconds);  // "1:02:03.456"
 std::string FormatMinutes(double seconds);         // "2:03", for times that nobody needs exactly
 std::string FormatSpeed(double timesRealtime);     // "812x realtime"

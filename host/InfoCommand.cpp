@@ -80,12 +80,6 @@ Json Describe(const Subject& subject) {
     return json;
 }
 
-std::string Joined(const std::vector<std::string>& texts) {
-    std::string joined;
-    for (const std::string& text : texts) joined += (joined.empty() ? "" : ", ") + text;
-    return joined;
-}
-
 void Print(const Subject& subject) {
     const auto line = [](const char* label, const std::string& text) {
         std::cout << "  " << std::left << std::setw(10) << label << text << "\n";
@@ -93,7 +87,7 @@ void Print(const Subject& subject) {
     std::cout << Visible(subject.name) << "\n";
     line("Format", DescribeFormat(subject.stored));
     const uint32_t mask = ChannelMaskOf(subject.stored);
-    if (mask != 0) line("Speakers", Joined(SpeakerNames(mask)));
+    if (mask != 0) line("Speakers", Joined(SpeakerNames(mask), ", "));
     const auto frames = FrameCount(subject.info, subject.stored);
     const std::string inFrames = frames ? " (" + Grouped(*frames) + " frames)" : "";
     line("Duration", FormatDuration(subject.info.LengthMilliseconds) + inFrames);

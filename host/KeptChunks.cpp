@@ -1,5 +1,6 @@
 #include "host/KeptChunks.h"
 
+#include "host/Failure.h"
 #include "host/FormatText.h"
 #include "host/Interrupt.h"
 #include "tags/ChunkTags.h"
@@ -10,7 +11,8 @@
 
 namespace {
 
-bool HoldsTags(const STRIFFChunk& chunk, XFile& file) {
+bool MayChange(const STRIFFChunk& chunk, XFile& file, bool allTagsGo) {
+    if (allTagsGo) return CompareGUID(chunk.ChunkGUID, kSummaryListCode);
     NTag tags;
     LISTText text = LISTText::UTF16;
     return ChunkTags::ReadSummaryList(chunk, file, tags, 0, text, {});
@@ -52,12 +54,15 @@ private:
 
 }  // namespace
 
-KeptChunks::KeptChunks(XFile& file) {
+KeptChunks::KeptChunks(XFile& file, bool allTagsGo) {
     clWave64Handler chunks;
     chunks.SetRules({.safe = true});
-    if (!chunks.Initialize(file.Handle(), {})) return;
+    if (!chunks.Initialize(file.Handle(), {})) throw Failure("is no Wave64 file that can be read");
+    if (!chunks.LayoutFault().empty()) {
+        throw Failure("its layout is not sound: " + ToUTF8(chunks.LayoutFault()) + "; w64 check tells more");
+    }
     for (int i = 0; i < chunks.Count(); ++i) {
-        if (!chunks.IsPadding(i) && !HoldsTags(chunks[i], file)) chunks_.push_back(chunks[i]);
+        if (!chunks.IsPadding(i) && !MayChange(chunks[i], file, allTagsGo)) chunks_.push_back(chunks[i]);
     }
 }
 

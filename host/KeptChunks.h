@@ -6,10 +6,12 @@
 #include <string>
 #include <vector>
 
-// What an edit of tags leaves alone in a file: every chunk but padding and the lists that hold tags.
+// What an edit of tags leaves alone in a file: every chunk but padding and summary lists. A list from which no
+// tag can be read is left alone too, unless all tags go.
+// Errors: Failure for a file whose layout is not sound.
 class KeptChunks {
 public:
-    explicit KeptChunks(XFile& file);
+    KeptChunks(XFile& file, bool allTagsGo);
 
     // How those of the edited file differ in number, names and sizes; empty when they do not.
     std::string DifferenceTo(const KeptChunks& edited) const;

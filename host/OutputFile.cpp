@@ -28,7 +28,7 @@ OutputFile::OutputFile(fs::path path, bool replace)
     : path_(Usable(std::move(path), replace)), replace_(replace), temp_(path_.parent_path()) {}
 
 void OutputFile::Commit() {
-    const auto descriptor = static_cast<int>(reinterpret_cast<intptr_t>(File().Handle()));
+    const int descriptor = File().Descriptor();
     if (::fsync(descriptor) != 0) throw SystemFailure("cannot write '" + path_.native() + "'");
     if (!replace_) return MoveToFreeName();
     struct stat old {};

@@ -3,13 +3,10 @@
 #include "host/Failure.h"
 #include "settings/XRegistry.h"
 
-#include <array>
-#include <utility>
+#include <vector>
 
 namespace {
 
-constexpr std::array kUserOptions = {L"Wave64TagDefault", L"Wave64LISTPos",     L"Wave64LISTAlbum",
-                                     L"Wave64LISTTrack",  L"Wave64LISTPadding", L"Wave64LISTPaddingSize"};
 constexpr auto kUTF16 = static_cast<uint32_t>(LISTText::UTF16);
 
 uint32_t UserSetting(const wchar_t* name, uint32_t otherwise) {
@@ -30,10 +27,12 @@ void RequireReadableSettings() {
 OwnSettings::OwnSettings()
     : file_(std::tmpfile()), listText_(UserSetting(TaggingOptions::LISTTextName, kUTF16)) {
     if (!file_) throw SystemFailure("cannot create a temporary file");
-    std::array<uint32_t, kUserOptions.size()> values{};
-    for (size_t i = 0; i < values.size(); ++i) values[i] = UserSetting(kUserOptions[i], 0);
+    XStrList names;
+    XRegistry::EnumValueNames(names, XRegistry::CurrentUser, TaggingOptions::KeyPath);
+    std::vector<uint32_t> values;
+    for (const XStr& name : names) values.push_back(UserSetting(name.c_str(), 0));
     XRegistry::SetRegFileLocation(L"/dev/fd/" + std::to_wstring(::fileno(file_.get())), true);
-    for (size_t i = 0; i < values.size(); ++i) Set(kUserOptions[i], values[i]);
+    for (int i = 0; i < names.Count(); ++i) Set(names[i].c_str(), values[static_cast<size_t>(i)]);
     Set(TaggingOptions::SafeEditName, 1);
     EndEdit();
 }

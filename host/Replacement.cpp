@@ -14,8 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-int Descriptor(const XFile& file) { return static_cast<int>(reinterpret_cast<intptr_t>(file.Handle())); }
-
 fs::path Followed(const fs::path& file) {
     std::error_code error;
     fs::path followed = fs::canonical(file, error);
@@ -43,7 +41,7 @@ void SyncFolder(const fs::path& folder) {
 
 struct stat Status(const XFile& file) {
     struct stat status {};
-    if (::fstat(Descriptor(file), &status) != 0) throw SystemFailure("cannot look at the file");
+    if (::fstat(file.Descriptor(), &status) != 0) throw SystemFailure("cannot look at the file");
     return status;
 }
 
@@ -57,9 +55,10 @@ Replacement::Replacement(const fs::path& file, Console& console)
 }
 
 void Replacement::LockOriginal() {
-    if (!fs::is_regular_file(path_)) throw Failure("is not a regular file");
+    std::error_code error;
+    if (!fs::is_regular_file(path_, error)) throw Failure("is not a regular file");
     if (!original_.Open(FromUTF8(path_.native()), XFile::Access::ReadWrite)) {
-        if (errno == EWOULDBLOCK) throw Failure("cannot open the file, check no other program has it open");
+        if (errno == EWOULDBLOCK) throw Failure("is in use by another program");
         throw SystemFailure("cannot open the file for writing");
     }
     const struct stat opened = Status(original_);
@@ -76,8 +75,8 @@ void Replacement::LockOriginal() {
 
 void Replacement::CopyContents() {
     constexpr int64_t kStep = int64_t{64} << 20;
-    const int to = Descriptor(copy_.File());
-    const int from = Descriptor(original_);
+    const int to = copy_.File().Descriptor();
+    const int from = original_.Descriptor();
     const int64_t size = original_.Size();
     int64_t done = Platform::ShareContents(from, to) ? size : 0;
     while (done < size) {
@@ -95,11 +94,11 @@ void Replacement::Commit() {
     if (!copy.Open(FromUTF8(copy_.Path().native()), XFile::Access::ReadWrite)) {
         throw SystemFailure("cannot open the edited copy");
     }
-    const int to = Descriptor(copy);
+    const int to = copy.Descriptor();
     const struct stat status = Status(original_);
     // The mode comes after the owner, as a change of the owner takes bits of it.
     if (::fchown(to, status.st_uid, status.st_gid) != 0 || ::fchmod(to, status.st_mode & 07777) != 0 ||
-        !Platform::CopyAttributes(Descriptor(original_), to)) {
+        !Platform::CopyAttributes(original_.Descriptor(), to)) {
         throw SystemFailure("the edited copy cannot have the owner, mode and attributes of the file; "
                             "--in-place keeps them");
     }

@@ -103,8 +103,6 @@ bool DecoderSees(Wave64File& file, const AudioExtent& audio) {
     return data && data->DataSize >= audio.Usable();
 }
 
-int Descriptor(const XFile& file) { return static_cast<int>(reinterpret_cast<intptr_t>(file.Handle())); }
-
 // Where the file system can, the copy shares its space with the original.
 int64_t ShareBytes([[maybe_unused]] const XFile& from, [[maybe_unused]] const XFile& to,
                    [[maybe_unused]] int64_t bytes) {
@@ -115,7 +113,7 @@ int64_t ShareBytes([[maybe_unused]] const XFile& from, [[maybe_unused]] const XF
         Interrupt::Check();
         const auto wanted = std::min(kPortion, static_cast<size_t>(bytes - done));
         const ssize_t copied =
-            ::copy_file_range(Descriptor(from), nullptr, Descriptor(to), nullptr, wanted, 0);
+            ::copy_file_range(from.Descriptor(), nullptr, to.Descriptor(), nullptr, wanted, 0);
         if (copied <= 0) break;
         done += copied;
     }

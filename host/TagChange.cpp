@@ -40,6 +40,7 @@ std::vector<std::string> UnwritableEntries(XFile& file) {
     const ReportChannels channels(0);
     clWave64Handler chunks;
     std::vector<std::string> entries;
+    std::map<XStr, XStr> seen;  // values by folded name, over all lists
     const int albumOption = TaggingOptions::Read().albumOption;
     if (!chunks.Initialize(file.Handle(), {})) return entries;
     for (int i = 0; i < chunks.Count(); ++i) {
@@ -47,10 +48,10 @@ std::vector<std::string> UnwritableEntries(XFile& file) {
         LISTText text = LISTText::UTF16;
         if (!ChunkTags::ReadSummaryList(chunks[i], file, tags, albumOption, text, channels.Report()))
             continue;
-        std::map<XStr, int> seen;
         for (int k = 0; k < tags.Count(); ++k) {
             const XStr& name = tags[k].Name;
-            if (seen[FoldCase(name)]++ == 1) entries.push_back("a second " + Quoted(name));
+            const auto [first, isNew] = seen.emplace(FoldCase(name), tags[k].Value);
+            if (!isNew && first->second != tags[k].Value) entries.push_back("a second " + Quoted(name));
             if (!clRIFFSUMMARYLISTChunk::HasIdentifier(name)) entries.push_back(Quoted(name));
         }
     }

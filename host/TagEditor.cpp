@@ -2,24 +2,30 @@
 
 #include "host/DecoderInstance.h"
 #include "host/Failure.h"
+#include "host/FormatText.h"
+#include "host/InputFile.h"
 #include "host/Replacement.h"
 #include "host/TagTexts.h"
 #include "tags/TaggingOptions.h"
+#include "tags/clRIFFSUMMARYLISTChunk.h"
+
+#include <new>
 
 namespace fs = std::filesystem;
 
 namespace {
 
-void OpenForReading(XFile& file, const fs::path& path) {
-    if (!file.Open(FromUTF8(path.native()), XFile::Access::Read)) {
-        throw Failure("cannot open the file, check no other program has it open");
+// What comes back of tags that are written by these options.
+NTag WrittenAndRead(const NTag& tags, const TaggingOptions& options) {
+    XMem list;
+    NTag read;
+    LISTText text = options.rules.text;
+    if (!clRIFFSUMMARYLISTChunk::TagsToLIST(list, tags, {}, options.albumOption, options.trackOption, text)) {
+        throw std::bad_alloc();
     }
-}
-
-std::string Listed(const std::vector<std::string>& texts) {
-    std::string list;
-    for (const std::string& text : texts) list += (list.empty() ? "" : ", ") + text;
-    return list;
+    clRIFFSUMMARYLISTChunk::InitFrom(list.Data(), static_cast<unsigned>(list.Size()), read, {},
+                                     options.albumOption, text);
+    return read;
 }
 
 void RefuseAbsent(const NTag& tags, const std::vector<XStr>& names) {
@@ -34,12 +40,11 @@ void RefuseAbsent(const NTag& tags, const std::vector<XStr>& names) {
 
 void TagEditor::EditCopy(const fs::path& path, const TagChange& change) {
     Replacement replacement(path, context_.console);
+    const KeptChunks before(replacement.Original(), change.removeAll);
     Edit(replacement.Copy(), change);
 
-    XFile copy;
-    OpenForReading(copy, replacement.Copy());
-    const KeptChunks before(replacement.Original());
-    const KeptChunks after(copy);
+    InputFile copy(replacement.Copy());
+    const KeptChunks after(copy, change.removeAll);
     std::string difference = before.DifferenceTo(after);
     if (difference.empty()) difference = before.DifferenceOfBytes(replacement.Original(), after, copy);
     if (!difference.empty()) throw Failure("the edited copy is wrong, " + difference);
@@ -48,13 +53,13 @@ void TagEditor::EditCopy(const fs::path& path, const TagChange& change) {
 }
 
 void TagEditor::EditInPlace(const fs::path& path, const TagChange& change) {
-    XFile file;
-    OpenForReading(file, path);
-    const KeptChunks before(file);
-    file.Close();
+    const auto keptChunks = [&] {
+        InputFile file(path);
+        return KeptChunks(file, change.removeAll);
+    };
+    const KeptChunks before = keptChunks();
     Edit(path, change);
-    OpenForReading(file, path);
-    const std::string difference = before.DifferenceTo(KeptChunks(file));
+    const std::string difference = before.DifferenceTo(keptChunks());
     if (!difference.empty()) throw Failure("the edited file is wrong, " + difference);
 }
 
@@ -65,6 +70,7 @@ void TagEditor::Edit(const fs::path& path, const TagChange& change) {
     if (!change.dropUnwritable && !change.removeAll) RefuseLosses(path);
     const NTag expected = change.Expected(before);
     settings_.BeginEdit();
+    RefuseDifferences(expected, WrittenAndRead(expected, TaggingOptions::Read()));
     DecoderInstance decoder(library_, context_.traceDescriptor);
     if (expected.Count() == 0) {
         decoder.DeleteTags(path, {});  // no empty list stays behind
@@ -74,12 +80,16 @@ void TagEditor::Edit(const fs::path& path, const TagChange& change) {
         decoder.DeleteTags(path, change.remove);
     }
     settings_.EndEdit();
-    const std::vector<std::string> differences = DifferencesOfTags(expected, ReadTags(path));
+    RefuseDifferences(expected, ReadTags(path));
+}
+
+void TagEditor::RefuseDifferences(const NTag& expected, const NTag& found) const {
+    const std::vector<std::string> differences = DifferencesOfTags(expected, found);
     if (differences.empty()) return;
     std::string why;
     if (settings_.HalvesValues()) why = "; LIST Text halves values, see w64 options";
     if (!TaggingOptions::Read().createsLists) why = "; Tag Creation is (none), see w64 options";
-    throw Failure("the tags do not read back as they should: " + Listed(differences) + why);
+    throw Failure("the tags do not read back as they should: " + Joined(differences, ", ") + why);
 }
 
 NTag TagEditor::ReadTags(const fs::path& path) const {
@@ -91,10 +101,9 @@ NTag TagEditor::ReadTags(const fs::path& path) const {
 }
 
 void TagEditor::RefuseLosses(const fs::path& path) const {
-    XFile file;
-    OpenForReading(file, path);
+    InputFile file(path);
     const std::vector<std::string> lost = UnwritableEntries(file);
     if (lost.empty()) return;
-    throw Failure("some tags cannot be written again and would be lost: " + Listed(lost) +
+    throw Failure("some tags cannot be written again and would be lost: " + Joined(lost, ", ") +
                   "; --force edits all the same");
 }

@@ -24,6 +24,7 @@ public:
 private:
     NTag ReadTags(const std::filesystem::path& file) const;
     void Edit(const std::filesystem::path& file, const TagChange& change);
+    void RefuseDifferences(const NTag& expected, const NTag& found) const;
     void RefuseLosses(const std::filesystem::path& file) const;
 
     const PluginLibrary& library_;

@@ -81,10 +81,9 @@ void Print(const std::string& name, const NTag& tags) {
 }
 
 std::string NamesThatCanBeSet() {
-    std::string names;
-    for (const wchar_t* name : clRIFFSUMMARYLISTChunk::Names())
-        names += (names.empty() ? "" : ", ") + ToUTF8(name);
-    return names;
+    std::vector<std::string> names;
+    for (const wchar_t* name : clRIFFSUMMARYLISTChunk::Names()) names.push_back(ToUTF8(name));
+    return Joined(names, ", ");
 }
 
 // "Title=Song": everything behind the first "=" is the value.

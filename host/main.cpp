@@ -57,7 +57,7 @@ constexpr const char* kAboutCheck =
 
 constexpr const char* kAboutTags =
     "An edit is made in a copy, the copy is compared with the file, and then takes its\n"
-    "place: an edit that goes wrong leaves the file as it was.\n\n";
+    "place: an edit that goes wrong leaves the file as it was, unless it is in place.\n\n";
 constexpr const char* kAboutOptions =
     "The settings are those of every program that uses the decoder. This one edits\n"
     "safely whatever they say, and writes 16-bit text unless LIST Text is set.\n\n";

@@ -3,6 +3,7 @@
 #include "plugin/TagOptions.h"
 #include "plugin/interface/StdReport.h"
 
+#include <new>
 #include <string_view>
 
 bool clDecoder::Open(STKvOpenDecoder& open) {
@@ -27,20 +28,7 @@ bool clDecoder::Open(STKvOpenDecoder& open) {
     if (!engine_.Initialize(file_.Handle(), report_, rangeStart_, rangeEnd_)) return false;
     StdReport::WriteDEBUG(L"Read Audio Information", report_, nullptr, true);
 
-    XStr tagDescription;
-    if (open.OpenFlags & (kvOpenTags | kvOpenProperties)) {
-        const XMem* tags = engine_.ReadIDTags(tagDescription);
-        if (tags && open.OpenFlags & kvOpenTags) {
-            open.TagData = const_cast<uint8_t*>(tags->Data());
-            open.TagDataSize = static_cast<uint32_t>(tags->Size());
-        }
-    }
-    if (open.OpenFlags & kvOpenProperties) {
-        if (const XMem* properties = engine_.FillAudioProps(tagDescription)) {
-            open.Properties = const_cast<uint8_t*>(properties->Data());
-            open.PropertiesSize = static_cast<uint32_t>(properties->Size());
-        }
-    }
+    if (open.OpenFlags & (kvOpenTags | kvOpenProperties)) ReadTagsAndProperties(open);
     if (open.OpenFlags & (kvOpenAudioInfo | kvOpenDecode)) {
         StdReport::WriteDEBUG(L"Writing Audio Information", report_, nullptr, true);
         if (!engine_.FillAudioInfo(open.AudioInfo)) return false;
@@ -53,6 +41,25 @@ bool clDecoder::Open(STKvOpenDecoder& open) {
     }
     StdReport::WriteDEBUG(L"<-<-", report_, name, true);
     return true;
+}
+
+// The audio does not depend on them: what fails here leaves its fields as they were.
+void clDecoder::ReadTagsAndProperties(STKvOpenDecoder& open) {
+    try {
+        XStr tagDescription;
+        const XMem* tags = engine_.ReadIDTags(tagDescription);
+        if (tags && open.OpenFlags & kvOpenTags) {
+            open.TagData = const_cast<uint8_t*>(tags->Data());
+            open.TagDataSize = static_cast<uint32_t>(tags->Size());
+        }
+        if (!(open.OpenFlags & kvOpenProperties)) return;
+        if (const XMem* properties = engine_.FillAudioProps(tagDescription)) {
+            open.Properties = const_cast<uint8_t*>(properties->Data());
+            open.PropertiesSize = static_cast<uint32_t>(properties->Size());
+        }
+    } catch (const std::bad_alloc&) {
+        StdReport::WriteERROR(L"Error Allocating Memory.", report_, "Open");
+    }
 }
 
 bool clDecoder::Close(STKvEncoderFluid& fluid) {

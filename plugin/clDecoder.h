@@ -27,6 +27,7 @@ public:
     const STNStdReport& Report() const { return report_; }
 
 private:
+    void ReadTagsAndProperties(STKvOpenDecoder& open);
     bool GetTagOption(STKvCodecGetSet& record);
 
     XFile file_;

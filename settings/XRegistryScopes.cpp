@@ -75,11 +75,13 @@ Tree ParseToReplace(const std::string& text) {
     }
 }
 
-Tree Load(const XStr& location) {
+std::optional<std::string> ReadText(const XStr& location) {
     XFile file;
-    if (!file.Open(location, XFile::Access::WaitToRead)) return nullptr;
-    const std::optional<std::string> text = ReadAll(file);
-    file.Close();
+    return file.Open(location, XFile::Access::WaitToRead) ? ReadAll(file) : std::nullopt;
+}
+
+Tree Load(const XStr& location) {
+    const std::optional<std::string> text = ReadText(location);
     return text ? ParseToRead(*text) : nullptr;
 }
 
@@ -105,7 +107,10 @@ const XJSON::Object& sharedRegReadScope::Root() const { return *Shared().root; }
 bool IsSettingsFileReadable() {
     const XStr location = XRegistry::RegFileLocation();
     std::error_code failure;
-    return !std::filesystem::exists(ToUTF8(location), failure) || Load(location) != nullptr;
+    const auto status = std::filesystem::status(ToUTF8(location), failure);
+    if (status.type() == std::filesystem::file_type::not_found) return true;
+    const std::optional<std::string> text = ReadText(location);
+    return text && ParseToReplace(*text);
 }
 
 regWriteScope::regWriteScope() {

@@ -64,6 +64,20 @@ bool ChunkTags::ReadSummaryList(const STRIFFChunk& chunk, XFile& file, NTag& tag
            clRIFFSUMMARYLISTChunk::InitFrom(data.Data(), bytes, tags, report, albumOption, text);
 }
 
+bool ChunkTags::AreListsWhole(XFile& file, clWave64Handler& handler, const STNStdReport& report) {
+    for (int i = 0; i < handler.Count(); ++i) {
+        const STRIFFChunk& chunk = handler[i];
+        if (!CompareGUID(chunk.ChunkGUID, kSummaryListCode)) continue;
+        XMem data;
+        const auto bytes = static_cast<uint32_t>(chunk.DataSize);
+        if (!ReadFileIntoMemory(data, 0, bytes, chunk.FileDataPosition, file, report) ||
+            !clRIFFSUMMARYLISTChunk::IsWhole(data.Data(), bytes)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 void ChunkTags::AppendRawChunks(XFile& file, clWave64Handler& handler, int listIndex, NTag& tags,
                                 const STNStdReport& report) {
     constexpr int64_t kMostBytes =

@@ -20,7 +20,10 @@ public:
     [[nodiscard]] static bool ReadSummaryList(const STRIFFChunk& chunk, XFile& file, NTag& tags,
                                               int albumOption, LISTText& text, const STNStdReport& report);
 
-    // Appends every other chunk as a binary tag "_riff_1", "_riff_2" ...: its four-character code, then its
+    // Whether all summary lists can be read to their last entry.
+    static bool AreListsWhole(XFile& file, clWave64Handler& handler, const STNStdReport& report);
+
+    // Appends the other chunks as binary tags "_riff_1", "_riff_2" ...: its four-character code, then its
     // data. The format and the audio are there by their codes alone; padding, "fact" and "ds64" are not.
     static void AppendRawChunks(XFile& file, clWave64Handler& handler, int listIndex, NTag& tags,
                                 const STNStdReport& report);

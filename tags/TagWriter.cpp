@@ -19,6 +19,9 @@ bool TagWriter::Edit(const XStr& fileName, TagEdit edit, NTag& tags) {
     }
     ReadExisting();
     if (edit == TagEdit::DeleteAll) return DeleteAll();
+    if (safe && !ChunkTags::AreListsWhole(file_, chunks_, report_)) {
+        return Fail(L"Error the file is left as it is, its tags are damaged and would be lost.");
+    }
     if (edit == TagEdit::DeleteNamed) {
         for (int i = 0; i < tags.Count(); ++i) existing_.RemoveTag(tags[i].Name.c_str());
         tags = std::move(existing_);
@@ -49,16 +52,18 @@ bool TagWriter::DeleteAll() {
         // By old custom a list in the first place stays, and a file without one is a failure.
         return listIndex_ == 0 || chunks_.RemoveChunkFromFile(listIndex_, options_.paddingMode);
     }
-    return DeleteListsBefore(chunks_.Count());
+    return DeleteListsBefore(chunks_.Count(), false);
 }
 
 // From the end, as what stands before a removed chunk keeps its index.
-bool TagWriter::DeleteListsBefore(int end) {
+bool TagWriter::DeleteListsBefore(int end, bool onlyWithTags) {
     for (int i = end - 1; i >= 0; --i) {
+        if (!CompareGUID(chunks_[i].ChunkGUID, kSummaryListCode)) continue;
         NTag listed;
         LISTText text = options_.rules.text;
-        if (ChunkTags::ReadSummaryList(chunks_[i], file_, listed, options_.albumOption, text, report_) &&
-            !chunks_.RemoveChunkFromFile(i, options_.paddingMode)) {
+        const bool hasTags =
+            ChunkTags::ReadSummaryList(chunks_[i], file_, listed, options_.albumOption, text, report_);
+        if ((hasTags || !onlyWithTags) && !chunks_.RemoveChunkFromFile(i, options_.paddingMode)) {
             return Fail(L"Error removing the tags, disk full?");
         }
     }
@@ -74,7 +79,7 @@ bool TagWriter::WriteList(const NTag& tags) {
     const bool done = PutIntoFile(data);
     // By old custom the report alone tells of an edit that failed, and a list before this one still has its say.
     if (!options_.rules.safe) return true;
-    return done ? DeleteListsBefore(listIndex_) : Fail(L"Error writing the tags, disk full?");
+    return done ? DeleteListsBefore(listIndex_, true) : Fail(L"Error writing the tags, disk full?");
 }
 
 bool TagWriter::PutIntoFile(const XMem& data) {

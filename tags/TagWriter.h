@@ -30,7 +30,7 @@ private:
     [[nodiscard]] bool OpenFile(const XStr& fileName);
     void ReadExisting();
     [[nodiscard]] bool DeleteAll();
-    [[nodiscard]] bool DeleteListsBefore(int end);
+    [[nodiscard]] bool DeleteListsBefore(int end, bool onlyWithTags);
     [[nodiscard]] bool WriteList(const NTag& tags);
     [[nodiscard]] bool PutIntoFile(const XMem& data);
     int IndexOfNewList();

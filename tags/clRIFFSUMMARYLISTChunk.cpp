@@ -242,18 +242,30 @@ bool clRIFFSUMMARYLISTChunk::TagsToLIST(XMem& out, const NTag& tags, const STNSt
                                         int albumOption, int trackOption, LISTText text) {
     StdReport::WriteDEBUG(L"->->", report, kTagsToLIST, true);
     out.Clear();
-    bool done = false;
+    std::string list;
     try {
-        const std::string list = BuildList(tags, albumOption != 0, trackOption != 0, text);
-        // Sizes in a list have 32 bits.
-        done = list.size() <= std::numeric_limits<uint32_t>::max() && out.Assign(list.data(), list.size());
-    } catch (const std::bad_alloc&) {  // reported below
+        list = BuildList(tags, albumOption != 0, trackOption != 0, text);
+    } catch (const std::bad_alloc&) {
+        return false;
     }
-    if (!done) {
+    // Sizes in a list have 32 bits.
+    if (list.size() > std::numeric_limits<uint32_t>::max() || !out.Assign(list.data(), list.size())) {
         StdReport::WriteERROR(L"Error Allocating Memory.", report, kTagsToLIST);
         return false;
     }
     StdReport::WriteDEBUG(L"<-<-", report, kTagsToLIST, true);
+    return true;
+}
+
+bool clRIFFSUMMARYLISTChunk::IsWhole(const void* data, unsigned int size) {
+    if (!data || size < kCountBytes) return size == 0;
+    Bytes rest = Bytes(static_cast<const uint8_t*>(data), size).subspan(kCountBytes);
+    for (auto left = Load<uint32_t>(data); left > 0 && rest.size() >= kEntryHeaderBytes; --left) {
+        const auto bytes = Load<uint32_t>(rest.data() + sizeof(uint32_t));
+        rest = rest.subspan(kEntryHeaderBytes);
+        if (bytes > rest.size()) return false;
+        rest = rest.subspan(bytes);
+    }
     return true;
 }
 

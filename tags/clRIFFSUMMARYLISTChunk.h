@@ -19,6 +19,9 @@ public:
     static bool InitFrom(const void* data, unsigned int size, NTag& tags, const STNStdReport& report,
                          int albumOption, LISTText& text);
 
+    // Whether no entry reaches out of the data, as one does where InitFrom stops with an error.
+    static bool IsWhole(const void* data, unsigned int size);
+
     // Replaces `out` by the data for all tags that have an identifier and a value; empty when there are none.
     // False only when memory runs out.
     static bool TagsToLIST(XMem& out, const NTag& tags, const STNStdReport& report, int albumOption,

@@ -1,5 +1,6 @@
 #include "TagWorkshop.h"
 #include "base/XStr.h"
+#include "host/Failure.h"
 #include "host/KeptChunks.h"
 
 #include <array>
@@ -157,7 +158,7 @@ TEST(TagSafety, ALockHeldElsewhereIsRespected) {
              {"set a.w64 Title=x", "remove a.w64 --all", "set a.w64 Year=1 --in-place"}) {
             const Outcome outcome = shop.Run("w64 tags " + edit);
             EXPECT_EQ(outcome.status, 1);
-            EXPECT_PRED_FORMAT2(IsSubstring, "check no other program has it open", outcome.errors);
+            EXPECT_PRED_FORMAT2(IsSubstring, "other program", outcome.errors);
             EXPECT_TRUE(shop.Holds(file));
         }
     }
@@ -199,14 +200,14 @@ TEST(TagSafety, TheCheckOfACopySeesEveryByteThatIsToStay) {
     const Bytes good = Recording(Pattern(audio)).Chunk("levl", Pattern(9)).SummaryList(list).File();
     XFile original;
     ASSERT_TRUE(original.Open(FromUTF8(folder.Write("a", good).native()), XFile::Access::Read));
-    const KeptChunks before(original);
+    const KeptChunks before(original, false);
     const std::pair<size_t, std::string> flips[] = {
         {64, "the chunk 'fmt ' at 40 has other bytes"},
         {88, "the chunk 'bext' at 88 is not there"},
         {dataAt - 4, "the chunk 'bext' at 88 has other bytes"},
         {dataAt + 24, "the chunk 'data' at 816 has other bytes"},
         {levlAt - 1, "the chunk 'data' at 816 has other bytes"},
-        {levlAt + 16, "the chunk 'levl' at 1,573,704 has another size"},
+        {levlAt + 16, "its layout is not sound"},
         {levlAt + 32, "the chunk 'levl' at 1,573,704 has other bytes"},
         {levlAt + 40, "the chunk '"},  // the list, which becomes another chunk
         {good.size() - 4, ""},         // the song
@@ -216,9 +217,14 @@ TEST(TagSafety, TheCheckOfACopySeesEveryByteThatIsToStay) {
         changed[at] ^= 1;
         XFile copy;
         ASSERT_TRUE(copy.Open(FromUTF8(folder.Write("b", changed).native()), XFile::Access::Read));
-        const KeptChunks after(copy);
-        std::string difference = before.DifferenceTo(after);
-        if (difference.empty()) difference = before.DifferenceOfBytes(original, after, copy);
+        std::string difference;
+        try {
+            const KeptChunks after(copy, false);
+            difference = before.DifferenceTo(after);
+            if (difference.empty()) difference = before.DifferenceOfBytes(original, after, copy);
+        } catch (const Failure& failure) {
+            difference = failure.what();
+        }
         EXPECT_PRED_FORMAT2(IsSubstring, told, difference);
         EXPECT_EQ(difference.empty(), told.empty());
     }

@@ -188,7 +188,7 @@ TEST(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
         {Resized(plain, 3000), "remove a.w64 --all", 1, "a.w64: "},
         {Resized(kUntagged, 3000), "set a.w64 Year=1 --in-place", 1, "not sound: the chunks end at 6840"},
         {Resized(plain, 9999), "set a.w64 Title=x", 1, "its layout is not sound: the chunks end at 6888"},
-        {Recording(kAudio).File(6000), "set a.w64 Title=x", 1, "Chunk is out of file"},
+        {Recording(kAudio).File(6000), "set a.w64 Title=x", 1, "reaches out of the file"},
         {{}, "set a.w64 Title=x", 1, "a.w64: "},
         {Pattern(1000), "set a.w64 Title=x", 1, "a.w64: "},
         {plain, "set nowhere.w64 Title=x", 1, "No such file or directory"},
@@ -258,7 +258,9 @@ TEST(Tags, NeedTheRightToWrite) {
         {"chmod 777 . && chmod 444 a.w64", "cannot open the file for writing"},
         {"chmod 666 a.w64", nobody.empty() ? "" : "cannot have the owner, mode and attributes of the file"},
     };
-    const std::string set = " && " + nobody + "w64 tags set a.w64 Title=x";
+    // The settings lie in a folder that only the owner may enter.
+    const std::string set =
+        " && unset XCLASS_XREGISTRY_LOCATION && HOME=/nowhere " + nobody + "w64 tags set a.w64 Title=x";
     for (const auto& [modes, message] : cases) {
         const Outcome outcome = shop.Run(modes + set);
         EXPECT_PRED_FORMAT2(IsSubstring, message, outcome.errors);
@@ -315,5 +317,9 @@ TEST(Options, AreListedSetAndKept) {
                                "', the file is as it was\nexit 1\n";
     expectRefusal("ulimit -f 0; w64 options 'LIST Text=1'", cannot);
     fs::resize_file(shop.Settings(), 100);  // malformed
-    expectRefusal("w64 options 'LIST Text=1'", cannot);
+    expectRefusal("w64 options 'LIST Text=1'", "w64: the settings in '" + shop.Settings().string() +
+                                                   "' cannot be read; nothing was changed\n");
+    shop.Write("a.w64", kUntagged);
+    expectRefusal("w64 tags set a.w64 Title=x", "cannot be read; nothing was changed\nexit 1\n");
+    EXPECT_TRUE(shop.Holds(kUntagged));
 }

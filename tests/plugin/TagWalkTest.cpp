@@ -240,7 +240,8 @@ TEST_F(TagWalk, DamageCostsNoAudio) {
         if (!safe) continue;  // the file may be of any size
         const Bytes after = Contents();
         const auto before = SoundChunksOf(file), chunks = SoundChunksOf(after);
-        ASSERT_TRUE(result == 1 || !before) << round << host->capture.Errors();
+        const bool areTagsDamaged = host->capture.Errors().find("its tags are damaged") != std::string::npos;
+        ASSERT_TRUE(result == 1 || !before || areTagsDamaged) << round << host->capture.Errors();
         ASSERT_TRUE(after == file ||
                     (result == 1 && before && chunks && ForeignOf(*chunks) == ForeignOf(*before)))
             << round;
