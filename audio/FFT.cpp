@@ -1,0 +1,219 @@
+#include "audio/FFT.h"
+
+#include "audio/FFTKernel.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <utility>
+
+namespace {
+
+FFTTwiddles Twiddles(int n, int* ip, double* w) {
+    if (ip[0] == 0 || n > 2 * ip[0]) makewt(std::max(n / 2, 1), ip, w);
+    return {w, w + ip[0] / 2};
+}
+
+// Points that are too few for the kernel: level by level, two at a time, and the leaves in their plain order.
+void SmallForward(ptrdiff_t points, double* a, FFTTwiddles twiddles) {
+    for (ptrdiff_t half = points / 2; half > 0; half /= 2) {
+        for (ptrdiff_t node = 0; node < points / 2 / half; ++node) {
+            const double re = node % 2 == 0 ? twiddles.re[node / 2] : -twiddles.im[node / 2];
+            const double im = node % 2 == 0 ? twiddles.im[node / 2] : twiddles.re[node / 2];
+            for (ptrdiff_t i = 2 * node * half; i < (2 * node + 1) * half; ++i) {
+                double* const low = a + 2 * i;
+                double* const high = low + 2 * half;
+                const double turnedRe = high[0] * re - high[1] * im;
+                const double turnedIm = high[0] * im + high[1] * re;
+                high[0] = low[0] - turnedRe;
+                high[1] = low[1] - turnedIm;
+                low[0] += turnedRe;
+                low[1] += turnedIm;
+            }
+        }
+    }
+}
+
+void SmallReorder(ptrdiff_t points, double* a) {
+    const ptrdiff_t bits = __builtin_ctz(static_cast<unsigned>(points));
+    for (ptrdiff_t i = 0; i < points; ++i) {
+        const ptrdiff_t reversed = ReverseBits(i, bits);
+        if (i < reversed) std::swap_ranges(a + 2 * i, a + 2 * i + 2, a + 2 * reversed);
+    }
+}
+
+// The way back differs from the way there in the sign of every angle, which is that of the imaginary parts.
+void SmallBackward(ptrdiff_t points, double* a, FFTTwiddles twiddles) {
+    for (ptrdiff_t i = 0; i < points; ++i) a[2 * i + 1] = -a[2 * i + 1];
+    SmallForward(points, a, twiddles);
+    SmallReorder(points, a);
+    for (ptrdiff_t i = 0; i < points; ++i) a[2 * i + 1] = -a[2 * i + 1];
+}
+
+void SmallCombineReal(ptrdiff_t points, double* a, bool back, FFTTwiddles twiddles) {
+    CombineRealLeaves(points, back, twiddles, 1, [a](ptrdiff_t leaf) { return a + 2 * leaf; });
+}
+
+// cos(pi k / 2n), and its sine at n - k.
+struct QuarterWave {
+    const double* table;
+    int stride;
+
+    double Cosine(ptrdiff_t k) const { return table[k * stride]; }
+};
+
+QuarterWave Cosines(int n, int* ip, double* w) {
+    Twiddles(n, ip, w);
+    if (n > ip[1]) makect(n, ip, w + ip[0]);
+    return {w + ip[0], ip[1] / n};
+}
+
+// The rotation between a cosine transform and the sums P and Q of cosines and sines of whole multiples that
+// its pairs of neighbours lead to: the sum for k is cos(pi k / 2n) P + sin(pi k / 2n) Q.
+void RotateToSums(int n, double* a, const QuarterWave& wave) {
+    for (ptrdiff_t k = 1; k < n / 2; ++k) {
+        const double p = wave.Cosine(k) * a[k] + wave.Cosine(n - k) * a[n - k];
+        const double q = wave.Cosine(n - k) * a[k] - wave.Cosine(k) * a[n - k];
+        a[k] = 0.5 * (p + q);
+        a[n - k] = 0.5 * (p - q);
+    }
+    a[n / 2] *= wave.Cosine(n / 2);
+}
+void RotateFromSums(int n, double* a, const QuarterWave& wave) {
+    for (ptrdiff_t k = 1; k < n / 2; ++k) {
+        const double p = 0.5 * (a[k] + a[n - k]);
+        const double q = 0.5 * (a[k] - a[n - k]);
+        a[k] = wave.Cosine(k) * p + wave.Cosine(n - k) * q;
+        a[n - k] = wave.Cosine(n - k) * p - wave.Cosine(k) * q;
+    }
+    a[n / 2] *= wave.Cosine(n / 2);
+}
+
+}  // namespace
+
+void makewt(int nw, int* ip, double* w) {
+    ip[0] = nw;
+    ip[1] = 0;
+    FillFFTTwiddles(nw / 2, w, w + nw / 2);
+}
+
+void makect(int nc, int* ip, double* c) {
+    ip[1] = nc;
+    for (ptrdiff_t k = 0; k < nc; ++k) c[k] = std::cos(std::numbers::pi / 2 * static_cast<double>(k) / nc);
+}
+
+void cdft(int n, int isgn, double* a, int* ip, double* w) {
+    const ptrdiff_t points = n / 2;
+    const FFTTwiddles twiddles = Twiddles(n, ip, w);
+    if (points < kFFTKernelMinPoints) {
+        if (isgn < 0) return SmallBackward(points, a, twiddles);
+        SmallForward(points, a, twiddles);
+        SmallReorder(points, a);
+    } else if (isgn < 0) {
+        FFTReorderBack(points, a);
+        FFTInverse(points, a, a, twiddles);
+    } else {
+        FFTForward(points, a, a, twiddles);
+        FFTReorder(points, a);
+    }
+}
+
+void rdft(int n, int isgn, double* a, int* ip, double* w) {
+    const ptrdiff_t points = n / 2;
+    const FFTTwiddles twiddles = Twiddles(n, ip, w);
+    if (points < kFFTKernelMinPoints) {
+        if (isgn >= 0) {
+            SmallForward(points, a, twiddles);
+            SmallCombineReal(points, a, false, twiddles);
+            return SmallReorder(points, a);
+        }
+        SmallReorder(points, a);
+        SmallCombineReal(points, a, true, twiddles);
+        SmallReorder(points, a);
+        SmallBackward(points, a, twiddles);
+    } else if (isgn < 0) {
+        FFTReorderBack(points, a);
+        FFTJoinReal(points, a, twiddles);
+        FFTInverse(points, a, a, twiddles);
+    } else {
+        FFTForward(points, a, a, twiddles);
+        FFTSplitReal(points, a, twiddles);
+        FFTReorder(points, a);
+    }
+}
+
+// Neighbours a[2 j - 1] and a[2 j] enter their two cosines as sum and difference times cosine and sine of 2 j,
+// which are the frequencies that a real transform takes; and the transpose of it all.
+void ddct(int n, int isgn, double* a, int* ip, double* w) {
+    if (n < 2) return;
+    const QuarterWave wave = Cosines(n, ip, w);
+    if (isgn < 0) {
+        const double last = a[n - 1];
+        for (ptrdiff_t j = n - 2; j > 0; j -= 2) {
+            const double odd = a[j - 1];
+            a[j + 1] = odd - a[j];
+            a[j] += odd;
+        }
+        a[0] *= 2;
+        a[1] = 2 * last;
+        rdft(n, -1, a, ip, w);
+        RotateFromSums(n, a, wave);
+    } else {
+        RotateToSums(n, a, wave);
+        rdft(n, 1, a, ip, w);
+        const double last = a[1];
+        for (ptrdiff_t j = 2; j < n; j += 2) {
+            const double even = a[j];
+            a[j] = even - a[j + 1];
+            a[j - 1] = even + a[j + 1];
+        }
+        a[n - 1] = last;
+    }
+}
+
+// sin(pi (j + 1/2) (n - k) / n) is cos(pi (j + 1/2) k / n) with the sign of every other j turned.
+void ddst(int n, int isgn, double* a, int* ip, double* w) {
+    if (isgn >= 0) std::reverse(a + 1, a + n);
+    if (isgn < 0) {
+        for (ptrdiff_t j = 1; j < n; j += 2) a[j] = -a[j];
+    }
+    ddct(n, isgn, a, ip, w);
+    if (isgn < 0) std::reverse(a + 1, a + n);
+    if (isgn >= 0) {
+        for (ptrdiff_t k = 1; k < n; k += 2) a[k] = -a[k];
+    }
+}
+
+// Sums of mirrored numbers lead to the even k, which is the same transform of half the size, differences to
+// the odd ones.
+void dfct(int n, double* a, double* t, int* ip, double* w) {
+    const int half = n / 2;
+    if (half == 0) {
+        a[0] += std::exchange(a[1], a[0] - a[1]);
+        return;
+    }
+    for (ptrdiff_t j = 0; j < half; ++j) {
+        t[j] = a[j] + a[n - j];
+        a[j] -= a[n - j];
+    }
+    t[half] = a[half];
+    ddct(half, 1, a, ip, w);
+    dfct(half, t, a + half, ip, w);
+    for (ptrdiff_t k = half - 1; k >= 0; --k) a[2 * k + 1] = a[k];
+    for (ptrdiff_t k = 0; k <= half; ++k) a[2 * k] = t[k];
+}
+
+void dfst(int n, double* a, double* t, int* ip, double* w) {
+    const int half = n / 2;
+    a[0] = 0;
+    if (half == 0) return;
+    for (ptrdiff_t j = 1; j < half; ++j) {
+        t[j] = a[j] - a[n - j];
+        a[j] += a[n - j];
+    }
+    a[0] = a[half];
+    ddst(half, 1, a, ip, w);
+    dfst(half, t, a + half, ip, w);
+    for (ptrdiff_t k = half - 1; k >= 0; --k) a[2 * k + 1] = a[k];
+    for (ptrdiff_t k = 0; k < half; ++k) a[2 * k] = t[k];
+}

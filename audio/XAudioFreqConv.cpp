@@ -1,0 +1,120 @@
+#include "audio/XAudioFreqConv.h"
+
+#include <algorithm>
+#include <new>
+
+XAudioFreqConv::XAudioFreqConv() = default;
+XAudioFreqConv::~XAudioFreqConv() = default;
+
+bool XAudioFreqConv::CreateNewConverter(const XAudioWFX& format, int targetRate, const wchar_t* options,
+                                        UpwardEdge edge) {
+    Destroy();
+    format_ = format;
+    targetRate_ = targetRate;
+    equalRates_ = format_.SamplesPerSec() == targetRate_;
+    if (equalRates_) return true;
+    if (format_.Channels() == 0 || !XAudioRdWr::HasLayout(format_.WFXFormatTag(), format_.BitsPerSample())) {
+        return false;
+    }
+    const std::optional<FreqConvDesign> design =
+        FreqConvDesign::Create(format_.SamplesPerSec(), targetRate_, edge);
+    if (!design) return false;
+    try {
+        engine_ = std::make_unique<FreqConvEngine>(*design, format_.Channels());
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    samples_.Create(format_.WFXFormatTag(), format_.BitsPerSample(), format_.Channels(), 0, 0, nullptr,
+                    options);
+    return true;
+}
+
+bool XAudioFreqConv::ConvertData(XAudioBufferNew& input, bool inPlace, bool last) {
+    const bool empty = input.PosLeftByte() == 0;
+    if (input.SamplesPerSec() == targetRate_ || (equalRates_ && empty))
+        return InitializeBuffer(inPlace, input);
+    if (!engine_ || (!empty && !IsOfStream(input))) return false;
+
+    const int64_t frameBytes = format_.SamplesToBytes_DivChan(1);
+    const int64_t arrived =
+        engine_->Needed(blocks_) + held_ + (stream_.BytesRemaining() + input.PosLeftByte()) / frameBytes;
+    int64_t blocks = blocks_;
+    while (engine_->Needed(blocks + 1) <= arrived) ++blocks;
+    const int64_t produced = last ? OutputFrames(arrived) : engine_->Produced(blocks);
+
+    XAudioWFX target(empty ? format_ : input);
+    target.SetSamplesPerSec(static_cast<int>(targetRate_), true);
+    const int64_t frames = produced - produced_;
+    if (!SetBufferSize(frames, target, false, false) || !stream_.AddData(input, true)) return false;
+    SetUsedSample(frames);
+    try {
+        int64_t frame = 0;
+        while (FillBlock()) frame = ConvertBlock(frame);
+        while (frame < frames) frame = ConvertBlock(frame);
+    } catch (const std::bad_alloc&) {
+        Destroy();
+        return false;
+    }
+    if (last) Restart();
+    return last || stream_.InPlaceOptimizeBuffer(0);
+}
+
+void XAudioFreqConv::Destroy() {
+    targetRate_ = kNoRate;
+    equalRates_ = false;
+    engine_.reset();
+    Restart();
+}
+
+void XAudioFreqConv::Restart() {
+    if (engine_) engine_->Restart();
+    stream_.Clear();
+    blocks_ = held_ = produced_ = 0;
+}
+
+bool XAudioFreqConv::IsOfStream(const XAudioWFX& format) const {
+    return format.SamplesPerSec() == format_.SamplesPerSec() && format.Channels() == format_.Channels() &&
+           format.BitsPerSample() == format_.BitsPerSample() &&
+           format.WFXFormatTag() == format_.WFXFormatTag();
+}
+
+// All that are begun within the duration of the input.
+int64_t XAudioFreqConv::OutputFrames(int64_t inputFrames) const {
+    const int64_t rate = format_.SamplesPerSec();
+    return ScaledDown(inputFrames, targetRate_, rate - 1, rate);
+}
+
+// Takes what the next block still lacks, as far as there is any. True when it is complete.
+bool XAudioFreqConv::FillBlock() {
+    const int64_t channels = format_.Channels();
+    const int64_t whole = BlockFrames();
+    const int64_t frames =
+        std::min(whole - held_, stream_.BytesRemaining() / format_.SamplesToBytes_DivChan(1));
+    in_.resize(static_cast<size_t>(whole * channels));
+    samples_.SetBeginData(stream_.GetDataFrom(format_.SamplesToBytes_DivChan(frames)).BufferStart(), 0, 0);
+    samples_.GetDbls(0, frames * channels, in_.data() + held_ * channels);
+    held_ += frames;
+    return held_ == whole;
+}
+
+// What is lacking is past the end of the stream, and silence. It takes blocks of it until the filters have
+// brought out all that was before.
+int64_t XAudioFreqConv::ConvertBlock(int64_t frame) {
+    const int64_t channels = format_.Channels();
+    in_.resize(static_cast<size_t>(held_ * channels));
+    in_.resize(static_cast<size_t>(BlockFrames() * channels), 0.0);
+    const int64_t given = engine_->Produced(blocks_ + 1) - engine_->Produced(blocks_);
+    const double* const out = engine_->Process(in_.data());
+    ++blocks_;
+    held_ = 0;
+
+    const int64_t kept = std::min(given, GetUsedSample() - frame);
+    samples_.SetBeginData_DivChan(*this, frame);
+    samples_.PutDbls(0, kept * channels, out);
+    produced_ += kept;
+    return frame + kept;
+}
+
+int64_t XAudioFreqConv::BlockFrames() const {
+    return engine_->Needed(blocks_ + 1) - engine_->Needed(blocks_);
+}

@@ -1,0 +1,301 @@
+#include "audio/XAudioFreqConvStages.h"
+
+#include "audio/VectorClones.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr double kLongestDelay = 0.4;  // seconds, where a long filter of the rate allows it
+constexpr int64_t kReachMultiple = 2;  // twice the reach and the block are whole groups of four in transforms
+constexpr int64_t kBlockMultiple = 4;
+constexpr int64_t kShortReach = 32;  // inputs that the short filter may look ahead, more or less
+
+int64_t FloorOfQuotient(int64_t numerator, int64_t denominator) {
+    return numerator / denominator - (numerator % denominator < 0 ? 1 : 0);
+}
+
+// The filter of `count` outputs, whose rows have `kVectors` pairs of taps, or `vectors` when that is 0. The
+// taps of four frames lie together, those of odd ones behind those of even ones in each half: so one load
+// and two moves within halves give each tap to both channels.
+template <int kVectors>
+W64_INLINE void RunRowsOf(int64_t vectors, const double* in, const double* rows, const int32_t* advance,
+                          size_t rowCount, PolyphaseFilter::Walk& walk, int64_t count, double* out) {
+    if (kVectors > 0) vectors = kVectors;
+    const int64_t rowSize = (vectors + 1) / 2 * 4;
+    const double* const begin = in;
+    size_t row = walk.row;
+    for (int64_t i = 0; i < count; ++i) {
+        const double* taps = rows + static_cast<int64_t>(row) * rowSize;
+        Vector even = {};
+        Vector odd = {};
+        for (int64_t at = 0; at + 1 < vectors; at += 2) {
+            const Vector four = LoadVector(taps + 2 * at);
+            even += LoadVector(in + 4 * at) * __builtin_shufflevector(four, four, 0, 0, 2, 2);
+            odd += LoadVector(in + 4 * at + 4) * __builtin_shufflevector(four, four, 1, 1, 3, 3);
+        }
+        if (vectors % 2 != 0) {
+            const Vector four = LoadVector(taps + 2 * (vectors - 1));
+            even += LoadVector(in + 4 * (vectors - 1)) * __builtin_shufflevector(four, four, 0, 0, 2, 2);
+        }
+        even += odd;
+        out[2 * i] = even[0] + even[2];
+        out[2 * i + 1] = even[1] + even[3];
+        in += int64_t{2} * advance[row];
+        if (++row == rowCount) row = 0;
+    }
+    walk = {walk.window + (in - begin) / 2, row};
+}
+
+W64_VECTOR_CLONES void RunRows(int64_t vectors, const double* in, const double* rows, const int32_t* advance,
+                               size_t rowCount, PolyphaseFilter::Walk& walk, int64_t count, double* out) {
+    // The usual numbers of taps, which a loop over them would make dear.
+    switch (vectors) {
+    case 1:
+        return RunRowsOf<1>(vectors, in, rows, advance, rowCount, walk, count, out);
+    case 2:
+        return RunRowsOf<2>(vectors, in, rows, advance, rowCount, walk, count, out);
+    case 3:
+        return RunRowsOf<3>(vectors, in, rows, advance, rowCount, walk, count, out);
+    case 4:
+        return RunRowsOf<4>(vectors, in, rows, advance, rowCount, walk, count, out);
+    case 5:
+        return RunRowsOf<5>(vectors, in, rows, advance, rowCount, walk, count, out);
+    case 17:  // down by a factor of 3 between the filters
+        return RunRowsOf<17>(vectors, in, rows, advance, rowCount, walk, count, out);
+    default:
+        return RunRowsOf<0>(vectors, in, rows, advance, rowCount, walk, count, out);
+    }
+}
+
+// Two neighbouring channels of interleaved frames, or the last one twice.
+void TakePair(const double* in, size_t channels, size_t left, size_t right, size_t frames, double* pair) {
+    const auto finite = [](double value) { return std::isfinite(value) ? value : 0; };
+    if (channels == 2) {
+        std::transform(in, in + 2 * frames, pair, finite);
+        return;
+    }
+    for (size_t frame = 0; frame < frames; ++frame, in += channels) {
+        pair[2 * frame] = finite(in[left]);
+        pair[2 * frame + 1] = finite(in[right]);
+    }
+}
+
+}  // namespace
+
+int64_t ScaledDown(int64_t count, int64_t numerator, int64_t offset, int64_t denominator) {
+    const int64_t whole = count / denominator * numerator;
+    return whole + FloorOfQuotient(count % denominator * numerator + offset, denominator);
+}
+
+double* FrameWindow::Append(int64_t frames) {
+    const size_t end = numbers_.size();
+    numbers_.resize(end + static_cast<size_t>(2 * frames));
+    return numbers_.data() + end;
+}
+
+void FrameWindow::DropBefore(int64_t frame) {
+    numbers_.erase(numbers_.begin(), numbers_.begin() + 2 * (frame - first_));
+    first_ = frame;
+}
+
+PolyphaseFilter::PolyphaseFilter(const FreqConvDesign& design)
+    : phases_(design.phases), step_(design.step), half_(design.shortFilter.length / 2) {
+    const std::vector<double> half = design.shortFilter.HalfOfTaps();
+    taps_ = 2 * half_ / phases_ + 1;
+    taps_ += taps_ % 2;
+    const int64_t rowSize = (taps_ + 3) / 4 * 4;
+    rows_.resize(static_cast<size_t>(rowSize * phases_), 0.0);
+    advance_.reserve(static_cast<size_t>(phases_));
+    // Each row belongs to the phase that lies a step behind the one before. The latest input comes last.
+    double* row = rows_.data();
+    int64_t phase = 0;
+    for (int64_t i = 0; i < phases_; ++i, row += rowSize) {
+        int64_t frame = taps_ - 1;
+        for (int64_t tap = phase; tap <= 2 * half_; tap += phases_, --frame) {
+            const int64_t place = frame / 4 * 4 + frame % 2 * 2 + frame % 4 / 2;
+            // The short filter adds up what the zeros between the inputs leave out.
+            row[place] = static_cast<double>(phases_) * half[static_cast<size_t>(std::abs(tap - half_))];
+        }
+        advance_.push_back(static_cast<int32_t>((phase + step_) / phases_));
+        phase = (phase + step_) % phases_;
+    }
+}
+
+PolyphaseFilter::Walk PolyphaseFilter::WalkFrom(int64_t time) const {
+    const int64_t latest = FloorOfQuotient(time + half_, phases_);
+    const int64_t wanted = time + half_ - latest * phases_;
+    size_t row = 0;
+    for (int64_t phase = 0; phase != wanted; phase = (phase + step_) % phases_) ++row;
+    return {latest - taps_ + 1, row};
+}
+
+int64_t PolyphaseFilter::OutputsOf(int64_t inputs) const {
+    return std::max<int64_t>(0, ScaledDown(inputs, phases_, step_ - 1 - half_, step_));
+}
+
+int64_t PolyphaseFilter::InputsFor(int64_t output, int64_t after) const {
+    return std::max<int64_t>(0, ScaledDown(output, step_, after + half_, phases_) + 1);
+}
+
+void PolyphaseFilter::Run(const FrameWindow& in, Walk& walk, int64_t count, double* out) const {
+    RunRows(taps_ / 2, in.At(walk.window), rows_.data(), advance_.data(), advance_.size(), walk, count, out);
+}
+
+LongFilter::LongFilter(const FreqConvDesign& design) {
+    const std::vector<double> half = design.longFilter.HalfOfTaps();
+    const auto last = static_cast<int64_t>(half.size()) - 1;
+    reach_ = (last + design.streams - 1) / design.streams;
+    reach_ += reach_ % kReachMultiple;
+    ChooseBlock(static_cast<double>(design.longRate));
+
+    twiddles_.resize(static_cast<size_t>(points_ / 2));
+    FillFFTTwiddles(points_ / 4, twiddles_.data(), twiddles_.data() + points_ / 4);
+    const double scale = design.longScale / static_cast<double>(points_);
+    for (int64_t stream = 0; stream < design.streams; ++stream) {
+        Numbers& spectrum = spectra_.emplace_back(SpectrumSize(), 0.0);
+        const int64_t offset = design.shortFirst ? -stream : stream;
+        for (int64_t frame = -reach_; frame <= reach_; ++frame) {
+            const int64_t tap = std::abs(design.streams * frame + offset);
+            if (tap <= last) {
+                spectrum[static_cast<size_t>(2 * (frame + reach_))] = scale * half[static_cast<size_t>(tap)];
+            }
+        }
+        Transform(spectrum.data(), spectrum.data());
+    }
+}
+
+// Of the transforms that the sub-filters fit, the one that takes the least work for a frame. Blocks are kept
+// short enough for the delay, but not so short that it is all overlap.
+void LongFilter::ChooseBlock(double rate) {
+    const int64_t wanted = static_cast<int64_t>(kLongestDelay * rate) - reach_ - kShortReach;
+    const int64_t allowed = std::max({wanted, reach_, int64_t{kFFTKernelMinPoints / 2}});
+    double least = HUGE_VAL;
+    int64_t points = kFFTKernelMinPoints;
+    while (points < 3 * reach_) points *= 2;
+    for (int i = 0; i < 3; ++i, points *= 2) {
+        const int64_t block = std::min(points - 2 * reach_, allowed) / kBlockMultiple * kBlockMultiple;
+        const double work = static_cast<double>(points) * std::log2(points) / static_cast<double>(block);
+        if (work >= least) continue;
+        least = work;
+        points_ = points;
+        block_ = block;
+    }
+}
+
+void LongFilter::TransformAndAdd(double* frames, size_t stream, double* sum) const {
+    FFTForwardAndAdd(points_, frames, block_, spectra_[stream].data(), stream == 0, sum, Twiddles());
+}
+
+void LongFilter::TransformBack(double* spectrum) const {
+    FFTInverse(points_, spectrum, spectrum, Twiddles());
+}
+
+void LongFilter::Transform(const double* frames, double* spectrum) const {
+    FFTForward(points_, frames, spectrum, Twiddles());
+}
+
+void LongFilter::TransformBackTo(size_t stream, const double* spectrum, double* work, double* frames) const {
+    const int64_t first = 2 * reach_;
+    FFTInverseOfProduct(points_, spectrum, spectra_[stream].data(), work, first, first + block_,
+                        frames + 2 * stream, static_cast<ptrdiff_t>(spectra_.size()), Twiddles());
+}
+
+FreqConvEngine::FreqConvEngine(const FreqConvDesign& design, int channels)
+    : design_(design), shortFilter_(design), longFilter_(design), channels_(static_cast<size_t>(channels)),
+      work_(longFilter_.SpectrumSize()), sum_(longFilter_.SpectrumSize()) {
+    Restart();
+}
+
+void FreqConvEngine::Restart() {
+    blocks_ = 0;
+    pairs_.assign((channels_ + 1) / 2, StartOfPair());
+}
+
+FreqConvEngine::Pair FreqConvEngine::StartOfPair() const {
+    const auto reach = longFilter_.Reach();
+    if (!design_.shortFirst) {
+        const int64_t first = -static_cast<int64_t>(longFilter_.Streams()) * reach;
+        return {
+            FrameWindow(first, first), {shortFilter_.WalkFrom(0)}, Numbers(longFilter_.SpectrumSize(), 0.0)};
+    }
+    // The long filter's first output takes frames from its reach before the start on.
+    std::vector<PolyphaseFilter::Walk> walks;
+    for (int64_t stream = 0; stream < design_.streams; ++stream) {
+        walks.push_back(shortFilter_.WalkFrom(stream * design_.streamStep - reach * design_.step));
+    }
+    return {FrameWindow(walks.front().window, 0), walks, Numbers(static_cast<size_t>(4 * reach), 0.0)};
+}
+
+int64_t FreqConvEngine::Needed(int64_t blocks) const {
+    const int64_t frames = blocks * longFilter_.Block();
+    if (!design_.shortFirst) return frames;
+    if (blocks == 0) return 0;
+    return shortFilter_.InputsFor(frames - longFilter_.Reach() - 1,
+                                  (design_.streams - 1) * design_.streamStep);
+}
+
+int64_t FreqConvEngine::Produced(int64_t blocks) const {
+    const int64_t frames = blocks * longFilter_.Block();
+    if (design_.shortFirst) return std::max<int64_t>(0, frames - 2 * longFilter_.Reach());
+    return shortFilter_.OutputsOf(design_.streams * (frames - longFilter_.Reach()));
+}
+
+const double* FreqConvEngine::Process(const double* in) {
+    const int64_t inFrames = Needed(blocks_ + 1) - Needed(blocks_);
+    const int64_t outFrames = Produced(blocks_ + 1) - Produced(blocks_);
+    const int64_t overlap = 2 * longFilter_.Reach();
+    ++blocks_;
+    out_.resize(channels_ == 2 ? 0 : static_cast<size_t>(outFrames) * channels_);
+    for (size_t i = 0; i < pairs_.size(); ++i) {
+        Pair& pair = pairs_[i];
+        const size_t left = 2 * i;
+        const size_t right = std::min(left + 1, channels_ - 1);
+        double* const frames =
+            design_.shortFirst ? pair.shortInput.Append(inFrames) : pair.longHistory.data() + 2 * overlap;
+        TakePair(in, channels_, left, right, static_cast<size_t>(inFrames), frames);
+        const double* result = design_.shortFirst ? ShortFirst(pair, outFrames) : LongFirst(pair, outFrames);
+        if (channels_ == 2) return result;
+        for (size_t frame = 0; frame < static_cast<size_t>(outFrames); ++frame, result += 2) {
+            out_[frame * channels_ + left] = result[0];
+            out_[frame * channels_ + right] = result[1];
+        }
+    }
+    return out_.data();
+}
+
+// Overlap-add: the long filter's outputs reach into the next block.
+const double* FreqConvEngine::ShortFirst(Pair& pair, int64_t outFrames) {
+    const int64_t block = longFilter_.Block();
+    for (size_t stream = 0; stream < pair.walks.size(); ++stream) {
+        shortFilter_.Run(pair.shortInput, pair.walks[stream], block, work_.data());
+        longFilter_.TransformAndAdd(work_.data(), stream, sum_.data());
+    }
+    pair.shortInput.DropBefore(pair.walks.front().window);
+    longFilter_.TransformBack(sum_.data());
+    Numbers& overlap = pair.longHistory;
+    for (size_t i = 0; i < overlap.size(); ++i) sum_[i] += overlap[i];
+    std::copy_n(sum_.begin() + 2 * block, overlap.size(), overlap.begin());
+    return sum_.data() + 2 * (block - outFrames);
+}
+
+// Overlap-save: the long filter takes the inputs of the last block once more. What wraps around in its
+// transform comes out before the block.
+const double* FreqConvEngine::LongFirst(Pair& pair, int64_t outFrames) {
+    const int64_t block = longFilter_.Block();
+    const int64_t overlap = 2 * longFilter_.Reach();
+    Numbers& history = pair.longHistory;
+    longFilter_.Transform(history.data(), sum_.data());
+    std::copy_n(history.begin() + 2 * block, 2 * overlap, history.begin());
+
+    const size_t streams = longFilter_.Streams();
+    double* const between = pair.shortInput.Append(block * static_cast<int64_t>(streams));
+    for (size_t stream = 0; stream < streams; ++stream) {
+        longFilter_.TransformBackTo(stream, sum_.data(), work_.data(), between);
+    }
+    pairOut_.resize(static_cast<size_t>(2 * outFrames));
+    shortFilter_.Run(pair.shortInput, pair.walks.front(), outFrames, pairOut_.data());
+    pair.shortInput.DropBefore(pair.walks.front().window);
+    return pairOut_.data();
+}

@@ -1,0 +1,158 @@
+#pragma once
+
+#include "audio/FFTKernel.h"
+#include "audio/XAudioFreqConvDesign.h"
+
+#include <new>
+#include <vector>
+
+// The two filters of a sample-rate conversion at work, on two channels at a time: a frame is a pair of
+// doubles. Frames are counted from the start of the stream, and those before it are silence.
+
+// Numbers that start at a cache line, and hold anything until they are written.
+template <class Number>
+struct CacheLineAllocator {
+    using value_type = Number;
+
+    CacheLineAllocator() = default;
+    template <class Other>
+    CacheLineAllocator(const CacheLineAllocator<Other>& /*other*/) {}
+
+    Number* allocate(size_t count) {
+        return static_cast<Number*>(::operator new(count * sizeof(Number), kAlignment));
+    }
+    void deallocate(Number* numbers, size_t /*count*/) { ::operator delete(numbers, kAlignment); }
+    template <class Other>
+    void construct(Other* number) {
+        ::new (static_cast<void*>(number)) Other;
+    }
+    template <class Other, class Value>
+    void construct(Other* number, const Value& value) {
+        ::new (static_cast<void*>(number)) Other(value);
+    }
+    bool operator==(const CacheLineAllocator&) const = default;
+
+    static constexpr std::align_val_t kAlignment{64};
+};
+using Numbers = std::vector<double, CacheLineAllocator<double>>;
+
+// floor((count * numerator + offset) / denominator) for counts whose product would not fit.
+int64_t ScaledDown(int64_t count, int64_t numerator, int64_t offset, int64_t denominator);
+
+// The newest frames of a stream.
+class FrameWindow {
+public:
+    // Begins with silence from one frame up to another.
+    FrameWindow(int64_t first, int64_t end)
+        : first_(first), numbers_(static_cast<size_t>(2 * (end - first)), 0.0) {}
+
+    // Room for frames to be written behind the last; good until the next call.
+    double* Append(int64_t frames);
+
+    const double* At(int64_t frame) const { return numbers_.data() + 2 * (frame - first_); }
+    void DropBefore(int64_t frame);
+
+private:
+    int64_t first_;
+    Numbers numbers_;
+};
+
+// The short filter: a row of taps for every phase, in the order in which a stream's outputs meet them.
+class PolyphaseFilter {
+public:
+    // The way of one stream's outputs along the input.
+    struct Walk {
+        int64_t window;  // first frame that goes into the next output
+        size_t row;
+    };
+
+    explicit PolyphaseFilter(const FreqConvDesign& design);
+
+    // From the output at a time, of which an input has `phases` of the design.
+    Walk WalkFrom(int64_t time) const;
+
+    // How many outputs from time 0 on can be had from so many inputs, and how many inputs it takes for one
+    // output of a number and a time after it.
+    int64_t OutputsOf(int64_t inputs) const;
+    int64_t InputsFor(int64_t output, int64_t after) const;
+
+    void Run(const FrameWindow& in, Walk& walk, int64_t count, double* out) const;
+
+private:
+    int64_t phases_;
+    int64_t step_;
+    int64_t half_;
+    int64_t taps_;  // of a row, an even number
+    Numbers rows_;
+    std::vector<int32_t> advance_;  // of the window from each row to the next
+};
+
+// The long filter between one stream and `streams` interleaved ones, a block at a time, as products of
+// spectra: sub-filter s has those taps that lead to stream s, or from it. Nothing is computed that would be
+// thrown away for the change of rate.
+class LongFilter {
+public:
+    explicit LongFilter(const FreqConvDesign& design);
+
+    int64_t Block() const { return block_; }  // frames
+    int64_t Reach() const { return reach_; }  // of a sub-filter to either side
+    size_t Streams() const { return spectra_.size(); }
+    size_t SpectrumSize() const { return 2 * static_cast<size_t>(points_); }
+
+    // Many streams to one: a block of frames of each, worthless afterwards, is added to the sum.
+    void TransformAndAdd(double* frames, size_t stream, double* sum) const;
+    void TransformBack(double* spectrum) const;
+
+    // One stream to many, a block after the overlap, interleaved.
+    void Transform(const double* frames, double* spectrum) const;
+    void TransformBackTo(size_t stream, const double* spectrum, double* work, double* frames) const;
+
+private:
+    void ChooseBlock(double rate);
+    FFTTwiddles Twiddles() const { return {twiddles_.data(), twiddles_.data() + points_ / 4}; }
+
+    ptrdiff_t points_ = 0;
+    int64_t reach_;
+    int64_t block_ = 0;
+    Numbers twiddles_;
+    std::vector<Numbers> spectra_;
+};
+
+// Both, for any number of channels. Blocks are counted from the start of the stream, so that it makes no
+// difference in what portions it comes.
+class FreqConvEngine {
+public:
+    FreqConvEngine(const FreqConvDesign& design, int channels);
+
+    // How many frames so many blocks take, and give.
+    int64_t Needed(int64_t blocks) const;
+    int64_t Produced(int64_t blocks) const;
+
+    // The next block, interleaved; the result is good until the call after it. Infinities and what is no
+    // number count as 0.
+    const double* Process(const double* in);
+
+    void Restart();
+
+private:
+    struct Pair {  // of channels
+        FrameWindow shortInput;
+        std::vector<PolyphaseFilter::Walk> walks;  // one for each stream where the short filter comes first
+        Numbers longHistory;  // what its next block begins with: input where it comes first, or else output
+    };
+
+    Pair StartOfPair() const;
+    const double* ShortFirst(Pair& pair, int64_t outFrames);
+    const double* LongFirst(Pair& pair, int64_t outFrames);
+
+    FreqConvDesign design_;
+    PolyphaseFilter shortFilter_;
+    LongFilter longFilter_;
+    size_t channels_;
+    int64_t blocks_ = 0;
+    std::vector<Pair> pairs_;
+    Numbers work_;
+    Numbers sum_;
+    Numbers pairOut_;
+    Numbers out_;
+};
