@@ -37,13 +37,9 @@ FrameRange RangeOf(const DecodeOptions& options, uint32_t framesPerSecond) {
     return range;
 }
 
-bool IsLinear(const XAudioWFX& format) {
-    return format.WFXFormatTag() == kTagPCM || format.WFXFormatTag() == kTagFloat;
-}
-
 // Bytes of decoded audio to come; not known where the audio is stored compressed.
 std::optional<int64_t> ExpectedBytes(const DecoderInstance& decoder, const std::optional<XAudioWFX>& stored) {
-    if (!stored || !IsLinear(*stored)) return std::nullopt;
+    if (!stored || !IsLinear(stored->WFXFormatTag())) return std::nullopt;
     return XAudioWFX(*stored).BlockAlignBuffer(decoder.Info().LengthBytes);
 }
 

@@ -57,7 +57,7 @@ bool HasFourCharacters(const GUID& guid) {
 std::string DescribeFormat(const XAudioWFX& format) {
     const int tag = format.WFXFormatTag();
     std::string text = NameOfTag(tag);
-    if (tag == kTagPCM || tag == kTagFloat) text += ", " + BitsInWords(format);
+    if (IsLinear(tag)) text += ", " + BitsInWords(format);
     return text + ", " + ChannelsInWords(format.Channels()) + ", " + std::to_string(format.SamplesPerSec()) +
            " Hz";
 }

@@ -31,8 +31,7 @@ Answer AskDecoder(const PluginLibrary& library, const std::string& name, Command
 
 // Frames are counted where a stored block is a frame.
 std::optional<int64_t> FrameCount(const STKvAudioInfo& info, const XAudioWFX& stored) {
-    const bool compressed = stored.WFXFormatTag() != kTagPCM && stored.WFXFormatTag() != kTagFloat;
-    if (compressed || stored.BlockAlign() == 0) return std::nullopt;
+    if (!IsLinear(stored.WFXFormatTag()) || stored.BlockAlign() == 0) return std::nullopt;
     return info.LengthBytes / stored.BlockAlign();
 }
 

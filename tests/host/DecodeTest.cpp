@@ -108,18 +108,6 @@ TEST_F(DecodeTest, MissingStandardStreamsAreNotMistakenForFiles) {
     EXPECT_EQ(shop.Read("a.raw"), audio);
 }
 
-TEST_F(DecodeTest, SeveralFilesGoOnAfterABadOne) {
-    shop.Write("bad.w64", Pattern(1000));
-    for (const char* name : {"b.w64", "c.w64", "d.w64", "e.w64"}) Put(name);
-    const Outcome outcome = shop.Run("mkdir out; w64 decode -j 3 -o out bad.w64 ?.w64");
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_TRUE(outcome.errors.starts_with("w64: bad.w64: Error RIFF chunk unknown '")) << outcome.errors;
-    EXPECT_EQ(std::ranges::count(outcome.errors, '\n'), 1);
-    for (const char* name : {"a.wav", "b.wav", "c.wav", "d.wav", "e.wav"})
-        EXPECT_EQ(SoundFile(shop.Path() / "out" / name).ReadRaw(), audio);
-    EXPECT_EQ(shop.Run("ls out | wc -l").output, "5\n");
-}
-
 TEST_F(DecodeTest, NothingIsReplacedUnlessForcedAndTheInputNever) {
     for (const char* name : {"b.wav", "b.w64"}) Put(name);
     std::filesystem::create_symlink("a.w64", shop.Path() / "link.wav");

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 #include <limits>
-#include <mutex>
-#include <thread>
 
 namespace {
 
@@ -184,24 +182,4 @@ TEST(Decode, ReachesWhatLiesBeyond4GiB) {
     ASSERT_EQ(Plugin().SetPosition(host.handle, audioBytes / 4 - 1), 1);
     EXPECT_EQ(host.DecodeAll(), Bytes({'t', 'a', 'i', 'l'}));
     EXPECT_EQ(host.block.PositionMilliseconds, static_cast<int64_t>(audioBytes - 4) * 1000 / 176400);
-}
-
-TEST(Threads, DecodeIndependentlyWithAnInstanceEach) {
-    const TempFolder folder;
-    const Bytes audio = Pattern(4 * 50000);
-    const auto path = folder.Write("a.w64", Wave64Bytes().Fmt(1, 2, 44100, 16).Data(audio).File());
-    int right = 0;
-    std::mutex counting;
-    const auto decode = [&] {
-        for (int i = 0; i < 20; ++i) {
-            PluginHost host;
-            const bool same = host.Open(path) == 1 && host.DecodeAll() == audio && host.Close() == 1;
-            const std::lock_guard lock(counting);
-            right += same;
-        }
-    };
-    std::thread first(decode), second(decode);
-    first.join();
-    second.join();
-    EXPECT_EQ(right, 40);
 }
