@@ -46,11 +46,8 @@ int main(int count, char** arguments) {
                {"ConvertFloatTo24", "Copy24", 1.7},
                {"ConvertFloatTo16", "Copy16", 2.2},
                {"Convert51ToStereo24", "Copy24", 4},
-               {"ConvertMonoToStereo24", "Copy24", 4},
                {"Transform32768ByFFT", "Transform32768ByFFTW", 1.5},
                {"Transform65536ByFFT", "Transform65536ByFFTW", 1.5},
-               {"Resample44100To48000", "Resample44100To48000BySoxr", 0.75},
-               {"Resample48000To44100", "Resample48000To44100BySoxr", 0.75},
                {"ParseAndPrintSettings", "ParseAndPrintNlohmann", 3.0},
            })
                ? 0
