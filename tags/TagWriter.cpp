@@ -58,16 +58,19 @@ bool TagWriter::DeleteAll() {
 // From the end, as what stands before a removed chunk keeps its index.
 bool TagWriter::DeleteListsBefore(int end, bool onlyWithTags) {
     for (int i = end - 1; i >= 0; --i) {
-        if (!CompareGUID(chunks_[i].ChunkGUID, kSummaryListCode)) continue;
-        NTag listed;
-        LISTText text = options_.rules.text;
-        const bool hasTags =
-            ChunkTags::ReadSummaryList(chunks_[i], file_, listed, options_.albumOption, text, report_);
-        if ((hasTags || !onlyWithTags) && !chunks_.RemoveChunkFromFile(i, options_.paddingMode)) {
+        const bool goes =
+            onlyWithTags ? HasTags(chunks_[i]) : CompareGUID(chunks_[i].ChunkGUID, kSummaryListCode);
+        if (goes && !chunks_.RemoveChunkFromFile(i, options_.paddingMode)) {
             return Fail(L"Error removing the tags, disk full?");
         }
     }
     return true;
+}
+
+bool TagWriter::HasTags(const STRIFFChunk& chunk) {
+    NTag listed;
+    LISTText text = options_.rules.text;
+    return ChunkTags::ReadSummaryList(chunk, file_, listed, options_.albumOption, text, report_);
 }
 
 bool TagWriter::WriteList(const NTag& tags) {

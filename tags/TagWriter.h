@@ -15,8 +15,7 @@ enum class TagEdit {
 };
 
 // Edits the tags of a file where they stand, by the options that are set at this moment.
-// The file is opened alone and closed with the object. What the recording is has no say in it: only the
-// summary list and the padding beside it change.
+// Use:    one edit per object, which opens the file alone and closes it with itself.
 // Errors: reported, then false. Without safe editing a file that is no Wave64 file, and an edit of a chunk
 //         that fails, count as done.
 class TagWriter {
@@ -31,6 +30,7 @@ private:
     void ReadExisting();
     [[nodiscard]] bool DeleteAll();
     [[nodiscard]] bool DeleteListsBefore(int end, bool onlyWithTags);
+    bool HasTags(const STRIFFChunk& chunk);
     [[nodiscard]] bool WriteList(const NTag& tags);
     [[nodiscard]] bool PutIntoFile(const XMem& data);
     int IndexOfNewList();
