@@ -9,13 +9,25 @@
 
 namespace {
 
-FFTTwiddles Twiddles(int n, int* ip, double* w) {
+// Twiddle factors of n numbers, which are n / 2 points, take half of the table. Cosines in the plain order of
+// their angles, pi k / (n / 2) up to half pi, take the other half.
+struct Tables {
+    FFTTwiddles twiddles;
+    const double* cosines;
+    ptrdiff_t points;
+};
+
+// Of the smallest tables, all are twiddle factors.
+int TwiddlesIn(int nw) { return (nw + 2) / 4; }
+
+Tables TablesFor(int n, int* ip, double* w) {
     if (ip[0] == 0 || n > 2 * ip[0]) makewt(std::max(n / 2, 1), ip, w);
-    return {w, w + ip[0] / 2};
+    const int twiddles = TwiddlesIn(ip[0]);
+    return {{w, w + twiddles}, w + 2 * twiddles, ip[0]};
 }
 
 // Points that are too few for the kernel: level by level, two at a time, and the leaves in their plain order.
-void SmallForward(ptrdiff_t points, double* a, FFTTwiddles twiddles) {
+void SmallForward(ptrdiff_t points, double* a, const FFTTwiddles& twiddles) {
     for (ptrdiff_t half = points / 2; half > 0; half /= 2) {
         for (ptrdiff_t node = 0; node < points / 2 / half; ++node) {
             const double re = node % 2 == 0 ? twiddles.re[node / 2] : -twiddles.im[node / 2];
@@ -43,15 +55,48 @@ void SmallReorder(ptrdiff_t points, double* a) {
 }
 
 // The way back differs from the way there in the sign of every angle, which is that of the imaginary parts.
-void SmallBackward(ptrdiff_t points, double* a, FFTTwiddles twiddles) {
-    for (ptrdiff_t i = 0; i < points; ++i) a[2 * i + 1] = -a[2 * i + 1];
-    SmallForward(points, a, twiddles);
-    SmallReorder(points, a);
+void Conjugate(ptrdiff_t points, double* a) {
     for (ptrdiff_t i = 0; i < points; ++i) a[2 * i + 1] = -a[2 * i + 1];
 }
 
-void SmallCombineReal(ptrdiff_t points, double* a, bool back, FFTTwiddles twiddles) {
-    CombineRealLeaves(points, back, twiddles, 1, [a](ptrdiff_t leaf) { return a + 2 * leaf; });
+void Transform(ptrdiff_t points, bool back, double* a, const FFTTwiddles& twiddles) {
+    if (points < kFFTKernelMinPoints) {
+        if (back) Conjugate(points, a);
+        SmallForward(points, a, twiddles);
+        SmallReorder(points, a);
+        if (back) Conjugate(points, a);
+    } else if (back) {
+        FFTInverseInOrder(points, a, twiddles);
+    } else {
+        FFTForwardInOrder(points, a, twiddles);
+    }
+}
+
+// From the spectrum of number pairs to that of the numbers, with the factor -i / 2 exp(pi i k / points) for the
+// frequencies k and -k, or back, with its conjugate.
+void CombineReal(ptrdiff_t points, bool back, double* a, const Tables& tables) {
+    const double scale = back ? 0.5 : 1;
+    const double sum = scale * (a[0] + a[1]);
+    a[1] = scale * (a[0] - a[1]);
+    a[0] = sum;
+    const ptrdiff_t stride = tables.points / points;
+    const double sign = back ? 0.5 : -0.5;
+    for (ptrdiff_t k = 1; k < points / 2; ++k) {
+        double* const here = a + 2 * k;
+        double* const mirror = a + 2 * (points - k);
+        const double factorRe = 0.5 * tables.cosines[(points / 2 - k) * stride];
+        const double factorIm = sign * tables.cosines[k * stride];
+        const double sumRe = 0.5 * (here[0] + mirror[0]);
+        const double sumIm = 0.5 * (here[1] - mirror[1]);
+        const double differenceRe = here[0] - mirror[0];
+        const double differenceIm = here[1] + mirror[1];
+        const double turnedRe = differenceRe * factorRe - differenceIm * factorIm;
+        const double turnedIm = differenceRe * factorIm + differenceIm * factorRe;
+        here[0] = sumRe + turnedRe;
+        here[1] = sumIm + turnedIm;
+        mirror[0] = sumRe - turnedRe;
+        mirror[1] = turnedIm - sumIm;
+    }
 }
 
 // cos(pi k / 2n), and its sine at n - k.
@@ -63,7 +108,7 @@ struct QuarterWave {
 };
 
 QuarterWave Cosines(int n, int* ip, double* w) {
-    Twiddles(n, ip, w);
+    TablesFor(n, ip, w);
     if (n > ip[1]) makect(n, ip, w + ip[0]);
     return {w + ip[0], ip[1] / n};
 }
@@ -94,7 +139,9 @@ void RotateFromSums(int n, double* a, const QuarterWave& wave) {
 void makewt(int nw, int* ip, double* w) {
     ip[0] = nw;
     ip[1] = 0;
-    FillFFTTwiddles(nw / 2, w, w + nw / 2);
+    const int twiddles = TwiddlesIn(nw);
+    FillFFTTwiddles(twiddles, w, w + twiddles);
+    for (int k = 0; k < nw - 2 * twiddles; ++k) w[2 * twiddles + k] = std::cos(std::numbers::pi * k / nw);
 }
 
 void makect(int nc, int* ip, double* c) {
@@ -103,43 +150,15 @@ void makect(int nc, int* ip, double* c) {
 }
 
 void cdft(int n, int isgn, double* a, int* ip, double* w) {
-    const ptrdiff_t points = n / 2;
-    const FFTTwiddles twiddles = Twiddles(n, ip, w);
-    if (points < kFFTKernelMinPoints) {
-        if (isgn < 0) return SmallBackward(points, a, twiddles);
-        SmallForward(points, a, twiddles);
-        SmallReorder(points, a);
-    } else if (isgn < 0) {
-        FFTReorderBack(points, a);
-        FFTInverse(points, a, a, twiddles);
-    } else {
-        FFTForward(points, a, a, twiddles);
-        FFTReorder(points, a);
-    }
+    Transform(n / 2, isgn < 0, a, TablesFor(n, ip, w).twiddles);
 }
 
 void rdft(int n, int isgn, double* a, int* ip, double* w) {
     const ptrdiff_t points = n / 2;
-    const FFTTwiddles twiddles = Twiddles(n, ip, w);
-    if (points < kFFTKernelMinPoints) {
-        if (isgn >= 0) {
-            SmallForward(points, a, twiddles);
-            SmallCombineReal(points, a, false, twiddles);
-            return SmallReorder(points, a);
-        }
-        SmallReorder(points, a);
-        SmallCombineReal(points, a, true, twiddles);
-        SmallReorder(points, a);
-        SmallBackward(points, a, twiddles);
-    } else if (isgn < 0) {
-        FFTReorderBack(points, a);
-        FFTJoinReal(points, a, twiddles);
-        FFTInverse(points, a, a, twiddles);
-    } else {
-        FFTForward(points, a, a, twiddles);
-        FFTSplitReal(points, a, twiddles);
-        FFTReorder(points, a);
-    }
+    const Tables tables = TablesFor(n, ip, w);
+    if (isgn < 0) CombineReal(points, true, a, tables);
+    Transform(points, isgn < 0, a, tables.twiddles);
+    if (isgn >= 0) CombineReal(points, false, a, tables);
 }
 
 // Neighbours a[2 j - 1] and a[2 j] enter their two cosines as sum and difference times cosine and sine of 2 j,

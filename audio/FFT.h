@@ -4,7 +4,7 @@
 // Owner:  all memory is the caller's. `ip` has 2 entries or more, and `w` as many as stated. ip[0] = 0, set
 //         before the first call, asks for tables to be built in them; later calls use these, and build larger
 //         ones when n has grown.
-// Tables: ip[0] doubles of twiddle factors from w on (makewt), then ip[1] of cosines (makect).
+// Tables: ip[0] doubles of twiddle factors and cosines from w on (makewt), then ip[1] of cosines (makect).
 
 // Complex, of n / 2 points: (a[2 j], a[2 j + 1]) are real and imaginary part. The sums are with
 // exp(2 pi i jk / (n / 2)) for isgn = 1, with exp(-2 pi i jk / (n / 2)) for -1. w: n / 2.

@@ -1,6 +1,6 @@
 #include "audio/FFTKernel.h"
 
-#include "audio/VectorClones.h"
+#include "audio/VectorComplex.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,59 +8,22 @@
 
 namespace {
 
-constexpr ptrdiff_t kLanes = 4;
-constexpr ptrdiff_t kGroup = 2 * kLanes;  // doubles: the real parts of four points, then the imaginary ones
-constexpr ptrdiff_t kBlockPoints = 16;
-constexpr ptrdiff_t kCachedPoints = 1024;  // what stays in the first-level cache from pass to pass
+constexpr ptrdiff_t kCachedGroups = 256;  // stay in the first-level cache from level to level
 
-struct Complex {
-    Vector re;
-    Vector im;
-};
-
-W64_INLINE Complex operator+(const Complex& a, const Complex& b) { return {a.re + b.re, a.im + b.im}; }
-W64_INLINE Complex operator-(const Complex& a, const Complex& b) { return {a.re - b.re, a.im - b.im}; }
-W64_INLINE Complex operator*(const Complex& a, const Complex& b) {
-    return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
-}
-W64_INLINE Complex TimesConjugate(const Complex& a, const Complex& b) {
-    return {a.re * b.re + a.im * b.im, a.im * b.re - a.re * b.im};
-}
-W64_INLINE Complex TimesI(const Complex& a) { return {-a.im, a.re}; }
-
-W64_INLINE Complex LoadGroup(const double* group) { return {LoadVector(group), LoadVector(group + kLanes)}; }
-W64_INLINE void StoreGroup(double* group, const Complex& value) {
-    StoreVector(group, value.re);
-    StoreVector(group + kLanes, value.im);
+// Of twiddle factor j.
+double AngleOf(ptrdiff_t j) {
+    double angle = 0;
+    double weight = std::numbers::pi / 4;
+    for (ptrdiff_t bits = j; bits != 0; bits /= 2, weight /= 2) {
+        if (bits % 2 != 0) angle += weight;
+    }
+    return angle;
 }
 
-// Four interleaved points; their lanes come in the order 0, 2, 1, 3, which takes the fewest moves.
-W64_INLINE Complex LoadInterleaved(const double* points) {
-    const Vector low = LoadVector(points);
-    const Vector high = LoadVector(points + kLanes);
-    return {__builtin_shufflevector(low, high, 0, 4, 2, 6), __builtin_shufflevector(low, high, 1, 5, 3, 7)};
-}
-W64_INLINE void StoreInterleaved(double* points, const Complex& value) {
-    StoreVector(points, __builtin_shufflevector(value.re, value.im, 0, 4, 2, 6));
-    StoreVector(points + kLanes, __builtin_shufflevector(value.re, value.im, 1, 5, 3, 7));
-}
+// Levels of four lead from a power of four groups to one.
+bool HasOddLevels(ptrdiff_t groups) { return __builtin_ctz(static_cast<unsigned>(groups)) % 2 != 0; }
 
-W64_INLINE void Transpose(Vector& a, Vector& b, Vector& c, Vector& d) {
-    const Vector ab0 = __builtin_shufflevector(a, b, 0, 4, 2, 6);
-    const Vector ab1 = __builtin_shufflevector(a, b, 1, 5, 3, 7);
-    const Vector cd0 = __builtin_shufflevector(c, d, 0, 4, 2, 6);
-    const Vector cd1 = __builtin_shufflevector(c, d, 1, 5, 3, 7);
-    a = __builtin_shufflevector(ab0, cd0, 0, 1, 4, 5);
-    b = __builtin_shufflevector(ab1, cd1, 0, 1, 4, 5);
-    c = __builtin_shufflevector(ab0, cd0, 2, 3, 6, 7);
-    d = __builtin_shufflevector(ab1, cd1, 2, 3, 6, 7);
-}
-W64_INLINE void Transpose(Complex (&c)[4]) {
-    Transpose(c[0].re, c[1].re, c[2].re, c[3].re);
-    Transpose(c[0].im, c[1].im, c[2].im, c[3].im);
-}
-
-// The twiddle factor of a node and its powers, one factor for all lanes or one for each.
+// The twiddle factors of a node in each lane, and their powers.
 struct Powers {
     Complex first, second, third;
 };
@@ -70,16 +33,34 @@ W64_INLINE Powers PowersOf(const Complex& factor) {
     return {factor, second, factor * second};
 }
 
-W64_INLINE Powers PowersOfNode(FFTTwiddles twiddles, ptrdiff_t node) {
-    const double re = twiddles.re[node];
-    const double im = twiddles.im[node];
-    const double re2 = re * re - im * im;
-    const double im2 = 2 * re * im;
-    const double re3 = re * re2 - im * im2;
-    const double im3 = re * im2 + im * re2;
-    return {
-        {Broadcast(re), Broadcast(im)}, {Broadcast(re2), Broadcast(im2)}, {Broadcast(re3), Broadcast(im3)}};
-}
+// Those of the nodes of a level, which has so many in each lane. From the short table: between two lanes the
+// angle is the same for all nodes.
+struct ShortLevel {
+    FFTTwiddles twiddles;
+    Complex lanes;
+
+    W64_INLINE ShortLevel(FFTTwiddles table, ptrdiff_t nodes)
+        : twiddles(table),
+          lanes(Vector{table.re[0], table.re[nodes], table.re[2 * nodes], table.re[3 * nodes]},
+                Vector{table.im[0], table.im[nodes], table.im[2 * nodes], table.im[3 * nodes]}) {}
+
+    W64_INLINE Complex Factor(ptrdiff_t node) const {
+        return Complex(Broadcast(twiddles.re[node]), Broadcast(twiddles.im[node])) * lanes;
+    }
+};
+
+// From the long one, in less time.
+struct LongLevel {
+    const double* factors;
+
+    W64_INLINE LongLevel(FFTLaneTwiddles twiddles, ptrdiff_t nodes)
+        : factors(twiddles.factors + nodes / 2 * kGroup) {}
+
+    W64_INLINE Complex Factor(ptrdiff_t node) const { return LoadGroup(factors + node * kGroup); }
+};
+
+W64_INLINE ShortLevel LevelOf(FFTTwiddles twiddles, ptrdiff_t nodes) { return {twiddles, nodes}; }
+W64_INLINE LongLevel LevelOf(FFTLaneTwiddles twiddles, ptrdiff_t nodes) { return {twiddles, nodes}; }
 
 // Four quarters of a polynomial whose twiddle factors are applied, to its remainders; and back, times four.
 W64_INLINE void Split(Complex (&a)[4]) {
@@ -191,52 +172,36 @@ struct ToSpacedPoints {
     }
 };
 
-// The first level, from interleaved points to groups, and back.
+// The first level, from interleaved points to groups, and back. The points come and go in the order of
+// LoadInterleaved.
 template <class Source>
-W64_INLINE void SplitRoot4(ptrdiff_t points, Source source, double* out) {
+W64_INLINE void SplitRoot(ptrdiff_t points, Source source, double* data) {
     const ptrdiff_t quarter = points / 4;
     for (ptrdiff_t at = 0; at < quarter; at += kLanes) {
         Complex a[4];
         for (ptrdiff_t i = 0; i < 4; ++i) a[i] = source(i * quarter + at);
         Split(a);
-        for (ptrdiff_t i = 0; i < 4; ++i) StoreGroup(out + 2 * (i * quarter + at), a[i]);
-    }
-}
-template <class Source>
-W64_INLINE void SplitRoot8(ptrdiff_t points, Source source, double* out) {
-    const ptrdiff_t eighth = points / 8;
-    for (ptrdiff_t at = 0; at < eighth; at += kLanes) {
-        Complex a[8];
-        for (ptrdiff_t i = 0; i < 8; ++i) a[i] = source(i * eighth + at);
-        Split8(a);
-        for (ptrdiff_t i = 0; i < 8; ++i) StoreGroup(out + 2 * (i * eighth + at), a[i]);
+        Transpose(a);
+        std::swap(a[1], a[2]);
+        for (ptrdiff_t i = 0; i < 4; ++i) StoreGroup(data + 2 * (i * quarter + at), a[i]);
     }
 }
 template <class Target>
-W64_INLINE void JoinRoot4(ptrdiff_t points, const double* in, Target target) {
+W64_INLINE void JoinRoot(ptrdiff_t points, const double* data, Target target) {
     const ptrdiff_t quarter = points / 4;
     for (ptrdiff_t at = 0; at < quarter; at += kLanes) {
         Complex a[4];
-        for (ptrdiff_t i = 0; i < 4; ++i) a[i] = LoadGroup(in + 2 * (i * quarter + at));
+        for (ptrdiff_t i = 0; i < 4; ++i) a[i] = LoadGroup(data + 2 * (i * quarter + at));
+        std::swap(a[1], a[2]);
+        Transpose(a);
         Join(a);
         for (ptrdiff_t i = 0; i < 4; ++i) target(i * quarter + at, a[i]);
     }
 }
-template <class Target>
-W64_INLINE void JoinRoot8(ptrdiff_t points, const double* in, Target target) {
-    const ptrdiff_t eighth = points / 8;
-    for (ptrdiff_t at = 0; at < eighth; at += kLanes) {
-        Complex a[8];
-        for (ptrdiff_t i = 0; i < 8; ++i) a[i] = LoadGroup(in + 2 * (i * eighth + at));
-        Join8(a);
-        for (ptrdiff_t i = 0; i < 8; ++i) target(i * eighth + at, a[i]);
-    }
-}
 
-// One level of a node of `points` points.
-W64_INLINE void SplitNode(ptrdiff_t points, double* data, FFTTwiddles twiddles, ptrdiff_t node) {
-    const Powers powers = PowersOfNode(twiddles, node);
-    const ptrdiff_t quarter = points / 4 * 2;
+// One level of a node of so many groups.
+W64_INLINE void SplitNode(ptrdiff_t groups, double* data, const Powers& powers) {
+    const ptrdiff_t quarter = groups / 4 * kGroup;
     for (ptrdiff_t at = 0; at < quarter; at += kGroup) {
         Complex a[4];
         for (ptrdiff_t i = 0; i < 4; ++i) a[i] = LoadGroup(data + i * quarter + at);
@@ -244,9 +209,8 @@ W64_INLINE void SplitNode(ptrdiff_t points, double* data, FFTTwiddles twiddles, 
         for (ptrdiff_t i = 0; i < 4; ++i) StoreGroup(data + i * quarter + at, a[i]);
     }
 }
-W64_INLINE void JoinNode(ptrdiff_t points, double* data, FFTTwiddles twiddles, ptrdiff_t node) {
-    const Powers powers = PowersOfNode(twiddles, node);
-    const ptrdiff_t quarter = points / 4 * 2;
+W64_INLINE void JoinNode(ptrdiff_t groups, double* data, const Powers& powers) {
+    const ptrdiff_t quarter = groups / 4 * kGroup;
     for (ptrdiff_t at = 0; at < quarter; at += kGroup) {
         Complex a[4];
         for (ptrdiff_t i = 0; i < 4; ++i) a[i] = LoadGroup(data + i * quarter + at);
@@ -255,31 +219,113 @@ W64_INLINE void JoinNode(ptrdiff_t points, double* data, FFTTwiddles twiddles, p
     }
 }
 
-// The last four levels. Between them the lanes, which were neighbouring points so far, become the four nodes.
-W64_INLINE void SplitBlock(Complex (&a)[4], FFTTwiddles twiddles, ptrdiff_t node) {
-    Split(a, PowersOfNode(twiddles, node));
-    Transpose(a);
-    std::swap(a[1], a[2]);  // from the order that interleaved points were loaded in
-    Split(a, PowersOf({LoadVector(twiddles.re + 4 * node), LoadVector(twiddles.im + 4 * node)}));
-}
-W64_INLINE void JoinBlock(Complex (&a)[4], FFTTwiddles twiddles, ptrdiff_t node) {
-    Join(a, PowersOf({LoadVector(twiddles.re + 4 * node), LoadVector(twiddles.im + 4 * node)}));
-    std::swap(a[1], a[2]);
-    Transpose(a);
-    Join(a, PowersOfNode(twiddles, node));
+// The first level within a lane, where the number of levels is odd: one of two and one of four.
+struct EighthPowers {
+    Complex power[8];
+
+    W64_INLINE explicit EighthPowers(const Complex& factor) {
+        power[1] = factor;
+        for (ptrdiff_t i = 2; i < 8; ++i) power[i] = power[i / 2] * power[i - i / 2];
+    }
+};
+template <class Twiddles>
+W64_INLINE EighthPowers EighthsOf(Twiddles twiddles) {
+    return EighthPowers(LevelOf(twiddles, 2).Factor(0));
 }
 
-// Where the forward transform leaves its spectrum, a group at a time.
+W64_INLINE void SplitNode8(ptrdiff_t groups, double* data, const EighthPowers& powers) {
+    const ptrdiff_t eighth = groups / 8 * kGroup;
+    for (ptrdiff_t at = 0; at < eighth; at += kGroup) {
+        Complex a[8];
+        a[0] = LoadGroup(data + at);
+        for (ptrdiff_t i = 1; i < 8; ++i) a[i] = LoadGroup(data + i * eighth + at) * powers.power[i];
+        Split8(a);
+        for (ptrdiff_t i = 0; i < 8; ++i) StoreGroup(data + i * eighth + at, a[i]);
+    }
+}
+W64_INLINE void JoinNode8(ptrdiff_t groups, double* data, const EighthPowers& powers) {
+    const ptrdiff_t eighth = groups / 8 * kGroup;
+    for (ptrdiff_t at = 0; at < eighth; at += kGroup) {
+        Complex a[8];
+        for (ptrdiff_t i = 0; i < 8; ++i) a[i] = LoadGroup(data + i * eighth + at);
+        Join8(a);
+        StoreGroup(data + at, a[0]);
+        for (ptrdiff_t i = 1; i < 8; ++i) {
+            StoreGroup(data + i * eighth + at, TimesConjugate(a[i], powers.power[i]));
+        }
+    }
+}
+
+// A quarter's nodes from its groups down to fours, and back. Each quarter goes through all of its levels
+// before the next, and so does each part of it that stays in the first-level cache.
+template <class Twiddles>
+W64_INLINE void SplitQuarter(ptrdiff_t groups, double* data, Twiddles twiddles) {
+    ptrdiff_t size = groups;
+    if (HasOddLevels(groups)) {
+        SplitNode8(size, data, EighthsOf(twiddles));
+        size /= 8;
+    }
+    for (; size > kCachedGroups; size /= 4) {
+        const auto level = LevelOf(twiddles, groups / size);
+        for (ptrdiff_t at = 0; at < groups; at += size)
+            SplitNode(size, data + kGroup * at, PowersOf(level.Factor(at / size)));
+    }
+    const ptrdiff_t cached = size;
+    for (ptrdiff_t first = 0; first < groups; first += cached) {
+        for (size = cached; size > 4; size /= 4) {
+            const auto level = LevelOf(twiddles, groups / size);
+            for (ptrdiff_t at = first; at < first + cached; at += size) {
+                SplitNode(size, data + kGroup * at, PowersOf(level.Factor(at / size)));
+            }
+        }
+    }
+}
+template <class Twiddles>
+W64_INLINE void JoinQuarter(ptrdiff_t groups, double* data, Twiddles twiddles) {
+    const ptrdiff_t all = HasOddLevels(groups) ? groups / 8 : groups;
+    ptrdiff_t cached = all;
+    while (cached > kCachedGroups) cached /= 4;
+    for (ptrdiff_t first = 0; first < groups; first += cached) {
+        for (ptrdiff_t size = 16; size <= cached; size *= 4) {
+            const auto level = LevelOf(twiddles, groups / size);
+            for (ptrdiff_t at = first; at < first + cached; at += size) {
+                JoinNode(size, data + kGroup * at, PowersOf(level.Factor(at / size)));
+            }
+        }
+    }
+    for (ptrdiff_t size = 4 * cached; size <= all; size *= 4) {
+        const auto level = LevelOf(twiddles, groups / size);
+        for (ptrdiff_t at = 0; at < groups; at += size)
+            JoinNode(size, data + kGroup * at, PowersOf(level.Factor(at / size)));
+    }
+    if (all != groups) JoinNode8(groups, data, EighthsOf(twiddles));
+}
+
+// Where the forward transform leaves its spectrum: a group of one of the quarters at a time, those of all
+// quarters in turn. Spectra that are not in the place of the points are in that order, and so are read and
+// written from the first to the last; quarters of 2^k points would fall on each other in the cache.
+struct ToPlace {
+    double* data;
+    ptrdiff_t quarter;  // doubles
+
+    W64_INLINE void operator()(ptrdiff_t i, ptrdiff_t group, const Complex& value) const {
+        StoreGroup(data + i * quarter + group * kGroup, value);
+    }
+};
+W64_INLINE ptrdiff_t InSpectrum(ptrdiff_t i, ptrdiff_t group) { return (4 * group + i) * kGroup; }
 struct ToSpectrum {
     double* spectrum;
 
-    W64_INLINE void operator()(ptrdiff_t at, const Complex& value) const { StoreGroup(spectrum + at, value); }
+    W64_INLINE void operator()(ptrdiff_t i, ptrdiff_t group, const Complex& value) const {
+        StoreGroup(spectrum + InSpectrum(i, group), value);
+    }
 };
 struct ToProduct {
     const double* factor;
     double* product;
 
-    W64_INLINE void operator()(ptrdiff_t at, const Complex& value) const {
+    W64_INLINE void operator()(ptrdiff_t i, ptrdiff_t group, const Complex& value) const {
+        const ptrdiff_t at = InSpectrum(i, group);
         StoreGroup(product + at, value * LoadGroup(factor + at));
     }
 };
@@ -287,215 +333,179 @@ struct ToSum {
     const double* factor;
     double* sum;
 
-    W64_INLINE void operator()(ptrdiff_t at, const Complex& value) const {
+    W64_INLINE void operator()(ptrdiff_t i, ptrdiff_t group, const Complex& value) const {
+        const ptrdiff_t at = InSpectrum(i, group);
         StoreGroup(sum + at, LoadGroup(sum + at) + value * LoadGroup(factor + at));
     }
 };
 
 // Where the inverse transform has it from.
+struct FromPlace {
+    const double* data;
+    ptrdiff_t quarter;
+
+    W64_INLINE Complex operator()(ptrdiff_t i, ptrdiff_t group) const {
+        return LoadGroup(data + i * quarter + group * kGroup);
+    }
+};
 struct FromSpectrum {
     const double* spectrum;
 
-    W64_INLINE Complex operator()(ptrdiff_t at) const { return LoadGroup(spectrum + at); }
+    W64_INLINE Complex operator()(ptrdiff_t i, ptrdiff_t group) const {
+        return LoadGroup(spectrum + InSpectrum(i, group));
+    }
 };
 struct FromProduct {
     const double* spectrum;
     const double* factor;
 
-    W64_INLINE Complex operator()(ptrdiff_t at) const {
+    W64_INLINE Complex operator()(ptrdiff_t i, ptrdiff_t group) const {
+        const ptrdiff_t at = InSpectrum(i, group);
         return LoadGroup(spectrum + at) * LoadGroup(factor + at);
     }
 };
 
-W64_INLINE Complex LoadReversed(const double* group) {
-    const Complex value = LoadGroup(group);
-    return {__builtin_shufflevector(value.re, value.re, 3, 2, 1, 0),
-            __builtin_shufflevector(value.im, value.im, 3, 2, 1, 0)};
-}
-W64_INLINE void StoreReversed(double* group, const Complex& value) {
-    StoreGroup(group, {__builtin_shufflevector(value.re, value.re, 3, 2, 1, 0),
-                       __builtin_shufflevector(value.im, value.im, 3, 2, 1, 0)});
-}
+// The last two levels: that of four groups in each quarter, and that of one group in all of them. Loops would
+// keep the sixteen groups in memory.
+struct Leaves {
+    ptrdiff_t quarter;  // doubles
+    ptrdiff_t group;
+    Complex a[4][4];
 
-// All of a block with its mirror image in the octave; the factors are half the twiddles of the leaves, turned.
-W64_INLINE void CombineBlocks(double* block, double* mirror, FFTTwiddles twiddles, ptrdiff_t node,
-                              double sign) {
-    const Complex low = {LoadVector(twiddles.re + 8 * node), LoadVector(twiddles.im + 8 * node)};
-    const Complex high = {LoadVector(twiddles.re + 8 * node + 4), LoadVector(twiddles.im + 8 * node + 4)};
-    const Complex twiddle[2] = {{__builtin_shufflevector(low.re, high.re, 0, 2, 4, 6),
-                                 __builtin_shufflevector(low.im, high.im, 0, 2, 4, 6)},
-                                {__builtin_shufflevector(low.re, high.re, 1, 3, 5, 7),
-                                 __builtin_shufflevector(low.im, high.im, 1, 3, 5, 7)}};
-    const Vector half = Broadcast(0.5);
-    const Vector turn = Broadcast(0.5 * sign);
-    for (ptrdiff_t c = 0; c < 4; ++c) {
-        const Complex& t = twiddle[c / 2];
-        const Complex a = LoadGroup(block + c * kGroup);
-        const Complex b = LoadReversed(mirror + (3 - c) * kGroup);
-        FFTRealPair<Vector> pair = {a.re, a.im, b.re, b.im};
-        c % 2 == 0 ? pair.Combine(half * t.im, turn * t.re) : pair.Combine(half * t.re, -turn * t.im);
-        StoreGroup(block + c * kGroup, {pair.re, pair.im});
-        StoreReversed(mirror + (3 - c) * kGroup, {pair.mirrorRe, pair.mirrorIm});
+    W64_INLINE void LoadAndSplit(ptrdiff_t i, const double* data, const Powers& powers) {
+        for (ptrdiff_t j = 0; j < 4; ++j) a[i][j] = LoadGroup(data + i * quarter + (group + j) * kGroup);
+        Split(a[i], powers);
+    }
+    template <class Target>
+    W64_INLINE void SplitAcross(ptrdiff_t j, const Powers& powers, Target target) {
+        Complex one[4] = {a[0][j], a[1][j], a[2][j], a[3][j]};
+        Split(one, powers);
+        for (ptrdiff_t i = 0; i < 4; ++i) target(i, group + j, one[i]);
+    }
+    template <class Source>
+    W64_INLINE void JoinAcross(ptrdiff_t j, Source source, const Powers& powers) {
+        Complex one[4];
+        for (ptrdiff_t i = 0; i < 4; ++i) one[i] = source(i, group + j);
+        Join(one, powers);
+        for (ptrdiff_t i = 0; i < 4; ++i) a[i][j] = one[i];
+    }
+    W64_INLINE void JoinAndStore(ptrdiff_t i, const Powers& powers, double* data) {
+        Join(a[i], powers);
+        for (ptrdiff_t j = 0; j < 4; ++j) StoreGroup(data + i * quarter + (group + j) * kGroup, a[i][j]);
+    }
+};
+
+template <class Twiddles, class Target>
+W64_INLINE void SplitLeaves(ptrdiff_t points, const double* data, Twiddles twiddles, Target target) {
+    const ptrdiff_t quarter = points / 2;
+    const ptrdiff_t groups = quarter / kGroup;
+    const auto fours = LevelOf(twiddles, groups / 4);
+    const auto ones = LevelOf(twiddles, groups);
+    for (ptrdiff_t group = 0; group < groups; group += 4) {
+        Leaves leaves{quarter, group, {}};
+        const Powers powers = PowersOf(fours.Factor(group / 4));
+        leaves.LoadAndSplit(0, data, powers);
+        leaves.LoadAndSplit(1, data, powers);
+        leaves.LoadAndSplit(2, data, powers);
+        leaves.LoadAndSplit(3, data, powers);
+        leaves.SplitAcross(0, PowersOf(ones.Factor(group)), target);
+        leaves.SplitAcross(1, PowersOf(ones.Factor(group + 1)), target);
+        leaves.SplitAcross(2, PowersOf(ones.Factor(group + 2)), target);
+        leaves.SplitAcross(3, PowersOf(ones.Factor(group + 3)), target);
+    }
+}
+template <class Source, class Twiddles>
+W64_INLINE void JoinLeaves(ptrdiff_t points, Source source, double* data, Twiddles twiddles) {
+    const ptrdiff_t quarter = points / 2;
+    const ptrdiff_t groups = quarter / kGroup;
+    const auto fours = LevelOf(twiddles, groups / 4);
+    const auto ones = LevelOf(twiddles, groups);
+    for (ptrdiff_t group = 0; group < groups; group += 4) {
+        Leaves leaves{quarter, group, {}};
+        leaves.JoinAcross(0, source, PowersOf(ones.Factor(group)));
+        leaves.JoinAcross(1, source, PowersOf(ones.Factor(group + 1)));
+        leaves.JoinAcross(2, source, PowersOf(ones.Factor(group + 2)));
+        leaves.JoinAcross(3, source, PowersOf(ones.Factor(group + 3)));
+        const Powers powers = PowersOf(fours.Factor(group / 4));
+        leaves.JoinAndStore(0, powers, data);
+        leaves.JoinAndStore(1, powers, data);
+        leaves.JoinAndStore(2, powers, data);
+        leaves.JoinAndStore(3, powers, data);
     }
 }
 
-W64_VECTOR_CLONES void CombineOctaves(ptrdiff_t points, double* spectrum, FFTTwiddles twiddles, double sign) {
-    for (ptrdiff_t octave = 2; octave < points / kBlockPoints; octave *= 2) {
-        for (ptrdiff_t node = octave; node < octave + octave / 2; ++node) {
-            double* const mirror = spectrum + 2 * kBlockPoints * (3 * octave - 1 - node);
-            CombineBlocks(spectrum + 2 * kBlockPoints * node, mirror, twiddles, node, sign);
+// Between the lanes of a group and four interleaved points.
+struct ToInterleaved {
+    W64_INLINE void operator()(const double* group, double* points) const {
+        StoreInterleaved(points, LoadGroup(group));
+    }
+};
+struct FromInterleaved {
+    W64_INLINE void operator()(const double* points, double* group) const {
+        StoreGroup(group, LoadInterleaved(points));
+    }
+};
+
+template <class Change>
+W64_INLINE void SwapChanged(double* here, double* there, Change change) {
+    alignas(32) double kept[kGroup];
+    StoreGroup(kept, LoadGroup(here));
+    change(there, here);
+    change(kept, there);
+}
+
+// Groups change places with those of the reversed number in their quarter, or in the other one of the two
+// quarters in the middle.
+template <class Change>
+W64_INLINE void Reorder(ptrdiff_t points, double* data, Change change) {
+    const ptrdiff_t quarter = points / 2;  // doubles
+    const ptrdiff_t groups = quarter / kGroup;
+    const ptrdiff_t bits = __builtin_ctz(static_cast<unsigned>(groups));
+    for (ptrdiff_t group = 0; group < groups; ++group) {
+        const ptrdiff_t reversed = ReverseBits(group, bits);
+        double* const here = data + kGroup * group;
+        double* const there = data + kGroup * reversed;
+        SwapChanged(here + quarter, there + 2 * quarter, change);
+        if (group > reversed) continue;
+        for (ptrdiff_t outer : {ptrdiff_t{0}, 3 * quarter}) {
+            if (group == reversed)
+                change(here + outer, here + outer);
+            else
+                SwapChanged(here + outer, there + outer, change);
         }
     }
 }
 
-double* Leaf(double* spectrum, ptrdiff_t leaf) {
-    return spectrum + leaf / kBlockPoints * 2 * kBlockPoints + leaf % 4 * kGroup + leaf % kBlockPoints / 4;
+template <class Source, class Twiddles, class Target>
+W64_INLINE void SplitAll(ptrdiff_t points, Source source, double* data, Twiddles twiddles, Target target) {
+    SplitRoot(points, source, data);
+    const ptrdiff_t groups = points / 16;
+    for (ptrdiff_t i = 0; i < 4; ++i) SplitQuarter(groups, data + i * groups * kGroup, twiddles);
+    SplitLeaves(points, data, twiddles, target);
 }
 
-// Reordering goes by tiles of 16 by 16 points: those whose index has the same middle bits, as rows of
-// neighbours. The tile of the reversed middle bits is where they belong, and the other way round.
-constexpr ptrdiff_t kTile = 16;
-using Tile = double[kTile][2 * kTile];
-
-W64_INLINE void StoreTile(ptrdiff_t points, double* to, const Tile& tile) {
-    for (ptrdiff_t row = 0; row < kTile; ++row) {
-        std::copy_n(tile[row], 2 * kTile, to + 2 * row * (points / kTile));
-    }
-}
-
-// Blocks to rows in natural order.
-W64_INLINE void LoadBlocks(ptrdiff_t points, const double* from, Tile& tile) {
-    const ptrdiff_t stride = points / kTile * 2;
-    for (ptrdiff_t high = 0; high < 4; ++high) {
-        for (ptrdiff_t c = 0; c < 4; ++c) {
-            Complex a[4];
-            for (ptrdiff_t i = 0; i < 4; ++i) a[i] = LoadGroup(from + (4 * i + high) * stride + c * kGroup);
-            Transpose(a);
-            for (ptrdiff_t i = 0; i < 4; ++i) {
-                StoreInterleaved(tile[ReverseBits(4 * i + c, 4)] + kGroup * ReverseBits(high, 2), a[i]);
-            }
-        }
-    }
-}
-
-// Rows in natural order to blocks.
-W64_INLINE void LoadRows(ptrdiff_t points, const double* from, Tile& tile) {
-    const ptrdiff_t stride = points / kTile * 2;
-    for (ptrdiff_t high = 0; high < 4; ++high) {
-        for (ptrdiff_t c = 0; c < 4; ++c) {
-            Complex a[4];
-            for (ptrdiff_t i = 0; i < 4; ++i) {
-                a[i] = LoadInterleaved(from + ReverseBits(4 * i + c, 4) * stride +
-                                       kGroup * ReverseBits(high, 2));
-            }
-            Transpose(a);
-            for (ptrdiff_t i = 0; i < 4; ++i) StoreGroup(tile[4 * i + high] + c * kGroup, a[i]);
-        }
-    }
-}
-
-template <bool Back>
-W64_INLINE void LoadTile(ptrdiff_t points, const double* from, Tile& tile) {
-    if constexpr (Back)
-        LoadRows(points, from, tile);
-    else
-        LoadBlocks(points, from, tile);
-}
-
-template <bool Back>
-W64_INLINE void ReorderTiles(ptrdiff_t points, double* data) {
-    const ptrdiff_t tiles = points / (kTile * kTile);
-    const ptrdiff_t bits = __builtin_ctz(static_cast<unsigned>(tiles));
-    for (ptrdiff_t index = 0; index < tiles; ++index) {
-        const ptrdiff_t reversed = ReverseBits(index, bits);
-        if (reversed < index) continue;
-        double* const here = data + 2 * kTile * index;
-        double* const there = data + 2 * kTile * reversed;
-        alignas(32) Tile tile;
-        alignas(32) Tile other;
-        LoadTile<Back>(points, here, tile);
-        LoadTile<Back>(points, there, other);
-        StoreTile(points, there, tile);
-        if (reversed != index) StoreTile(points, here, other);
-    }
-}
-
-W64_VECTOR_CLONES void Reorder(ptrdiff_t points, double* data, bool back) {
-    back ? ReorderTiles<true>(points, data) : ReorderTiles<false>(points, data);
-}
-
-// Powers of four are split by four all the way, the others by eight first.
-ptrdiff_t RootRadix(ptrdiff_t points) {
-    return __builtin_ctz(static_cast<unsigned>(points)) % 2 == 0 ? 4 : 8;
-}
-
-template <class Source, class Target>
-W64_INLINE void SplitAll(ptrdiff_t points, Source source, double* data, FFTTwiddles twiddles, Target target) {
-    const ptrdiff_t radix = RootRadix(points);
-    radix == 4 ? SplitRoot4(points, source, data) : SplitRoot8(points, source, data);
-    ptrdiff_t size = points / radix;
-    for (; size > kCachedPoints; size /= 4) {
-        for (ptrdiff_t node = 0; node < points / size; ++node) {
-            SplitNode(size, data + 2 * node * size, twiddles, node);
-        }
-    }
-    const ptrdiff_t cached = size;
-    for (ptrdiff_t first = 0; first < points; first += cached) {
-        for (size = cached; size > kBlockPoints; size /= 4) {
-            for (ptrdiff_t at = first; at < first + cached; at += size) {
-                SplitNode(size, data + 2 * at, twiddles, at / size);
-            }
-        }
-        for (ptrdiff_t at = first; at < first + cached; at += kBlockPoints) {
-            const ptrdiff_t block = 2 * at;
-            Complex a[4];
-            for (ptrdiff_t i = 0; i < 4; ++i) a[i] = LoadGroup(data + block + i * kGroup);
-            SplitBlock(a, twiddles, at / kBlockPoints);
-            for (ptrdiff_t i = 0; i < 4; ++i) target(block + i * kGroup, a[i]);
-        }
-    }
-}
-
-template <class Source, class Target>
-W64_INLINE void JoinAll(ptrdiff_t points, Source source, double* data, Target target, FFTTwiddles twiddles) {
-    const ptrdiff_t radix = RootRadix(points);
-    ptrdiff_t cached = points / radix;
-    while (cached > kCachedPoints) cached /= 4;
-    for (ptrdiff_t first = 0; first < points; first += cached) {
-        for (ptrdiff_t at = first; at < first + cached; at += kBlockPoints) {
-            const ptrdiff_t block = 2 * at;
-            Complex a[4];
-            for (ptrdiff_t i = 0; i < 4; ++i) a[i] = source(block + i * kGroup);
-            JoinBlock(a, twiddles, at / kBlockPoints);
-            for (ptrdiff_t i = 0; i < 4; ++i) StoreGroup(data + block + i * kGroup, a[i]);
-        }
-        for (ptrdiff_t size = 4 * kBlockPoints; size <= cached; size *= 4) {
-            for (ptrdiff_t at = first; at < first + cached; at += size) {
-                JoinNode(size, data + 2 * at, twiddles, at / size);
-            }
-        }
-    }
-    for (ptrdiff_t size = 4 * cached; size <= points / radix; size *= 4) {
-        for (ptrdiff_t node = 0; node < points / size; ++node) {
-            JoinNode(size, data + 2 * node * size, twiddles, node);
-        }
-    }
-    radix == 4 ? JoinRoot4(points, data, target) : JoinRoot8(points, data, target);
+template <class Source, class Twiddles, class Target>
+W64_INLINE void JoinAll(ptrdiff_t points, Source source, double* data, Twiddles twiddles, Target target) {
+    JoinLeaves(points, source, data, twiddles);
+    const ptrdiff_t groups = points / 16;
+    for (ptrdiff_t i = 0; i < 4; ++i) JoinQuarter(groups, data + i * groups * kGroup, twiddles);
+    JoinRoot(points, data, target);
 }
 
 }  // namespace
 
-W64_VECTOR_CLONES void FFTForward(ptrdiff_t points, const double* in, double* spectrum,
-                                  FFTTwiddles twiddles) {
-    SplitAll(points, FromPoints{in}, spectrum, twiddles, ToSpectrum{spectrum});
+W64_VECTOR_CLONES void FFTForward(ptrdiff_t points, const double* in, double* work, double* spectrum,
+                                  FFTLaneTwiddles twiddles) {
+    SplitAll(points, FromPoints{in}, work, twiddles, ToSpectrum{spectrum});
 }
 
-W64_VECTOR_CLONES void FFTInverse(ptrdiff_t points, double* spectrum, double* out, FFTTwiddles twiddles) {
-    JoinAll(points, FromSpectrum{spectrum}, spectrum, ToPoints{out}, twiddles);
+W64_VECTOR_CLONES void FFTInverse(ptrdiff_t points, const double* spectrum, double* out,
+                                  FFTLaneTwiddles twiddles) {
+    JoinAll(points, FromSpectrum{spectrum}, out, twiddles, ToPoints{out});
 }
 
 W64_VECTOR_CLONES void FFTForwardAndAdd(ptrdiff_t points, double* data, ptrdiff_t given, const double* factor,
-                                        bool first, double* sum, FFTTwiddles twiddles) {
+                                        bool first, double* sum, FFTLaneTwiddles twiddles) {
     const FromFirstPoints source{data, given};
     first ? SplitAll(points, source, data, twiddles, ToProduct{factor, sum})
           : SplitAll(points, source, data, twiddles, ToSum{factor, sum});
@@ -503,34 +513,35 @@ W64_VECTOR_CLONES void FFTForwardAndAdd(ptrdiff_t points, double* data, ptrdiff_
 
 W64_VECTOR_CLONES void FFTInverseOfProduct(ptrdiff_t points, const double* spectrum, const double* factor,
                                            double* work, ptrdiff_t first, ptrdiff_t end, double* out,
-                                           ptrdiff_t spacing, FFTTwiddles twiddles) {
-    JoinAll(points, FromProduct{spectrum, factor}, work, ToSpacedPoints{out, spacing, first, end}, twiddles);
+                                           ptrdiff_t spacing, FFTLaneTwiddles twiddles) {
+    JoinAll(points, FromProduct{spectrum, factor}, work, twiddles, ToSpacedPoints{out, spacing, first, end});
+}
+
+W64_VECTOR_CLONES void FFTForwardInOrder(ptrdiff_t points, double* data, FFTTwiddles twiddles) {
+    SplitAll(points, FromPoints{data}, data, twiddles, ToPlace{data, points / 2});
+    Reorder(points, data, ToInterleaved{});
+}
+
+W64_VECTOR_CLONES void FFTInverseInOrder(ptrdiff_t points, double* data, FFTTwiddles twiddles) {
+    Reorder(points, data, FromInterleaved{});
+    JoinAll(points, FromPlace{data, points / 2}, data, twiddles, ToPoints{data});
 }
 
 void FillFFTTwiddles(ptrdiff_t count, double* re, double* im) {
     for (ptrdiff_t j = 0; j < count; ++j) {
-        double angle = 0;
-        double weight = std::numbers::pi / 4;
-        for (ptrdiff_t bits = j; bits != 0; bits /= 2, weight /= 2) {
-            if (bits % 2 != 0) angle += weight;
-        }
-        re[j] = std::cos(angle);
-        im[j] = std::sin(angle);
+        re[j] = std::cos(AngleOf(j));
+        im[j] = std::sin(AngleOf(j));
     }
 }
 
-void FFTSplitReal(ptrdiff_t points, double* spectrum, FFTTwiddles twiddles) {
-    CombineRealLeaves(2 * kBlockPoints, false, twiddles, kLanes,
-                      [&](ptrdiff_t leaf) { return Leaf(spectrum, leaf); });
-    CombineOctaves(points, spectrum, twiddles, -1);
+void FillFFTLaneTwiddles(ptrdiff_t points, double* factors) {
+    for (ptrdiff_t nodes = HasOddLevels(points / 16) ? 2 : 1; nodes <= points / 16; nodes *= 4) {
+        double* group = factors + nodes / 2 * kGroup;
+        for (ptrdiff_t node = 0; node < nodes; ++node, group += kGroup) {
+            for (ptrdiff_t lane = 0; lane < kLanes; ++lane) {
+                group[lane] = std::cos(AngleOf(lane * nodes + node));
+                group[kLanes + lane] = std::sin(AngleOf(lane * nodes + node));
+            }
+        }
+    }
 }
-
-void FFTJoinReal(ptrdiff_t points, double* spectrum, FFTTwiddles twiddles) {
-    CombineRealLeaves(2 * kBlockPoints, true, twiddles, kLanes,
-                      [&](ptrdiff_t leaf) { return Leaf(spectrum, leaf); });
-    CombineOctaves(points, spectrum, twiddles, 1);
-}
-
-void FFTReorder(ptrdiff_t points, double* spectrum) { Reorder(points, spectrum, false); }
-
-void FFTReorderBack(ptrdiff_t points, double* interleaved) { Reorder(points, interleaved, true); }

@@ -1,5 +1,8 @@
 #include "audio/XAudioFreqConv.h"
 
+#include "audio/OverlapFreqConv.h"
+#include "audio/ScaledDown.h"
+#include "audio/SpectralFreqConv.h"
 #include <algorithm>
 #include <new>
 
@@ -20,7 +23,8 @@ bool XAudioFreqConv::CreateNewConverter(const XAudioWFX& format, int targetRate,
         FreqConvDesign::Create(format_.SamplesPerSec(), targetRate_, edge);
     if (!design) return false;
     try {
-        engine_ = std::make_unique<FreqConvEngine>(*design, format_.Channels());
+        engine_ = SpectralFreqConv::Create(*design, format_.Channels());
+        if (!engine_) engine_ = std::make_unique<OverlapFreqConv>(*design, format_.Channels());
     } catch (const std::bad_alloc&) {
         return false;
     }

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "audio/FreqConvEngine.h"
 #include "audio/XAudioBufferNew.h"
 #include "audio/XAudioDataStream.h"
-#include "audio/XAudioFreqConvStages.h"
+#include "audio/XAudioFreqConvDesign.h"
 #include "audio/XAudioRdWr.h"
 
 #include <memory>

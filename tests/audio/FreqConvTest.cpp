@@ -138,6 +138,7 @@ TEST(XAudioFreqConv, GivesWhatTheTwoFiltersAddUpTo) {
         {96000, 48000, 1, UpwardEdge::TargetHalf},  {22050, 44100, 1, UpwardEdge::TargetHalf},
         {352800, 48000, 4, UpwardEdge::TargetHalf}, {44100, 88200, 2, UpwardEdge::TargetHalf},
         {11025, 8000, 1, UpwardEdge::TargetHalf},   {6003, 12001, 1, UpwardEdge::SourceHalf},
+        {12001, 6003, 1, UpwardEdge::TargetHalf},   {44000, 4000, 1, UpwardEdge::TargetHalf},
     };
     for (const auto& [source, target, divisor, edge] : cases) {
         SCOPED_TRACE(testing::Message() << source << " to " << target);
@@ -258,7 +259,7 @@ TEST(XAudioFreqConv, KeepsTonesAndLeavesNothingElse) {
 }
 
 TEST(XAudioFreqConv, HoldsBackLittle) {
-    const std::tuple<int, int> rates[] = {{44100, 48000}, {48000, 44100}, {22050, 44100}, {96000, 48000}};
+    const std::tuple<int, int> rates[] = {{44100, 48000}, {48000, 44100}, {44100, 88200}, {96000, 48000}};
     for (const auto& [source, target] : rates) {
         const XAudioWFX format = Format(kTagPCM, 1, 16, source);
         XAudioFreqConv conv;

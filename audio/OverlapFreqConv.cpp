@@ -1,5 +1,6 @@
-#include "audio/XAudioFreqConvStages.h"
+#include "audio/OverlapFreqConv.h"
 
+#include "audio/ScaledDown.h"
 #include "audio/VectorClones.h"
 
 #include <algorithm>
@@ -11,10 +12,6 @@ constexpr double kLongestDelay = 0.4;  // seconds, where a long filter of the ra
 constexpr int64_t kReachMultiple = 2;  // twice the reach and the block are whole groups of four in transforms
 constexpr int64_t kBlockMultiple = 4;
 constexpr int64_t kShortReach = 32;  // inputs that the short filter may look ahead, more or less
-
-int64_t FloorOfQuotient(int64_t numerator, int64_t denominator) {
-    return numerator / denominator - (numerator % denominator < 0 ? 1 : 0);
-}
 
 // The filter of `count` outputs, whose rows have `kVectors` pairs of taps, or `vectors` when that is 0. The
 // taps of four frames lie together, those of odd ones behind those of even ones in each half: so one load
@@ -69,25 +66,7 @@ W64_VECTOR_CLONES void RunRows(int64_t vectors, const double* in, const double* 
     }
 }
 
-// Two neighbouring channels of interleaved frames, or the last one twice.
-void TakePair(const double* in, size_t channels, size_t left, size_t right, size_t frames, double* pair) {
-    const auto finite = [](double value) { return std::isfinite(value) ? value : 0; };
-    if (channels == 2) {
-        std::transform(in, in + 2 * frames, pair, finite);
-        return;
-    }
-    for (size_t frame = 0; frame < frames; ++frame, in += channels) {
-        pair[2 * frame] = finite(in[left]);
-        pair[2 * frame + 1] = finite(in[right]);
-    }
-}
-
 }  // namespace
-
-int64_t ScaledDown(int64_t count, int64_t numerator, int64_t offset, int64_t denominator) {
-    const int64_t whole = count / denominator * numerator;
-    return whole + FloorOfQuotient(count % denominator * numerator + offset, denominator);
-}
 
 double* FrameWindow::Append(int64_t frames) {
     const size_t end = numbers_.size();
@@ -124,7 +103,7 @@ PolyphaseFilter::PolyphaseFilter(const FreqConvDesign& design)
 }
 
 PolyphaseFilter::Walk PolyphaseFilter::WalkFrom(int64_t time) const {
-    const int64_t latest = FloorOfQuotient(time + half_, phases_);
+    const int64_t latest = ScaledDown(0, 1, time + half_, phases_);
     const int64_t wanted = time + half_ - latest * phases_;
     size_t row = 0;
     for (int64_t phase = 0; phase != wanted; phase = (phase + step_) % phases_) ++row;
@@ -150,19 +129,21 @@ LongFilter::LongFilter(const FreqConvDesign& design) {
     reach_ += reach_ % kReachMultiple;
     ChooseBlock(static_cast<double>(design.longRate));
 
-    twiddles_.resize(static_cast<size_t>(points_ / 2));
-    FillFFTTwiddles(points_ / 4, twiddles_.data(), twiddles_.data() + points_ / 4);
+    twiddles_.resize(static_cast<size_t>(FFTLaneTwiddleSize(points_)));
+    FillFFTLaneTwiddles(points_, twiddles_.data());
+    Numbers taps(SpectrumSize());
     const double scale = design.longScale / static_cast<double>(points_);
     for (int64_t stream = 0; stream < design.streams; ++stream) {
-        Numbers& spectrum = spectra_.emplace_back(SpectrumSize(), 0.0);
+        taps.assign(SpectrumSize(), 0.0);
         const int64_t offset = design.shortFirst ? -stream : stream;
         for (int64_t frame = -reach_; frame <= reach_; ++frame) {
             const int64_t tap = std::abs(design.streams * frame + offset);
             if (tap <= last) {
-                spectrum[static_cast<size_t>(2 * (frame + reach_))] = scale * half[static_cast<size_t>(tap)];
+                taps[static_cast<size_t>(2 * (frame + reach_))] = scale * half[static_cast<size_t>(tap)];
             }
         }
-        Transform(spectrum.data(), spectrum.data());
+        Numbers& spectrum = spectra_.emplace_back(SpectrumSize());
+        Transform(taps.data(), taps.data(), spectrum.data());
     }
 }
 
@@ -188,12 +169,12 @@ void LongFilter::TransformAndAdd(double* frames, size_t stream, double* sum) con
     FFTForwardAndAdd(points_, frames, block_, spectra_[stream].data(), stream == 0, sum, Twiddles());
 }
 
-void LongFilter::TransformBack(double* spectrum) const {
-    FFTInverse(points_, spectrum, spectrum, Twiddles());
+void LongFilter::TransformBack(const double* sum, double* frames) const {
+    FFTInverse(points_, sum, frames, Twiddles());
 }
 
-void LongFilter::Transform(const double* frames, double* spectrum) const {
-    FFTForward(points_, frames, spectrum, Twiddles());
+void LongFilter::Transform(const double* frames, double* work, double* spectrum) const {
+    FFTForward(points_, frames, work, spectrum, Twiddles());
 }
 
 void LongFilter::TransformBackTo(size_t stream, const double* spectrum, double* work, double* frames) const {
@@ -202,18 +183,15 @@ void LongFilter::TransformBackTo(size_t stream, const double* spectrum, double* 
                         frames + 2 * stream, static_cast<ptrdiff_t>(spectra_.size()), Twiddles());
 }
 
-FreqConvEngine::FreqConvEngine(const FreqConvDesign& design, int channels)
-    : design_(design), shortFilter_(design), longFilter_(design), channels_(static_cast<size_t>(channels)),
+OverlapFreqConv::OverlapFreqConv(const FreqConvDesign& design, int channels)
+    : FreqConvEngine(channels), design_(design), shortFilter_(design), longFilter_(design),
       work_(longFilter_.SpectrumSize()), sum_(longFilter_.SpectrumSize()) {
     Restart();
 }
 
-void FreqConvEngine::Restart() {
-    blocks_ = 0;
-    pairs_.assign((channels_ + 1) / 2, StartOfPair());
-}
+void OverlapFreqConv::RestartPairs(size_t pairs) { pairs_.assign(pairs, StartOfPair()); }
 
-FreqConvEngine::Pair FreqConvEngine::StartOfPair() const {
+OverlapFreqConv::Pair OverlapFreqConv::StartOfPair() const {
     const auto reach = longFilter_.Reach();
     if (!design_.shortFirst) {
         const int64_t first = -static_cast<int64_t>(longFilter_.Streams()) * reach;
@@ -228,7 +206,7 @@ FreqConvEngine::Pair FreqConvEngine::StartOfPair() const {
     return {FrameWindow(walks.front().window, 0), walks, Numbers(static_cast<size_t>(4 * reach), 0.0)};
 }
 
-int64_t FreqConvEngine::Needed(int64_t blocks) const {
+int64_t OverlapFreqConv::Needed(int64_t blocks) const {
     const int64_t frames = blocks * longFilter_.Block();
     if (!design_.shortFirst) return frames;
     if (blocks == 0) return 0;
@@ -236,57 +214,43 @@ int64_t FreqConvEngine::Needed(int64_t blocks) const {
                                   (design_.streams - 1) * design_.streamStep);
 }
 
-int64_t FreqConvEngine::Produced(int64_t blocks) const {
+int64_t OverlapFreqConv::Produced(int64_t blocks) const {
     const int64_t frames = blocks * longFilter_.Block();
     if (design_.shortFirst) return std::max<int64_t>(0, frames - 2 * longFilter_.Reach());
     return shortFilter_.OutputsOf(design_.streams * (frames - longFilter_.Reach()));
 }
 
-const double* FreqConvEngine::Process(const double* in) {
-    const int64_t inFrames = Needed(blocks_ + 1) - Needed(blocks_);
-    const int64_t outFrames = Produced(blocks_ + 1) - Produced(blocks_);
-    const int64_t overlap = 2 * longFilter_.Reach();
-    ++blocks_;
-    out_.resize(channels_ == 2 ? 0 : static_cast<size_t>(outFrames) * channels_);
-    for (size_t i = 0; i < pairs_.size(); ++i) {
-        Pair& pair = pairs_[i];
-        const size_t left = 2 * i;
-        const size_t right = std::min(left + 1, channels_ - 1);
-        double* const frames =
-            design_.shortFirst ? pair.shortInput.Append(inFrames) : pair.longHistory.data() + 2 * overlap;
-        TakePair(in, channels_, left, right, static_cast<size_t>(inFrames), frames);
-        const double* result = design_.shortFirst ? ShortFirst(pair, outFrames) : LongFirst(pair, outFrames);
-        if (channels_ == 2) return result;
-        for (size_t frame = 0; frame < static_cast<size_t>(outFrames); ++frame, result += 2) {
-            out_[frame * channels_ + left] = result[0];
-            out_[frame * channels_ + right] = result[1];
-        }
-    }
-    return out_.data();
+double* OverlapFreqConv::InputOf(size_t pair, int64_t frames) {
+    if (design_.shortFirst) return pairs_[pair].shortInput.Append(frames);
+    return pairs_[pair].longHistory.data() + 4 * longFilter_.Reach();
+}
+
+const double* OverlapFreqConv::Convert(size_t pair, int64_t frames) {
+    return design_.shortFirst ? ShortFirst(pairs_[pair], frames) : LongFirst(pairs_[pair], frames);
 }
 
 // Overlap-add: the long filter's outputs reach into the next block.
-const double* FreqConvEngine::ShortFirst(Pair& pair, int64_t outFrames) {
+const double* OverlapFreqConv::ShortFirst(Pair& pair, int64_t outFrames) {
     const int64_t block = longFilter_.Block();
     for (size_t stream = 0; stream < pair.walks.size(); ++stream) {
         shortFilter_.Run(pair.shortInput, pair.walks[stream], block, work_.data());
         longFilter_.TransformAndAdd(work_.data(), stream, sum_.data());
     }
     pair.shortInput.DropBefore(pair.walks.front().window);
-    longFilter_.TransformBack(sum_.data());
+    longFilter_.TransformBack(sum_.data(), work_.data());
     Numbers& overlap = pair.longHistory;
-    for (size_t i = 0; i < overlap.size(); ++i) sum_[i] += overlap[i];
-    std::copy_n(sum_.begin() + 2 * block, overlap.size(), overlap.begin());
-    return sum_.data() + 2 * (block - outFrames);
+    for (size_t i = 0; i < overlap.size(); ++i) work_[i] += overlap[i];
+    std::copy_n(work_.begin() + 2 * block, overlap.size(), overlap.begin());
+    return work_.data() + 2 * (block - outFrames);
 }
 
 // Overlap-save: the long filter takes the inputs of the last block once more. What wraps around in its
 // transform comes out before the block.
-const double* FreqConvEngine::LongFirst(Pair& pair, int64_t outFrames) {
+const double* OverlapFreqConv::LongFirst(Pair& pair, int64_t outFrames) {
     const int64_t block = longFilter_.Block();
     const int64_t overlap = 2 * longFilter_.Reach();
     Numbers& history = pair.longHistory;
-    longFilter_.Transform(history.data(), sum_.data());
+    longFilter_.Transform(history.data(), work_.data(), sum_.data());
     std::copy_n(history.begin() + 2 * block, 2 * overlap, history.begin());
 
     const size_t streams = longFilter_.Streams();

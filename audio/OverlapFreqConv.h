@@ -1,43 +1,13 @@
 #pragma once
 
 #include "audio/FFTKernel.h"
+#include "audio/FreqConvEngine.h"
 #include "audio/XAudioFreqConvDesign.h"
 
-#include <new>
 #include <vector>
 
 // The two filters of a sample-rate conversion at work, on two channels at a time: a frame is a pair of
 // doubles. Frames are counted from the start of the stream, and those before it are silence.
-
-// Numbers that start at a cache line, and hold anything until they are written.
-template <class Number>
-struct CacheLineAllocator {
-    using value_type = Number;
-
-    CacheLineAllocator() = default;
-    template <class Other>
-    CacheLineAllocator(const CacheLineAllocator<Other>& /*other*/) {}
-
-    Number* allocate(size_t count) {
-        return static_cast<Number*>(::operator new(count * sizeof(Number), kAlignment));
-    }
-    void deallocate(Number* numbers, size_t /*count*/) { ::operator delete(numbers, kAlignment); }
-    template <class Other>
-    void construct(Other* number) {
-        ::new (static_cast<void*>(number)) Other;
-    }
-    template <class Other, class Value>
-    void construct(Other* number, const Value& value) {
-        ::new (static_cast<void*>(number)) Other(value);
-    }
-    bool operator==(const CacheLineAllocator&) const = default;
-
-    static constexpr std::align_val_t kAlignment{64};
-};
-using Numbers = std::vector<double, CacheLineAllocator<double>>;
-
-// floor((count * numerator + offset) / denominator) for counts whose product would not fit.
-int64_t ScaledDown(int64_t count, int64_t numerator, int64_t offset, int64_t denominator);
 
 // The newest frames of a stream.
 class FrameWindow {
@@ -101,15 +71,15 @@ public:
 
     // Many streams to one: a block of frames of each, worthless afterwards, is added to the sum.
     void TransformAndAdd(double* frames, size_t stream, double* sum) const;
-    void TransformBack(double* spectrum) const;
+    void TransformBack(const double* sum, double* frames) const;
 
     // One stream to many, a block after the overlap, interleaved.
-    void Transform(const double* frames, double* spectrum) const;
+    void Transform(const double* frames, double* work, double* spectrum) const;
     void TransformBackTo(size_t stream, const double* spectrum, double* work, double* frames) const;
 
 private:
     void ChooseBlock(double rate);
-    FFTTwiddles Twiddles() const { return {twiddles_.data(), twiddles_.data() + points_ / 4}; }
+    FFTLaneTwiddles Twiddles() const { return {twiddles_.data()}; }
 
     ptrdiff_t points_ = 0;
     int64_t reach_;
@@ -118,21 +88,13 @@ private:
     std::vector<Numbers> spectra_;
 };
 
-// Both, for any number of channels. Blocks are counted from the start of the stream, so that it makes no
-// difference in what portions it comes.
-class FreqConvEngine {
+// Both, for any rates that have filters.
+class OverlapFreqConv : public FreqConvEngine {
 public:
-    FreqConvEngine(const FreqConvDesign& design, int channels);
+    OverlapFreqConv(const FreqConvDesign& design, int channels);
 
-    // How many frames so many blocks take, and give.
-    int64_t Needed(int64_t blocks) const;
-    int64_t Produced(int64_t blocks) const;
-
-    // The next block, interleaved; the result is good until the call after it. Infinities and what is no
-    // number count as 0.
-    const double* Process(const double* in);
-
-    void Restart();
+    int64_t Needed(int64_t blocks) const override;
+    int64_t Produced(int64_t blocks) const override;
 
 private:
     struct Pair {  // of channels
@@ -141,6 +103,10 @@ private:
         Numbers longHistory;  // what its next block begins with: input where it comes first, or else output
     };
 
+    void RestartPairs(size_t pairs) override;
+    double* InputOf(size_t pair, int64_t frames) override;
+    const double* Convert(size_t pair, int64_t frames) override;
+
     Pair StartOfPair() const;
     const double* ShortFirst(Pair& pair, int64_t outFrames);
     const double* LongFirst(Pair& pair, int64_t outFrames);
@@ -148,11 +114,8 @@ private:
     FreqConvDesign design_;
     PolyphaseFilter shortFilter_;
     LongFilter longFilter_;
-    size_t channels_;
-    int64_t blocks_ = 0;
     std::vector<Pair> pairs_;
     Numbers work_;
     Numbers sum_;
     Numbers pairOut_;
-    Numbers out_;
 };

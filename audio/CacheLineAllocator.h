@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <new>
+#include <vector>
+
+// Numbers that start at a cache line, and hold anything until they are written.
+template <class Number>
+struct CacheLineAllocator {
+    using value_type = Number;
+
+    CacheLineAllocator() = default;
+    template <class Other>
+    CacheLineAllocator(const CacheLineAllocator<Other>& /*other*/) {}
+
+    Number* allocate(size_t count) {
+        return static_cast<Number*>(::operator new(count * sizeof(Number), kAlignment));
+    }
+    void deallocate(Number* numbers, size_t /*count*/) { ::operator delete(numbers, kAlignment); }
+    template <class Other>
+    void construct(Other* number) {
+        ::new (static_cast<void*>(number)) Other;
+    }
+    template <class Other, class Value>
+    void construct(Other* number, const Value& value) {
+        ::new (static_cast<void*>(number)) Other(value);
+    }
+    bool operator==(const CacheLineAllocator&) const = default;
+
+    static constexpr std::align_val_t kAlignment{64};
+};
+using Numbers = std::vector<double, CacheLineAllocator<double>>;
+using FloatNumbers = std::vector<float, CacheLineAllocator<float>>;

@@ -1,0 +1,370 @@
+#include "audio/FFTGrid.h"
+
+#include "audio/VectorComplex.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+// exp(2 pi i turns / whole), exact for small numbers however large they were.
+struct Turn {
+    double re;
+    double im;
+
+    Turn(ptrdiff_t turns, ptrdiff_t whole) {
+        const double angle =
+            2 * std::numbers::pi * static_cast<double>(turns % whole) / static_cast<double>(whole);
+        re = std::cos(angle);
+        im = std::sin(angle);
+    }
+};
+
+ptrdiff_t WithoutFactor(ptrdiff_t number, ptrdiff_t factor) {
+    while (number % factor == 0) number /= factor;
+    return number;
+}
+
+// The number of rows: of the divisors that leave multiples of the lanes, the last one up to the square root.
+ptrdiff_t RowsOf(ptrdiff_t points) {
+    ptrdiff_t rows = kLanes;
+    for (ptrdiff_t divisor = kLanes; divisor * divisor <= points; divisor += kLanes) {
+        if (points % (divisor * kLanes) == 0) rows = divisor;
+    }
+    return rows;
+}
+
+// The transforms of as many numbers as the array has.
+W64_INLINE void Transform(Complex (&a)[2]) {
+    const Complex difference = a[0] - a[1];
+    a[0] = a[0] + a[1];
+    a[1] = difference;
+}
+
+W64_INLINE void Transform(Complex (&a)[4]) {
+    const Complex sum = a[0] + a[2];
+    const Complex difference = a[0] - a[2];
+    const Complex oddSum = a[1] + a[3];
+    const Complex oddDifference = TimesI(a[1] - a[3]);
+    a[0] = sum + oddSum;
+    a[1] = difference + oddDifference;
+    a[2] = sum - oddSum;
+    a[3] = difference - oddDifference;
+}
+
+W64_INLINE void Transform(Complex (&a)[8]) {
+    constexpr double kRoot = std::numbers::sqrt2 / 2;
+    Complex even[4] = {a[0], a[2], a[4], a[6]};
+    Complex odd[4] = {a[1], a[3], a[5], a[7]};
+    Transform(even);
+    Transform(odd);
+    odd[1] = kRoot * Complex(odd[1].re - odd[1].im, odd[1].re + odd[1].im);
+    odd[2] = TimesI(odd[2]);
+    odd[3] = kRoot * Complex(-odd[3].re - odd[3].im, odd[3].re - odd[3].im);
+    for (int k = 0; k < 4; ++k) {
+        a[k] = even[k] + odd[k];
+        a[k + 4] = even[k] - odd[k];
+    }
+}
+
+// cos and sin of 2 pi k / radix for the odd radices, up to half a turn.
+template <int kRadix>
+struct Waves;
+template <>
+struct Waves<3> {
+    static constexpr double kCos[] = {1, -0.5};
+    static constexpr double kSin[] = {0, 0.86602540378443864676};
+};
+template <>
+struct Waves<5> {
+    static constexpr double kCos[] = {1, 0.30901699437494742410, -0.80901699437494742410};
+    static constexpr double kSin[] = {0, 0.95105651629515357212, 0.58778525229247312917};
+};
+template <>
+struct Waves<7> {
+    static constexpr double kCos[] = {1, 0.62348980185873353053, -0.22252093395631440429,
+                                      -0.90096886790241912624};
+    static constexpr double kSin[] = {0, 0.78183148246802980871, 0.97492791218182360702,
+                                      0.43388373911755812048};
+};
+
+// Mirrored numbers meet the same cosine and the opposite sine.
+template <int kRadix>
+W64_INLINE void Transform(Complex (&a)[kRadix]) {
+    constexpr int kHalf = kRadix / 2;
+    Complex sum[kHalf + 1];
+    Complex difference[kHalf + 1];
+    Complex all = a[0];
+    for (int j = 1; j <= kHalf; ++j) {
+        sum[j] = a[j] + a[kRadix - j];
+        difference[j] = a[j] - a[kRadix - j];
+        all = all + sum[j];
+    }
+    for (int k = 1; k <= kHalf; ++k) {
+        Complex even = a[0];
+        Complex odd(Vector{}, Vector{});
+        for (int j = 1; j <= kHalf; ++j) {
+            const int turns = j * k % kRadix;
+            const double cosine = Waves<kRadix>::kCos[std::min(turns, kRadix - turns)];
+            const double sine = Waves<kRadix>::kSin[std::min(turns, kRadix - turns)];
+            even = even + cosine * sum[j];
+            odd = odd + (turns <= kHalf ? sine : -sine) * difference[j];
+        }
+        odd = TimesI(odd);
+        a[k] = even + odd;
+        a[kRadix - k] = even - odd;
+    }
+    a[0] = all;
+}
+
+// Groups of four numbers, by index. What turns the other way swaps real and imaginary parts.
+struct FromGroups {
+    const double* groups;
+
+    W64_INLINE Complex operator()(ptrdiff_t index) const { return LoadGroup(groups + index * kGroup); }
+};
+struct ToGroups {
+    double* groups;
+
+    W64_INLINE void operator()(ptrdiff_t index, const Complex& value) const {
+        StoreGroup(groups + index * kGroup, value);
+    }
+};
+struct FromSwappedGroups {
+    const double* groups;
+
+    W64_INLINE Complex operator()(ptrdiff_t index) const {
+        const Complex value = LoadGroup(groups + index * kGroup);
+        return {value.im, value.re};
+    }
+};
+struct FromPoints {
+    const double* points;
+
+    W64_INLINE Complex operator()(ptrdiff_t index) const {
+        const Complex value = LoadInterleaved(points + index * kGroup);
+        return {__builtin_shufflevector(value.re, value.re, 0, 2, 1, 3),
+                __builtin_shufflevector(value.im, value.im, 0, 2, 1, 3)};
+    }
+};
+struct ToSwappedPoints {
+    double* points;
+    ptrdiff_t first;  // groups
+    ptrdiff_t end;
+
+    W64_INLINE void operator()(ptrdiff_t index, const Complex& value) const {
+        if (index < first || index >= end) return;
+        StoreInterleaved(points + (index - first) * kGroup,
+                         {__builtin_shufflevector(value.im, value.im, 0, 2, 1, 3),
+                          __builtin_shufflevector(value.re, value.re, 0, 2, 1, 3)});
+    }
+};
+
+// T. G. Stockham's passes, which leave natural order: input and output are different places. Of the loops'
+// limits, copies are taken, which no store can change.
+template <int kRadix, class Source, class Target>
+W64_INLINE void RunTurningPass(const FFTPass& pass, Source source, Target target) {
+    const ptrdiff_t count = pass.count;
+    const ptrdiff_t stride = pass.stride;
+    const ptrdiff_t apart = stride * count;
+    const double* factor = pass.twiddles.data();
+    ptrdiff_t from = 0;
+    ptrdiff_t to = 0;
+    for (ptrdiff_t p = 0; p < count; ++p, factor += 2 * (kRadix - 1), to += (kRadix - 1) * stride) {
+        Complex twiddle[kRadix];
+        for (int j = 1; j < kRadix; ++j) {
+            twiddle[j] = {Broadcast(factor[2 * j - 2]), Broadcast(factor[2 * j - 1])};
+        }
+        for (const ptrdiff_t end = from + stride; from < end; ++from, ++to) {
+            Complex a[kRadix];
+            for (int i = 0; i < kRadix; ++i) a[i] = source(from + apart * i);
+            Transform(a);
+            target(to, a[0]);
+            for (int j = 1; j < kRadix; ++j) target(to + stride * j, a[j] * twiddle[j]);
+        }
+    }
+}
+
+// The last one turns nothing.
+template <int kRadix, class Source, class Target>
+W64_INLINE void RunLastPass(const FFTPass& pass, Source source, Target target) {
+    const ptrdiff_t stride = pass.stride;
+    for (ptrdiff_t q = 0; q < stride; ++q) {
+        Complex a[kRadix];
+        for (int i = 0; i < kRadix; ++i) a[i] = source(q + stride * i);
+        Transform(a);
+        for (int j = 0; j < kRadix; ++j) target(q + stride * j, a[j]);
+    }
+}
+
+template <int kRadix, class Source, class Target>
+W64_INLINE void RunPassOf(const FFTPass& pass, Source source, Target target) {
+    pass.count == 1 ? RunLastPass<kRadix>(pass, source, target)
+                    : RunTurningPass<kRadix>(pass, source, target);
+}
+
+template <class Source, class Target>
+W64_INLINE void RunPass(const FFTPass& pass, Source source, Target target) {
+    switch (pass.radix) {
+    case 2:
+        return RunPassOf<2>(pass, source, target);
+    case 3:
+        return RunPassOf<3>(pass, source, target);
+    case 4:
+        return RunPassOf<4>(pass, source, target);
+    case 5:
+        return RunPassOf<5>(pass, source, target);
+    case 7:
+        return RunPassOf<7>(pass, source, target);
+    default:
+        return RunPassOf<8>(pass, source, target);
+    }
+}
+
+// Every so many groups of a source or target.
+template <class Source>
+struct Column {
+    Source source;
+    ptrdiff_t first;
+    ptrdiff_t step;
+
+    W64_INLINE Complex operator()(ptrdiff_t row) const { return source(first + row * step); }
+};
+template <class Target>
+struct RowTarget {
+    Target target;
+    ptrdiff_t first;
+    ptrdiff_t step;
+
+    W64_INLINE void operator()(ptrdiff_t column, const Complex& value) const {
+        target(first + column * step, value);
+    }
+};
+
+// Four columns, to the place that the result is at.
+template <class Source>
+W64_INLINE const double* TransformColumns(const FFTGridView& view, Source source, ptrdiff_t group) {
+    double* out = view.work[0];
+    double* other = view.work[1];
+    RunPass(view.columnPasses[0], Column<Source>{source, group, view.columns / kLanes}, ToGroups{out});
+    for (const FFTPass& pass : view.columnPasses.subspan(1)) {
+        RunPass(pass, FromGroups{out}, ToGroups{other});
+        std::swap(out, other);
+    }
+    return out;
+}
+
+// Row k of a column c is turned by exp(2 pi i k c / points). Then rows become the lanes.
+W64_INLINE void TurnAndTranspose(const FFTGridView& view, const double* column, ptrdiff_t group) {
+    const Complex turn = LoadGroup(view.turns + group * kGroup);
+    const Complex second = turn * turn;
+    const Complex step = second * second;
+    Complex turns[4] = {{Broadcast(1), Vector{}}, turn, second, second * turn};
+    double* out = view.grid + group * kLanes * kGroup;
+    for (ptrdiff_t row = 0; row < view.rows; row += kLanes, out += view.columns * kGroup) {
+        Complex a[4];
+        for (ptrdiff_t i = 0; i < 4; ++i) {
+            a[i] = LoadGroup(column + (row + i) * kGroup) * turns[i];
+            turns[i] = turns[i] * step;
+        }
+        Transpose(a);
+        for (ptrdiff_t i = 0; i < 4; ++i) StoreGroup(out + i * kGroup, a[i]);
+    }
+}
+
+template <class Target>
+W64_INLINE void TransformRows(const FFTGridView& view, ptrdiff_t group, Target target) {
+    const double* in = view.grid + group * view.columns * kGroup;
+    double* out = view.work[0];
+    double* other = view.work[1];
+    for (const FFTPass& pass : view.rowPasses.first(view.rowPasses.size() - 1)) {
+        RunPass(pass, FromGroups{in}, ToGroups{out});
+        in = out;
+        std::swap(out, other);
+    }
+    RunPass(view.rowPasses.back(), FromGroups{in}, RowTarget<Target>{target, group, view.rows / kLanes});
+}
+
+template <class Source, class Target>
+W64_INLINE void TransformGrid(const FFTGridView& view, Source source, Target target) {
+    for (ptrdiff_t group = 0; group < view.columns / kLanes; ++group) {
+        TurnAndTranspose(view, TransformColumns(view, source, group), group);
+    }
+    for (ptrdiff_t group = 0; group < view.rows / kLanes; ++group) TransformRows(view, group, target);
+}
+
+W64_VECTOR_CLONES void TransformForward(const FFTGridView& view, const double* points, double* spectrum) {
+    TransformGrid(view, FromPoints{points}, ToGroups{spectrum});
+}
+
+W64_VECTOR_CLONES void TransformBack(const FFTGridView& view, const double* spectrum, double* points,
+                                     ptrdiff_t first, ptrdiff_t end) {
+    TransformGrid(view, FromSwappedGroups{spectrum}, ToSwappedPoints{points, first, end});
+}
+
+// Odd radices first, then the twos in as few passes as can be.
+std::vector<FFTPass> PassesOf(ptrdiff_t points) {
+    std::vector<FFTPass> passes;
+    ptrdiff_t left = points;
+    ptrdiff_t stride = 1;
+    const auto add = [&](int radix) {
+        const ptrdiff_t count = left / radix;
+        FFTPass& pass = passes.emplace_back(FFTPass{radix, count, stride, {}});
+        for (ptrdiff_t p = 0; p < count; ++p) {
+            for (int j = 1; j < radix; ++j) {
+                const Turn turn(p * j, left);
+                pass.twiddles.insert(pass.twiddles.end(), {turn.re, turn.im});
+            }
+        }
+        left = count;
+        stride *= radix;
+    };
+    for (const int radix : {3, 5, 7}) {
+        while (left % radix == 0) add(radix);
+    }
+    while (left > 1) {
+        const int twos = __builtin_ctzll(static_cast<unsigned long long>(left));
+        add(twos % 3 == 0 ? 8 : std::min(twos, 2) * 2);
+    }
+    return passes;
+}
+
+}  // namespace
+
+bool FFTGrid::Takes(ptrdiff_t points) {
+    if (points <= 0 || points % (kLanes * kLanes) != 0) return false;
+    ptrdiff_t left = points;
+    for (const ptrdiff_t factor : {2, 3, 5, 7}) left = WithoutFactor(left, factor);
+    return left == 1;
+}
+
+FFTGrid::FFTGrid(ptrdiff_t points)
+    : rows_(RowsOf(points)), columns_(points / rows_), columnPasses_(PassesOf(rows_)),
+      rowPasses_(PassesOf(columns_)), turns_(static_cast<size_t>(2 * columns_)),
+      grid_(static_cast<size_t>(2 * points)) {
+    for (ptrdiff_t column = 0; column < columns_; ++column) {
+        const Turn turn(column, points);
+        double* const group = turns_.data() + column / kLanes * kGroup + column % kLanes;
+        group[0] = turn.re;
+        group[kLanes] = turn.im;
+    }
+    for (Numbers& work : work_) work.resize(static_cast<size_t>(columns_ * kGroup));
+}
+
+FFTGridView FFTGrid::View() {
+    return {rows_,
+            columns_,
+            columnPasses_,
+            rowPasses_,
+            turns_.data(),
+            grid_.data(),
+            {work_[0].data(), work_[1].data()}};
+}
+
+void FFTGrid::Forward(const double* points, double* spectrum) { TransformForward(View(), points, spectrum); }
+
+void FFTGrid::Inverse(const double* spectrum, double* points, ptrdiff_t first, ptrdiff_t end) {
+    TransformBack(View(), spectrum, points, first / kLanes, end / kLanes);
+}
