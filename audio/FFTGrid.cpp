@@ -246,8 +246,8 @@ struct RowTarget {
 // Four columns, to the place that the result is at.
 template <class Source>
 W64_INLINE const double* TransformColumns(const FFTGridView& view, Source source, ptrdiff_t group) {
-    double* out = view.work[0];
-    double* other = view.work[1];
+    double* out = view.cached[0];
+    double* other = view.cached[1];
     RunPass(view.columnPasses[0], Column<Source>{source, group, view.columns / kLanes}, ToGroups{out});
     for (const FFTPass& pass : view.columnPasses.subspan(1)) {
         RunPass(pass, FromGroups{out}, ToGroups{other});
@@ -277,8 +277,8 @@ W64_INLINE void TurnAndTranspose(const FFTGridView& view, const double* column, 
 template <class Target>
 W64_INLINE void TransformRows(const FFTGridView& view, ptrdiff_t group, Target target) {
     const double* in = view.grid + group * view.columns * kGroup;
-    double* out = view.work[0];
-    double* other = view.work[1];
+    double* out = view.cached[0];
+    double* other = view.cached[1];
     for (const FFTPass& pass : view.rowPasses.first(view.rowPasses.size() - 1)) {
         RunPass(pass, FromGroups{in}, ToGroups{out});
         in = out;
@@ -304,7 +304,7 @@ W64_VECTOR_CLONES void TransformBack(const FFTGridView& view, const double* spec
     TransformGrid(view, FromSwappedGroups{spectrum}, ToSwappedPoints{points, first, end});
 }
 
-// Odd radices first, then the twos in as few passes as can be.
+// The twos in as few passes as can be; then the odd radices, of which the last turns nothing.
 std::vector<FFTPass> PassesOf(ptrdiff_t points) {
     std::vector<FFTPass> passes;
     ptrdiff_t left = points;
@@ -321,12 +321,12 @@ std::vector<FFTPass> PassesOf(ptrdiff_t points) {
         left = count;
         stride *= radix;
     };
-    for (const int radix : {3, 5, 7}) {
-        while (left % radix == 0) add(radix);
-    }
-    while (left > 1) {
+    while (left % 2 == 0) {
         const int twos = __builtin_ctzll(static_cast<unsigned long long>(left));
         add(twos % 3 == 0 ? 8 : std::min(twos, 2) * 2);
+    }
+    for (const int radix : {3, 5, 7}) {
+        while (left % radix == 0) add(radix);
     }
     return passes;
 }
@@ -342,29 +342,30 @@ bool FFTGrid::Takes(ptrdiff_t points) {
 
 FFTGrid::FFTGrid(ptrdiff_t points)
     : rows_(RowsOf(points)), columns_(points / rows_), columnPasses_(PassesOf(rows_)),
-      rowPasses_(PassesOf(columns_)), turns_(static_cast<size_t>(2 * columns_)),
-      grid_(static_cast<size_t>(2 * points)) {
+      rowPasses_(PassesOf(columns_)), turns_(static_cast<size_t>(2 * columns_)) {
     for (ptrdiff_t column = 0; column < columns_; ++column) {
         const Turn turn(column, points);
         double* const group = turns_.data() + column / kLanes * kGroup + column % kLanes;
         group[0] = turn.re;
         group[kLanes] = turn.im;
     }
-    for (Numbers& work : work_) work.resize(static_cast<size_t>(columns_ * kGroup));
+    for (Numbers& place : cached_) place.resize(static_cast<size_t>(columns_ * kGroup));
 }
 
-FFTGridView FFTGrid::View() {
+FFTGridView FFTGrid::View(double* work) {
     return {rows_,
             columns_,
             columnPasses_,
             rowPasses_,
             turns_.data(),
-            grid_.data(),
-            {work_[0].data(), work_[1].data()}};
+            work,
+            {cached_[0].data(), cached_[1].data()}};
 }
 
-void FFTGrid::Forward(const double* points, double* spectrum) { TransformForward(View(), points, spectrum); }
+void FFTGrid::Forward(const double* points, double* spectrum, double* work) {
+    TransformForward(View(work), points, spectrum);
+}
 
-void FFTGrid::Inverse(const double* spectrum, double* points, ptrdiff_t first, ptrdiff_t end) {
-    TransformBack(View(), spectrum, points, first / kLanes, end / kLanes);
+void FFTGrid::Inverse(const double* spectrum, double* points, ptrdiff_t first, ptrdiff_t end, double* work) {
+    TransformBack(View(work), spectrum, points, first / kLanes, end / kLanes);
 }

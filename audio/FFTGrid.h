@@ -22,7 +22,7 @@ struct FFTGridView {
     std::span<const FFTPass> rowPasses;
     const double* turns;
     double* grid;
-    double* work[2];
+    double* cached[2];
 };
 
 // Complex transforms of any number of points that is a product of small primes, from natural order to natural
@@ -33,7 +33,7 @@ struct FFTGridView {
 // time are the lanes of vectors, and small enough to stay in the first-level cache for all passes.
 //
 // Shape:  points are interleaved (re, im); a spectrum is groups of four real and then four imaginary parts.
-// Owner:  all memory given is the caller's, two doubles a point; quickest at multiples of 64 bytes.
+// Owner:  all memory given is the caller's, two doubles a point, quickest at multiples of 64 bytes.
 class FFTGrid {
 public:
     // Multiples of 16 without prime factors above 7.
@@ -43,20 +43,20 @@ public:
 
     ptrdiff_t Points() const { return rows_ * columns_; }
 
-    // The spectrum may take the place of the points.
-    void Forward(const double* points, double* spectrum);
+    // The spectrum may take the place of the points; `work` is another.
+    void Forward(const double* points, double* spectrum, double* work);
 
-    // Back to `Points()` times the points, of which those from `first` to before `end`, multiples of 4, come out.
-    void Inverse(const double* spectrum, double* points, ptrdiff_t first, ptrdiff_t end);
+    // Back to `Points()` times the points, of which those from `first` to before `end`, multiples of 4, come out,
+    // in the place of the spectrum or elsewhere.
+    void Inverse(const double* spectrum, double* points, ptrdiff_t first, ptrdiff_t end, double* work);
 
 private:
-    FFTGridView View();
+    FFTGridView View(double* work);
 
     ptrdiff_t rows_;
     ptrdiff_t columns_;
     std::vector<FFTPass> columnPasses_;  // of rows_ points
     std::vector<FFTPass> rowPasses_;     // of columns_ points
     Numbers turns_;                      // exp(2 pi i column / points), in groups
-    Numbers grid_;
-    Numbers work_[2];
+    Numbers cached_[2];
 };

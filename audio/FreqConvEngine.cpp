@@ -1,44 +1,39 @@
 #include "audio/FreqConvEngine.h"
 
 #include <algorithm>
-#include <cmath>
-
-namespace {
-
-// Two neighbouring channels of interleaved frames, or the last one twice.
-void TakePair(const double* in, size_t channels, size_t left, size_t right, size_t frames, double* pair) {
-    const auto finite = [](double value) { return std::isfinite(value) ? value : 0; };
-    if (channels == 2) {
-        std::transform(in, in + 2 * frames, pair, finite);
-        return;
-    }
-    for (size_t frame = 0; frame < frames; ++frame, in += channels) {
-        pair[2 * frame] = finite(in[left]);
-        pair[2 * frame + 1] = finite(in[right]);
-    }
-}
-
-}  // namespace
 
 void FreqConvEngine::Restart() {
     blocks_ = 0;
+    input_ = nullptr;
     RestartPairs((channels_ + 1) / 2);
 }
 
-const double* FreqConvEngine::Process(const double* in) {
-    const int64_t inFrames = Needed(blocks_ + 1) - Needed(blocks_);
+double* FreqConvEngine::Input() {
+    if (input_) return input_;
+    if (channels_ == 2) return input_ = InputOf(0, InputFrames());
+    in_.resize(static_cast<size_t>(InputFrames()) * channels_);
+    return input_ = in_.data();
+}
+
+const double* FreqConvEngine::Process() {
+    const int64_t inFrames = InputFrames();
     const int64_t outFrames = Produced(blocks_ + 1) - Produced(blocks_);
     ++blocks_;
-    out_.resize(channels_ == 2 ? 0 : static_cast<size_t>(outFrames) * channels_);
-    for (size_t pair = 0; 2 * pair < channels_; ++pair) {
-        const size_t left = 2 * pair;
+    input_ = nullptr;
+    if (channels_ == 2) return Convert(0, outFrames);
+
+    out_.resize(static_cast<size_t>(outFrames) * channels_);
+    for (size_t left = 0; left < channels_; left += 2) {
         const size_t right = std::min(left + 1, channels_ - 1);
-        TakePair(in, channels_, left, right, static_cast<size_t>(inFrames), InputOf(pair, inFrames));
-        const double* result = Convert(pair, outFrames);
-        if (channels_ == 2) return result;
-        for (size_t frame = 0; frame < static_cast<size_t>(outFrames); ++frame, result += 2) {
-            out_[frame * channels_ + left] = result[0];
-            out_[frame * channels_ + right] = result[1];
+        double* pair = InputOf(left / 2, inFrames);
+        for (const double* frame = in_.data(); frame != in_.data() + in_.size(); frame += channels_) {
+            *pair++ = frame[left];
+            *pair++ = frame[right];
+        }
+        const double* result = Convert(left / 2, outFrames);
+        for (double* frame = out_.data(); frame != out_.data() + out_.size(); frame += channels_) {
+            frame[left] = *result++;
+            frame[right] = *result++;
         }
     }
     return out_.data();

@@ -17,9 +17,12 @@ public:
     virtual int64_t Needed(int64_t blocks) const = 0;
     virtual int64_t Produced(int64_t blocks) const = 0;
 
-    // The next block, interleaved; the result is good until the call after it. Infinities and what is no
-    // number count as 0.
-    const double* Process(const double* in);
+    // Where the frames that the next block needs go, interleaved, in as many steps as it takes. They have to be
+    // finite.
+    double* Input();
+
+    // Converts the block that is there; the result, interleaved, is good until the next call of either.
+    const double* Process();
 
     void Restart();
 
@@ -27,6 +30,8 @@ protected:
     explicit FreqConvEngine(int channels) : channels_(static_cast<size_t>(channels)) {}
 
 private:
+    int64_t InputFrames() const { return Needed(blocks_ + 1) - Needed(blocks_); }
+
     // Two channels at a time: a frame is a pair of doubles. The last of an odd number goes twice.
     virtual void RestartPairs(size_t pairs) = 0;
     virtual double* InputOf(size_t pair, int64_t frames) = 0;  // room for the next frames
@@ -34,5 +39,7 @@ private:
 
     size_t channels_;
     int64_t blocks_ = 0;
+    double* input_ = nullptr;  // of the next block, when it has been asked for
+    Numbers in_;
     Numbers out_;
 };

@@ -14,8 +14,9 @@ namespace {
 constexpr double kLongestDelay = 0.4;     // seconds, from 44,100 Hz up
 constexpr double kLongestLowDelay = 1.0;  // at the lowest rates
 constexpr double kUsualRate = 44100;      // Hz
-constexpr int64_t kMostPoints = 49152;    // keeps a converter within a few MiB
+constexpr int64_t kMostPoints = 98304;    // keeps a converter within a few MiB
 constexpr int64_t kTile = 32;             // frequencies
+constexpr double kStopped = 1e-7;         // of the pass band
 constexpr double kLeastResponse = 1e-15;  // what is below would not be seen in doubles
 
 constexpr int64_t kSamplesPerTap = 20;  // of the short filter's response, for each tap of one half
@@ -30,7 +31,8 @@ Numbers ResponseOf(const LowPass& filter, double scale, int64_t points) {
         numbers[2 * i] = scale * half[i];
         numbers[(numbers.size() - 2 * i) % numbers.size()] = scale * half[i];
     }
-    grid.Forward(numbers.data(), numbers.data());
+    Numbers work(numbers.size());
+    grid.Forward(numbers.data(), numbers.data(), work.data());
     const auto count = static_cast<size_t>(points);
     for (size_t k = 0; k < count; ++k) numbers[k] = numbers[k / kLanes * kGroup + k % kLanes];
     numbers.resize(count);
@@ -98,6 +100,40 @@ private:
     std::vector<double> samples_;
 };
 
+}  // namespace
+
+// The short filter's response at the corners of tiles, worked out when it is asked for.
+class TileCorners {
+public:
+    TileCorners(const LowPass& filter, double scale, int64_t finePoints)
+        : response_(filter, scale, static_cast<double>(finePoints)), tiles_(finePoints / kTile),
+          stopped_(filter.StopEdge() / static_cast<double>(filter.rate) * static_cast<double>(tiles_)),
+          corners_(static_cast<size_t>(tiles_ / 2 + 1), std::numeric_limits<double>::quiet_NaN()) {}
+
+    const SmoothResponse& Response() const { return response_; }
+
+    double At(int64_t tile) {
+        const int64_t folded = Folded(tile);
+        double& corner = corners_[static_cast<size_t>(folded)];
+        if (std::isnan(corner)) corner = response_.At<6>(folded * kTile);
+        return corner;
+    }
+
+    bool IsStopped(int64_t tile) const {
+        return static_cast<double>(std::min(Folded(tile), Folded(tile + 1))) > stopped_;
+    }
+
+private:
+    int64_t Folded(int64_t tile) const { return std::abs(tile > tiles_ / 2 ? tiles_ - tile : tile); }
+
+    SmoothResponse response_;
+    int64_t tiles_;
+    double stopped_;  // tile from which on it is
+    std::vector<double> corners_;
+};
+
+namespace {
+
 // Eight floats.
 using Floats = float __attribute__((vector_size(32)));
 using FloatsInMemory = float __attribute__((vector_size(32), aligned(4), may_alias));
@@ -113,96 +149,118 @@ W64_INLINE void StoreAsFloats(float* to, const Vector& value) {
     *reinterpret_cast<FourFloatsInMemory*>(to) = __builtin_convertvector(value, FourFloats);
 }
 
-// A spectrum to two planes of floats.
-W64_VECTOR_CLONES void Spread(const double* spectrum, int64_t points, float* re, float* im) {
-    for (int64_t k = 0; k < points; k += kLanes) {
-        const Complex value = LoadGroup(spectrum + 2 * k);
-        StoreAsFloats(re + k, value.re);
-        StoreAsFloats(im + k, value.im);
-    }
-}
-
-W64_VECTOR_CLONES void SpreadTimes(const float* factor, const double* spectrum, int64_t points, float* re,
-                                   float* im) {
-    for (int64_t k = 0; k < points; k += kLanes) {
-        const Complex value = LoadGroup(spectrum + 2 * k);
-        const Vector by = LoadAsDoubles(factor + k);
-        StoreAsFloats(re + k, by * value.re);
-        StoreAsFloats(im + k, by * value.im);
-    }
-}
-
-// The sum of a tile's terms.
-struct TileSum {
-    Floats re[kTile / kFloats];
-    Floats im[kTile / kFloats];
+struct Planes {
+    const float* re;
+    const float* im;
 };
 
-W64_INLINE TileSum SumOf(std::span<const SpectralTerm> terms, const float* re, const float* im) {
-    const Floats first = {0, 1, 2, 3, 4, 5, 6, 7};
-    TileSum sum = {};
-    for (const SpectralTerm& term : terms) {
+// A tile of frequencies.
+struct Tile {
+    Floats re[kTile / kFloats];
+    Floats im[kTile / kFloats];
+
+    // Adds those of a source times a response.
+    template <class Response>
+    W64_INLINE void Add(const Planes& source, int64_t from, Response response) {
         for (int64_t i = 0; i < kTile / kFloats; ++i) {
-            const Floats response = term.start + term.slope * (first + static_cast<float>(kFloats * i));
-            sum.re[i] += response * LoadFloats(re + term.from + kFloats * i);
-            sum.im[i] += response * LoadFloats(im + term.from + kFloats * i);
+            const Floats by = response(kFloats * i);
+            re[i] += by * LoadFloats(source.re + from + kFloats * i);
+            im[i] += by * LoadFloats(source.im + from + kFloats * i);
         }
     }
-    return sum;
-}
 
-// Adds a tile's sum of terms, times their response when there is one.
-W64_INLINE void AddTile(const TileSum& sum, const float* outer, double* spectrum) {
-    const auto* re = reinterpret_cast<const float*>(sum.re);
-    const auto* im = reinterpret_cast<const float*>(sum.im);
-    for (int64_t k = 0; k < kTile; k += kLanes, spectrum += kGroup) {
-        const Vector by = outer ? LoadAsDoubles(outer + k) : Broadcast(1);
-        const Complex value = LoadGroup(spectrum);
-        StoreGroup(spectrum, {value.re + by * LoadAsDoubles(re + k), value.im + by * LoadAsDoubles(im + k)});
+    W64_INLINE void Multiply(const float* response) {
+        for (int64_t i = 0; i < kTile / kFloats; ++i) {
+            const Floats by = LoadFloats(response + kFloats * i);
+            re[i] *= by;
+            im[i] *= by;
+        }
     }
-}
 
-W64_INLINE void MultiplyTile(const double* response, const double* from, double* to) {
-    for (int64_t k = 0; k < kTile; k += kLanes) {
-        const Vector by = LoadVector(response + k);
-        const Complex value = LoadGroup(from + 2 * k);
-        StoreGroup(to + 2 * k, {by * value.re, by * value.im});
+    W64_INLINE Complex At(int64_t k) const {
+        return {LoadAsDoubles(reinterpret_cast<const float*>(re) + k),
+                LoadAsDoubles(reinterpret_cast<const float*>(im) + k)};
     }
-}
+};
 
 struct SpectraView {
     int64_t inPoints;
     int64_t outPoints;
-    int64_t classes;
-    const double* main;
     const double* in;
+    const double* passBand;
     double* out;
-    const float* re;
-    const float* im;
-    const float* outer;  // for sums of terms, or null
-    const SpectralTerm* terms;
-    const int32_t* termsEnd;
+    float* inPlanes;
+    float* outPlanes;  // where the images are of the output's pass band, or null
+    const float* last;
+    const SpectralTiles& tiles;
+
+    // The input's frequency that belongs to one of the output, which is negative from half the points on.
+    W64_INLINE int64_t InputOf(int64_t k) const {
+        return (k < outPoints / 2 ? k : k + outPoints * (inPoints - 1)) % inPoints;
+    }
 };
 
-W64_VECTOR_CLONES void CombineTiles(const SpectraView& view) {
-    const int32_t* end = view.termsEnd;
-    const SpectralTerm* term = view.terms;
-    // Output frequencies of the upper half are negative, and input frequencies go round.
-    int64_t from = 0;
+W64_INLINE Complex InPassBand(const SpectraView& view, int64_t from, int64_t k) {
+    const Vector by = LoadVector(view.passBand + k);
+    const Complex value = LoadGroup(view.in + 2 * from);
+    return {by * value.re, by * value.im};
+}
+
+W64_INLINE void StoreInPlanes(const Complex& value, float* planes, int64_t points, int64_t k) {
+    StoreAsFloats(planes + k, value.re);
+    StoreAsFloats(planes + points + k, value.im);
+}
+
+W64_VECTOR_CLONES void FillPlanes(const SpectraView& view) {
+    for (int64_t k = 0; k < view.inPoints; k += kLanes) {
+        StoreInPlanes(LoadGroup(view.in + 2 * k), view.inPlanes, view.inPoints, k);
+    }
+    if (!view.outPlanes) return;
     for (int64_t tile = 0; tile < view.outPoints; tile += kTile) {
-        if (tile == view.outPoints / 2) {
-            from = (view.inPoints - view.outPoints / 2 % view.inPoints) % view.inPoints;
+        const int64_t from = view.InputOf(tile);
+        for (int64_t k = 0; k < kTile; k += kLanes) {
+            StoreInPlanes(InPassBand(view, from + k, tile + k), view.outPlanes, view.outPoints, tile + k);
         }
-        double* const out = view.out + 2 * tile;
-        MultiplyTile(view.main + tile, view.in + 2 * from, out);
-        from = (from + kTile) % view.inPoints;
-        for (int64_t i = 0; i < view.classes; ++i, ++end) {
-            const SpectralTerm* const last = view.terms + *end;
-            if (term == last) continue;
-            const float* outer = view.outer ? view.outer + i * view.outPoints + tile : nullptr;
-            AddTile(SumOf({term, last}, view.re, view.im), outer, out);
-            term = last;
+    }
+}
+
+// Eight frequencies' responses.
+struct OnLine {
+    float start;
+    float slope;
+
+    W64_INLINE Floats operator()(int64_t at) const {
+        const Floats steps = {0, 1, 2, 3, 4, 5, 6, 7};
+        return start + slope * (steps + static_cast<float>(at));
+    }
+};
+struct InTable {
+    const float* responses;
+
+    W64_INLINE Floats operator()(int64_t at) const { return LoadFloats(responses + at); }
+};
+
+W64_VECTOR_CLONES void MultiplySpectra(const SpectraView& view) {
+    const Planes in = {view.inPlanes, view.inPlanes + view.inPoints};
+    const Planes images = view.outPlanes ? Planes{view.outPlanes, view.outPlanes + view.outPoints} : in;
+    const SpectralImage* image = view.tiles.images.data();
+    const int32_t* from = view.tiles.from.data();
+    const float* responses = view.tiles.responses.data();
+    int64_t tile = 0;
+    for (const auto [imageCount, otherCount] : view.tiles.counts) {
+        Tile sum = {};
+        for (const SpectralImage* const end = image + imageCount; image != end; ++image) {
+            sum.Add(images, image->from, OnLine{image->start, image->slope});
         }
+        if (!view.outPlanes) sum.Multiply(view.last + tile);
+        for (const int32_t* const end = from + otherCount; from != end; ++from, responses += kTile) {
+            sum.Add(in, *from, InTable{responses});
+        }
+        const int64_t main = view.InputOf(tile);
+        for (int64_t k = 0; k < kTile; k += kLanes) {
+            StoreGroup(view.out + 2 * (tile + k), InPassBand(view, main + k, tile + k) + sum.At(k));
+        }
+        tile += kTile;
     }
 }
 
@@ -254,81 +312,88 @@ std::unique_ptr<SpectralFreqConv> SpectralFreqConv::Create(const FreqConvDesign&
 
 SpectralFreqConv::SpectralFreqConv(const FreqConvDesign& design, const Block& block, int channels)
     : FreqConvEngine(channels), block_(block), inGrid_(block.InPoints()), outGrid_(block.OutPoints()),
-      outerIsLast_(design.shortFirst) {
+      imagesOfInput_(design.shortFirst) {
     Design(design);
-    in_.resize(static_cast<size_t>(2 * block.InPoints()));
-    out_.resize(static_cast<size_t>(2 * block.OutPoints()));
-    frames_.resize(static_cast<size_t>(2 * (block.Hop() * block.outPeriod + 2 * kLanes)));
-    const size_t spread = outerIsLast_ ? static_cast<size_t>(block.InPoints()) : outer_.size();
-    re_.resize(spread);
-    im_.resize(spread);
+    const auto inPoints = static_cast<size_t>(block.InPoints());
+    const auto outPoints = static_cast<size_t>(block.OutPoints());
+    in_.resize(2 * inPoints);
+    out_.resize(2 * outPoints);
+    work_.resize(std::max(in_.size(), out_.size()));
+    inPlanes_.resize(2 * inPoints);
+    if (!imagesOfInput_) outPlanes_.resize(2 * outPoints);
     Restart();
 }
 
 // On the finest common grid of both rates the filters' responses are periodic.
 void SpectralFreqConv::Design(const FreqConvDesign& design) {
     const int64_t outPoints = block_.OutPoints();
-    const int64_t finePoints = block_.InPoints() * block_.outPeriod;
     const double gain = design.longScale * static_cast<double>(design.phases) /
                         static_cast<double>(block_.inPeriod * outPoints);
-    const SmoothResponse shortResponse(design.shortFilter, gain, static_cast<double>(finePoints));
+    TileCorners corners(design.shortFilter, gain, block_.InPoints() * block_.outPeriod);
     const Numbers longResponse =
-        ResponseOf(design.longFilter, 1, design.streams * (outerIsLast_ ? outPoints : block_.InPoints()));
+        ResponseOf(design.longFilter, 1, design.streams * (imagesOfInput_ ? outPoints : block_.InPoints()));
 
-    main_.resize(static_cast<size_t>(outPoints));
+    passBand_.resize(static_cast<size_t>(outPoints));
+    last_.resize(passBand_.size());
     for (int64_t k = 0; k <= outPoints / 2; ++k) {
-        const double response =
-            shortResponse.At<16>(k) * longResponse[static_cast<size_t>(k) % longResponse.size()];
-        main_[static_cast<size_t>(k)] = response;
-        main_[static_cast<size_t>((outPoints - k) % outPoints)] = response;
+        const double response = longResponse[static_cast<size_t>(k) % longResponse.size()];
+        // What this one stops needs few digits of the other.
+        const double other =
+            std::abs(response) < kStopped ? corners.Response().At<6>(k) : corners.Response().At<16>(k);
+        for (const int64_t either : {k, (outPoints - k) % outPoints}) {
+            passBand_[static_cast<size_t>(either)] = response * other;
+            last_[static_cast<size_t>(either)] = static_cast<float>(response);
+        }
     }
-    outer_.resize(longResponse.size());
-    std::transform(longResponse.begin(), longResponse.end(), outer_.begin(),
-                   [](double response) { return static_cast<float>(response); });
-
-    std::vector<double> corners;
-    for (int64_t at = 0; at <= finePoints / 2 + 2 * kTile; at += kTile) {
-        corners.push_back(shortResponse.At<6>(std::min(at, finePoints - at)));
-    }
-    ListTerms(corners, longResponse, kLeastResponse * gain);
+    ListTiles(longResponse, corners, kLeastResponse * gain);
 }
 
 // An output frequency k is all frequencies k + i * (output points) of the fine grid, as many as the input
-// period has frames.
-void SpectralFreqConv::ListTerms(std::span<const double> corners, std::span<const double> longResponse,
-                                 double least) {
+// period has frames. Those that the long filter lets pass are images, which the short filter stops.
+void SpectralFreqConv::ListTiles(std::span<const double> longResponse, TileCorners& corners, double least) {
     const int64_t outTiles = block_.OutPoints() / kTile;
+    const int64_t inTiles = block_.InPoints() / kTile;
     const int64_t fineTiles = outTiles * block_.inPeriod;
     const int64_t longTiles = static_cast<int64_t>(longResponse.size()) / kTile;
-    const int64_t sourceTiles = outerIsLast_ ? block_.InPoints() / kTile : longTiles;
-    const auto corner = [&](int64_t tile) {
-        return corners[static_cast<size_t>(std::abs(tile > fineTiles / 2 ? fineTiles - tile : tile))];
-    };
     std::vector<double> largest;
     for (size_t k = 0; k < longResponse.size(); k += kTile) {
         const auto [low, high] = std::minmax_element(&longResponse[k], &longResponse[k] + kTile);
         largest.push_back(std::max(-*low, *high));
     }
-
-    classes_ = outerIsLast_ ? longTiles / outTiles : 1;
-    const int64_t step = classes_ * outTiles;
+    // Images of the output come after the short filter's pass band.
+    const double passed = imagesOfInput_ ? 1 : corners.At(0);
     for (int64_t tile = 0; tile < outTiles; ++tile) {
         const int64_t main = tile + (tile < outTiles / 2 ? 0 : fineTiles - outTiles);
-        for (int64_t first = tile; first < tile + step; first += outTiles) {
-            int64_t inLong = first % longTiles;
-            for (int64_t at = first; at < fineTiles; at += step, inLong = (inLong + step) % longTiles) {
-                const double start = corner(at);
-                const double end = corner(at + 1);
-                const double response = std::max(std::abs(start), std::abs(end));
-                if (at == main || response * largest[static_cast<size_t>(inLong)] < least) continue;
+        SpectralTiles::Counts counts{};
+        int64_t inLong = tile % longTiles;
+        for (int64_t at = tile; at < fineTiles; at += outTiles, inLong = (inLong + outTiles) % longTiles) {
+            const bool isImage = inLong < outTiles / 2 || inLong >= longTiles - outTiles / 2;
+            if (at == main || (!isImage && corners.IsStopped(at))) continue;
+            const double start = corners.At(at);
+            const double end = corners.At(at + 1);
+            const double slope = (end - start) / kTile;
+            const double response = std::max(std::abs(start), std::abs(end));
+            if (response * largest[static_cast<size_t>(inLong)] < least) continue;
+            if (isImage) {
                 // As much below the curve as above it.
-                const double bend = (corner(at - 1) - start - end + corner(at + 2)) / 2;
-                terms_.push_back({static_cast<int32_t>(at % sourceTiles * kTile),
-                                  static_cast<float>(start - bend / 12),
-                                  static_cast<float>((end - start) / kTile)});
+                const double bend = (corners.At(at - 1) - start - end + corners.At(at + 2)) / 2;
+                const int64_t inOut = inLong < outTiles / 2 ? inLong : inLong - longTiles + outTiles;
+                const int64_t from = imagesOfInput_ ? at % inTiles : inOut;
+                tiles_.images.push_back({static_cast<int32_t>(from * kTile),
+                                         static_cast<float>((start - bend / 12) / passed),
+                                         static_cast<float>(slope / passed)});
+                ++counts.images;
+            } else {
+                tiles_.from.push_back(static_cast<int32_t>(at % inTiles * kTile));
+                const double* passes = &longResponse[static_cast<size_t>(inLong * kTile)];
+                for (int64_t k = 0; k < kTile; ++k) {
+                    tiles_.responses.push_back(
+                        static_cast<float>((start + slope * static_cast<double>(k)) * passes[k]));
+                }
+                ++counts.others;
             }
-            termsEnd_.push_back(static_cast<int32_t>(terms_.size()));
         }
+        tiles_.counts.push_back(counts);
     }
 }
 
@@ -340,31 +405,30 @@ int64_t SpectralFreqConv::Needed(int64_t blocks) const {
 int64_t SpectralFreqConv::Produced(int64_t blocks) const { return blocks * block_.Hop() * block_.outPeriod; }
 
 void SpectralFreqConv::RestartPairs(size_t pairs) {
-    inputs_.assign(pairs, Numbers(static_cast<size_t>(2 * block_.InPoints()), 0.0));
+    kept_.assign(pairs, Numbers(static_cast<size_t>(2 * block_.margin * block_.inPeriod), 0.0));
 }
 
-double* SpectralFreqConv::InputOf(size_t pair, int64_t frames) {
-    Numbers& input = inputs_[pair];
-    const double* const kept = input.data() + 2 * frames;
-    return std::copy(kept, static_cast<const double*>(input.data() + input.size()), input.data());
+double* SpectralFreqConv::InputOf(size_t pair, int64_t /*frames*/) {
+    return std::copy(kept_[pair].begin(), kept_[pair].end(), in_.data());
 }
 
 const double* SpectralFreqConv::Convert(size_t pair, int64_t frames) {
-    inGrid_.Forward(inputs_[pair].data(), in_.data());
-    SpreadInput();
-    CombineTiles({block_.InPoints(), block_.OutPoints(), classes_, main_.data(), in_.data(), out_.data(),
-                  re_.data(), im_.data(), outerIsLast_ ? outer_.data() : nullptr, terms_.data(),
-                  termsEnd_.data()});
+    kept_[pair].assign(in_.end() - 4 * block_.margin * block_.inPeriod, in_.end());
+    inGrid_.Forward(in_.data(), in_.data(), work_.data());
+    const SpectraView view = {block_.InPoints(),
+                              block_.OutPoints(),
+                              in_.data(),
+                              passBand_.data(),
+                              out_.data(),
+                              inPlanes_.data(),
+                              imagesOfInput_ ? nullptr : outPlanes_.data(),
+                              last_.data(),
+                              tiles_};
+    FillPlanes(view);
+    MultiplySpectra(view);
     const int64_t first = block_.margin * block_.outPeriod;
     const int64_t aligned = first / kLanes * kLanes;
-    outGrid_.Inverse(out_.data(), frames_.data(), aligned, (first + frames + kLanes - 1) / kLanes * kLanes);
-    return frames_.data() + 2 * (first - aligned);
-}
-
-void SpectralFreqConv::SpreadInput() {
-    const int64_t points = block_.InPoints();
-    if (outerIsLast_) return Spread(in_.data(), points, re_.data(), im_.data());
-    for (int64_t at = 0; at < static_cast<int64_t>(outer_.size()); at += points) {
-        SpreadTimes(outer_.data() + at, in_.data(), points, re_.data() + at, im_.data() + at);
-    }
+    const int64_t end = (first + frames + kLanes - 1) / kLanes * kLanes;
+    outGrid_.Inverse(out_.data(), out_.data(), aligned, end, work_.data());
+    return out_.data() + 2 * (first - aligned);
 }

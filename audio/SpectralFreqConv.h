@@ -9,11 +9,26 @@
 #include <span>
 #include <vector>
 
-// Of the frequencies that lie i * (output points) above a tile, what the short filter leaves: a line.
-struct SpectralTerm {
-    int32_t from;  // where they are in the input's spectrum
+// A tile of frequencies in the place of another: what the short filter leaves of them is a line.
+struct SpectralImage {
+    int32_t from;
     float start;
     float slope;  // per frequency
+};
+
+class TileCorners;
+
+// What the pass band's tiles of output frequencies have to take besides, one after the other.
+struct SpectralTiles {
+    struct Counts {
+        int32_t images;
+        int32_t others;
+    };
+
+    std::vector<Counts> counts;
+    std::vector<SpectralImage> images;
+    std::vector<int32_t> from;  // tiles of the input that have a response of their own for every frequency
+    FloatNumbers responses;
 };
 
 // Both filters of a conversion at once, as products of spectra. Input and output are cut into blocks of the same
@@ -53,22 +68,19 @@ private:
     const double* Convert(size_t pair, int64_t frames) override;
 
     void Design(const FreqConvDesign& design);
-    void ListTerms(std::span<const double> corners, std::span<const double> longResponse, double least);
-    void SpreadInput();
+    void ListTiles(std::span<const double> longResponse, TileCorners& corners, double least);
 
     Block block_;
     FFTGrid inGrid_;
     FFTGrid outGrid_;
-    int64_t classes_;     // of frequencies, by what the long filter leaves of them
-    Numbers main_;        // response in the pass band, for every output frequency
-    FloatNumbers outer_;  // of the long filter, for every class and output frequency, or input frequency
-    bool outerIsLast_;    // whether it applies to sums of terms, or to the input
-    std::vector<SpectralTerm> terms_;
-    std::vector<int32_t> termsEnd_;  // for every tile and class
-    std::vector<Numbers> inputs_;    // of the pairs: a block of frames, the last part still to come
-    Numbers in_;                     // spectrum
-    Numbers out_;                    // spectrum
-    Numbers frames_;
-    FloatNumbers re_;  // of the input's spectrum
-    FloatNumbers im_;
+    bool imagesOfInput_;  // or else of the output's pass band
+    Numbers passBand_;    // response for every output frequency
+    FloatNumbers last_;   // the long filter's part of it
+    SpectralTiles tiles_;
+    std::vector<Numbers> kept_;  // frames that the pairs' next blocks begin with
+    Numbers in_;                 // frames, then their spectrum
+    Numbers out_;                // spectrum, then its frames
+    Numbers work_;
+    FloatNumbers inPlanes_;  // the spectra once more
+    FloatNumbers outPlanes_;
 };

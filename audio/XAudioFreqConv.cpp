@@ -4,6 +4,7 @@
 #include "audio/ScaledDown.h"
 #include "audio/SpectralFreqConv.h"
 #include <algorithm>
+#include <cmath>
 #include <new>
 
 XAudioFreqConv::XAudioFreqConv() = default;
@@ -94,9 +95,13 @@ bool XAudioFreqConv::FillBlock() {
     const int64_t whole = BlockFrames();
     const int64_t frames =
         std::min(whole - held_, stream_.BytesRemaining() / format_.SamplesToBytes_DivChan(1));
-    in_.resize(static_cast<size_t>(whole * channels));
+    double* const to = engine_->Input() + held_ * channels;
     samples_.SetBeginData(stream_.GetDataFrom(format_.SamplesToBytes_DivChan(frames)).BufferStart(), 0, 0);
-    samples_.GetDbls(0, frames * channels, in_.data() + held_ * channels);
+    samples_.GetDbls(0, frames * channels, to);
+    if (format_.WFXFormatTag() == kTagFloat) {
+        std::transform(to, to + frames * channels, to,
+                       [](double value) { return std::isfinite(value) ? value : 0; });
+    }
     held_ += frames;
     return held_ == whole;
 }
@@ -105,10 +110,9 @@ bool XAudioFreqConv::FillBlock() {
 // brought out all that was before.
 int64_t XAudioFreqConv::ConvertBlock(int64_t frame) {
     const int64_t channels = format_.Channels();
-    in_.resize(static_cast<size_t>(held_ * channels));
-    in_.resize(static_cast<size_t>(BlockFrames() * channels), 0.0);
+    std::fill_n(engine_->Input() + held_ * channels, (BlockFrames() - held_) * channels, 0.0);
     const int64_t given = engine_->Produced(blocks_ + 1) - engine_->Produced(blocks_);
-    const double* const out = engine_->Process(in_.data());
+    const double* const out = engine_->Process();
     ++blocks_;
     held_ = 0;
 

@@ -54,7 +54,6 @@ private:
     std::unique_ptr<FreqConvEngine> engine_;
     XAudioRdWr samples_;
     XAudioDataStream stream_;
-    Numbers in_;            // of the next block
     int64_t blocks_ = 0;    // done
     int64_t held_ = 0;      // frames of the next block
     int64_t produced_ = 0;  // frames

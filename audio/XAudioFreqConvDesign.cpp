@@ -111,6 +111,11 @@ double hn_lpf(double n, double lpf, double fs) {
     return 2 * lpf / fs * sinc(n * turn);
 }
 
+double LowPass::StopEdge() const {
+    if (length == 1) return static_cast<double>(rate);
+    return edge + static_cast<double>(rate) * kLengthFactor / static_cast<double>(length - 1) / 2;
+}
+
 std::vector<double> LowPass::HalfOfTaps() const {
     if (length == 1) return {1.0};
     const double shape = alpha(kStopBandAttenuation);

@@ -19,6 +19,9 @@ struct LowPass {
     double edge = 0;
     int64_t rate = 0;
 
+    // From where on, at the latest, it stops what it stops.
+    double StopEdge() const;
+
     // From the centre on; the other half mirrors them. A length of 1 lets everything pass.
     std::vector<double> HalfOfTaps() const;
 };
