@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace {
 
@@ -150,6 +151,26 @@ void Mix(const XAudioChannelConv::ActionTable& table, const XAudioRdWr& reader, 
     }
 }
 
+// One channel feeds all others fully, and so with integers they are copies. A frame of two is written at once,
+// with more behind it that the next one replaces.
+template <int kBytes>
+void Repeat(const uint8_t* in, int64_t frames, int channels, uint8_t* out) {
+    constexpr int kTwo = 2 * kBytes;
+    static_assert(kTwo <= 8);
+    for (; channels == 2 && frames * kTwo >= 8; --frames, in += kBytes, out += kTwo) {
+        uint64_t both = 0;
+        std::memcpy(&both, in, kBytes);
+        both |= both << (8 * kBytes);
+        std::memcpy(out, &both, sizeof both);
+    }
+    for (; frames > 0; --frames, in += kBytes) {
+        for (int channel = 0; channel < channels; ++channel, out += kBytes) std::memcpy(out, in, kBytes);
+    }
+}
+
+using RepeatFunction = decltype(&Repeat<1>);
+constexpr RepeatFunction kRepeat[] = {Repeat<1>, Repeat<2>, Repeat<3>, Repeat<4>};
+
 }  // namespace
 
 const char* XAudioChannelConv::GetChannelMapping(int position) {
@@ -220,6 +241,11 @@ bool XAudioChannelConv::ConvertData(XAudioBufferNew& input, int outChannels, boo
     if (!SetUpResult(input, outChannels)) return false;
     const XAudioRdWr reader(input, 0, nullptr);
     writer_.Continue(buffer_, options);
+    const int bytes = input.BitsPerSample() / 8;
+    if (input.Channels() == 1 && input.WFXFormatTag() == kTagPCM && bytes <= 4 && !writer_.IsDithered()) {
+        kRepeat[bytes - 1](input.BufferStart(), input.GetUsedSample(), outChannels, buffer_.BufferStart());
+        return true;
+    }
     Mix(GenerateActionTable(input.Channels(), outChannels), reader, input.Channels(), writer_,
         input.GetUsedSample());
     return true;

@@ -37,6 +37,9 @@ public:
     // float that is not 64 bits wide is read as one of 32.
     [[nodiscard]] static bool HasLayout(int formatTag, int bits);
 
+    // Whether the samples that are put are more than rounded.
+    bool IsDithered() const { return dithers_.Count() > 0; }
+
     int32_t GetInt(int64_t i) const;  // left-justified
     void PutInt(int64_t i, int32_t value);
     double GetDbl(int64_t i) const;  // -1.0 to just under 1.0; stored floats as they are
@@ -55,7 +58,6 @@ public:
     void PutFrom(const XAudioRdWr& reader, int64_t count);
 
 private:
-    bool IsDithered() const { return dithers_.Count() > 0; }
     uint8_t* At(int64_t i) const;
 
     uint8_t* data_ = nullptr;
