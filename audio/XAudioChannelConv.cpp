@@ -151,16 +151,16 @@ void Mix(const XAudioChannelConv::ActionTable& table, const XAudioRdWr& reader, 
     }
 }
 
-// One channel feeds all others fully, and so with integers they are copies. A frame of two is written at once,
-// with more behind it that the next one replaces.
+// One channel feeds all others fully, and so with integers they are copies. A frame of two is read and written
+// at once, together with what is behind it, which the next one replaces.
 template <int kBytes>
 void Repeat(const uint8_t* in, int64_t frames, int channels, uint8_t* out) {
-    constexpr int kTwo = 2 * kBytes;
-    static_assert(kTwo <= 8);
-    for (; channels == 2 && frames * kTwo >= 8; --frames, in += kBytes, out += kTwo) {
-        uint64_t both = 0;
-        std::memcpy(&both, in, kBytes);
-        both |= both << (8 * kBytes);
+    static_assert(kBytes <= 4);
+    for (; channels == 2 && frames * kBytes >= 4; --frames, in += kBytes, out += 2 * kBytes) {
+        uint32_t sample = 0;
+        std::memcpy(&sample, in, sizeof sample);
+        const uint64_t one = sample & (~uint32_t{0} >> (32 - 8 * kBytes));
+        const uint64_t both = one | one << (8 * kBytes);
         std::memcpy(out, &both, sizeof both);
     }
     for (; frames > 0; --frames, in += kBytes) {
