@@ -2,29 +2,26 @@
 
 #include "base/XFile.h"
 #include "base/XStr.h"
-#include "plugin/interface/KvRecords.h"
-#include "plugin/interface/STNStdReport.h"
+#include "plugin/interface/KvDecoder.h"
 #include "wave64/engine/clWaveDecoder.h"
 
 // The object behind an instance handle: the vocabulary that a host sees, around one engine and its file.
 // Units:  the decode range counts frames from the start of the audio data; it applies to every later Open.
 // Owner:  texts handed out by Get live until the next Get, blocks until the next call.
 // Errors: reported, then 0; Close and destruction are safe in every state.
-class clDecoder {
+class clDecoder final : public KvDecoder {
 public:
     explicit clDecoder(const STNStdReport& report) : engine_(report), report_(report) {}
 
-    bool Open(STKvOpenDecoder& open);
-    bool Close(STKvEncoderFluid& fluid);
-    bool DecodeBlock(STKvAudioBlock& block) { return engine_.DecodeBlock(block); }
-    bool SetPosition(int64_t frame);
-    bool Get(const wchar_t* key, STKvCodecGetSet& record);
-    bool Set(const wchar_t* key, const STKvCodecGetSet& record);
+    bool Open(STKvOpenDecoder& open) override;
+    bool Close(STKvEncoderFluid& fluid) override;
+    bool DecodeBlock(STKvAudioBlock& block) override { return engine_.DecodeBlock(block); }
+    bool SetPosition(int64_t frame) override;
+    bool Get(const wchar_t* key, STKvCodecGetSet& record) override;
+    bool Set(const wchar_t* key, const STKvCodecGetSet& record) override;
+    bool DeleteATag(const wchar_t* fileName, const wchar_t* names) override;
 
-    // Names each end in NUL, an empty one ends the list; no names mean all tags.
-    bool DeleteATag(const wchar_t* fileName, const wchar_t* names);
-
-    const STNStdReport& Report() const { return report_; }
+    const STNStdReport& Report() const override { return report_; }
 
 private:
     void ReadTagsAndProperties(STKvOpenDecoder& open);

@@ -1,0 +1,20 @@
+# A decoder plug-in: a library that a host loads. Those of this family are named extension + ".dll" on every
+# platform, export the nine functions (plugin/interface/KvExports.cpp) and show nothing beyond exports.linux or
+# exports.macos; templates of the standard library would show themselves otherwise.
+#
+#   add_decoder_plugin(plugin EXTENSION w64 SOURCES a.cpp b.cpp LINKS engine)
+function(add_decoder_plugin name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXTENSION" "SOURCES;LINKS")
+    add_library(${name} MODULE ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE exports ${arg_LINKS})
+    set_target_properties(${name} PROPERTIES PREFIX "" OUTPUT_NAME ${arg_EXTENSION} SUFFIX .dll
+        LIBRARY_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+    if(APPLE)
+        set(shown ${CMAKE_CURRENT_SOURCE_DIR}/exports.macos)
+        target_link_options(${name} PRIVATE -Wl,-exported_symbols_list,${shown})
+    else()
+        set(shown ${CMAKE_CURRENT_SOURCE_DIR}/exports.linux)
+        target_link_options(${name} PRIVATE -Wl,-z,defs -Wl,--version-script,${shown})
+    endif()
+    set_target_properties(${name} PROPERTIES LINK_DEPENDS ${shown})
+endfunction()

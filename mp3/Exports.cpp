@@ -1,0 +1,8 @@
+#include "mp3/MP3Decoder.h"
+
+// Nothing that lies beside the library is needed.
+extern "C" __attribute__((visibility("default"))) void SetModulePath(const wchar_t*) {}
+
+std::unique_ptr<KvDecoder> NewDecoder(const STNStdReport& report) {
+    return std::make_unique<MP3Decoder>(report);
+}
