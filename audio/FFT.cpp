@@ -22,7 +22,7 @@ int TwiddlesIn(int nw) { return (nw + 2) / 4; }
 
 Tables TablesFor(int n, int* ip, double* w) {
     if (ip[0] == 0 || n > 2 * ip[0]) makewt(std::max(n / 2, 1), ip, w);
-    const int twiddles = TwiddlesIn(ip[0]);
+    const ptrdiff_t twiddles = TwiddlesIn(ip[0]);
     return {{w, w + twiddles}, w + 2 * twiddles, ip[0]};
 }
 

@@ -172,10 +172,10 @@ W64_INLINE void RunTurningPass(const FFTPass& pass, Source source, Target target
     const double* factor = pass.twiddles.data();
     ptrdiff_t from = 0;
     ptrdiff_t to = 0;
-    for (ptrdiff_t p = 0; p < count; ++p, factor += 2 * (kRadix - 1), to += (kRadix - 1) * stride) {
+    for (ptrdiff_t p = 0; p < count; ++p, to += (kRadix - 1) * stride) {
         Complex twiddle[kRadix];
-        for (int j = 1; j < kRadix; ++j) {
-            twiddle[j] = {Broadcast(factor[2 * j - 2]), Broadcast(factor[2 * j - 1])};
+        for (int j = 1; j < kRadix; ++j, factor += 2) {
+            twiddle[j] = {Broadcast(factor[0]), Broadcast(factor[1])};
         }
         for (const ptrdiff_t end = from + stride; from < end; ++from, ++to) {
             Complex a[kRadix];

@@ -75,6 +75,7 @@ double* FrameWindow::Append(int64_t frames) {
 }
 
 void FrameWindow::DropBefore(int64_t frame) {
+    frame = std::min(frame, first_ + static_cast<int64_t>(numbers_.size() / 2));  // some may be passed over
     numbers_.erase(numbers_.begin(), numbers_.begin() + 2 * (frame - first_));
     first_ = frame;
 }

@@ -61,14 +61,15 @@ public:
     // Up to half the period.
     template <int kSamples>
     double At(int64_t frequency) const {
+        constexpr int kBefore = kSamples / 2 - 1;
         const double position = static_cast<double>(frequency) * samplesPerFrequency_;
-        const auto before = static_cast<int64_t>(position);
-        const double* samples = samples_.data() + before + kReach - (kSamples / 2 - 1);
+        const auto first = static_cast<int64_t>(position) - kBefore;
+        const double* samples = samples_.data() + first + kReach;
         double distance[kSamples];
         double leading[kSamples];
         double product = 1;
         for (int i = 0; i < kSamples; ++i) {
-            distance[i] = position - static_cast<double>(before) + (kSamples / 2 - 1) - i;
+            distance[i] = position - static_cast<double>(first + i);
             leading[i] = product;
             product *= distance[i];
         }

@@ -153,7 +153,7 @@ void Mix(const XAudioChannelConv::ActionTable& table, const XAudioRdWr& reader, 
 
 // One channel feeds all others fully, and so with integers they are copies. A frame of two is read and written
 // at once, together with what is behind it, which the next one replaces.
-template <int kBytes>
+template <ptrdiff_t kBytes>
 void Repeat(const uint8_t* in, int64_t frames, int channels, uint8_t* out) {
     static_assert(kBytes <= 4);
     for (; channels == 2 && frames * kBytes >= 4; --frames, in += kBytes, out += 2 * kBytes) {

@@ -1,4 +1,5 @@
 #include "audio/FFT.h"
+#include "audio/FFTGrid.h"
 
 #include <gtest/gtest.h>
 
@@ -140,6 +141,35 @@ TEST(FFT, TablesOfOneSizeServeSmallerOnesAndGrow) {
                 ASSERT_NEAR(shared[k], own[k], 1e-12 * n) << definition.name;
         }
     }
+}
+
+TEST(FFTGrid, TransformsProductsOfSmallPrimes) {
+    for (const int points : {16, 48, 112, 240, 1344, 9408, 28224}) {
+        ASSERT_TRUE(FFTGrid::Takes(points));
+        FFTGrid grid(points);
+        const Numbers in = Random(2 * points);
+        Numbers spectrum = in;
+        Numbers work(in.size());
+        grid.Forward(spectrum.data(), spectrum.data(), work.data());
+        for (int k = 1; k < points; k += points / 7) {
+            double re = 0;
+            double im = 0;
+            for (int j = 0; j < points; ++j) {
+                const double angle = Angle(2.0 * std::fmod(static_cast<double>(j) * k, points), points);
+                const auto at = static_cast<size_t>(2 * j);
+                re += in[at] * std::cos(angle) - in[at + 1] * std::sin(angle);
+                im += in[at] * std::sin(angle) + in[at + 1] * std::cos(angle);
+            }
+            const auto at = static_cast<size_t>(k / 4 * 8 + k % 4);
+            ASSERT_NEAR(spectrum[at], re, 1e-12 * points) << points;
+            ASSERT_NEAR(spectrum[at + 4], im, 1e-12 * points) << points;
+        }
+        Numbers back(in.size());
+        grid.Inverse(spectrum.data(), back.data(), 4, points - 8, work.data());
+        for (size_t i = 8; i < in.size() - 16; ++i) ASSERT_NEAR(back[i - 8] / points, in[i], 1e-13) << points;
+        ASSERT_EQ(back[in.size() - 24], 0) << "past the wanted end";
+    }
+    for (const int points : {0, -16, 8, 24, 16 * 11}) EXPECT_FALSE(FFTGrid::Takes(points));
 }
 
 }  // namespace
