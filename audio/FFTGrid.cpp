@@ -27,7 +27,8 @@ ptrdiff_t WithoutFactor(ptrdiff_t number, ptrdiff_t factor) {
     return number;
 }
 
-// The number of rows: of the divisors that leave multiples of the lanes, the last one up to the square root.
+// The number of rows: of the divisors that leave multiples of the lanes, the last one up to the square root. Past
+// 8, rows and columns take two passes or more.
 ptrdiff_t RowsOf(ptrdiff_t points) {
     ptrdiff_t rows = kLanes;
     for (ptrdiff_t divisor = kLanes; divisor * divisor <= points; divisor += kLanes) {
@@ -37,12 +38,6 @@ ptrdiff_t RowsOf(ptrdiff_t points) {
 }
 
 // The transforms of as many numbers as the array has.
-W64_INLINE void Transform(Complex (&a)[2]) {
-    const Complex difference = a[0] - a[1];
-    a[0] = a[0] + a[1];
-    a[1] = difference;
-}
-
 W64_INLINE void Transform(Complex (&a)[4]) {
     const Complex sum = a[0] + a[2];
     const Complex difference = a[0] - a[2];
@@ -199,28 +194,61 @@ W64_INLINE void RunLastPass(const FFTPass& pass, Source source, Target target) {
     }
 }
 
-template <int kRadix, class Source, class Target>
-W64_INLINE void RunPassOf(const FFTPass& pass, Source source, Target target) {
-    pass.count == 1 ? RunLastPass<kRadix>(pass, source, target)
-                    : RunTurningPass<kRadix>(pass, source, target);
+template <class Run>
+W64_INLINE void WithRadix(int radix, Run run) {
+    switch (radix) {
+    case 3:
+        return run.template Pass<3>();
+    case 4:
+        return run.template Pass<4>();
+    case 5:
+        return run.template Pass<5>();
+    case 7:
+        return run.template Pass<7>();
+    default:
+        return run.template Pass<8>();
+    }
 }
 
 template <class Source, class Target>
-W64_INLINE void RunPass(const FFTPass& pass, Source source, Target target) {
-    switch (pass.radix) {
-    case 2:
-        return RunPassOf<2>(pass, source, target);
-    case 3:
-        return RunPassOf<3>(pass, source, target);
-    case 4:
-        return RunPassOf<4>(pass, source, target);
-    case 5:
-        return RunPassOf<5>(pass, source, target);
-    case 7:
-        return RunPassOf<7>(pass, source, target);
-    default:
-        return RunPassOf<8>(pass, source, target);
+struct Turning {
+    const FFTPass& pass;
+    Source source;
+    Target target;
+
+    template <int kRadix>
+    W64_INLINE void Pass() {
+        RunTurningPass<kRadix>(pass, source, target);
     }
+};
+template <class Source, class Target>
+struct Last {
+    const FFTPass& pass;
+    Source source;
+    Target target;
+
+    template <int kRadix>
+    W64_INLINE void Pass() {
+        RunLastPass<kRadix>(pass, source, target);
+    }
+};
+
+// Between the first pass and the last one all is in the cache.
+W64_VECTOR_CLONES void RunMiddlePass(const FFTPass& pass, const double* in, double* out) {
+    WithRadix(pass.radix, Turning<FromGroups, ToGroups>{pass, {in}, {out}});
+}
+
+W64_VECTOR_CLONES void RunLastPassOfColumns(const FFTPass& pass, const double* in, double* out) {
+    WithRadix(pass.radix, Last<FromGroups, ToGroups>{pass, {in}, {out}});
+}
+
+// From the first pass's output on; returns what the last pass takes.
+const double* RunMiddlePasses(std::span<const FFTPass> passes, double* out, double* other) {
+    for (const FFTPass& pass : passes.subspan(1, passes.size() - 2)) {
+        RunMiddlePass(pass, out, other);
+        std::swap(out, other);
+    }
+    return out;
 }
 
 // Every so many groups of a source or target.
@@ -246,13 +274,12 @@ struct RowTarget {
 // Four columns, to the place that the result is at.
 template <class Source>
 W64_INLINE const double* TransformColumns(const FFTGridView& view, Source source, ptrdiff_t group) {
-    double* out = view.cached[0];
-    double* other = view.cached[1];
-    RunPass(view.columnPasses[0], Column<Source>{source, group, view.columns / kLanes}, ToGroups{out});
-    for (const FFTPass& pass : view.columnPasses.subspan(1)) {
-        RunPass(pass, FromGroups{out}, ToGroups{other});
-        std::swap(out, other);
-    }
+    const FFTPass& first = view.columnPasses.front();
+    const Column<Source> column{source, group, view.columns / kLanes};
+    WithRadix(first.radix, Turning<Column<Source>, ToGroups>{first, column, {view.cached[0]}});
+    const double* in = RunMiddlePasses(view.columnPasses, view.cached[0], view.cached[1]);
+    double* const out = view.cached[in == view.cached[0] ? 1 : 0];
+    RunLastPassOfColumns(view.columnPasses.back(), in, out);
     return out;
 }
 
@@ -276,15 +303,11 @@ W64_INLINE void TurnAndTranspose(const FFTGridView& view, const double* column, 
 
 template <class Target>
 W64_INLINE void TransformRows(const FFTGridView& view, ptrdiff_t group, Target target) {
-    const double* in = view.grid + group * view.columns * kGroup;
-    double* out = view.cached[0];
-    double* other = view.cached[1];
-    for (const FFTPass& pass : view.rowPasses.first(view.rowPasses.size() - 1)) {
-        RunPass(pass, FromGroups{in}, ToGroups{out});
-        in = out;
-        std::swap(out, other);
-    }
-    RunPass(view.rowPasses.back(), FromGroups{in}, RowTarget<Target>{target, group, view.rows / kLanes});
+    RunMiddlePass(view.rowPasses.front(), view.grid + group * view.columns * kGroup, view.cached[0]);
+    const double* in = RunMiddlePasses(view.rowPasses, view.cached[0], view.cached[1]);
+    const FFTPass& last = view.rowPasses.back();
+    const RowTarget<Target> row{target, group, view.rows / kLanes};
+    WithRadix(last.radix, Last<FromGroups, RowTarget<Target>>{last, {in}, row});
 }
 
 template <class Source, class Target>
@@ -323,7 +346,7 @@ std::vector<FFTPass> PassesOf(ptrdiff_t points) {
     };
     while (left % 2 == 0) {
         const int twos = __builtin_ctzll(static_cast<unsigned long long>(left));
-        add(twos % 3 == 0 ? 8 : std::min(twos, 2) * 2);
+        add(twos % 3 == 0 ? 8 : 4);
     }
     for (const int radix : {3, 5, 7}) {
         while (left % radix == 0) add(radix);
@@ -337,7 +360,7 @@ bool FFTGrid::Takes(ptrdiff_t points) {
     if (points <= 0 || points % (kLanes * kLanes) != 0) return false;
     ptrdiff_t left = points;
     for (const ptrdiff_t factor : {2, 3, 5, 7}) left = WithoutFactor(left, factor);
-    return left == 1;
+    return left == 1 && RowsOf(points) > 8;
 }
 
 FFTGrid::FFTGrid(ptrdiff_t points)

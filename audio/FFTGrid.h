@@ -36,7 +36,7 @@ struct FFTGridView {
 // Owner:  all memory given is the caller's, two doubles a point, quickest at multiples of 64 bytes.
 class FFTGrid {
 public:
-    // Multiples of 16 without prime factors above 7.
+    // Multiples of 16 without prime factors above 7, but for the smallest.
     static bool Takes(ptrdiff_t points);
 
     explicit FFTGrid(ptrdiff_t points);

@@ -45,7 +45,7 @@ class SmoothResponse {
 public:
     static int64_t SamplesFor(const LowPass& filter) {
         const auto samples = static_cast<uint64_t>(filter.length / 2 * kSamplesPerTap);
-        return std::max<int64_t>(64, static_cast<int64_t>(std::bit_ceil(samples)));
+        return std::max<int64_t>(256, static_cast<int64_t>(std::bit_ceil(samples)));
     }
 
     // Frequency `period` is the filter's sampling rate.

@@ -1,12 +1,13 @@
 #pragma once
 
 // Vectors of four doubles in the form that GCC and Clang share, and functions compiled once for the plain
-// machine and once for AVX2 with FMA, chosen when the program is loaded. What such a function calls has to be
-// inlined into it. Where there is no choosing, the plain form is all there is: the thread sanitizer, for one,
-// is not ready yet when the choice is made.
+// machine, once for AVX2 with FMA and once for AVX-512 with its many registers, chosen when the program is
+// loaded. What such a function calls has to be inlined into it. Where there is no choosing, the plain form is
+// all there is: the thread sanitizer is not ready yet when the choice is made, and the address sanitizer takes
+// too long to build three.
 
 #if defined(__x86_64__) && defined(__linux__) && defined(__GNUC__) && !defined(__clang__) &&                 \
-    !defined(__SANITIZE_THREAD__)
+    !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
 #define W64_VECTOR_CLONES __attribute__((target_clones("default", "arch=x86-64-v3", "arch=x86-64-v4")))
 #else
 #define W64_VECTOR_CLONES

@@ -144,7 +144,7 @@ TEST(FFT, TablesOfOneSizeServeSmallerOnesAndGrow) {
 }
 
 TEST(FFTGrid, TransformsProductsOfSmallPrimes) {
-    for (const int points : {16, 48, 112, 240, 1344, 9408, 28224}) {
+    for (const int points : {144, 256, 960, 1344, 9408, 28224}) {
         ASSERT_TRUE(FFTGrid::Takes(points));
         FFTGrid grid(points);
         const Numbers in = Random(2 * points);
@@ -169,7 +169,7 @@ TEST(FFTGrid, TransformsProductsOfSmallPrimes) {
         for (size_t i = 8; i < in.size() - 16; ++i) ASSERT_NEAR(back[i - 8] / points, in[i], 1e-13) << points;
         ASSERT_EQ(back[in.size() - 24], 0) << "past the wanted end";
     }
-    for (const int points : {0, -16, 8, 24, 16 * 11}) EXPECT_FALSE(FFTGrid::Takes(points));
+    for (const int points : {0, -16, 16, 24, 112, 256 * 11}) EXPECT_FALSE(FFTGrid::Takes(points));
 }
 
 }  // namespace
