@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <copyfile.h>
+#include <filesystem>
 #include <mach-o/dyld.h>
 #include <unistd.h>
 #include <vector>
@@ -13,7 +14,8 @@ XStr ExecutablePath() {
     _NSGetExecutablePath(nullptr, &size);
     std::string path(size, '\0');
     if (_NSGetExecutablePath(path.data(), &size) != 0) return {};
-    return FromUTF8(path.c_str());
+    std::error_code error;
+    return FromUTF8(std::filesystem::canonical(path.c_str(), error).native());  // it may be a link
 }
 
 // Files are cloned by their names only, and the copy is open already.

@@ -1,12 +1,9 @@
 // From Open to the end of the stream, against reading the same blocks and doing nothing with them.
 
 #include "BenchFile.h"
-#include "base/XStr.h"
-#include "plugin/interface/KvRecords.h"
-#include "plugin/interface/STNStdReport.h"
+#include "BenchPlugin.h"
 
 #include <benchmark/benchmark.h>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -17,35 +14,14 @@ const BenchFile& AudioFile() {
     return file;
 }
 
-template <class Function>
-Function Find(void* library, const char* name) {
-    void* symbol = library ? ::dlsym(library, name) : nullptr;
-    if (!symbol) std::abort();
-    return reinterpret_cast<Function>(symbol);
-}
-
 void DecodeThroughThePlugin(benchmark::State& state) {
-    void* library = ::dlopen(W64_PLUGIN, RTLD_NOW | RTLD_LOCAL);
-    const auto create = Find<KvCreateFn>(library, "Create");
-    const auto open = Find<KvOpenFn>(library, "Open");
-    const auto decodeBlock = Find<KvDecodeBlockFn>(library, "DecodeBlock");
-    const auto destroy = Find<KvDestroyFn>(library, "Destroy");
-    const XStr path = FromUTF8(AudioFile().Path().native());
+    const BenchPlugin plugin;
+    AudioFile();
     int64_t bytes = 0;
     for ([[maybe_unused]] auto _ : state) {
-        STNStdReport report{};
-        void* handle = create(&report);
-        STKvOpenDecoder record{};
-        record.FileName = path.c_str();
-        record.OpenFlags = kvOpenDecode;
-        bool good = open(handle, &record);
-        STKvAudioBlock block{};
-        while (good && !block.EndOfStream) {
-            good = decodeBlock(handle, &block);
-            bytes += block.DataSize;
-        }
-        destroy(handle);
-        if (!good) state.SkipWithError("the plug-in failed");
+        const auto decoded = plugin.Decode(AudioFile().Path());
+        if (!decoded) state.SkipWithError("the plug-in failed");
+        bytes += decoded.value_or(0);
     }
     state.SetBytesProcessed(bytes);
 }

@@ -5,6 +5,7 @@
 #include "host/SpeakerMap.h"
 
 #include <algorithm>
+#include <filesystem>
 
 namespace {
 
@@ -37,10 +38,18 @@ SampleKind KindOf(int format) {
     }
 }
 
+// libsndfile takes some files that are no audio for no files.
+std::string OpenError(const std::string& path) {
+    const std::string reason = sf_strerror(nullptr);
+    std::error_code error;
+    const bool isThere = std::filesystem::is_regular_file(path, error);
+    return isThere && reason.starts_with("File does not exist") ? "is no audio file" : reason;
+}
+
 }  // namespace
 
 AudioSource::AudioSource(const std::string& path) : file_(sf_open(path.c_str(), SFM_READ, &info_)) {
-    if (!file_) throw Failure(sf_strerror(nullptr));
+    if (!file_) throw Failure(OpenError(path));
     kind_ = KindOf(info_.format);
     const auto channels = static_cast<unsigned>(info_.channels);
     format_ = MakeWaveFormat(kind_, channels, static_cast<uint32_t>(info_.samplerate), ReadChannelMask());
@@ -49,6 +58,12 @@ AudioSource::AudioSource(const std::string& path) : file_(sf_open(path.c_str(), 
     framesPerRead_ = std::max<sf_count_t>(kReadBytes / format_.Format.nBlockAlign, 1);
     bytes_.resize(static_cast<size_t>(framesPerRead_) * format_.Format.nBlockAlign);
     samples_.resize(static_cast<size_t>(framesPerRead_) * channels);
+}
+
+std::optional<int> AudioSource::Container(const std::string& path) {
+    SF_INFO info{};
+    const std::unique_ptr<SNDFILE, CloseFile> file(sf_open(path.c_str(), SFM_READ, &info));
+    return file ? std::optional(info.format & SF_FORMAT_TYPEMASK) : std::nullopt;
 }
 
 uint32_t AudioSource::ReadChannelMask() const {
@@ -62,7 +77,8 @@ std::span<const uint8_t> AudioSource::Read() {
     const sf_count_t frames = ReadFrames();
     if (sf_error(file_.get()) != SF_ERR_NO_ERROR) throw Failure(sf_strerror(file_.get()));
     framesRead_ += frames;
-    if (frames == 0 && framesRead_ < info_.frames) {
+    const bool isEstimate = (info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG;
+    if (frames == 0 && framesRead_ < info_.frames && !isEstimate) {
         throw Failure("ends after " + std::to_string(framesRead_) + " of " + std::to_string(info_.frames) +
                       " frames");
     }

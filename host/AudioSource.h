@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <sndfile.h>
 #include <span>
 #include <string>
@@ -15,6 +16,9 @@
 class AudioSource {
 public:
     explicit AudioSource(const std::string& path);
+
+    // The kind of file, one of libsndfile's SF_FORMAT_TYPEMASK; nothing where it is unknown.
+    static std::optional<int> Container(const std::string& path);
 
     const WAVEFORMATEXTENSIBLE& Format() const { return format_; }
     int64_t Frames() const { return info_.frames; }  // as the file announces them

@@ -2,6 +2,8 @@
 
 #include "host/AudioSink.h"
 #include "host/Console.h"
+#include "host/Conversion.h"
+#include "host/PlotLayout.h"
 #include "host/TimePoint.h"
 
 #include <optional>
@@ -11,7 +13,8 @@
 // What every command works with.
 struct CommandContext {
     Console& console;
-    int traceDescriptor;  // 0 for none
+    int traceDescriptor;        // 0 for none
+    const std::string& plugin;  // a file or a folder; empty: beside the program
 };
 
 struct DecodeOptions {
@@ -20,6 +23,7 @@ struct DecodeOptions {
     std::optional<AudioFileType> type;
     std::optional<TimePoint> start;
     std::optional<TimePoint> end;
+    ConversionOptions conversion;
     bool salvage = false;
     bool force = false;
     unsigned jobs = 1;
@@ -42,6 +46,7 @@ struct LayoutOptions {
 struct EncodeOptions {
     std::string input;
     std::string output;
+    ConversionOptions conversion;
     bool force = false;
 };
 
@@ -52,6 +57,14 @@ struct SampleOptions {
     unsigned bits = 24;
     bool isFloat = false;
     double seconds = 5;
+    bool force = false;
+};
+
+struct PlotOptions {
+    std::string input;
+    std::string output;  // empty for a name beside the input
+    PictureSize size;
+    double floor = -120;  // of the spectrogram, in dBFS
     bool force = false;
 };
 
@@ -82,6 +95,7 @@ struct OptionsOptions {
                                 CommandContext context);  // false for faults too
 [[nodiscard]] bool EncodeCommand(const EncodeOptions& options, CommandContext context);
 [[nodiscard]] bool SampleCommand(const SampleOptions& options, CommandContext context);
+[[nodiscard]] bool PlotCommand(const PlotOptions& options, CommandContext context);
 [[nodiscard]] bool TagsCommand(const TagsOptions& options, CommandContext context);
 [[nodiscard]] bool SetTagsCommand(const TagEditOptions& options, CommandContext context);
 [[nodiscard]] bool RemoveTagsCommand(const TagEditOptions& options, CommandContext context);

@@ -1,4 +1,6 @@
+#include "base/Saturating.h"
 #include "host/Commands.h"
+#include "host/Conversion.h"
 #include "host/DecodeJobs.h"
 #include "host/DecoderInstance.h"
 #include "host/Failure.h"
@@ -11,6 +13,7 @@
 #include "host/Wave64File.h"
 
 #include <algorithm>
+#include <array>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -18,6 +21,22 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kSalvageHint = "the file is cut off or damaged; --salvage keeps what it still holds";
+constexpr const char* kSubDecoderHint =
+    "MPEG audio is decoded by mp3.dll in the folder of w64; both come from the same build or package";
+
+// Of decoded audio.
+struct ByteRange {
+    int64_t start = 0;
+    int64_t end = INT64_MAX;
+
+    // What lies in the range of `audio`, which begins at `position`.
+    std::span<const uint8_t> PartOf(std::span<const uint8_t> audio, int64_t position) const {
+        const auto size = static_cast<int64_t>(audio.size());
+        const int64_t from = std::clamp<int64_t>(start - position, 0, size);
+        const int64_t to = std::clamp(end - position, from, size);
+        return audio.subspan(static_cast<size_t>(from), static_cast<size_t>(to - from));
+    }
+};
 
 struct FrameRange {
     int64_t start = 0;
@@ -26,6 +45,11 @@ struct FrameRange {
     void LimitTo(int64_t frames) {
         end = end < 0 ? frames : std::min(end, frames);
         start = std::min(start, end);
+    }
+
+    ByteRange InBytes(int64_t frameBytes) const {
+        return {SaturatingMultiply(start, frameBytes),
+                end < 0 ? INT64_MAX : SaturatingMultiply(end, frameBytes)};
     }
 };
 
@@ -37,10 +61,22 @@ FrameRange RangeOf(const DecodeOptions& options, uint32_t framesPerSecond) {
     return range;
 }
 
-// Bytes of decoded audio to come; not known where the audio is stored compressed.
-std::optional<int64_t> ExpectedBytes(const DecoderInstance& decoder, const std::optional<XAudioWFX>& stored) {
+bool IsMPEG(const std::optional<XAudioWFX>& stored) {
+    return stored && (stored->FormatTag() == kTagMPEG || stored->FormatTag() == kTagMPEGLayer3);
+}
+
+// Whether the decoder says so.
+bool LacksSubDecoder(std::string_view error) {
+    return std::ranges::any_of(std::array{"loading", "creating", "opening"}, [&](const std::string& step) {
+        return error.find("Error " + step + " external Decoder") != std::string_view::npos;
+    });
+}
+
+// Bytes of audio to come; not known where the audio is stored compressed.
+std::optional<int64_t> ExpectedBytes(const DecoderInstance& decoder, const std::optional<XAudioWFX>& stored,
+                                     const Conversion& conversion) {
     if (!stored || !IsLinear(stored->WFXFormatTag())) return std::nullopt;
-    return XAudioWFX(*stored).BlockAlignBuffer(decoder.Info().LengthBytes);
+    return conversion.ExpectedBytes(XAudioWFX(*stored).BlockAlignBuffer(decoder.Info().LengthBytes));
 }
 
 std::unique_ptr<AudioSink> MakeSink(AudioFileType type, SinkTarget target, const XAudioWFX& format,
@@ -91,7 +127,9 @@ private:
         const auto salvage = options_.salvage ? PlanSalvage(job_.input, CopyFolder()) : std::nullopt;
         const fs::path source = salvage ? salvage->source : fs::path(job_.input);
         const std::optional<XAudioWFX> stored = Wave64File(source).Format();
-        FrameRange range = RangeOf(options_, stored ? stored->SamplesPerSec() : 1);
+        const FrameRange asked = RangeOf(options_, stored ? stored->SamplesPerSec() : 1);
+        // To the decoder a frame is a stored block, which MPEG audio has no fixed number of frames in.
+        FrameRange range = IsMPEG(stored) ? FrameRange{} : asked;
         if (salvage) range.LimitTo(salvage->frames);
 
         DecoderInstance decoder(library_, context_.traceDescriptor);
@@ -102,16 +140,23 @@ private:
             decoder.Open(source, kvOpenDecode | kvOpenAudioInfo);
             opened = true;
             if (!salvage) RefuseDamage(decoder);
-            Note(decoder.Notes());
             RefuseNonsense(decoder.Format());
-            const auto sink = MakeSink(job_.type, target, decoder.Format(), ExpectedBytes(decoder, stored));
-            CopyAudio(decoder, *sink);
+            Conversion conversion(decoder.Format(), options_.conversion);
+            const auto sink =
+                MakeSink(job_.type, target, conversion.Target(), ExpectedBytes(decoder, stored, conversion));
+            const int frameBytes = decoder.Format().BlockAlign();
+            CopyAudio(decoder, IsMPEG(stored) ? asked.InBytes(frameBytes) : ByteRange{}, conversion, *sink);
             sink->Finish();
+            Note(decoder.Notes());
         } catch (const DecoderFailure& failure) {
-            if (options_.salvage || !(opened || HidesAudio(source))) throw;
+            if (LacksSubDecoder(failure.what())) {
+                throw Failure(std::string(failure.what()) + "\n" + kSubDecoderHint);
+            }
+            const bool isDamaged = opened || HidesAudio(source) || Wave64File(source).MissingBytes() > 0;
+            if (options_.salvage || !isDamaged) throw;
             throw Failure(std::string(failure.what()) + "\n" + kSalvageHint);
         }
-        if (salvage) Note({Describe(*salvage)});
+        if (salvage) Note({Describe(*salvage, !IsMPEG(stored))});
     }
 
     // Where a repaired copy may be as large as the input.
@@ -134,20 +179,27 @@ private:
         }
     }
 
-    void CopyAudio(DecoderInstance& decoder, AudioSink& sink) {
+    void CopyAudio(DecoderInstance& decoder, ByteRange range, Conversion& conversion, AudioSink& sink) {
         const double bytesPerSecond = decoder.Format().AvgBytesPerSec();
-        progress_.Expect(decoder.Info().LengthBytes);
-        while (const auto audio = decoder.Read()) {
+        const Conversion::Write write = [&sink](std::span<const uint8_t> frames) { sink.Write(frames); };
+        progress_.Expect(XAudioWFX(decoder.Format()).CalcBufferSize(decoder.Info().LengthMilliseconds));
+        for (int64_t position = 0; position < range.end;) {
+            const auto audio = decoder.Read();
+            if (!audio) break;
             Interrupt::Check();
-            sink.Write(*audio);
-            progress_.Advance(static_cast<int64_t>(audio->size()),
-                              static_cast<double>(audio->size()) / bytesPerSecond);
+            conversion.Convert(range.PartOf(*audio, position), write);
+            const auto bytes = static_cast<int64_t>(audio->size());
+            progress_.Advance(bytes, static_cast<double>(bytes) / bytesPerSecond);
+            position += bytes;
         }
+        conversion.Finish(write);
     }
 
-    static std::string Describe(const Salvage& salvage) {
-        return "salvaged " + Grouped(salvage.frames) + " frames (" + FormatDuration(salvage.milliseconds) +
-               "), lost " + Grouped(salvage.lostBytes) + " bytes";
+    static std::string Describe(const Salvage& salvage, bool countsFrames) {
+        const std::string duration = FormatDuration(salvage.milliseconds);
+        return "salvaged " +
+               (countsFrames ? Grouped(salvage.frames) + " frames (" + duration + ")" : duration) +
+               ", lost " + Grouped(salvage.lostBytes) + " bytes";
     }
 
     void Note(const std::vector<std::string>& notes) const {
@@ -164,8 +216,9 @@ private:
 }  // namespace
 
 bool DecodeCommand(const DecodeOptions& options, CommandContext context) {
+    options.conversion.Check();
     const std::vector<DecodeJob> jobs = PlanDecodeJobs(options);
-    const PluginLibrary library = PluginLibrary::BesideProgram();
+    const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     Progress progress(context.console, fs::path(options.inputs[0]).filename(), static_cast<int>(jobs.size()));
     return ForEachFile(options.inputs, options.jobs, context.console,
                        [&](size_t i) { FileDecoding(jobs[i], options, context, library, progress).Run(); });

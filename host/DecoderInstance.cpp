@@ -30,8 +30,7 @@ void DecoderInstance::SetDecodeRange(int64_t start, int64_t end) {
     STKvCodecGetSet range{};
     range.RangeStart = start;
     range.RangeEnd = end;
-    if (library_.Set(handle_, L"Set Decode Range", &range) != 1)
-        ThrowErrors("cannot set the range to decode");
+    if (library_.Set(handle_, kvSetDecodeRange, &range) != 1) ThrowErrors("cannot set the range to decode");
 }
 
 void DecoderInstance::Open(const std::filesystem::path& file, uint32_t flags) {
@@ -65,7 +64,7 @@ void DecoderInstance::WriteTags(const std::filesystem::path& file, const NTag& t
     record.Text1 = name.c_str();
     record.TagData = block.Data();
     record.Value = static_cast<int32_t>(block.Size());
-    if (library_.Set(handle_, L"IDTags", &record) != 1) ThrowErrors("cannot write the tags");
+    if (library_.Set(handle_, kvSetTags, &record) != 1) ThrowErrors("cannot write the tags");
 }
 
 void DecoderInstance::DeleteTags(const std::filesystem::path& file, const std::vector<XStr>& names) {

@@ -110,7 +110,7 @@ void Print(const Subject& subject) {
 }  // namespace
 
 bool InfoCommand(const InfoOptions& options, CommandContext context) {
-    const PluginLibrary library = PluginLibrary::BesideProgram();
+    const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     const OwnSettings settings;  // so that lists of every form are read
     Json all = Json::array();
     const auto describe = [&](size_t i) {

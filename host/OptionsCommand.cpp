@@ -26,11 +26,11 @@ std::vector<Option> AnnouncedOptions(const PluginLibrary& library) {
     const std::unique_ptr<void, KvDestroyFn> decoder(library.Create(&report), library.Destroy);
     std::vector<Option> options;
     STKvCodecGetSet record{};
-    for (; library.Get(decoder.get(), L"ID Tag Options", &record) == 1; ++record.Index) {
+    for (; library.Get(decoder.get(), kvGetTagOptions, &record) == 1; ++record.Index) {
         const std::string key = ToUTF8(record.Text2);
         Option& option =
             options.emplace_back(Option{ToUTF8(record.Text1), key.substr(key.find('\\') + 1), {}, "not set"});
-        for (; library.Get(decoder.get(), L"ID Tag Options", &record) == 1; ++record.Value) {
+        for (; library.Get(decoder.get(), kvGetTagOptions, &record) == 1; ++record.Value) {
             option.texts.push_back(ToUTF8(record.Text3));
         }
         record.Value = 0;
@@ -38,8 +38,8 @@ std::vector<Option> AnnouncedOptions(const PluginLibrary& library) {
     return options;
 }
 
-std::vector<Option> AllOptions() {
-    std::vector<Option> options = AnnouncedOptions(PluginLibrary::BesideProgram());
+std::vector<Option> AllOptions(const std::string& plugin) {
+    std::vector<Option> options = AnnouncedOptions(PluginLibrary::OfWave64(plugin));
     options.push_back({"Safe Editing",
                        ToUTF8(TaggingOptions::SafeEditName),
                        {"off", "on"},
@@ -102,9 +102,9 @@ void Store(const Option& option, const std::string& value) {
 
 }  // namespace
 
-bool OptionsCommand(const OptionsOptions& options, CommandContext /*context*/) {
+bool OptionsCommand(const OptionsOptions& options, CommandContext context) {
     RequireReadableSettings();
-    const std::vector<Option> all = AllOptions();
+    const std::vector<Option> all = AllOptions(context.plugin);
     const size_t sign = options.assignment.find('=');
     if (options.assignment.empty()) {
         std::ranges::for_each(all, Show);

@@ -6,13 +6,19 @@
 #include <dlfcn.h>
 
 PluginLibrary::PluginLibrary(const std::filesystem::path& file)
-    : module_(::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)), Create(Find<KvCreateFn>("Create")),
-      Destroy(Find<KvDestroyFn>("Destroy")), Open(Find<KvOpenFn>("Open")), Close(Find<KvCloseFn>("Close")),
-      DecodeBlock(Find<KvDecodeBlockFn>("DecodeBlock")), Get(Find<KvGetFn>("Get")), Set(Find<KvSetFn>("Set")),
-      DeleteATag(Find<KvDeleteATagFn>("DeleteATag")) {}
+    : module_(::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)), Create(Find<KvCreateFn>(kvNameOfCreate)),
+      Destroy(Find<KvDestroyFn>(kvNameOfDestroy)), Open(Find<KvOpenFn>(kvNameOfOpen)),
+      Close(Find<KvCloseFn>(kvNameOfClose)), DecodeBlock(Find<KvDecodeBlockFn>(kvNameOfDecodeBlock)),
+      Get(Find<KvGetFn>(kvNameOfGet)), Set(Find<KvSetFn>(kvNameOfSet)),
+      DeleteATag(Find<KvDeleteATagFn>(kvNameOfDeleteATag)) {}
 
-PluginLibrary PluginLibrary::BesideProgram() {
-    return PluginLibrary(std::filesystem::path(ToUTF8(XApplication::ApplicationPath())) / "w64.dll");
+PluginLibrary PluginLibrary::OfWave64(const std::filesystem::path& place) {
+    namespace fs = std::filesystem;
+    std::error_code unknown;  // is told by dlopen in more words
+    const bool isFolder = place.empty() || fs::is_directory(place, unknown);
+    const fs::path named =
+        place.empty() ? fs::path(ToUTF8(XApplication::ApplicationPath())) : fs::absolute(place);
+    return PluginLibrary(isFolder ? named / "w64.dll" : named);
 }
 
 void PluginLibrary::Unload::operator()(void* module) const { ::dlclose(module); }

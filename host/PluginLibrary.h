@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugin/interface/KvRecords.h"
+#include "plugin/interface/w64_decoder.h"
 
 #include <filesystem>
 #include <memory>
@@ -11,8 +11,8 @@ class PluginLibrary {
 public:
     explicit PluginLibrary(const std::filesystem::path& file);
 
-    // The Wave64 decoder that lies beside this program.
-    static PluginLibrary BesideProgram();
+    // The Wave64 decoder: a file, a folder that has a w64.dll, or, when empty, the folder of this program.
+    static PluginLibrary OfWave64(const std::filesystem::path& place);
 
 private:
     struct Unload {

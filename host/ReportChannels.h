@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugin/interface/STNStdReport.h"
+#include "plugin/interface/w64_decoder.h"
 
 #include <cstdio>
 #include <memory>

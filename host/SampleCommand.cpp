@@ -5,6 +5,7 @@
 #include "host/ForEachFile.h"
 #include "host/Interrupt.h"
 #include "host/Progress.h"
+#include "host/SampleKind.h"
 #include "host/Wave64Writer.h"
 
 #include <algorithm>
@@ -15,8 +16,7 @@ namespace {
 
 void CheckOptions(const SampleOptions& options) {
     if (!options.output.ends_with(".w64")) throw UsageError("'" + options.output + "' should end in .w64");
-    if (options.isFloat && options.bits < 32) throw UsageError("floating-point samples have 32 or 64 bits");
-    if (!options.isFloat && options.bits > 32) throw UsageError("64-bit samples need --float");
+    CheckSampleKind(options.isFloat, options.bits);
     if (!std::isfinite(options.seconds)) throw UsageError("--seconds is no number");
 }
 
@@ -50,7 +50,7 @@ bool SampleCommand(const SampleOptions& options, CommandContext context) {
     const std::vector<std::string> outputs = {options.output};
     Progress progress(context.console, std::filesystem::path(options.output).filename(), 1);
     return ForEachFile(outputs, 1, context.console, [&](size_t) {
-        Wave64Writer writer(options.output, options.force, format, context.traceDescriptor);
+        Wave64Writer writer(options.output, options.force, XAudioWFX(&format), context.traceDescriptor);
         Progress::Share share(progress, 0);
         WriteSignal(options, writer, format, share);
         writer.Finish();

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "audio/WaveFormat.h"
+#include "audio/XAudioWFX.h"
+#include "host/Failure.h"
 
 #include <cstdint>
 
@@ -8,7 +9,19 @@
 struct SampleKind {
     uint16_t tag;   // kTagPCM or kTagFloat
     unsigned bits;  // a multiple of 8
+
+    bool operator==(const SampleKind&) const = default;
 };
+
+inline SampleKind KindOf(const XAudioWFX& format) {
+    return {static_cast<uint16_t>(format.WFXFormatTag()), static_cast<unsigned>(format.BitsPerSample())};
+}
+
+// Errors: UsageError for samples that nothing stores.
+inline void CheckSampleKind(bool isFloat, unsigned bits) {
+    if (isFloat && bits < 32) throw UsageError("floating-point samples have 32 or 64 bits");
+    if (!isFloat && bits > 32) throw UsageError("64-bit samples need --float");
+}
 
 // The WAVE format record for such samples: extensible when there are speakers to name, or so many channels of
 // integers that they ask for it; else plain, with the fields behind `Format` unused. Floats stay plain as

@@ -102,7 +102,7 @@ void AddAssignment(NTag& tags, const std::string& assignment) {
 
 bool Edit(const TagEditOptions& options, const TagChange& change, CommandContext context) {
     RequireReadableSettings();  // the file is to be edited as the user wants it
-    const PluginLibrary library = PluginLibrary::BesideProgram();
+    const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     OwnSettings settings;
     TagEditor editor(library, settings, context);
     return ForEachFile({&options.file, 1}, 1, context.console, [&](size_t) {
@@ -117,7 +117,7 @@ bool Edit(const TagEditOptions& options, const TagChange& change, CommandContext
 }  // namespace
 
 bool TagsCommand(const TagsOptions& options, CommandContext context) {
-    const PluginLibrary library = PluginLibrary::BesideProgram();
+    const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     const OwnSettings settings;
     Json all = Json::array();
     const auto show = [&](size_t i) {

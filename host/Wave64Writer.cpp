@@ -2,15 +2,32 @@
 
 #include "host/Failure.h"
 
-Wave64Writer::Wave64Writer(const std::string& path, bool replace, const WAVEFORMATEXTENSIBLE& format,
-                           int traceDescriptor)
-    : output_(path, replace), channels_(traceDescriptor) {
-    chunks_.SetRules({.safe = true});
-    Check(chunks_.InitializeNewWAV(output_.File().Handle(), &format.Format, channels_.Report(), {}, 0));
+#include <new>
+
+namespace {
+
+clPassRIFFChunks ChunksFor(std::optional<uint32_t> frameCount) {
+    clPassRIFFChunks chunks;
+    if (!frameCount) return chunks;
+    // The format comes first; the writer fills it in.
+    const bool added = chunks.AddInternal(RIFFChnkID("fmt "), nullptr, 0, false) &&
+                       chunks.AddInternal(RIFFChnkID("fact"), &*frameCount, sizeof *frameCount, false);
+    if (!added) throw std::bad_alloc();
+    return chunks;
 }
 
-void Wave64Writer::Write(std::span<const uint8_t> frames) {
-    if (!output_.File().Write(frames.data(), frames.size())) throw SystemFailure("cannot write");
+}  // namespace
+
+Wave64Writer::Wave64Writer(const std::string& path, bool replace, const XAudioWFX& format,
+                           int traceDescriptor, std::optional<uint32_t> frameCount)
+    : output_(path, replace), channels_(traceDescriptor) {
+    chunks_.SetRules({.safe = true});
+    Check(chunks_.InitializeNewWAV(output_.File().Handle(), format, channels_.Report(), ChunksFor(frameCount),
+                                   0));
+}
+
+void Wave64Writer::Write(std::span<const uint8_t> audio) {
+    if (!output_.File().Write(audio.data(), audio.size())) throw SystemFailure("cannot write");
 }
 
 void Wave64Writer::Finish() {

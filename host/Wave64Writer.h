@@ -1,11 +1,12 @@
 #pragma once
 
+#include "audio/XAudioWFX.h"
 #include "host/OutputFile.h"
 #include "host/ReportChannels.h"
-#include "host/SampleKind.h"
 #include "wave64/container/clWave64Handler.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 
 // A new Wave64 file of one format.
@@ -13,13 +14,12 @@
 // Errors: Failure.
 class Wave64Writer {
 public:
-    // An extensible format carries its tag in `format.Format`; the fields behind that are ignored in a plain
-    // one.
-    Wave64Writer(const std::string& path, bool replace, const WAVEFORMATEXTENSIBLE& format,
-                 int traceDescriptor);
+    // Compressed audio has a count of its frames beside it, 0 where that is not known.
+    Wave64Writer(const std::string& path, bool replace, const XAudioWFX& format, int traceDescriptor,
+                 std::optional<uint32_t> frameCount = std::nullopt);
 
-    // Interleaved frames in WAVE layout.
-    void Write(std::span<const uint8_t> frames);
+    // Interleaved frames in WAVE layout, or compressed audio.
+    void Write(std::span<const uint8_t> audio);
     void Finish();
 
 private:

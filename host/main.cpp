@@ -1,6 +1,7 @@
 // The `w64` command: reads the command line and hands over to the commands.
 
 #include "host/Commands.h"
+#include "host/ConversionLimits.h"
 #include "host/Failure.h"
 #include "host/Interrupt.h"
 #include "host/TraceFile.h"
@@ -21,6 +22,7 @@ constexpr int kSignalled = 128;  // plus the signal, as shells have it
 struct CommandLine {
     bool quiet = false;
     std::string trace;
+    std::string plugin;
     DecodeOptions decode;
     InfoOptions info;
     ChunksOptions chunks;
@@ -31,6 +33,7 @@ struct CommandLine {
     TagEditOptions removeTags;
     OptionsOptions options;
     SampleOptions sample;
+    PlotOptions plot;
 };
 
 constexpr const char* kExamples = R"(Examples:
@@ -45,9 +48,10 @@ constexpr const char* kExamples = R"(Examples:
   w64 tags set song.w64 "Title=The Song" Artist=Somebody
   w64 encode song.wav song.w64
   w64 sample test.w64 --channels 6
+  w64 plot song.w64 -o song.png         a picture: waveform and spectrogram
 )";
 
-constexpr const char* kAlso = "-q and --trace work here too, see w64 --help.\n";
+constexpr const char* kAlso = "-q, --trace and --plugin work here too, see w64 --help.\n";
 constexpr const char* kAboutPlaces = "START and END are frames (12345) or times (1.5s, 2:03.5, 1:02:03).\n"
                                      "END itself is not decoded.\n\n";
 constexpr const char* kAboutCheck =
@@ -58,6 +62,10 @@ constexpr const char* kAboutCheck =
 constexpr const char* kAboutTags =
     "An edit is made in a copy, the copy is compared with the file, and then takes its\n"
     "place: an edit that goes wrong leaves the file as it was, unless it is in place.\n\n";
+constexpr const char* kAboutPlot =
+    "The waveform has a lane for each channel, or one for all where there are more than 8:\n"
+    "what the samples reach in pale blue, their RMS in dark blue. The spectrogram below is\n"
+    "the mean over all channels; a sine that reaches full scale in them has 0 dBFS in it.\n\n";
 constexpr const char* kAboutOptions =
     "The settings are those of every program that uses the decoder. This one edits\n"
     "safely whatever they say, and writes 16-bit text unless LIST Text is set.\n\n";
@@ -69,8 +77,39 @@ std::optional<TimePoint> ParsePlace(const std::string& text) {
     return place;
 }
 
+PictureSize ParseSize(const std::string& text) {
+    PictureSize size;
+    int end = 0;
+    const int found = std::sscanf(text.c_str(), "%5dx%5d%n", &size.width, &size.height, &end);
+    if (found != 2 || static_cast<size_t>(end) != text.size()) {
+        throw CLI::ValidationError("'" + text + "' is no size (1600x900)");
+    }
+    constexpr PictureSize kSmallest = PlotLayout::kSmallest;
+    constexpr PictureSize kLargest = PlotLayout::kLargest;
+    if (size.width < kSmallest.width || size.height < kSmallest.height || size.width > kLargest.width ||
+        size.height > kLargest.height) {
+        throw CLI::ValidationError("pictures have 640x400 to 8000x4000 pixels");
+    }
+    return size;
+}
+
 void AddForce(CLI::App* command, bool& force) {
     command->add_flag("-f,--force", force, "Replace files that exist already");
+}
+
+void AddConversion(CLI::App* command, ConversionOptions& options) {
+    const auto add = [command](const char* name, auto& value, const char* help, const CLI::Validator& check) {
+        command->add_option(name, value, help)->check(check)->type_name("N")->group("Conversion");
+    };
+    add("--rate", options.rate, "Frames per second, 1 to 10000000",
+        CLI::Range(1u, kMostRate).description(""));
+    add("--channels", options.channels, "1 to 8", CLI::Range(1u, 8u).description(""));
+    add("--bits", options.bits, "8, 16, 24 or 32 of integers; 32 or 64 with --float",
+        CLI::IsMember({8u, 16u, 24u, 32u, 64u}).description(""));
+    command->add_flag("--float", options.isFloat, "Floating-point samples, 32-bit without --bits")
+        ->group("Conversion");
+    command->add_flag("--dither", options.dither, "Noise where bits get lost, at 16 and 24 bits")
+        ->group("Conversion");
 }
 
 void AddDecode(CLI::App& app, DecodeOptions& options) {
@@ -98,6 +137,7 @@ void AddDecode(CLI::App& app, DecodeOptions& options) {
     };
     addPlace("--start", options.start, "Where to begin", "START");
     addPlace("--end", options.end, "Where to stop", "END");
+    AddConversion(command, options.conversion);
     command->add_flag("--salvage", options.salvage, "Keep what a damaged file still holds");
     AddForce(command, options.force);
     command->add_option("-j,--jobs", options.jobs, "Files to work on at a time")
@@ -161,6 +201,7 @@ void AddEncode(CLI::App& app, EncodeOptions& options) {
     CLI::App* command = app.add_subcommand("encode", "Make a Wave64 file of any audio file");
     command->add_option("IN", options.input, "WAV, RF64, AIFF, FLAC, CAF ...")->required()->type_name("");
     command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
+    AddConversion(command, options.conversion);
     AddForce(command, options.force);
 }
 
@@ -180,6 +221,26 @@ void AddSample(CLI::App& app, SampleOptions& options) {
     AddForce(command, options.force);
 }
 
+void AddPlot(CLI::App& app, PlotOptions& options) {
+    CLI::App* command = app.add_subcommand("plot", "Draw the waveform and the spectrogram of any audio file");
+    command->add_option("IN", options.input, "Wave64, WAV, RF64, AIFF, FLAC, CAF ...")
+        ->required()
+        ->type_name("");
+    command->add_option("-o,--output", options.output, "A .png file; else one beside IN")->type_name("OUT");
+    command
+        ->add_option_function<std::string>(
+            "--size", [&options](const std::string& size) { options.size = ParseSize(size); },
+            "Pixels, 640x400 to 8000x4000")
+        ->type_name("WxH")
+        ->default_str("1600x900");
+    command->add_option("--floor", options.floor, "The level that is drawn black, in dBFS, -220 to -60")
+        ->check(CLI::Range(-220.0, -60.0).description(""))
+        ->type_name("DB")
+        ->capture_default_str();
+    AddForce(command, options.force);
+    command->footer(std::string(kAboutPlot) + kAlso);
+}
+
 void Describe(CLI::App& app, CommandLine& line) {
     app.require_subcommand(1);
     app.get_formatter()->label("REQUIRED", "");
@@ -188,6 +249,11 @@ void Describe(CLI::App& app, CommandLine& line) {
     app.add_flag("-q,--quiet", line.quiet, "Show errors only");
     app.add_option("--trace", line.trace, "Write the decoder's trace to FILE, - for standard error")
         ->type_name("FILE");
+    app.add_option("--plugin", line.plugin,
+                   "Decode by this plug-in, a file or a folder with w64.dll;\n"
+                   "else by that of W64_PLUGIN, else by the one beside w64")
+        ->envname("W64_PLUGIN")
+        ->option_text("PLACE");
     app.footer(kAlso);  // inherited by the commands
 
     app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
@@ -203,6 +269,7 @@ void Describe(CLI::App& app, CommandLine& line) {
     AddOptions(app, line.options);
     AddEncode(app, line.encode);
     AddSample(app, line.sample);
+    AddPlot(app, line.plot);
     app.footer(kExamples);
 }
 
@@ -219,7 +286,7 @@ void OccupyStandardStreams() {
 
 bool Run(const CLI::App& app, const CommandLine& line, Console& console) {
     const TraceFile trace(line.trace);
-    const CommandContext context = {console, trace.Descriptor()};
+    const CommandContext context = {console, trace.Descriptor(), line.plugin};
     if (app.got_subcommand("decode")) return DecodeCommand(line.decode, context);
     if (app.got_subcommand("info")) return InfoCommand(line.info, context);
     if (app.got_subcommand("chunks")) return ChunksCommand(line.chunks, context);
@@ -232,6 +299,7 @@ bool Run(const CLI::App& app, const CommandLine& line, Console& console) {
         return TagsCommand(line.tags, context);
     }
     if (app.got_subcommand("encode")) return EncodeCommand(line.encode, context);
+    if (app.got_subcommand("plot")) return PlotCommand(line.plot, context);
     return SampleCommand(line.sample, context);
 }
 

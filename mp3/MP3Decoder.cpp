@@ -138,11 +138,11 @@ void MP3Decoder::TakeFormat() {
 bool MP3Decoder::Get(const wchar_t* key, STKvCodecGetSet& record) {
     StdReport::WriteDEBUG(key, report_, "Get", true);
     const std::wstring_view asked = key;
-    if (asked == L"Decodes" && record.Index == 0) {
+    if (asked == kvGetDecodes && record.Index == 0) {
         answer1_ = L".mp3";
         answer2_ = L"MPEG Audio";
         record.Text2 = answer2_.c_str();
-    } else if (asked == L"Decoder Description") {
+    } else if (asked == kvGetDescription) {
         answer1_ = L"MPEG Audio Decoder";
     } else {
         return false;
@@ -153,7 +153,7 @@ bool MP3Decoder::Get(const wchar_t* key, STKvCodecGetSet& record) {
 
 bool MP3Decoder::Set(const wchar_t* key, const STKvCodecGetSet& record) {
     StdReport::WriteDEBUG(key, report_, "Set", true);
-    if (key != std::wstring_view(L"Set Decode Range")) return false;
+    if (key != std::wstring_view(kvSetDecodeRange)) return false;
     rangeStart_ = record.RangeStart;
     rangeEnd_ = record.RangeEnd;
     return true;

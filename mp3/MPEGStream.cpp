@@ -136,7 +136,7 @@ MPEGStep MPEGStream::DecodeFrame(XAudioBufferNew& audio) {
             continue;
         }
         frame_ = frame;
-        ReportGap(mpg123_framepos(handle_.get()));
+        if (nextByte_ != 0 || !HasEncoderNotes()) ReportGap(mpg123_framepos(handle_.get()));
         nextByte_ = mpg123_tell_stream(handle_.get());
         // The library has gone back to memory of its own where it started anew.
         if (samples.data() != room) std::copy(samples.begin(), samples.end(), room);
@@ -183,6 +183,13 @@ bool MPEGStream::SkipStray(const mpg123_frameinfo& stray) {
     strayEnd_ = mpg123_tell_stream(handle_.get());
     if (!follows) return true;
     return Fail(L"Error MPEG audio changes from " + FormatText(frame_) + L" to " + FormatText(stray) + L".");
+}
+
+// They fill an MPEG frame at the beginning, which the library passes over.
+bool MPEGStream::HasEncoderNotes() const {
+    long delay = -1;
+    mpg123_getstate(handle_.get(), MPG123_ENC_DELAY, &delay, nullptr);
+    return delay >= 0;
 }
 
 void MPEGStream::ReportGap(int64_t end) {

@@ -2,7 +2,7 @@
 
 #include "audio/XAudioBufferNew.h"
 #include "base/XFile.h"
-#include "plugin/interface/STNStdReport.h"
+#include "plugin/interface/w64_decoder.h"
 
 #include <cstdio>
 #include <memory>
@@ -72,6 +72,7 @@ private:
     [[nodiscard]] bool MakeRoom(XAudioBufferNew& audio);
     MPEGStep DecodeInto(uint8_t* room, std::span<const uint8_t>& samples);
     [[nodiscard]] bool SkipStray(const mpg123_frameinfo& stray);
+    bool HasEncoderNotes() const;
     void ReportGap(int64_t end);
     bool Fail(std::wstring_view message);
     bool FailAsLibrary();

@@ -80,19 +80,19 @@ bool clDecoder::SetPosition(int64_t frame) {
 bool clDecoder::Get(const wchar_t* key, STKvCodecGetSet& record) {
     StdReport::WriteDEBUG(key, report_, "Get", true);
     const std::wstring_view asked = key;
-    if (asked == L"ID Tag Options") return GetTagOption(record);
-    if (asked == L"Decodes") {
+    if (asked == kvGetTagOptions) return GetTagOption(record);
+    if (asked == kvGetDecodes) {
         if (record.Index != 0) return false;
         answer1_ = L".w64";
         answer2_ = L"Wave64";
         record.Text2 = answer2_.c_str();
-    } else if (asked == L"Decoder Description") {
+    } else if (asked == kvGetDescription) {
         answer1_ = L"Wave64 Decoder";
-    } else if (asked == L"Property Elements") {
+    } else if (asked == kvGetPropertyElements) {
         answer1_ =
             L"Audio Quality\rChannel Mapping\rEncoder Settings\rWave Header\rRiff Chunks\rSample Count\r"
             L"Gapless\rID Tag\rContains";
-    } else if (asked == L"Default Property Elements") {
+    } else if (asked == kvGetDefaultProperties) {
         answer1_ = L"Audio Quality\rEncoder Settings\rContains";
     } else {
         return false;
@@ -115,10 +115,10 @@ bool clDecoder::GetTagOption(STKvCodecGetSet& record) {
 bool clDecoder::Set(const wchar_t* key, const STKvCodecGetSet& record) {
     StdReport::WriteDEBUG(key, report_, "Set", true);
     const std::wstring_view asked = key;
-    if (asked == L"IDTags") {
+    if (asked == kvSetTags) {
         return clWaveDecoder::WriteIDTags(record.Text1, record.TagData, record.Value, report_);
     }
-    if (asked != L"Set Decode Range") return false;
+    if (asked != kvSetDecodeRange) return false;
     rangeStart_ = record.RangeStart;
     rangeEnd_ = record.RangeEnd;
     return true;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/XFile.h"
-#include "plugin/interface/STNStdReport.h"
+#include "plugin/interface/w64_decoder.h"
 #include "tags/NTag.h"
 #include "tags/TaggingOptions.h"
 #include "wave64/container/clWave64Handler.h"

@@ -3,7 +3,7 @@
 #include "base/XFile.h"
 #include "base/XMem.h"
 #include "base/XStr.h"
-#include "plugin/interface/STNStdReport.h"
+#include "plugin/interface/w64_decoder.h"
 #include "tags/NTag.h"
 #include "tags/TaggingOptions.h"
 #include "wave64/container/clWave64Handler.h"

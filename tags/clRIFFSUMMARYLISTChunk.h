@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/XMem.h"
-#include "plugin/interface/STNStdReport.h"
+#include "plugin/interface/w64_decoder.h"
 #include "tags/NTag.h"
 #include "wave64/container/EditRules.h"
 

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "plugin/interface/KvRecords.h"
-#include "plugin/interface/STNStdReport.h"
+#include "plugin/interface/w64_decoder.h"
 
 #include <memory>
 

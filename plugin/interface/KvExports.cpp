@@ -4,6 +4,7 @@
 #include "plugin/interface/StdReport.h"
 
 #include <exception>
+#include <type_traits>
 
 #define KV_EXPORT extern "C" __attribute__((visibility("default")))
 
@@ -74,3 +75,14 @@ KV_EXPORT int32_t DeleteATag(void* handle, const wchar_t* file, const wchar_t* n
     return Forward(handle, "DeleteATag",
                    [=](KvDecoder& decoder) { return file && decoder.DeleteATag(file, names); });
 }
+
+// What a host casts the names to.
+static_assert(std::is_same_v<decltype(&Create), KvCreateFn>);
+static_assert(std::is_same_v<decltype(&Destroy), KvDestroyFn>);
+static_assert(std::is_same_v<decltype(&Open), KvOpenFn>);
+static_assert(std::is_same_v<decltype(&Close), KvCloseFn>);
+static_assert(std::is_same_v<decltype(&DecodeBlock), KvDecodeBlockFn>);
+static_assert(std::is_same_v<decltype(&SetPosition), KvSetPositionFn>);
+static_assert(std::is_same_v<decltype(&Get), KvGetFn>);
+static_assert(std::is_same_v<decltype(&Set), KvSetFn>);
+static_assert(std::is_same_v<decltype(&DeleteATag), KvDeleteATagFn>);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/XStr.h"
-#include "plugin/interface/STNStdReport.h"
+#include "plugin/interface/w64_decoder.h"
 
 #include <atomic>
 #include <concepts>

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <random>
 #include <tuple>
 
@@ -100,6 +101,56 @@ TEST(XAudioConv, CostsNoCopyWithNothingToDo) {
     EXPECT_NE(conv.BufferStart(), audio.BufferStart()) << "a depth that no stage makes";
 }
 
+TEST(XAudioConv, EmptyBlocksAddNothing) {
+    const XAudioWFX from = Format(kTagPCM, 2, 24);
+    for (const XAudioWFX& to :
+         {from, Format(kTagPCM, 2, 16), Format(kTagPCM, 6, 16), Format(kTagFloat, 1, 32, 48000)}) {
+        SCOPED_TRACE(to.WFXToString());
+        XAudioConv conv;
+        const Bytes expected = Converted(conv, from, to, nullptr, true, false, kFrames);
+        XAudioBufferNew audio = Audio(from);
+        XAudioBufferNew nothing(nullptr, 0, from, true);
+        for (XAudioBufferNew* middle : {&audio, &nothing}) {
+            ASSERT_TRUE(conv.InitConversion(from, to, nullptr, true));
+            Bytes out;
+            const auto convert = [&](XAudioBufferNew& block, bool last) {
+                EXPECT_TRUE(conv.ConvertData(block, to, false, last, nullptr, true));
+                const Bytes used = Used(conv);
+                out.insert(out.end(), used.begin(), used.end());
+            };
+            convert(nothing, false);
+            convert(*middle, false);
+            convert(nothing, true);
+            EXPECT_TRUE(out == (middle == &audio ? expected : Bytes()));
+        }
+    }
+}
+
+// Integers cannot hold them, and in a filter they would spread.
+TEST(XAudioConv, KeepsWhatIsNoNumberOnlyInFloats) {
+    const auto mono = [](std::initializer_list<float> values) {
+        XAudioBufferNew audio(std::ssize(values), Format(kTagFloat, 1, 32), false);
+        audio.SetUsedSample(std::ssize(values));
+        XAudioRdWr samples(audio, 0, nullptr);
+        int64_t i = 0;
+        for (const float value : values) samples.PutDbl(i++, value);
+        return audio;
+    };
+    const auto converted = [](XAudioBufferNew audio, const XAudioWFX& to) {
+        XAudioConv conv;
+        EXPECT_TRUE(conv.ConvertData(audio, to, false, true, nullptr, true));
+        return Used(conv);
+    };
+    constexpr float kNone = std::numeric_limits<float>::quiet_NaN();
+    constexpr float kInfinite = std::numeric_limits<float>::infinity();
+    const auto audio = mono({kNone, kInfinite, -kInfinite, 0.25F});
+    const XAudioWFX rate = Format(kTagFloat, 1, 32, 48000);
+    EXPECT_EQ(converted(audio, Format(kTagFloat, 1, 32)), Used(audio));
+    EXPECT_EQ(converted(audio, Format(kTagPCM, 1, 8)), (Bytes{128, 255, 0, 160}));
+    EXPECT_EQ(converted(audio, Format(kTagPCM, 2, 8)), (Bytes{128, 128, 255, 255, 0, 0, 160, 160}));
+    EXPECT_EQ(converted(audio, rate), converted(mono({0, 0, 0, 0.25F}), rate));
+}
+
 TEST(XAudioConv, RefusesWhatAStageCannotDo) {
     const std::tuple<XAudioWFX, XAudioWFX> cases[] = {
         {Format(kTagPCM, 2, 16), Format(kTagPCM, 9, 16)},
@@ -108,6 +159,19 @@ TEST(XAudioConv, RefusesWhatAStageCannotDo) {
         {Format(kTagALaw, 2, 8), Format(kTagPCM, 2, 8)},
         {Format(kTagPCM, 2, 32), Format(kTagFloat, 2, 16)},
         {Format(kTagPCM, 2, 24), Format(kTagFloat, 6, 64)},
+        {Format(kTagPCM, 0, 16), Format(kTagPCM, 2, 16)},
+        {Format(kTagPCM, 2, 16), Format(kTagPCM, 0, 16)},
+        {Format(kTagPCM, 9, 16), Format(kTagPCM, 2, 16)},
+        {Format(kTagPCM, 0, 16), Format(kTagPCM, 0, 16, 48000)},
+        {Format(kTagPCM, 2, 16), Format(kTagPCM, 2, 16, 0)},
+        {Format(kTagPCM, 2, 16, 0), Format(kTagPCM, 2, 16)},
+        {Format(kTagPCM, 2, 16), Format(kTagPCM, 2, 16, INT32_MAX)},
+        {Format(kTagPCM, 2, 16, INT32_MAX), Format(kTagPCM, 2, 16)},
+        {Format(kTagPCM, 2, 12), Format(kTagPCM, 2, 12, 48000)},
+        {Format(kTagPCM, 2, 12), Format(kTagPCM, 1, 12)},
+        {Format(kTagPCM, 2, 64), Format(kTagPCM, 2, 64, 48000)},
+        {Format(kTagPCM, 2, 64), Format(kTagPCM, 1, 64)},
+        {Format(kTagPCM, 2, 16), Format(kTagPCM, 2, 64)},
     };
     for (const auto& [from, to] : cases) {
         XAudioBufferNew audio(4, from, true);

@@ -177,25 +177,31 @@ TEST(XAudioFreqConv, BlocksOfAnySizesGiveTheSameBytes) {
 }
 
 TEST(XAudioFreqConv, ReadsAndWritesAsTheAccessorDoes) {
-    for (const wchar_t* options : {static_cast<const wchar_t*>(nullptr), L"dither=0"}) {
-        const XAudioWFX format = Format(kTagPCM, 2, 16);
-        Bytes in(4 * 9000);
+    const std::tuple<int, const wchar_t*> cases[] = {{16, nullptr}, {16, L"dither=0"}, {24, nullptr}};
+    for (const auto& [bits, options] : cases) {
+        const XAudioWFX format = Format(kTagPCM, 2, bits);
+        Bytes in(static_cast<size_t>(format.SamplesToBytes_DivChan(9000)));
         std::mt19937 random(2);
         for (uint8_t& byte : in) byte = static_cast<uint8_t>(random());
-        Samples read(in.size() / 2);
+        Samples read(2 * 9000);
         XAudioRdWr(format, 0, 0, in.data(), nullptr)
             .GetDbls(0, static_cast<int64_t>(read.size()), read.data());
 
         XAudioFreqConv doubles;
         ASSERT_TRUE(doubles.CreateNewConverter(Doubles(2, 44100), 48000, nullptr));
         const Samples out = Convert(doubles, 2, 44100, read);
-        Bytes expected(2 * out.size());
+        Bytes expected(static_cast<size_t>(bits / 8) * out.size());
         XAudioRdWr writer(format, 0, 0, expected.data(), options);
         writer.PutDbls(0, static_cast<int64_t>(out.size()), out.data());
 
         XAudioFreqConv conv;
         ASSERT_TRUE(conv.CreateNewConverter(format, 48000, options));
         EXPECT_TRUE(Convert(conv, format, in, {5000}) == expected);
+        if (bits != 24) continue;
+        for (size_t i = 0; i < out.size(); ++i) {
+            const double clipped = std::clamp(out[i], -1.0, 1 - 0x1p-23);
+            ASSERT_LE(std::abs(writer.GetDbl(static_cast<int64_t>(i)) - clipped), 0x1p-24) << i;
+        }
     }
 }
 
@@ -235,6 +241,15 @@ struct Components {
     double strongest = -HUGE_VAL;
 };
 
+// Two seconds.
+Samples Tone(int rate, double hertz) {
+    Samples samples(static_cast<size_t>(2 * rate));
+    for (size_t i = 0; i < samples.size(); ++i) {
+        samples[i] = std::sin(2 * std::numbers::pi * std::fmod(static_cast<double>(i) * hertz / rate, 1.0));
+    }
+    return samples;
+}
+
 TEST(XAudioFreqConv, KeepsTonesAndLeavesNothingElse) {
     const std::tuple<int, int, double> cases[] = {
         {44100, 48000, -176}, {48000, 44100, -176}, {44100, 192000, -170}};
@@ -243,11 +258,7 @@ TEST(XAudioFreqConv, KeepsTonesAndLeavesNothingElse) {
             SCOPED_TRACE(testing::Message() << source << " to " << target << " at " << wanted);
             if (2 * wanted > source) continue;
             const auto bin = static_cast<size_t>(wanted * Components::kSize / target);
-            const double turns = static_cast<double>(bin) * target / Components::kSize / source;
-            Samples in(static_cast<size_t>(2 * source));
-            for (size_t i = 0; i < in.size(); ++i) {
-                in[i] = std::sin(2 * std::numbers::pi * std::fmod(static_cast<double>(i) * turns, 1.0));
-            }
+            const Samples in = Tone(source, static_cast<double>(bin) * target / Components::kSize);
             const bool kept = 2 * wanted < target;
             const Components components(Convert(source, target, in), kept ? bin : 0);
             EXPECT_LE(components.strongest, limit);
@@ -255,6 +266,40 @@ TEST(XAudioFreqConv, KeepsTonesAndLeavesNothingElse) {
                 EXPECT_NEAR(components.wanted, 0, 1e-5);
             }
         }
+    }
+}
+
+// The image that a tone just below the lower Nyquist frequency leaves above it, or the alias the other way round.
+TEST(XAudioFreqConv, IsSteepAtTheLowerNyquistFrequency) {
+    const std::tuple<int, int, double, double> cases[] = {{44100, 48000, 0.997, -169},
+                                                          {96000, 44100, 0.997, -169},
+                                                          {192000, 44100, 0.99, -140},
+                                                          {8000, 44100, 0.99, -169}};
+    for (const auto& [source, target, passBand, limitAt10] : cases) {
+        const double nyquist = std::min(source, target) / 2.0;
+        const double binHertz = static_cast<double>(target) / Components::kSize;
+        for (const auto& [beyond, limit] : {std::pair{10.0, limitAt10}, {100.0, -176.0}}) {
+            const bool upward = source < target;
+            const double hertz = upward ? nyquist - beyond : nyquist + beyond;
+            const auto bin = static_cast<size_t>(upward ? hertz / binHertz : 0);
+            EXPECT_LE(Components(Convert(source, target, Tone(source, hertz)), bin).strongest, limit)
+                << source << " to " << target << ", " << beyond << " Hz beyond";
+        }
+        const double bin = std::ceil(passBand * nyquist / binHertz);
+        const Samples edge = Convert(source, target, Tone(source, bin * binHertz));
+        EXPECT_GE(Components(edge, static_cast<size_t>(bin)).wanted, -3) << source << " to " << target;
+    }
+}
+
+TEST(XAudioFreqConv, PutsAnImpulseWhereItBelongs) {
+    const std::tuple<int, int> rates[] = {{44100, 48000}, {48000, 44100}, {192000, 44100}, {8000, 44100}};
+    for (const auto& [source, target] : rates) {
+        Samples in(static_cast<size_t>(source));
+        in[in.size() / 2] = 1;
+        const Samples out = Convert(source, target, in);
+        const size_t centre = out.size() / 2;
+        for (size_t i = 1; i < centre; ++i) ASSERT_NEAR(out[centre - i], out[centre + i], 1e-12) << i;
+        EXPECT_EQ(std::max_element(out.begin(), out.end()) - out.begin(), static_cast<ptrdiff_t>(centre));
     }
 }
 

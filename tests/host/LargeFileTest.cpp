@@ -23,7 +23,8 @@ TEST(LargeFile, WriterSetsFullSizes) {
     const Workshop shop;
     const fs::path path = shop.Path() / "large.w64";
     {
-        Wave64Writer writer(path, false, MakeWaveFormat(k16Bit, 2, 48000, 0), 0);
+        const WAVEFORMATEXTENSIBLE format = MakeWaveFormat(k16Bit, 2, 48000, 0);
+        Wave64Writer writer(path, false, XAudioWFX(&format), 0);
         EXPECT_FALSE(fs::exists(path));
         fs::resize_file(shop.Path() / *shop.Files().begin(), kDataAt + kFiveGiB + 4);  // still a temporary
         writer.Finish();

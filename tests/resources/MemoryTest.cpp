@@ -25,7 +25,11 @@ TEST(Memory, StaysBoundedWhateverTheFileClaims) {
             shop.Run("w64 decode a.w64 -o " + output);
             shop.Run("w64 decode a.w64 -f --salvage -o " + output);
         }
+        shop.Run("w64 decode a.w64 -f --rate 32000 --float -o a.wav");
     }
+    const Workshop shop;  // more audio than the bound
+    const std::string sample = "w64 sample a.w64 --channels 8 --bits 16 --seconds 100";
+    EXPECT_EQ(shop.Run(sample + " && w64 decode a.w64 -o a.wav --rate 44100 --bits 24").status, 0);
     rusage largest{};
     ASSERT_EQ(::getrusage(RUSAGE_CHILDREN, &largest), 0);
     EXPECT_LT(largest.ru_maxrss, 64 * 1024);

@@ -1,7 +1,7 @@
 // A sub-decoder that shows what it was given: audio is the packets with every bit turned, as 8-bit mono at
 // 16 kHz. FAKE_... definitions choose what it lacks or does wrong.
 
-#include "plugin/interface/KvRecords.h"
+#include "plugin/interface/w64_decoder.h"
 
 #include <stdexcept>
 #include <string_view>

@@ -4,7 +4,7 @@
 #include "ReportCapture.h"
 #include "TempFolder.h"
 #include "base/XStr.h"
-#include "plugin/interface/KvRecords.h"
+#include "plugin/interface/w64_decoder.h"
 
 #include <dlfcn.h>
 #include <stdexcept>

@@ -4,7 +4,7 @@
 #include "base/XFile.h"
 #include "base/XObj.h"
 #include "base/XStr.h"
-#include "plugin/interface/STNStdReport.h"
+#include "plugin/interface/w64_decoder.h"
 #include "wave64/container/ChunkCodes.h"
 #include "wave64/container/EditRules.h"
 #include "wave64/container/STRIFFChunk.h"

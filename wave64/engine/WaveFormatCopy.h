@@ -1,7 +1,7 @@
 #pragma once
 
 #include "audio/XAudioWFX.h"
-#include "plugin/interface/KvRecords.h"
+#include "plugin/interface/w64_decoder.h"
 
 // The format as the other side of the boundary gets it: 40 bytes of an extensible record, else 18. The record
 // must not claim more extra bytes than that (XAudioWFX::RemoveAnyExtra).

@@ -13,16 +13,16 @@ bool clKvDecoder::InitDLL(const wchar_t* path) {
     if (path) library_ = _Load(path);
     // Every pointer is looked up even after a miss, so that none is left from an earlier library.
     loaded_ = library_ != nullptr;
-    loaded_ &= Find(create_, "Create");
-    loaded_ &= Find(destroy_, "Destroy");
-    loaded_ &= Find(get_, "Get");
-    loaded_ &= Find(set_, "Set");
-    loaded_ &= Find(open_, "Open");
-    loaded_ &= Find(close_, "Close");
-    loaded_ &= Find(decodeBlock_, "DecodeBlock");
-    loaded_ &= Find(setPosition_, "SetPosition");
-    loaded_ &= Find(deleteATag_, "DeleteATag");
-    Find(setModulePath_, "SetModulePath");
+    loaded_ &= Find(create_, kvNameOfCreate);
+    loaded_ &= Find(destroy_, kvNameOfDestroy);
+    loaded_ &= Find(get_, kvNameOfGet);
+    loaded_ &= Find(set_, kvNameOfSet);
+    loaded_ &= Find(open_, kvNameOfOpen);
+    loaded_ &= Find(close_, kvNameOfClose);
+    loaded_ &= Find(decodeBlock_, kvNameOfDecodeBlock);
+    loaded_ &= Find(setPosition_, kvNameOfSetPosition);
+    loaded_ &= Find(deleteATag_, kvNameOfDeleteATag);
+    Find(setModulePath_, kvNameOfSetModulePath);
     return loaded_;
 }
 

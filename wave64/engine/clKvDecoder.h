@@ -1,7 +1,6 @@
 #pragma once
 
-#include "plugin/interface/KvRecords.h"
-#include "plugin/interface/STNStdReport.h"
+#include "plugin/interface/w64_decoder.h"
 #include "wave64/engine/XDLL.h"
 
 // Another decoder plug-in of this family, driven as a host drives this one. It goes from loaded (library open,

@@ -1,0 +1,19 @@
+#include "OwnDesign.h"
+
+#include "audio/XAudioFreqConvDesign.h"
+
+#include <cmath>
+#include <numbers>
+#include <stdexcept>
+
+double DesignedLeak(const RatePair& pair, double distance) {
+    const auto design = FreqConvDesign::Create(pair.source, pair.target, UpwardEdge::SourceHalf);
+    if (!design) throw std::runtime_error("rates that cannot be converted");
+    const auto rate = static_cast<double>(design->streams * design->longRate);
+    const double turn = 2 * std::numbers::pi * (pair.LowerNyquist() + distance) / rate;
+    const std::vector<double> taps = design->longFilter.HalfOfTaps();
+    double response = taps[0];
+    for (size_t i = 1; i < taps.size(); ++i)
+        response += 2 * taps[i] * std::cos(turn * static_cast<double>(i));
+    return 20 * std::log10(std::abs(response));
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <algorithm>
+
+struct RatePair {
+    int source;
+    int target;
+
+    bool IsUpward() const { return source < target; }
+    double LowerNyquist() const { return std::min(source, target) / 2.0; }
+    double PassBand() const { return std::min(20000.0, 0.9 * LowerNyquist()); }  // in which ripple counts
+};

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "host/AudioSource.h"
+#include "host/Commands.h"
+#include "host/DecoderInstance.h"
+
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+// The audio of a file of any kind: Wave64 through the decoder, all else through libsndfile.
+// Units:  doubles with full scale at 1, interleaved. Infinities and what is no number read as 0, and what is
+//         more than 120 dB above full scale stays there.
+// Errors: Failure while it is opened; later ones end the audio and are kept as Complaint.
+class FrameReader {
+public:
+    FrameReader(const std::string& path, const CommandContext& context);
+
+    const XAudioWFX& Format() const { return format_; }  // of the decoded audio
+    int64_t ExpectedFrames() const;                      // a guess, by what the file says
+
+    // The next frames, valid until the next call; empty at the end.
+    std::span<const double> Read();
+
+    // Samples so far that are infinite or no numbers.
+    int64_t NoNumbers() const { return noNumbers_; }
+
+    // Why this may not be all that the file should hold; empty when it is.
+    std::string Complaint() const;
+
+private:
+    std::span<const uint8_t> ReadBytes();
+    void MakeNumbers();
+
+    std::optional<PluginLibrary> library_;
+    std::optional<DecoderInstance> decoder_;  // either this one
+    std::optional<AudioSource> source_;       // or that one
+    XAudioWFX format_;
+    std::vector<double> samples_;
+    int64_t noNumbers_ = 0;
+    std::string failure_;
+};

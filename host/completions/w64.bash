@@ -1,0 +1,26 @@
+# bash completion for w64. What commands and options there are, the program's own help tells.
+
+_w64_commands() { sed -n '/^Subcommands:/,/^$/s/^  \([a-z]\{1,\}\) .*/\1/p' <<<"$1"; }
+_w64_options() { grep -oE '^  (-[a-z],)?--[a-z-]+' <<<"$1" | tr -d ' ' | tr , '\n'; }
+
+_w64() {
+    local program=${1/#\~/$HOME} current=$2 words word
+    local general help command=()
+    general=$("$program" --help 2>/dev/null)
+    help=$general
+    for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        _w64_commands "$help" | grep -qxF -- "$word" || continue
+        command+=("$word")
+        help=$("$program" "${command[@]}" --help 2>/dev/null)
+    done
+    case $3 in
+    --format) words="wav flac raw" ;;
+    --bits) words="8 16 24 32 64" ;;
+    *)
+        words=$(_w64_commands "$help")
+        [[ $current == -* ]] && words=$(_w64_options "$general"$'\n'"$help")
+        ;;
+    esac
+    COMPREPLY=($(compgen -W "$words" -- "$current")) # none: file names
+}
+complete -o default -F _w64 w64

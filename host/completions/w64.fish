@@ -1,0 +1,34 @@
+# fish completion for w64. What commands and options there are, the program's own help tells.
+
+# The command that the line has so far; two words for some.
+function __w64_command
+    set -l command
+    for word in (commandline -opc)[2..-1]
+        __w64_commands $command | string match -qr "^$word\t"; and set -a command $word
+    end
+    string join \n -- $command
+end
+
+# name, tab, description of what may follow a command
+function __w64_commands
+    w64 $argv --help 2>/dev/null | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]\{1,\}\)  *\(.*\)/\1\t\2/p'
+end
+
+# the same of the options, a line for a short name too
+function __w64_options
+    begin
+        w64 --help 2>/dev/null
+        w64 (__w64_command) --help 2>/dev/null
+    end | sed -nE 's/^  (-[a-z],)?(--[a-z-]+)[^ ]*( [A-Z][^ ]*)?( {2,}(.*))?$/\1\2\t\5/p' |
+        sed -E 's/^(-[a-z]),(--[a-z-]*)(\t.*)/\1\3\n\2\3/' | sort -u
+end
+
+function __w64_follows
+    contains -- (commandline -opc)[-1] $argv
+end
+
+complete -c w64 -n 'test (count (__w64_command)) = 0; and not __w64_follows --trace --plugin' -f # no files
+complete -c w64 -n 'string match -q -- "-*" (commandline -ct)' -a '(__w64_options)'
+complete -c w64 -n 'not __w64_follows --format --bits' -a '(__w64_commands (__w64_command))'
+complete -c w64 -n '__w64_follows --format' -f -a 'wav flac raw'
+complete -c w64 -n '__w64_follows --bits' -f -a '8 16 24 32 64'
