@@ -49,7 +49,7 @@ public:
         TooMany,      // more than any reader takes
         Unreadable,
     };
-    static constexpr int64_t kMostChunks = 500'000;  // as many as the decoder takes
+    static constexpr int64_t kMostChunks = 450'000;  // as many as the decoder takes
 
     ChunkWalk(XFile& file, uint64_t outerSize);
 

@@ -14,7 +14,7 @@ namespace {
 constexpr const char* kScanFile = "ScanFile";
 
 // Far beyond any recording; a file made of empty chunks would otherwise fill the memory with their records.
-constexpr int kMostChunks = 500'000;
+constexpr int kMostChunks = 450'000;
 
 // Chunk headers through a window of the file: neighbouring small chunks cost one read together. A header that
 // lies far from the last one gets a small window, as large chunks seldom come in flocks.
