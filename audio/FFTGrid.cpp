@@ -210,28 +210,24 @@ W64_INLINE void WithRadix(int radix, Run run) {
     }
 }
 
-template <class Source, class Target>
-struct Turning {
+template <bool kLast, class Source, class Target>
+struct PassRun {
     const FFTPass& pass;
     Source source;
     Target target;
 
     template <int kRadix>
     W64_INLINE void Pass() {
-        RunTurningPass<kRadix>(pass, source, target);
+        if constexpr (kLast)
+            RunLastPass<kRadix>(pass, source, target);
+        else
+            RunTurningPass<kRadix>(pass, source, target);
     }
 };
 template <class Source, class Target>
-struct Last {
-    const FFTPass& pass;
-    Source source;
-    Target target;
-
-    template <int kRadix>
-    W64_INLINE void Pass() {
-        RunLastPass<kRadix>(pass, source, target);
-    }
-};
+using Turning = PassRun<false, Source, Target>;
+template <class Source, class Target>
+using Last = PassRun<true, Source, Target>;
 
 // Between the first pass and the last one all is in the cache.
 W64_VECTOR_CLONES void RunMiddlePass(const FFTPass& pass, const double* in, double* out) {
