@@ -2,34 +2,12 @@
 
 #include "audio/FFTGrid.h"
 #include "audio/FreqConvEngine.h"
+#include "audio/SpectralTiles.h"
 #include "audio/XAudioFreqConvDesign.h"
 
 #include <memory>
 #include <optional>
-#include <span>
 #include <vector>
-
-// A tile of frequencies in the place of another: what the short filter leaves of them is a line.
-struct SpectralImage {
-    int32_t from;
-    float start;
-    float slope;  // per frequency
-};
-
-class TileCorners;
-
-// What the pass band's tiles of output frequencies have to take besides, one after the other.
-struct SpectralTiles {
-    struct Counts {
-        int32_t images;
-        int32_t others;
-    };
-
-    std::vector<Counts> counts;
-    std::vector<SpectralImage> images;
-    std::vector<int32_t> from;  // tiles of the input that have a response of their own for every frequency
-    FloatNumbers responses;
-};
 
 // Both filters of a conversion at once, as products of spectra. Input and output are cut into blocks of the same
 // duration, so that their spectra have the same frequencies: output frequency k is the sum of the input
@@ -68,7 +46,6 @@ private:
     const double* Convert(size_t pair, int64_t frames) override;
 
     void Design(const FreqConvDesign& design);
-    void ListTiles(std::span<const double> longResponse, TileCorners& corners, double least);
 
     Block block_;
     FFTGrid inGrid_;
@@ -81,6 +58,6 @@ private:
     Numbers in_;                 // frames, then their spectrum
     Numbers out_;                // spectrum, then its frames
     Numbers work_;
-    FloatNumbers inPlanes_;  // the spectra once more
-    FloatNumbers outPlanes_;
+    FloatNumbers inTiles_;  // the spectra once more
+    FloatNumbers outTiles_;
 };

@@ -3,9 +3,21 @@
 #include "audio/OverlapFreqConv.h"
 #include "audio/ScaledDown.h"
 #include "audio/SpectralFreqConv.h"
+#include "audio/VectorClones.h"
+
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <new>
+
+namespace {
+
+W64_VECTOR_CLONES void ClearWhatIsNotFinite(double* values, int64_t count) {
+    constexpr double kLargest = std::numeric_limits<double>::max();
+    for (int64_t i = 0; i < count; ++i) values[i] = std::abs(values[i]) <= kLargest ? values[i] : 0;
+}
+
+}  // namespace
 
 XAudioFreqConv::XAudioFreqConv() = default;
 XAudioFreqConv::~XAudioFreqConv() = default;
@@ -98,10 +110,7 @@ bool XAudioFreqConv::FillBlock() {
     double* const to = engine_->Input() + held_ * channels;
     samples_.SetBeginData(stream_.GetDataFrom(format_.SamplesToBytes_DivChan(frames)).BufferStart(), 0, 0);
     samples_.GetDbls(0, frames * channels, to);
-    if (format_.WFXFormatTag() == kTagFloat) {
-        std::transform(to, to + frames * channels, to,
-                       [](double value) { return std::isfinite(value) ? value : 0; });
-    }
+    if (format_.WFXFormatTag() == kTagFloat) ClearWhatIsNotFinite(to, frames * channels);
     held_ += frames;
     return held_ == whole;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numbers>
 #include <numeric>
 
@@ -112,7 +113,7 @@ double hn_lpf(double n, double lpf, double fs) {
 }
 
 double LowPass::StopEdge() const {
-    if (length == 1) return static_cast<double>(rate);
+    if (length == 1) return std::numeric_limits<double>::infinity();
     return edge + static_cast<double>(rate) * kLengthFactor / static_cast<double>(length - 1) / 2;
 }
 

@@ -1,0 +1,134 @@
+#include "audio/SpectralTiles.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <utility>
+
+namespace {
+
+// The short filter's response at the corners of tiles, worked out when it is asked for.
+class TileCorners {
+public:
+    TileCorners(const SmoothResponse& response, int64_t tiles)
+        : response_(response), tiles_(tiles),
+          corners_(static_cast<size_t>(tiles / 2 + 1), std::numeric_limits<double>::quiet_NaN()) {}
+
+    double At(int64_t tile) {
+        const int64_t distance = std::abs(tile);
+        const int64_t folded = std::min(distance, tiles_ - distance);
+        double& corner = corners_[static_cast<size_t>(folded)];
+        if (std::isnan(corner)) corner = response_.At<6>(folded * kTile);
+        return corner;
+    }
+
+private:
+    const SmoothResponse& response_;
+    int64_t tiles_;
+    std::vector<double> corners_;
+};
+
+// Goes through the tiles of the fine grid that come together in each of the output's: it and all that are
+// multiples of the output's tiles away.
+class TileLister {
+public:
+    TileLister(const SpectralTiles::Sizes& sizes, bool imagesOfInput, std::span<const double> longResponse,
+               const SmoothResponse& shortResponse, double least)
+        : sizes_(sizes), long_(static_cast<int64_t>(longResponse.size()) / kTile),
+          imagesOfInput_(imagesOfInput), longResponse_(longResponse), corners_(shortResponse, sizes.fine),
+          least_(least) {
+        for (size_t k = 0; k < longResponse.size(); k += kTile) {
+            const auto [low, high] = std::minmax_element(&longResponse[k], &longResponse[k] + kTile);
+            largest_.push_back(std::max(-*low, *high));
+        }
+        const int64_t apart = std::gcd(long_, imagesOfInput ? sizes.in : sizes.out);
+        tiles_.inOrder = {sizes.in, imagesOfInput ? apart : 1};
+        tiles_.outOrder = {sizes.out, apart};
+        for (int64_t first = 0; first < apart; ++first) {
+            for (int64_t tile = first - sizes.out / 2; tile < sizes.out / 2; tile += apart) AddSum(tile);
+        }
+    }
+
+    SpectralTiles Listed() { return std::move(tiles_); }
+
+private:
+    // Of the tiles that are the same in a periodic spectrum, the one from 0 on, or the one next to 0.
+    static int64_t Wrapped(int64_t tile, int64_t tiles) { return (tile % tiles + tiles) % tiles; }
+    static int64_t Centred(int64_t tile, int64_t tiles) {
+        const int64_t wrapped = Wrapped(tile, tiles);
+        return wrapped < tiles / 2 ? wrapped : wrapped - tiles;
+    }
+
+    static bool IsWithin(int64_t tile, int64_t tiles) { return -tiles <= tile && tile < tiles; }
+
+    void AddSum(int64_t tile) {
+        const bool passes = IsWithin(tile, sizes_.passing);
+        const int64_t first = Wrapped(tile, sizes_.out) * kTile;
+        tiles_.sums.push_back({static_cast<int32_t>(first), passes, 0, 0});
+        if (passes) AddImages(tile);
+        AddOthers(tile, passes);
+    }
+
+    // The long filter lets pass what is around the multiples of its rate, which the short one stops.
+    void AddImages(int64_t tile) {
+        // Images of the output come after the short filter's pass band.
+        const double passed = imagesOfInput_ ? 1 : corners_.At(0);
+        for (int64_t centre = long_; centre < sizes_.fine; centre += long_) {
+            const int64_t from = Centred(tile - centre, sizes_.out);
+            const int64_t at = centre + from;
+            const double start = corners_.At(at);
+            const double end = corners_.At(at + 1);
+            if (IsLeast(start, end, from)) continue;
+            // As much below the curve as above it.
+            const double bend = (corners_.At(at - 1) - start - end + corners_.At(at + 2)) / 2;
+            const int32_t source = imagesOfInput_ ? tiles_.inOrder.PlaceOf(at % sizes_.in)
+                                                  : tiles_.outOrder.PlaceOf(Wrapped(from, sizes_.out));
+            tiles_.images.push_back({source, static_cast<float>((start - bend / 12) / passed),
+                                     static_cast<float>((end - start) * kFloats / kTile / passed)});
+            ++tiles_.sums.back().images;
+        }
+    }
+
+    // The short filter lets pass what is around 0, which the long one stops but for its pass band and images.
+    void AddOthers(int64_t tile, bool passes) {
+        const int64_t first = Wrapped(tile + sizes_.reaching, sizes_.out) - sizes_.reaching;
+        for (int64_t at = first; at < sizes_.reaching; at += sizes_.out) {
+            const int64_t inLong = Wrapped(at, long_);
+            if (passes && IsWithin(Centred(at, long_), sizes_.out / 2)) continue;
+            const double start = corners_.At(at);
+            const double end = corners_.At(at + 1);
+            if (IsLeast(start, end, inLong)) continue;
+            tiles_.others.push_back(tiles_.inOrder.PlaceOf(Wrapped(at, sizes_.in)));
+            const double slope = (end - start) / kTile;
+            const double* passing = &longResponse_[static_cast<size_t>(inLong * kTile)];
+            for (int64_t k = 0; k < kTile; ++k) {
+                tiles_.responses.push_back(
+                    static_cast<float>((start + slope * static_cast<double>(k)) * passing[k]));
+            }
+            ++tiles_.sums.back().others;
+        }
+    }
+
+    bool IsLeast(double start, double end, int64_t inLong) const {
+        const double response = std::max(std::abs(start), std::abs(end));
+        return response * largest_[static_cast<size_t>(Wrapped(inLong, long_))] < least_;
+    }
+
+    SpectralTiles::Sizes sizes_;
+    int64_t long_;
+    bool imagesOfInput_;
+    std::span<const double> longResponse_;
+    TileCorners corners_;
+    double least_;
+    std::vector<double> largest_;  // of the long filter's response
+    SpectralTiles tiles_;
+};
+
+}  // namespace
+
+SpectralTiles SpectralTiles::List(const Sizes& sizes, bool imagesOfInput,
+                                  std::span<const double> longResponse, const SmoothResponse& shortResponse,
+                                  double least) {
+    return TileLister(sizes, imagesOfInput, longResponse, shortResponse, least).Listed();
+}
