@@ -11,8 +11,6 @@
 // at any alignment, little-endian. Integers come right-justified, floats as doubles.
 // The scaling rules are the only place where a double is rounded or clipped.
 
-// NOLINTBEGIN(bugprone-reserved-identifier)
-
 inline int32_t _RD8(const void* data, int64_t i) { return static_cast<const uint8_t*>(data)[i] - 128; }
 
 inline int32_t _RD16(const void* data, int64_t i) {
@@ -82,8 +80,6 @@ inline int32_t _DBLRndNClip(double value, double scale, double limit) {
     const double rounded = value * scale + (value > 0 ? 0.5 : -0.5);
     return static_cast<int32_t>(std::clamp(rounded, -limit, limit - 1));
 }
-
-// NOLINTEND(bugprone-reserved-identifier)
 
 static_assert(std::numeric_limits<float>::is_iec559, "a double too large for a float has to become infinite");
 

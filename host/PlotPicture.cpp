@@ -12,10 +12,8 @@
 #if defined(__SANITIZE_ADDRESS__)
 // The font library keeps what it has looked up for as long as the program runs, behind pointers that it stores
 // as distances, so that the leak check does not see them.
-// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
 const char* __lsan_default_suppressions() { return "leak:libfontconfig"; }
-// NOLINTEND(bugprone-reserved-identifier)
 #endif
 
 namespace {

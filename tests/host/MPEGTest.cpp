@@ -1,10 +1,10 @@
+#include "Json.h"
 #include "MPEGBytes.h"
 #include "SoundFile.h"
 #include "Wave64Bytes.h"
 #include "Workshop.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 namespace {
 
@@ -25,12 +25,14 @@ Bytes ID3v1Tag() {
 }
 
 Bytes Chunk(const Workshop& shop, const std::string& file, const std::string& name) {
-    const auto info = nlohmann::json::parse(shop.Run("w64 info --json " + file).output)[0];
-    for (const auto& chunk : info["chunks"]) {
-        const auto start = chunk["offset"].get<size_t>() + 24;
-        if (chunk["name"] == name) return Slice(shop.Read(file), start, start + chunk["bytes"].get<size_t>());
+    const std::string info = shop.Run("w64 info --json " + file).output;
+    for (int i = 0;; ++i) {
+        const std::string chunk = "/0/chunks/" + std::to_string(i);
+        if (JsonAt(info, chunk).empty()) return {};
+        if (JsonAt(info, chunk + "/name") != name) continue;
+        const size_t start = std::stoul(JsonAt(info, chunk + "/offset")) + 24;
+        return Slice(shop.Read(file), start, start + std::stoul(JsonAt(info, chunk + "/bytes")));
     }
-    return {};
 }
 
 Bytes Wave64(const Bytes& stream, uint16_t blockAlign = 1) {

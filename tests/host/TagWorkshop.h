@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Json.h"
 #include "Wave64Bytes.h"
 #include "Workshop.h"
 
 #include <initializer_list>
-#include <nlohmann/json.hpp>
 #include <utility>
 
 // A workshop whose commands find settings of their own, never those of whoever runs the test.
@@ -24,11 +24,13 @@ public:
 
     // As they are shown: "Title=Song, Artist=Somebody".
     std::string Tags(const std::string& name) const {
-        const auto shown = nlohmann::json::parse(Run("w64 tags -q --json " + name).output);
+        const std::string shown = Run("w64 tags -q --json " + name).output;
         std::string tags;
-        for (const auto& tag : shown.at(0).at("tags"))
-            tags += (tags.empty() ? "" : ", ") + tag.value("name", "?") + "=" + tag.value("value", "?");
-        return tags;
+        for (int i = 0;; ++i) {
+            const std::string tag = "/0/tags/" + std::to_string(i);
+            if (JsonAt(shown, tag).empty()) return tags;
+            tags += (i == 0 ? "" : ", ") + JsonAt(shown, tag + "/name") + "=" + JsonAt(shown, tag + "/value");
+        }
     }
 
     // Nothing but "a.w64" with these bytes.

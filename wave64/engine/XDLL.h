@@ -17,8 +17,8 @@ public:
     void FreeDLL();
 
 protected:
-    static void* _Load(const wchar_t* path);                 // NOLINT(bugprone-reserved-identifier)
-    static void* _GetProc(void* library, const char* name);  // NOLINT(bugprone-reserved-identifier)
+    static void* _Load(const wchar_t* path);
+    static void* _GetProc(void* library, const char* name);
 
     void* library_ = nullptr;
 };
