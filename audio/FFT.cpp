@@ -66,9 +66,9 @@ void Transform(ptrdiff_t points, bool back, double* a, const FFTTwiddles& twiddl
         SmallReorder(points, a);
         if (back) Conjugate(points, a);
     } else if (back) {
-        FFTInverseInOrder(points, a, twiddles);
+        FFTInverse(points, a, twiddles);
     } else {
-        FFTForwardInOrder(points, a, twiddles);
+        FFTForward(points, a, twiddles);
     }
 }
 

@@ -33,13 +33,13 @@ W64_INLINE Powers PowersOf(const Complex& factor) {
     return {factor, second, factor * second};
 }
 
-// Those of the nodes of a level, which has so many in each lane. From the short table: between two lanes the
-// angle is the same for all nodes.
-struct ShortLevel {
+// Those of the nodes of a level, which has so many in each lane: between two lanes the angle is the same for all
+// nodes.
+struct Level {
     FFTTwiddles twiddles;
     Complex lanes;
 
-    W64_INLINE ShortLevel(FFTTwiddles table, ptrdiff_t nodes)
+    W64_INLINE Level(FFTTwiddles table, ptrdiff_t nodes)
         : twiddles(table),
           lanes(Vector{table.re[0], table.re[nodes], table.re[2 * nodes], table.re[3 * nodes]},
                 Vector{table.im[0], table.im[nodes], table.im[2 * nodes], table.im[3 * nodes]}) {}
@@ -48,19 +48,6 @@ struct ShortLevel {
         return Complex(Broadcast(twiddles.re[node]), Broadcast(twiddles.im[node])) * lanes;
     }
 };
-
-// From the long one, in less time.
-struct LongLevel {
-    const double* factors;
-
-    W64_INLINE LongLevel(FFTLaneTwiddles twiddles, ptrdiff_t nodes)
-        : factors(twiddles.factors + nodes / 2 * kGroup) {}
-
-    W64_INLINE Complex Factor(ptrdiff_t node) const { return LoadGroup(factors + node * kGroup); }
-};
-
-W64_INLINE ShortLevel LevelOf(FFTTwiddles twiddles, ptrdiff_t nodes) { return {twiddles, nodes}; }
-W64_INLINE LongLevel LevelOf(FFTLaneTwiddles twiddles, ptrdiff_t nodes) { return {twiddles, nodes}; }
 
 // Four quarters of a polynomial whose twiddle factors are applied, to its remainders; and back, times four.
 W64_INLINE void Split(Complex (&a)[4]) {
@@ -134,68 +121,28 @@ W64_INLINE void Join8(Complex (&a)[8]) {
     }
 }
 
-// Where the forward transform has its points from, four at a time from point `at` on.
-struct FromPoints {
-    const double* points;
-
-    W64_INLINE Complex operator()(ptrdiff_t at) const { return LoadInterleaved(points + 2 * at); }
-};
-struct FromFirstPoints {
-    const double* points;
-    ptrdiff_t given;
-
-    W64_INLINE Complex operator()(ptrdiff_t at) const {
-        return at < given ? LoadInterleaved(points + 2 * at) : Complex{};
-    }
-};
-
-// Where the inverse transform leaves them.
-struct ToPoints {
-    double* points;
-
-    W64_INLINE void operator()(ptrdiff_t at, const Complex& value) const {
-        StoreInterleaved(points + 2 * at, value);
-    }
-};
-struct ToSpacedPoints {
-    double* points;
-    ptrdiff_t spacing;
-    ptrdiff_t first;
-    ptrdiff_t end;
-
-    W64_INLINE void operator()(ptrdiff_t at, const Complex& value) const {
-        if (at < first || at >= end) return;
-        alignas(32) double four[kGroup];
-        StoreInterleaved(four, value);
-        double* to = points + 2 * spacing * (at - first);
-        for (ptrdiff_t i = 0; i < kGroup; i += 2, to += 2 * spacing) std::copy_n(four + i, 2, to);
-    }
-};
-
 // The first level, from interleaved points to groups, and back. The points come and go in the order of
 // LoadInterleaved.
-template <class Source>
-W64_INLINE void SplitRoot(ptrdiff_t points, Source source, double* data) {
-    const ptrdiff_t quarter = points / 4;
-    for (ptrdiff_t at = 0; at < quarter; at += kLanes) {
+W64_INLINE void SplitRoot(ptrdiff_t points, double* data) {
+    const ptrdiff_t quarter = points / 2;  // doubles
+    for (double* at = data; at < data + quarter; at += kGroup) {
         Complex a[4];
-        for (ptrdiff_t i = 0; i < 4; ++i) a[i] = source(i * quarter + at);
+        for (ptrdiff_t i = 0; i < 4; ++i) a[i] = LoadInterleaved(at + i * quarter);
         Split(a);
         Transpose(a);
         std::swap(a[1], a[2]);
-        for (ptrdiff_t i = 0; i < 4; ++i) StoreGroup(data + 2 * (i * quarter + at), a[i]);
+        for (ptrdiff_t i = 0; i < 4; ++i) StoreGroup(at + i * quarter, a[i]);
     }
 }
-template <class Target>
-W64_INLINE void JoinRoot(ptrdiff_t points, const double* data, Target target) {
-    const ptrdiff_t quarter = points / 4;
-    for (ptrdiff_t at = 0; at < quarter; at += kLanes) {
+W64_INLINE void JoinRoot(ptrdiff_t points, double* data) {
+    const ptrdiff_t quarter = points / 2;
+    for (double* at = data; at < data + quarter; at += kGroup) {
         Complex a[4];
-        for (ptrdiff_t i = 0; i < 4; ++i) a[i] = LoadGroup(data + 2 * (i * quarter + at));
+        for (ptrdiff_t i = 0; i < 4; ++i) a[i] = LoadGroup(at + i * quarter);
         std::swap(a[1], a[2]);
         Transpose(a);
         Join(a);
-        for (ptrdiff_t i = 0; i < 4; ++i) target(i * quarter + at, a[i]);
+        for (ptrdiff_t i = 0; i < 4; ++i) StoreInterleaved(at + i * quarter, a[i]);
     }
 }
 
@@ -228,10 +175,7 @@ struct EighthPowers {
         for (ptrdiff_t i = 2; i < 8; ++i) power[i] = power[i / 2] * power[i - i / 2];
     }
 };
-template <class Twiddles>
-W64_INLINE EighthPowers EighthsOf(Twiddles twiddles) {
-    return EighthPowers(LevelOf(twiddles, 2).Factor(0));
-}
+W64_INLINE EighthPowers EighthsOf(FFTTwiddles twiddles) { return EighthPowers(Level(twiddles, 2).Factor(0)); }
 
 W64_INLINE void SplitNode8(ptrdiff_t groups, double* data, const EighthPowers& powers) {
     const ptrdiff_t eighth = groups / 8 * kGroup;
@@ -258,179 +202,109 @@ W64_INLINE void JoinNode8(ptrdiff_t groups, double* data, const EighthPowers& po
 
 // A quarter's nodes from its groups down to fours, and back. Each quarter goes through all of its levels
 // before the next, and so does each part of it that stays in the first-level cache.
-template <class Twiddles>
-W64_INLINE void SplitQuarter(ptrdiff_t groups, double* data, Twiddles twiddles) {
+W64_INLINE void SplitQuarter(ptrdiff_t groups, double* data, FFTTwiddles twiddles) {
     ptrdiff_t size = groups;
     if (HasOddLevels(groups)) {
         SplitNode8(size, data, EighthsOf(twiddles));
         size /= 8;
     }
     for (; size > kCachedGroups; size /= 4) {
-        const auto level = LevelOf(twiddles, groups / size);
+        const Level level(twiddles, groups / size);
         for (ptrdiff_t at = 0; at < groups; at += size)
             SplitNode(size, data + kGroup * at, PowersOf(level.Factor(at / size)));
     }
     const ptrdiff_t cached = size;
     for (ptrdiff_t first = 0; first < groups; first += cached) {
         for (size = cached; size > 4; size /= 4) {
-            const auto level = LevelOf(twiddles, groups / size);
+            const Level level(twiddles, groups / size);
             for (ptrdiff_t at = first; at < first + cached; at += size) {
                 SplitNode(size, data + kGroup * at, PowersOf(level.Factor(at / size)));
             }
         }
     }
 }
-template <class Twiddles>
-W64_INLINE void JoinQuarter(ptrdiff_t groups, double* data, Twiddles twiddles) {
+W64_INLINE void JoinQuarter(ptrdiff_t groups, double* data, FFTTwiddles twiddles) {
     const ptrdiff_t all = HasOddLevels(groups) ? groups / 8 : groups;
     ptrdiff_t cached = all;
     while (cached > kCachedGroups) cached /= 4;
     for (ptrdiff_t first = 0; first < groups; first += cached) {
         for (ptrdiff_t size = 16; size <= cached; size *= 4) {
-            const auto level = LevelOf(twiddles, groups / size);
+            const Level level(twiddles, groups / size);
             for (ptrdiff_t at = first; at < first + cached; at += size) {
                 JoinNode(size, data + kGroup * at, PowersOf(level.Factor(at / size)));
             }
         }
     }
     for (ptrdiff_t size = 4 * cached; size <= all; size *= 4) {
-        const auto level = LevelOf(twiddles, groups / size);
+        const Level level(twiddles, groups / size);
         for (ptrdiff_t at = 0; at < groups; at += size)
             JoinNode(size, data + kGroup * at, PowersOf(level.Factor(at / size)));
     }
     if (all != groups) JoinNode8(groups, data, EighthsOf(twiddles));
 }
 
-// Where the forward transform leaves its spectrum: a group of one of the quarters at a time, those of all
-// quarters in turn. Spectra that are not in the place of the points are in that order, and so are read and
-// written from the first to the last; quarters of 2^k points would fall on each other in the cache.
-struct ToPlace {
-    double* data;
-    ptrdiff_t quarter;  // doubles
-
-    W64_INLINE void operator()(ptrdiff_t i, ptrdiff_t group, const Complex& value) const {
-        StoreGroup(data + i * quarter + group * kGroup, value);
-    }
-};
-W64_INLINE ptrdiff_t InSpectrum(ptrdiff_t i, ptrdiff_t group) { return (4 * group + i) * kGroup; }
-struct ToSpectrum {
-    double* spectrum;
-
-    W64_INLINE void operator()(ptrdiff_t i, ptrdiff_t group, const Complex& value) const {
-        StoreGroup(spectrum + InSpectrum(i, group), value);
-    }
-};
-struct ToProduct {
-    const double* factor;
-    double* product;
-
-    W64_INLINE void operator()(ptrdiff_t i, ptrdiff_t group, const Complex& value) const {
-        const ptrdiff_t at = InSpectrum(i, group);
-        StoreGroup(product + at, value * LoadGroup(factor + at));
-    }
-};
-struct ToSum {
-    const double* factor;
-    double* sum;
-
-    W64_INLINE void operator()(ptrdiff_t i, ptrdiff_t group, const Complex& value) const {
-        const ptrdiff_t at = InSpectrum(i, group);
-        StoreGroup(sum + at, LoadGroup(sum + at) + value * LoadGroup(factor + at));
-    }
-};
-
-// Where the inverse transform has it from.
-struct FromPlace {
-    const double* data;
-    ptrdiff_t quarter;
-
-    W64_INLINE Complex operator()(ptrdiff_t i, ptrdiff_t group) const {
-        return LoadGroup(data + i * quarter + group * kGroup);
-    }
-};
-struct FromSpectrum {
-    const double* spectrum;
-
-    W64_INLINE Complex operator()(ptrdiff_t i, ptrdiff_t group) const {
-        return LoadGroup(spectrum + InSpectrum(i, group));
-    }
-};
-struct FromProduct {
-    const double* spectrum;
-    const double* factor;
-
-    W64_INLINE Complex operator()(ptrdiff_t i, ptrdiff_t group) const {
-        const ptrdiff_t at = InSpectrum(i, group);
-        return LoadGroup(spectrum + at) * LoadGroup(factor + at);
-    }
-};
-
 // The last two levels: that of four groups in each quarter, and that of one group in all of them. Loops would
 // keep the sixteen groups in memory.
 struct Leaves {
+    double* data;       // first of the four groups in the first quarter
     ptrdiff_t quarter;  // doubles
-    ptrdiff_t group;
     Complex a[4][4];
 
-    W64_INLINE void LoadAndSplit(ptrdiff_t i, const double* data, const Powers& powers) {
-        for (ptrdiff_t j = 0; j < 4; ++j) a[i][j] = LoadGroup(data + i * quarter + (group + j) * kGroup);
+    W64_INLINE void LoadAndSplit(ptrdiff_t i, const Powers& powers) {
+        for (ptrdiff_t j = 0; j < 4; ++j) a[i][j] = LoadGroup(data + i * quarter + j * kGroup);
         Split(a[i], powers);
     }
-    template <class Target>
-    W64_INLINE void SplitAcross(ptrdiff_t j, const Powers& powers, Target target) {
+    W64_INLINE void SplitAcrossAndStore(ptrdiff_t j, const Powers& powers) {
         Complex one[4] = {a[0][j], a[1][j], a[2][j], a[3][j]};
         Split(one, powers);
-        for (ptrdiff_t i = 0; i < 4; ++i) target(i, group + j, one[i]);
+        for (ptrdiff_t i = 0; i < 4; ++i) StoreGroup(data + i * quarter + j * kGroup, one[i]);
     }
-    template <class Source>
-    W64_INLINE void JoinAcross(ptrdiff_t j, Source source, const Powers& powers) {
+    W64_INLINE void LoadAndJoinAcross(ptrdiff_t j, const Powers& powers) {
         Complex one[4];
-        for (ptrdiff_t i = 0; i < 4; ++i) one[i] = source(i, group + j);
+        for (ptrdiff_t i = 0; i < 4; ++i) one[i] = LoadGroup(data + i * quarter + j * kGroup);
         Join(one, powers);
         for (ptrdiff_t i = 0; i < 4; ++i) a[i][j] = one[i];
     }
-    W64_INLINE void JoinAndStore(ptrdiff_t i, const Powers& powers, double* data) {
+    W64_INLINE void JoinAndStore(ptrdiff_t i, const Powers& powers) {
         Join(a[i], powers);
-        for (ptrdiff_t j = 0; j < 4; ++j) StoreGroup(data + i * quarter + (group + j) * kGroup, a[i][j]);
+        for (ptrdiff_t j = 0; j < 4; ++j) StoreGroup(data + i * quarter + j * kGroup, a[i][j]);
     }
 };
 
-template <class Twiddles, class Target>
-W64_INLINE void SplitLeaves(ptrdiff_t points, const double* data, Twiddles twiddles, Target target) {
+W64_INLINE void SplitLeaves(ptrdiff_t points, double* data, FFTTwiddles twiddles) {
     const ptrdiff_t quarter = points / 2;
     const ptrdiff_t groups = quarter / kGroup;
-    const auto fours = LevelOf(twiddles, groups / 4);
-    const auto ones = LevelOf(twiddles, groups);
+    const Level fours(twiddles, groups / 4);
+    const Level ones(twiddles, groups);
     for (ptrdiff_t group = 0; group < groups; group += 4) {
-        Leaves leaves{quarter, group, {}};
+        Leaves leaves{data + group * kGroup, quarter, {}};
         const Powers powers = PowersOf(fours.Factor(group / 4));
-        leaves.LoadAndSplit(0, data, powers);
-        leaves.LoadAndSplit(1, data, powers);
-        leaves.LoadAndSplit(2, data, powers);
-        leaves.LoadAndSplit(3, data, powers);
-        leaves.SplitAcross(0, PowersOf(ones.Factor(group)), target);
-        leaves.SplitAcross(1, PowersOf(ones.Factor(group + 1)), target);
-        leaves.SplitAcross(2, PowersOf(ones.Factor(group + 2)), target);
-        leaves.SplitAcross(3, PowersOf(ones.Factor(group + 3)), target);
+        leaves.LoadAndSplit(0, powers);
+        leaves.LoadAndSplit(1, powers);
+        leaves.LoadAndSplit(2, powers);
+        leaves.LoadAndSplit(3, powers);
+        leaves.SplitAcrossAndStore(0, PowersOf(ones.Factor(group)));
+        leaves.SplitAcrossAndStore(1, PowersOf(ones.Factor(group + 1)));
+        leaves.SplitAcrossAndStore(2, PowersOf(ones.Factor(group + 2)));
+        leaves.SplitAcrossAndStore(3, PowersOf(ones.Factor(group + 3)));
     }
 }
-template <class Source, class Twiddles>
-W64_INLINE void JoinLeaves(ptrdiff_t points, Source source, double* data, Twiddles twiddles) {
+W64_INLINE void JoinLeaves(ptrdiff_t points, double* data, FFTTwiddles twiddles) {
     const ptrdiff_t quarter = points / 2;
     const ptrdiff_t groups = quarter / kGroup;
-    const auto fours = LevelOf(twiddles, groups / 4);
-    const auto ones = LevelOf(twiddles, groups);
+    const Level fours(twiddles, groups / 4);
+    const Level ones(twiddles, groups);
     for (ptrdiff_t group = 0; group < groups; group += 4) {
-        Leaves leaves{quarter, group, {}};
-        leaves.JoinAcross(0, source, PowersOf(ones.Factor(group)));
-        leaves.JoinAcross(1, source, PowersOf(ones.Factor(group + 1)));
-        leaves.JoinAcross(2, source, PowersOf(ones.Factor(group + 2)));
-        leaves.JoinAcross(3, source, PowersOf(ones.Factor(group + 3)));
+        Leaves leaves{data + group * kGroup, quarter, {}};
+        leaves.LoadAndJoinAcross(0, PowersOf(ones.Factor(group)));
+        leaves.LoadAndJoinAcross(1, PowersOf(ones.Factor(group + 1)));
+        leaves.LoadAndJoinAcross(2, PowersOf(ones.Factor(group + 2)));
+        leaves.LoadAndJoinAcross(3, PowersOf(ones.Factor(group + 3)));
         const Powers powers = PowersOf(fours.Factor(group / 4));
-        leaves.JoinAndStore(0, powers, data);
-        leaves.JoinAndStore(1, powers, data);
-        leaves.JoinAndStore(2, powers, data);
-        leaves.JoinAndStore(3, powers, data);
+        leaves.JoinAndStore(0, powers);
+        leaves.JoinAndStore(1, powers);
+        leaves.JoinAndStore(2, powers);
+        leaves.JoinAndStore(3, powers);
     }
 }
 
@@ -476,72 +350,27 @@ W64_INLINE void Reorder(ptrdiff_t points, double* data, Change change) {
     }
 }
 
-template <class Source, class Twiddles, class Target>
-W64_INLINE void SplitAll(ptrdiff_t points, Source source, double* data, Twiddles twiddles, Target target) {
-    SplitRoot(points, source, data);
-    const ptrdiff_t groups = points / 16;
-    for (ptrdiff_t i = 0; i < 4; ++i) SplitQuarter(groups, data + i * groups * kGroup, twiddles);
-    SplitLeaves(points, data, twiddles, target);
-}
-
-template <class Source, class Twiddles, class Target>
-W64_INLINE void JoinAll(ptrdiff_t points, Source source, double* data, Twiddles twiddles, Target target) {
-    JoinLeaves(points, source, data, twiddles);
-    const ptrdiff_t groups = points / 16;
-    for (ptrdiff_t i = 0; i < 4; ++i) JoinQuarter(groups, data + i * groups * kGroup, twiddles);
-    JoinRoot(points, data, target);
-}
-
 }  // namespace
 
-W64_VECTOR_CLONES void FFTForward(ptrdiff_t points, const double* in, double* work, double* spectrum,
-                                  FFTLaneTwiddles twiddles) {
-    SplitAll(points, FromPoints{in}, work, twiddles, ToSpectrum{spectrum});
-}
-
-W64_VECTOR_CLONES void FFTInverse(ptrdiff_t points, const double* spectrum, double* out,
-                                  FFTLaneTwiddles twiddles) {
-    JoinAll(points, FromSpectrum{spectrum}, out, twiddles, ToPoints{out});
-}
-
-W64_VECTOR_CLONES void FFTForwardAndAdd(ptrdiff_t points, double* data, ptrdiff_t given, const double* factor,
-                                        bool first, double* sum, FFTLaneTwiddles twiddles) {
-    const FromFirstPoints source{data, given};
-    first ? SplitAll(points, source, data, twiddles, ToProduct{factor, sum})
-          : SplitAll(points, source, data, twiddles, ToSum{factor, sum});
-}
-
-W64_VECTOR_CLONES void FFTInverseOfProduct(ptrdiff_t points, const double* spectrum, const double* factor,
-                                           double* work, ptrdiff_t first, ptrdiff_t end, double* out,
-                                           ptrdiff_t spacing, FFTLaneTwiddles twiddles) {
-    JoinAll(points, FromProduct{spectrum, factor}, work, twiddles, ToSpacedPoints{out, spacing, first, end});
-}
-
-W64_VECTOR_CLONES void FFTForwardInOrder(ptrdiff_t points, double* data, FFTTwiddles twiddles) {
-    SplitAll(points, FromPoints{data}, data, twiddles, ToPlace{data, points / 2});
+W64_VECTOR_CLONES void FFTForward(ptrdiff_t points, double* data, FFTTwiddles twiddles) {
+    SplitRoot(points, data);
+    const ptrdiff_t groups = points / 16;
+    for (ptrdiff_t i = 0; i < 4; ++i) SplitQuarter(groups, data + i * groups * kGroup, twiddles);
+    SplitLeaves(points, data, twiddles);
     Reorder(points, data, ToInterleaved{});
 }
 
-W64_VECTOR_CLONES void FFTInverseInOrder(ptrdiff_t points, double* data, FFTTwiddles twiddles) {
+W64_VECTOR_CLONES void FFTInverse(ptrdiff_t points, double* data, FFTTwiddles twiddles) {
     Reorder(points, data, FromInterleaved{});
-    JoinAll(points, FromPlace{data, points / 2}, data, twiddles, ToPoints{data});
+    JoinLeaves(points, data, twiddles);
+    const ptrdiff_t groups = points / 16;
+    for (ptrdiff_t i = 0; i < 4; ++i) JoinQuarter(groups, data + i * groups * kGroup, twiddles);
+    JoinRoot(points, data);
 }
 
 void FillFFTTwiddles(ptrdiff_t count, double* re, double* im) {
     for (ptrdiff_t j = 0; j < count; ++j) {
         re[j] = std::cos(AngleOf(j));
         im[j] = std::sin(AngleOf(j));
-    }
-}
-
-void FillFFTLaneTwiddles(ptrdiff_t points, double* factors) {
-    for (ptrdiff_t nodes = HasOddLevels(points / 16) ? 2 : 1; nodes <= points / 16; nodes *= 4) {
-        double* group = factors + nodes / 2 * kGroup;
-        for (ptrdiff_t node = 0; node < nodes; ++node, group += kGroup) {
-            for (ptrdiff_t lane = 0; lane < kLanes; ++lane) {
-                group[lane] = std::cos(AngleOf(lane * nodes + node));
-                group[kLanes + lane] = std::sin(AngleOf(lane * nodes + node));
-            }
-        }
     }
 }

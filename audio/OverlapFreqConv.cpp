@@ -1,7 +1,7 @@
 #include "audio/OverlapFreqConv.h"
 
 #include "audio/ScaledDown.h"
-#include "audio/VectorClones.h"
+#include "audio/VectorComplex.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,15 +11,15 @@ namespace {
 constexpr double kLongestDelay = 0.4;  // seconds, where a long filter of the rate allows it
 constexpr int64_t kReachMultiple = 2;  // twice the reach and the block are whole groups of four in transforms
 constexpr int64_t kBlockMultiple = 4;
+constexpr int64_t kPointMultiple = 64;
+constexpr int64_t kLeastBlock = 128;
 constexpr int64_t kShortReach = 32;  // inputs that the short filter may look ahead, more or less
 
-// The filter of `count` outputs, whose rows have `kVectors` pairs of taps, or `vectors` when that is 0. The
-// taps of four frames lie together, those of odd ones behind those of even ones in each half: so one load
-// and two moves within halves give each tap to both channels.
-template <int kVectors>
-W64_INLINE void RunRowsOf(int64_t vectors, const double* in, const double* rows, const int32_t* advance,
-                          size_t rowCount, PolyphaseFilter::Walk& walk, int64_t count, double* out) {
-    if (kVectors > 0) vectors = kVectors;
+// The filter of `count` outputs, whose rows have `vectors` pairs of taps. The taps of four frames lie together,
+// those of odd ones behind those of even ones in each half: so one load and two moves within halves give each
+// tap to both channels.
+W64_VECTOR_CLONES void RunRows(int64_t vectors, const double* in, const double* rows, const int32_t* advance,
+                               size_t rowCount, PolyphaseFilter::Walk& walk, int64_t count, double* out) {
     const int64_t rowSize = (vectors + 1) / 2 * 4;
     const double* const begin = in;
     size_t row = walk.row;
@@ -45,24 +45,10 @@ W64_INLINE void RunRowsOf(int64_t vectors, const double* in, const double* rows,
     walk = {walk.window + (in - begin) / 2, row};
 }
 
-W64_VECTOR_CLONES void RunRows(int64_t vectors, const double* in, const double* rows, const int32_t* advance,
-                               size_t rowCount, PolyphaseFilter::Walk& walk, int64_t count, double* out) {
-    // The usual numbers of taps, which a loop over them would make dear.
-    switch (vectors) {
-    case 1:
-        return RunRowsOf<1>(vectors, in, rows, advance, rowCount, walk, count, out);
-    case 2:
-        return RunRowsOf<2>(vectors, in, rows, advance, rowCount, walk, count, out);
-    case 3:
-        return RunRowsOf<3>(vectors, in, rows, advance, rowCount, walk, count, out);
-    case 4:
-        return RunRowsOf<4>(vectors, in, rows, advance, rowCount, walk, count, out);
-    case 5:
-        return RunRowsOf<5>(vectors, in, rows, advance, rowCount, walk, count, out);
-    case 17:  // down by a factor of 3 between the filters
-        return RunRowsOf<17>(vectors, in, rows, advance, rowCount, walk, count, out);
-    default:
-        return RunRowsOf<0>(vectors, in, rows, advance, rowCount, walk, count, out);
+W64_VECTOR_CLONES void AddProduct(const Numbers& a, const double* b, double* sum) {
+    const auto size = static_cast<ptrdiff_t>(a.size());
+    for (ptrdiff_t at = 0; at < size; at += kGroup) {
+        StoreGroup(sum + at, LoadGroup(sum + at) + LoadGroup(a.data() + at) * LoadGroup(b + at));
     }
 }
 
@@ -123,65 +109,68 @@ void PolyphaseFilter::Run(const FrameWindow& in, Walk& walk, int64_t count, doub
     RunRows(taps_ / 2, in.At(walk.window), rows_.data(), advance_.data(), advance_.size(), walk, count, out);
 }
 
-LongFilter::LongFilter(const FreqConvDesign& design) {
+LongFilter::LongFilter(const FreqConvDesign& design) : LongFilter(design, ChooseSizes(design)) {}
+
+LongFilter::LongFilter(const FreqConvDesign& design, const Sizes& sizes)
+    : sizes_(sizes), grid_(sizes.points), product_(SpectrumSize()), work_(SpectrumSize()) {
     const std::vector<double> half = design.longFilter.HalfOfTaps();
     const auto last = static_cast<int64_t>(half.size()) - 1;
-    reach_ = (last + design.streams - 1) / design.streams;
-    reach_ += reach_ % kReachMultiple;
-    ChooseBlock(static_cast<double>(design.longRate));
-
-    twiddles_.resize(static_cast<size_t>(FFTLaneTwiddleSize(points_)));
-    FillFFTLaneTwiddles(points_, twiddles_.data());
-    Numbers taps(SpectrumSize());
-    const double scale = design.longScale / static_cast<double>(points_);
+    const double scale = design.longScale / static_cast<double>(sizes.points);
     for (int64_t stream = 0; stream < design.streams; ++stream) {
-        taps.assign(SpectrumSize(), 0.0);
+        Numbers& spectrum = spectra_.emplace_back(SpectrumSize(), 0.0);
         const int64_t offset = design.shortFirst ? -stream : stream;
-        for (int64_t frame = -reach_; frame <= reach_; ++frame) {
+        for (int64_t frame = -sizes.reach; frame <= sizes.reach; ++frame) {
             const int64_t tap = std::abs(design.streams * frame + offset);
-            if (tap <= last) {
-                taps[static_cast<size_t>(2 * (frame + reach_))] = scale * half[static_cast<size_t>(tap)];
-            }
+            if (tap > last) continue;
+            spectrum[static_cast<size_t>(2 * (frame + sizes.reach))] = scale * half[static_cast<size_t>(tap)];
         }
-        Numbers& spectrum = spectra_.emplace_back(SpectrumSize());
-        Transform(taps.data(), taps.data(), spectrum.data());
+        Transform(spectrum.data(), spectrum.data());
     }
 }
 
 // Of the transforms that the sub-filters fit, the one that takes the least work for a frame. Blocks are kept
 // short enough for the delay, but not so short that it is all overlap.
-void LongFilter::ChooseBlock(double rate) {
-    const int64_t wanted = static_cast<int64_t>(kLongestDelay * rate) - reach_ - kShortReach;
-    const int64_t allowed = std::max({wanted, reach_, int64_t{kFFTKernelMinPoints / 2}});
+LongFilter::Sizes LongFilter::ChooseSizes(const FreqConvDesign& design) {
+    Sizes best{};
+    best.reach = (design.longFilter.length / 2 + design.streams - 1) / design.streams;
+    best.reach += best.reach % kReachMultiple;
+    const auto longest = static_cast<int64_t>(kLongestDelay * static_cast<double>(design.longRate));
+    const int64_t allowed = std::max({longest - best.reach - kShortReach, best.reach, kLeastBlock});
     double least = HUGE_VAL;
-    int64_t points = kFFTKernelMinPoints;
-    while (points < 3 * reach_) points *= 2;
-    for (int i = 0; i < 3; ++i, points *= 2) {
-        const int64_t block = std::min(points - 2 * reach_, allowed) / kBlockMultiple * kBlockMultiple;
+    for (int64_t points = 2 * best.reach / kPointMultiple * kPointMultiple;; points += kPointMultiple) {
+        const int64_t block = (points - 2 * best.reach) / kBlockMultiple * kBlockMultiple;
+        if (block > allowed && best.points > 0) return best;
+        if (block <= 0 || !FFTGrid::Takes(points)) continue;
         const double work = static_cast<double>(points) * std::log2(points) / static_cast<double>(block);
         if (work >= least) continue;
         least = work;
-        points_ = points;
-        block_ = block;
+        best.points = points;
+        best.block = block;
     }
 }
 
-void LongFilter::TransformAndAdd(double* frames, size_t stream, double* sum) const {
-    FFTForwardAndAdd(points_, frames, block_, spectra_[stream].data(), stream == 0, sum, Twiddles());
+void LongFilter::TransformAndAdd(double* frames, size_t stream, double* sum) {
+    std::fill(frames + 2 * sizes_.block, frames + SpectrumSize(), 0.0);
+    Transform(frames, product_.data());
+    AddProduct(spectra_[stream], product_.data(), sum);
 }
 
-void LongFilter::TransformBack(const double* sum, double* frames) const {
-    FFTInverse(points_, sum, frames, Twiddles());
+void LongFilter::TransformBack(const double* sum, double* frames) {
+    grid_.Inverse(sum, frames, 0, sizes_.points, work_.data());
 }
 
-void LongFilter::Transform(const double* frames, double* work, double* spectrum) const {
-    FFTForward(points_, frames, work, spectrum, Twiddles());
+void LongFilter::Transform(const double* frames, double* spectrum) {
+    grid_.Forward(frames, spectrum, work_.data());
 }
 
-void LongFilter::TransformBackTo(size_t stream, const double* spectrum, double* work, double* frames) const {
-    const int64_t first = 2 * reach_;
-    FFTInverseOfProduct(points_, spectrum, spectra_[stream].data(), work, first, first + block_,
-                        frames + 2 * stream, static_cast<ptrdiff_t>(spectra_.size()), Twiddles());
+void LongFilter::TransformBackTo(size_t stream, const double* spectrum, double* frames) {
+    product_.assign(SpectrumSize(), 0.0);
+    AddProduct(spectra_[stream], spectrum, product_.data());
+    const int64_t first = 2 * sizes_.reach;
+    grid_.Inverse(product_.data(), product_.data(), first, first + sizes_.block, work_.data());
+    const double* from = product_.data();
+    double* to = frames + 2 * stream;
+    for (int64_t i = 0; i < sizes_.block; ++i, from += 2, to += 2 * Streams()) std::copy_n(from, 2, to);
 }
 
 OverlapFreqConv::OverlapFreqConv(const FreqConvDesign& design, int channels)
@@ -233,6 +222,7 @@ const double* OverlapFreqConv::Convert(size_t pair, int64_t frames) {
 // Overlap-add: the long filter's outputs reach into the next block.
 const double* OverlapFreqConv::ShortFirst(Pair& pair, int64_t outFrames) {
     const int64_t block = longFilter_.Block();
+    std::ranges::fill(sum_, 0.0);
     for (size_t stream = 0; stream < pair.walks.size(); ++stream) {
         shortFilter_.Run(pair.shortInput, pair.walks[stream], block, work_.data());
         longFilter_.TransformAndAdd(work_.data(), stream, sum_.data());
@@ -251,13 +241,13 @@ const double* OverlapFreqConv::LongFirst(Pair& pair, int64_t outFrames) {
     const int64_t block = longFilter_.Block();
     const int64_t overlap = 2 * longFilter_.Reach();
     Numbers& history = pair.longHistory;
-    longFilter_.Transform(history.data(), work_.data(), sum_.data());
+    longFilter_.Transform(history.data(), sum_.data());
     std::copy_n(history.begin() + 2 * block, 2 * overlap, history.begin());
 
     const size_t streams = longFilter_.Streams();
     double* const between = pair.shortInput.Append(block * static_cast<int64_t>(streams));
     for (size_t stream = 0; stream < streams; ++stream) {
-        longFilter_.TransformBackTo(stream, sum_.data(), work_.data(), between);
+        longFilter_.TransformBackTo(stream, sum_.data(), between);
     }
     pairOut_.resize(static_cast<size_t>(2 * outFrames));
     shortFilter_.Run(pair.shortInput, pair.walks.front(), outFrames, pairOut_.data());

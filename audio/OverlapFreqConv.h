@@ -1,6 +1,6 @@
 #pragma once
 
-#include "audio/FFTKernel.h"
+#include "audio/FFTGrid.h"
 #include "audio/FreqConvEngine.h"
 #include "audio/XAudioFreqConvDesign.h"
 
@@ -64,28 +64,34 @@ class LongFilter {
 public:
     explicit LongFilter(const FreqConvDesign& design);
 
-    int64_t Block() const { return block_; }  // frames
-    int64_t Reach() const { return reach_; }  // of a sub-filter to either side
+    int64_t Block() const { return sizes_.block; }
+    int64_t Reach() const { return sizes_.reach; }
     size_t Streams() const { return spectra_.size(); }
-    size_t SpectrumSize() const { return 2 * static_cast<size_t>(points_); }
+    size_t SpectrumSize() const { return 2 * static_cast<size_t>(grid_.Points()); }
 
-    // Many streams to one: a block of frames of each, worthless afterwards, is added to the sum.
-    void TransformAndAdd(double* frames, size_t stream, double* sum) const;
-    void TransformBack(const double* sum, double* frames) const;
+    // Many streams to one: a block of frames of each is added to the sum; what is behind the block is lost.
+    void TransformAndAdd(double* frames, size_t stream, double* sum);
+    void TransformBack(const double* sum, double* frames);
 
     // One stream to many, a block after the overlap, interleaved.
-    void Transform(const double* frames, double* work, double* spectrum) const;
-    void TransformBackTo(size_t stream, const double* spectrum, double* work, double* frames) const;
+    void Transform(const double* frames, double* spectrum);
+    void TransformBackTo(size_t stream, const double* spectrum, double* frames);
 
 private:
-    void ChooseBlock(double rate);
-    FFTLaneTwiddles Twiddles() const { return {twiddles_.data()}; }
+    struct Sizes {      // in frames
+        int64_t reach;  // of a sub-filter to either side
+        int64_t points;
+        int64_t block;
+    };
 
-    ptrdiff_t points_ = 0;
-    int64_t reach_;
-    int64_t block_ = 0;
-    Numbers twiddles_;
+    static Sizes ChooseSizes(const FreqConvDesign& design);
+    LongFilter(const FreqConvDesign& design, const Sizes& sizes);
+
+    Sizes sizes_;
+    FFTGrid grid_;
     std::vector<Numbers> spectra_;
+    Numbers product_;
+    Numbers work_;
 };
 
 // Both, for any rates that have filters.
