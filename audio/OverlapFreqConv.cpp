@@ -12,6 +12,7 @@ constexpr double kLongestDelay = 0.4;  // seconds, where a long filter of the ra
 constexpr int64_t kReachMultiple = 2;  // twice the reach and the block are whole groups of four in transforms
 constexpr int64_t kBlockMultiple = 4;
 constexpr int64_t kPointMultiple = 64;
+constexpr int64_t kMostPoints = 98304;  // where filters allow it: keeps a converter within a few MiB
 constexpr int64_t kLeastBlock = 128;
 constexpr int64_t kShortReach = 32;  // inputs that the short filter may look ahead, more or less
 
@@ -43,6 +44,13 @@ W64_VECTOR_CLONES void RunRows(int64_t vectors, const double* in, const double* 
         if (++row == rowCount) row = 0;
     }
     walk = {walk.window + (in - begin) / 2, row};
+}
+
+W64_VECTOR_CLONES void Multiply(const Numbers& a, const double* b, double* product) {
+    const auto size = static_cast<ptrdiff_t>(a.size());
+    for (ptrdiff_t at = 0; at < size; at += kGroup) {
+        StoreGroup(product + at, LoadGroup(a.data() + at) * LoadGroup(b + at));
+    }
 }
 
 W64_VECTOR_CLONES void AddProduct(const Numbers& a, const double* b, double* sum) {
@@ -112,7 +120,7 @@ void PolyphaseFilter::Run(const FrameWindow& in, Walk& walk, int64_t count, doub
 LongFilter::LongFilter(const FreqConvDesign& design) : LongFilter(design, ChooseSizes(design)) {}
 
 LongFilter::LongFilter(const FreqConvDesign& design, const Sizes& sizes)
-    : sizes_(sizes), grid_(sizes.points), product_(SpectrumSize()), work_(SpectrumSize()) {
+    : sizes_(sizes), grid_(sizes.points), work_(SpectrumSize()) {
     const std::vector<double> half = design.longFilter.HalfOfTaps();
     const auto last = static_cast<int64_t>(half.size()) - 1;
     const double scale = design.longScale / static_cast<double>(sizes.points);
@@ -129,13 +137,14 @@ LongFilter::LongFilter(const FreqConvDesign& design, const Sizes& sizes)
 }
 
 // Of the transforms that the sub-filters fit, the one that takes the least work for a frame. Blocks are kept
-// short enough for the delay, but not so short that it is all overlap.
+// short enough for the delay and for the memory, but not so short that it is all overlap.
 LongFilter::Sizes LongFilter::ChooseSizes(const FreqConvDesign& design) {
     Sizes best{};
     best.reach = (design.longFilter.length / 2 + design.streams - 1) / design.streams;
     best.reach += best.reach % kReachMultiple;
     const auto longest = static_cast<int64_t>(kLongestDelay * static_cast<double>(design.longRate));
-    const int64_t allowed = std::max({longest - best.reach - kShortReach, best.reach, kLeastBlock});
+    const int64_t wanted = std::min(longest - best.reach - kShortReach, kMostPoints - 2 * best.reach);
+    const int64_t allowed = std::max({wanted, best.reach, kLeastBlock});
     double least = HUGE_VAL;
     for (int64_t points = 2 * best.reach / kPointMultiple * kPointMultiple;; points += kPointMultiple) {
         const int64_t block = (points - 2 * best.reach) / kBlockMultiple * kBlockMultiple;
@@ -151,8 +160,8 @@ LongFilter::Sizes LongFilter::ChooseSizes(const FreqConvDesign& design) {
 
 void LongFilter::TransformAndAdd(double* frames, size_t stream, double* sum) {
     std::fill(frames + 2 * sizes_.block, frames + SpectrumSize(), 0.0);
-    Transform(frames, product_.data());
-    AddProduct(spectra_[stream], product_.data(), sum);
+    Transform(frames, frames);
+    stream == 0 ? Multiply(spectra_[stream], frames, sum) : AddProduct(spectra_[stream], frames, sum);
 }
 
 void LongFilter::TransformBack(const double* sum, double* frames) {
@@ -163,12 +172,11 @@ void LongFilter::Transform(const double* frames, double* spectrum) {
     grid_.Forward(frames, spectrum, work_.data());
 }
 
-void LongFilter::TransformBackTo(size_t stream, const double* spectrum, double* frames) {
-    product_.assign(SpectrumSize(), 0.0);
-    AddProduct(spectra_[stream], spectrum, product_.data());
+void LongFilter::TransformBackTo(size_t stream, const double* spectrum, double* product, double* frames) {
+    Multiply(spectra_[stream], spectrum, product);
     const int64_t first = 2 * sizes_.reach;
-    grid_.Inverse(product_.data(), product_.data(), first, first + sizes_.block, work_.data());
-    const double* from = product_.data();
+    grid_.Inverse(product, product, first, first + sizes_.block, work_.data());
+    const double* from = product;
     double* to = frames + 2 * stream;
     for (int64_t i = 0; i < sizes_.block; ++i, from += 2, to += 2 * Streams()) std::copy_n(from, 2, to);
 }
@@ -222,7 +230,6 @@ const double* OverlapFreqConv::Convert(size_t pair, int64_t frames) {
 // Overlap-add: the long filter's outputs reach into the next block.
 const double* OverlapFreqConv::ShortFirst(Pair& pair, int64_t outFrames) {
     const int64_t block = longFilter_.Block();
-    std::ranges::fill(sum_, 0.0);
     for (size_t stream = 0; stream < pair.walks.size(); ++stream) {
         shortFilter_.Run(pair.shortInput, pair.walks[stream], block, work_.data());
         longFilter_.TransformAndAdd(work_.data(), stream, sum_.data());
@@ -247,7 +254,7 @@ const double* OverlapFreqConv::LongFirst(Pair& pair, int64_t outFrames) {
     const size_t streams = longFilter_.Streams();
     double* const between = pair.shortInput.Append(block * static_cast<int64_t>(streams));
     for (size_t stream = 0; stream < streams; ++stream) {
-        longFilter_.TransformBackTo(stream, sum_.data(), between);
+        longFilter_.TransformBackTo(stream, sum_.data(), work_.data(), between);
     }
     pairOut_.resize(static_cast<size_t>(2 * outFrames));
     shortFilter_.Run(pair.shortInput, pair.walks.front(), outFrames, pairOut_.data());

@@ -69,13 +69,14 @@ public:
     size_t Streams() const { return spectra_.size(); }
     size_t SpectrumSize() const { return 2 * static_cast<size_t>(grid_.Points()); }
 
-    // Many streams to one: a block of frames of each is added to the sum; what is behind the block is lost.
+    // Many streams to one: a block of frames of each, in room for a spectrum and worthless afterwards, is added
+    // to the sum, with which the first begins.
     void TransformAndAdd(double* frames, size_t stream, double* sum);
     void TransformBack(const double* sum, double* frames);
 
     // One stream to many, a block after the overlap, interleaved.
     void Transform(const double* frames, double* spectrum);
-    void TransformBackTo(size_t stream, const double* spectrum, double* frames);
+    void TransformBackTo(size_t stream, const double* spectrum, double* product, double* frames);
 
 private:
     struct Sizes {      // in frames
@@ -90,7 +91,6 @@ private:
     Sizes sizes_;
     FFTGrid grid_;
     std::vector<Numbers> spectra_;
-    Numbers product_;
     Numbers work_;
 };
 

@@ -113,16 +113,21 @@ W64_VECTOR_CLONES void FillTiles(const SpectraView& view) {
 }
 
 // Responses of eight frequencies after the other.
-struct OnLine {
+struct OnCurve {
     Floats at;
-    float step;
+    Floats step;
+    float bend;
 
-    W64_INLINE explicit OnLine(const SpectralTiles::Image& image)
-        : at(image.start + image.step * (Floats{0, 1, 2, 3, 4, 5, 6, 7} / kFloats)), step(image.step) {}
+    W64_INLINE explicit OnCurve(const SpectralTiles::Image& image) : bend(image.bend) {
+        const Floats u = Floats{0, 1, 2, 3, 4, 5, 6, 7} / kFloats;
+        at = image.start + u * image.step + u * u / 2 * bend;
+        step = image.step + (u + 0.5F) * bend;
+    }
 
     W64_INLINE Floats Next() {
         const Floats responses = at;
         at += step;
+        step += bend;
         return responses;
     }
 };
@@ -144,7 +149,7 @@ W64_VECTOR_CLONES void MultiplySpectra(const SpectraView& view) {
     for (const auto [tile, passes, imageCount, otherCount] : view.tiles.sums) {
         Tile sum = {};
         for (const SpectralTiles::Image* const end = image + imageCount; image != end; ++image) {
-            sum.Add(images + image->place, OnLine(*image));
+            sum.Add(images + image->place, OnCurve(*image));
         }
         if (imageCount > 0 && !view.outTiles) sum.Multiply(view.last + tile);
         for (const int32_t* const end = other + otherCount; other != end; ++other, responses += kTile) {
@@ -172,10 +177,10 @@ std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqC
 
     const double periodsPerSecond = static_cast<double>(design.longRate) /
                                     static_cast<double>(design.shortFirst ? block.outPeriod : block.inPeriod);
-    const double lowerRate =
-        periodsPerSecond * static_cast<double>(std::min(block.inPeriod, block.outPeriod));
-    const double delay = std::clamp(kLongestDelay * kUsualRate / lowerRate, kLongestDelay, kLongestLowDelay) *
-                         periodsPerSecond;
+    const double sourceRate = periodsPerSecond * static_cast<double>(block.inPeriod);
+    const double delay =
+        std::clamp(kLongestDelay * kUsualRate / sourceRate, kLongestDelay, kLongestLowDelay) *
+        periodsPerSecond;
 
     // Tiles have to fit halves of both spectra.
     const auto work = [](int64_t points) {

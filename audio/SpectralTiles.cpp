@@ -8,6 +8,8 @@
 
 namespace {
 
+constexpr int64_t kSteps = kTile / kFloats;
+
 // The short filter's response at the corners of tiles, worked out when it is asked for.
 class TileCorners {
 public:
@@ -54,7 +56,10 @@ public:
 
 private:
     // Of the tiles that are the same in a periodic spectrum, the one from 0 on, or the one next to 0.
-    static int64_t Wrapped(int64_t tile, int64_t tiles) { return (tile % tiles + tiles) % tiles; }
+    static int64_t Wrapped(int64_t tile, int64_t tiles) {
+        const int64_t rest = tile % tiles;
+        return rest < 0 ? rest + tiles : rest;
+    }
     static int64_t Centred(int64_t tile, int64_t tiles) {
         const int64_t wrapped = Wrapped(tile, tiles);
         return wrapped < tiles / 2 ? wrapped : wrapped - tiles;
@@ -80,12 +85,13 @@ private:
             const double start = corners_.At(at);
             const double end = corners_.At(at + 1);
             if (IsLeast(start, end, from)) continue;
-            // As much below the curve as above it.
-            const double bend = (corners_.At(at - 1) - start - end + corners_.At(at + 2)) / 2;
+            const double bend =
+                (corners_.At(at - 1) - start - end + corners_.At(at + 2)) / (2 * kSteps * kSteps);
+            const double step = (end - start) / kSteps - bend * kSteps / 2;
             const int32_t source = imagesOfInput_ ? tiles_.inOrder.PlaceOf(at % sizes_.in)
                                                   : tiles_.outOrder.PlaceOf(Wrapped(from, sizes_.out));
-            tiles_.images.push_back({source, static_cast<float>((start - bend / 12) / passed),
-                                     static_cast<float>((end - start) * kFloats / kTile / passed)});
+            tiles_.images.push_back({source, static_cast<float>(start / passed),
+                                     static_cast<float>(step / passed), static_cast<float>(bend / passed)});
             ++tiles_.sums.back().images;
         }
     }

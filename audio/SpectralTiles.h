@@ -33,12 +33,13 @@ struct SpectralTiles {
         int32_t others;
     };
 
-    // What the long filter lets pass at multiples of its rate. The short filter stops it, and its response over
-    // a tile is a line.
+    // What the long filter lets pass at multiples of its rate. The short filter stops it: its response over a
+    // tile is start + u * step + u^2 / 2 * bend, with u counting eights of frequencies.
     struct Image {
         int32_t place;
         float start;
-        float step;  // over eight frequencies
+        float step;
+        float bend;
     };
 
     // Numbers of tiles.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -234,7 +235,7 @@ bool XAudioChannelConv::ConvertData(XAudioBufferNew& input, const XAudioWFX& tar
 }
 
 bool XAudioChannelConv::ConvertData(XAudioBufferNew& input, int outChannels, bool inPlace,
-                                    const wchar_t* options) {
+                                    const wchar_t* options) try {
     if (input.Channels() == outChannels) return buffer_.InitializeBuffer(inPlace, input);
     if (!Init(input, outChannels)) return false;
     if (!XAudioRdWr::HasLayout(input.WFXFormatTag(), input.BitsPerSample())) return false;
@@ -249,6 +250,8 @@ bool XAudioChannelConv::ConvertData(XAudioBufferNew& input, int outChannels, boo
     Mix(GenerateActionTable(input.Channels(), outChannels), reader, input.Channels(), writer_,
         input.GetUsedSample());
     return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 bool XAudioChannelConv::SetUpResult(XAudioBufferNew& input, int outChannels) {

@@ -1,5 +1,7 @@
 #include "audio/XAudioConv.h"
 
+#include <new>
+
 namespace {
 
 // What each stage gets of the options text.
@@ -51,7 +53,7 @@ XAudioWFX AfterBits(const XAudioWFX& source, const XAudioWFX& target) {
 }  // namespace
 
 bool XAudioConv::InitConversion(const XAudioWFX& source, const XAudioWFX& target, const wchar_t* options,
-                                bool highQuality) {
+                                bool highQuality) try {
     Destroy();
     if (HasSameAudio(source, target)) return true;
     XAudioWFX format = AfterBits(source, target);
@@ -63,12 +65,14 @@ bool XAudioConv::InitConversion(const XAudioWFX& source, const XAudioWFX& target
         return false;
     format.SetSamplesPerSec(static_cast<int>(target.SamplesPerSec()), true);
     return encoder_.CreateNewConverter(format, target);
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 // Every stage borrows what it leaves as it is, from the caller or from the stage before. Where the formats
 // differ some stage has made something of its own, unless the target's depth is one that none is asked for.
 bool XAudioConv::ConvertData(XAudioBufferNew& input, const XAudioWFX& target, bool inPlace, bool last,
-                             const wchar_t* options, bool highQuality) {
+                             const wchar_t* options, bool highQuality) try {
     if (HasSameAudio(input, target)) return InitializeBuffer(inPlace, input);
     const StageOptions stageOptions = Route(input, target, options, highQuality);
     const XAudioWFX format = AfterBits(input, target);
@@ -81,6 +85,8 @@ bool XAudioConv::ConvertData(XAudioBufferNew& input, const XAudioWFX& target, bo
     if (!encoder_.ConvertData(rate_, target, true, last)) return false;
     XAudioBufferNew& result = encoder_.Buffer();
     return InitializeBuffer(inPlace || result.BufferStart() != input.BufferStart(), result);
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 void XAudioConv::Destroy() {

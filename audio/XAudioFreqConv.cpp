@@ -7,14 +7,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <new>
 
 namespace {
 
-W64_VECTOR_CLONES void ClearWhatIsNotFinite(double* values, int64_t count) {
-    constexpr double kLargest = std::numeric_limits<double>::max();
-    for (int64_t i = 0; i < count; ++i) values[i] = std::abs(values[i]) <= kLargest ? values[i] : 0;
+// With what is less loud, all sums of a block stay within a float.
+W64_VECTOR_CLONES void ClearWhatIsNoAudio(double* values, int64_t count) {
+    constexpr double kLoudest = 1e30;
+    for (int64_t i = 0; i < count; ++i) values[i] = std::abs(values[i]) <= kLoudest ? values[i] : 0;
 }
 
 }  // namespace
@@ -23,7 +23,7 @@ XAudioFreqConv::XAudioFreqConv() = default;
 XAudioFreqConv::~XAudioFreqConv() = default;
 
 bool XAudioFreqConv::CreateNewConverter(const XAudioWFX& format, int targetRate, const wchar_t* options,
-                                        UpwardEdge edge) {
+                                        UpwardEdge edge) try {
     Destroy();
     format_ = format;
     targetRate_ = targetRate;
@@ -35,18 +35,17 @@ bool XAudioFreqConv::CreateNewConverter(const XAudioWFX& format, int targetRate,
     const std::optional<FreqConvDesign> design =
         FreqConvDesign::Create(format_.SamplesPerSec(), targetRate_, edge);
     if (!design) return false;
-    try {
-        engine_ = SpectralFreqConv::Create(*design, format_.Channels());
-        if (!engine_) engine_ = std::make_unique<OverlapFreqConv>(*design, format_.Channels());
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
     samples_.Create(format_.WFXFormatTag(), format_.BitsPerSample(), format_.Channels(), 0, 0, nullptr,
                     options);
+    engine_ = SpectralFreqConv::Create(*design, format_.Channels());
+    if (!engine_) engine_ = std::make_unique<OverlapFreqConv>(*design, format_.Channels());
     return true;
+} catch (const std::bad_alloc&) {
+    Destroy();
+    return false;
 }
 
-bool XAudioFreqConv::ConvertData(XAudioBufferNew& input, bool inPlace, bool last) {
+bool XAudioFreqConv::ConvertData(XAudioBufferNew& input, bool inPlace, bool last) try {
     const bool empty = input.PosLeftByte() == 0;
     if (input.SamplesPerSec() == targetRate_ || (equalRates_ && empty))
         return InitializeBuffer(inPlace, input);
@@ -64,16 +63,14 @@ bool XAudioFreqConv::ConvertData(XAudioBufferNew& input, bool inPlace, bool last
     const int64_t frames = produced - produced_;
     if (!SetBufferSize(frames, target, false, false) || !stream_.AddData(input, true)) return false;
     SetUsedSample(frames);
-    try {
-        int64_t frame = 0;
-        while (FillBlock()) frame = ConvertBlock(frame);
-        while (frame < frames) frame = ConvertBlock(frame);
-    } catch (const std::bad_alloc&) {
-        Destroy();
-        return false;
-    }
+    int64_t frame = 0;
+    while (FillBlock()) frame = ConvertBlock(frame);
+    while (frame < frames) frame = ConvertBlock(frame);
     if (last) Restart();
     return last || stream_.InPlaceOptimizeBuffer(0);
+} catch (const std::bad_alloc&) {
+    Destroy();
+    return false;
 }
 
 void XAudioFreqConv::Destroy() {
@@ -110,7 +107,7 @@ bool XAudioFreqConv::FillBlock() {
     double* const to = engine_->Input() + held_ * channels;
     samples_.SetBeginData(stream_.GetDataFrom(format_.SamplesToBytes_DivChan(frames)).BufferStart(), 0, 0);
     samples_.GetDbls(0, frames * channels, to);
-    if (format_.WFXFormatTag() == kTagFloat) ClearWhatIsNotFinite(to, frames * channels);
+    if (format_.WFXFormatTag() == kTagFloat) ClearWhatIsNoAudio(to, frames * channels);
     held_ += frames;
     return held_ == whole;
 }

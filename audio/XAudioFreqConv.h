@@ -13,7 +13,8 @@
 // duration, the last one begun included. In what blocks the stream comes makes no difference to the output.
 // Use:    CreateNewConverter once per stream, ConvertData for every block. After the last block the converter
 //         is ready for another stream of the same format.
-// Units:  rates in frames per second. Float samples that are no number or infinite count as 0.
+// Units:  rates in frames per second. Float samples that are no number or beyond 1e30 count as 0: one bad
+//         sample spoils no others.
 // Owner:  at equal rates and in place the result borrows the input's memory, otherwise it is the converter's
 //         own, until the next ConvertData. The input's memory must not be the converter's.
 // Errors: false, without a message.
@@ -30,8 +31,9 @@ public:
     [[nodiscard]] bool CreateNewConverter(const XAudioWFX& format, int targetRate, const wchar_t* options,
                                           UpwardEdge edge = UpwardEdge::TargetHalf);
 
-    // Takes the unread part of the input. Blocks may be empty, and end anywhere in a frame; what is left of a
-    // frame after the last block is dropped. Up to 400 ms stay in the filters until then, at low rates more.
+    // Takes the unread part of the input, or at equal rates all of it. Blocks may be empty, and end anywhere in
+    // a frame; what is left of a frame after the last block is dropped. Until then up to 400 ms stay in the
+    // filters, of sources below 44,100 Hz more.
     // False without a converter, for input of another format, or without memory. Nothing is then consumed,
     // unless memory ran out in the middle of it, which destroys the converter.
     [[nodiscard]] bool ConvertData(XAudioBufferNew& input, bool inPlace, bool last);

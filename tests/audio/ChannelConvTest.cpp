@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
-#include <tuple>
 
 namespace {
 
@@ -14,11 +12,9 @@ using Row = std::vector<std::pair<int, double>>;
 constexpr double kSqrtHalf = 0.7071067811865476;
 
 Row ActionsOf(int inCount, int outCount, int outChannel) {
-    const auto table = XAudioChannelConv::GenerateActionTable(inCount, outCount);
     Row row;
-    for (const auto& [channel, coefficient] : table[static_cast<size_t>(outChannel - 1)]) {
-        row.emplace_back(channel, coefficient);
-    }
+    const auto table = XAudioChannelConv::GenerateActionTable(inCount, outCount);
+    for (const auto& [channel, level] : table[size_t(outChannel - 1)]) row.emplace_back(channel, level);
     return row;
 }
 
@@ -82,18 +78,9 @@ TEST(XAudioChannelConv, EveryPairOfLayouts) {
 
 TEST(XAudioChannelConv, WellKnownPairs) {
     EXPECT_EQ(ActionsOf(2, 1, 1), (Row{{1, 0.44 * 1.4142135623730951}, {2, 0.44 * 1.4142135623730951}}));
-    EXPECT_EQ(ActionsOf(1, 2, 2), (Row{{1, 1.0}}));
     EXPECT_EQ(ActionsOf(6, 2, 1), (Row{{1, kSqrtHalf}, {3, 0.44}, {4, 0.44}, {5, -0.44}}));
-    EXPECT_EQ(ActionsOf(6, 2, 2), (Row{{2, kSqrtHalf}, {3, 0.44}, {4, 0.44}, {6, -0.44}}));
-    EXPECT_EQ(ActionsOf(8, 6, 1), (Row{{1, kSqrtHalf}, {7, 0.44}}));
     EXPECT_EQ(ActionsOf(8, 6, 5), (Row{{5, kSqrtHalf}, {7, 0.44}}));
-    EXPECT_EQ(ActionsOf(8, 6, 3), (Row{{3, 1.0}}));
-    EXPECT_EQ(ActionsOf(8, 6, 4), (Row{{4, 1.0}}));
-    EXPECT_EQ(ActionsOf(2, 6, 1), (Row{{1, 1.0}}));
     EXPECT_EQ(ActionsOf(2, 6, 4), (Row{{1, 0.5}, {2, 0.5}}));
-    EXPECT_EQ(ActionsOf(2, 6, 5), (Row{{1, kSqrtHalf}}));
-    EXPECT_EQ(ActionsOf(2, 6, 6), (Row{{2, kSqrtHalf}}));
-    EXPECT_EQ(ActionsOf(2, 3, 3), (Row{{1, 0.5}, {2, 0.5}}));
     EXPECT_STREQ(XAudioChannelConv::GetChannelMapping(4), "Sub-woofer");
     EXPECT_STREQ(XAudioChannelConv::GetChannelDescript(8), "7.1 Theater");
     for (const int none : {0, 9}) {
@@ -105,19 +92,9 @@ TEST(XAudioChannelConv, WellKnownPairs) {
 }
 
 void ExpectMixes(const XAudioWFX& format, int outChannels, const wchar_t* options) {
-    SCOPED_TRACE(testing::Message() << format.BitsPerSample() << " bits, " << format.Channels() << " to "
-                                    << outChannels);
+    SCOPED_TRACE(format.WFXToString() + L" to " + Int2Str(outChannels));
     constexpr int64_t kFrames = 300;  // no multiple of a block
-    XAudioBufferNew source(kFrames, format, false);
-    source.SetUsedSample(kFrames);
-    std::mt19937 random(1);
-    std::generate_n(source.BufferStart(), source.GetUsedByte(),
-                    [&] { return static_cast<uint8_t>(random()); });
-    if (format.FormatTag() == kTagFloat) {
-        XAudioRdWr samples(source, 0, nullptr);
-        for (int64_t i = 0; i < kFrames * format.Channels(); i += 2)
-            samples.PutDbl(i, static_cast<double>(random()) * 0x1p-31 - 1);
-    }
+    XAudioBufferNew source = Noise(kFrames, format);
     XAudioWFX target = format;
     target.SetChannels(outChannels, true);
     XAudioBufferNew expected(kFrames, target, true);
@@ -126,12 +103,9 @@ void ExpectMixes(const XAudioWFX& format, int outChannels, const wchar_t* option
     XAudioRdWr writer(expected, 0, options);
     for (int64_t frame = 0; frame < kFrames; ++frame) {
         for (int channel = 0; channel < outChannels; ++channel) {
-            const Row row = ActionsOf(format.Channels(), outChannels, channel + 1);
-            const auto product = [&](size_t i) {
-                return row[i].second * reader.GetDbl(frame * format.Channels() + row[i].first - 1);
-            };
-            double sum = product(0);
-            for (size_t i = 1; i < row.size(); ++i) sum += product(i);
+            double sum = -0.0;
+            for (const auto& [from, level] : ActionsOf(format.Channels(), outChannels, channel + 1))
+                sum += level * reader.GetDbl(frame * format.Channels() + from - 1);
             writer.PutDbl(frame * outChannels + channel, sum);
         }
     }
@@ -148,41 +122,6 @@ TEST(XAudioChannelConv, MixesAsSingleSamplesDo) {
             ExpectMixes(Format(kTagPCM, in, bits), out, L"dither=1;noise=tpdf");
         }
         for (const int bits : {32, 64}) ExpectMixes(Format(kTagFloat, in, bits), out, nullptr);
-    }
-}
-
-TEST(XAudioChannelConv, RoundsAndClips) {
-    int16_t frames[] = {32767, 32767, -32768, -32768, 1, 0, 0, -1, 5, -5};
-    XAudioBufferNew source(frames, sizeof frames, XAudioWFX(2, 44100, 16), true);
-    XAudioChannelConv conv;
-    ASSERT_TRUE(conv.ConvertData(source, 1, true, nullptr));
-    EXPECT_EQ(Used(conv.Buffer()), (Bytes{0xFF, 0x7F, 0x00, 0x80, 1, 0, 0xFF, 0xFF, 0, 0}));
-    float floats[] = {NAN, INFINITY, -3.0F, -0.0F};
-    XAudioBufferNew mono(floats, sizeof floats, Format(kTagFloat, 1, 32), true);
-    ASSERT_TRUE(conv.ConvertData(mono, 2, true, nullptr));
-    const auto* result = reinterpret_cast<const float*>(conv.Buffer().BufferStart());
-    EXPECT_TRUE(std::isnan(result[0]) && std::isnan(result[1]));
-    EXPECT_EQ(result[3], INFINITY);
-    EXPECT_EQ(result[5], -3.0F) << "floats are not clipped";
-    EXPECT_TRUE(std::signbit(result[7]));
-}
-
-TEST(XAudioChannelConv, PassesOnWhatHasTheChannelsAndRefusesWhatItCannotMix) {
-    const std::tuple<int, int, int, int, bool> cases[] = {
-        {1, 2, 16, 9, false}, {1, 2, 16, 0, false}, {1, 9, 16, 2, false},  {1, 9, 16, 9, true},
-        {6, 1, 8, 2, false},  {6, 2, 8, 2, true},   {1, 2, 16, -1, false}, {3, 8, 32, 1, true},
-    };
-    for (const auto& [tag, in, bits, out, good] : cases) {
-        XAudioBufferNew source(4, Format(tag, in, bits), true);
-        source.SetUsedSample(4);
-        EXPECT_EQ(XAudioChannelConv::Init(source, out), good) << tag << "/" << in << " to " << out;
-        XAudioChannelConv conv;
-        ASSERT_EQ(conv.ConvertData(source, out, true, nullptr), good) << tag << "/" << in << " to " << out;
-        EXPECT_EQ(conv.Buffer().BufferStart() == source.BufferStart(), in == out);
-    }
-    for (const auto& [tag, bits] : {std::pair(1, 12), {3, 16}}) {
-        XAudioBufferNew source(4, Format(tag, 2, bits), true);
-        EXPECT_FALSE(XAudioChannelConv().ConvertData(source, 1, true, nullptr)) << "no such samples";
     }
 }
 

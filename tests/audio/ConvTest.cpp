@@ -1,69 +1,62 @@
 #include "Formats.h"
+#include "audio/XAudioACMDecoder.h"
 #include "audio/XAudioConv.h"
 
 #include <gtest/gtest.h>
 
-#include <limits>
-#include <random>
+#include <cmath>
 #include <tuple>
 
 namespace {
 
 constexpr int64_t kFrames = 1000;
+constexpr wchar_t kOptions[] = L"noise=tpdf";
 
-XAudioBufferNew Audio(const XAudioWFX& format) {
-    XAudioBufferNew audio(kFrames, format, false);
-    audio.SetUsedSample(kFrames);
-    XAudioRdWr samples(audio, 0, nullptr);
-    std::mt19937 random(9);
-    for (int64_t i = 0; i < kFrames * format.Channels(); ++i) {
-        samples.PutInt(i, static_cast<int32_t>(random()) / 2);
-    }
-    return audio;
-}
+struct Conversion {
+    XAudioWFX from;
+    XAudioWFX to;
+    bool highQuality;
+    char stage;  // the one that gets the options
+};
 
-Bytes Part(XAudioBufferNew audio, int64_t first, int64_t frames) {
-    const uint8_t* begin = audio.BufferStart() + audio.SampleToBytes(first);
-    return {begin, begin + audio.SampleToBytes(std::min(frames, kFrames - first))};
-}
-
-// The whole stream in blocks; nothing when a step fails.
-Bytes Converted(XAudioConv& conv, const XAudioWFX& from, const XAudioWFX& to, const wchar_t* options,
-                bool highQuality, bool inPlace, int64_t blockFrames) {
-    if (!conv.InitConversion(from, to, options, highQuality)) return {};
+// A stream in blocks of so many frames; nothing when a step fails.
+Bytes Converted(XAudioConv& conv, const Conversion& c, bool inPlace, const std::vector<int64_t>& blocks) {
+    if (!conv.InitConversion(c.from, c.to, kOptions, c.highQuality)) return {};
+    Bytes audio = Used(Noise(kFrames, c.from));
+    const Bytes before = audio;
     Bytes out;
-    for (int64_t first = 0; first < kFrames; first += blockFrames) {
-        Bytes memory = Part(Audio(from), first, blockFrames);
-        const Bytes before = memory;
-        XAudioBufferNew block(memory.data(), static_cast<int64_t>(memory.size()), from, true);
-        if (!conv.ConvertData(block, to, inPlace, first + blockFrames >= kFrames, options, highQuality))
-            return {};
-        EXPECT_EQ(conv.WFXToString(), to.WFXToString());
-        EXPECT_TRUE(inPlace || (memory == before && conv.BufferStart() != memory.data()));
+    uint8_t* begin = audio.data();
+    for (const int64_t& frames : blocks) {
+        XAudioBufferNew block(begin, c.from.SamplesToBytes_DivChan(frames), c.from, true);
+        begin += block.GetUsedByte();
+        const bool last = &frames == &blocks.back();
+        if (!conv.ConvertData(block, c.to, inPlace, last, kOptions, c.highQuality)) return {};
+        EXPECT_EQ(conv.WFXToString(), c.to.WFXToString());
+        EXPECT_TRUE(inPlace || frames == 0 || conv.BufferStart() != block.BufferStart());
         const Bytes used = Used(conv);
         out.insert(out.end(), used.begin(), used.end());
     }
+    EXPECT_TRUE(inPlace || audio == before);
     return out;
 }
 
-// The stages one by one, with the options to the one that is named.
-Bytes ByStages(const XAudioWFX& from, const XAudioWFX& to, const wchar_t* options, bool highQuality,
-               char stage) {
-    const auto of = [&](char name) { return name == stage ? options : nullptr; };
-    XAudioBufferNew audio = Audio(from);
+Bytes ByStages(const Conversion& c) {
+    const auto optionsOf = [&](char stage) { return stage == c.stage ? kOptions : nullptr; };
+    XAudioBufferNew audio = Noise(kFrames, c.from);
     XAudioBitsConv bits;
     XAudioChannelConv channels;
     XAudioFreqConv rate;
-    EXPECT_TRUE(bits.ConvertData(audio, to, false, of('b')));
-    EXPECT_TRUE(channels.ConvertData(bits, to, false, of('c')));
-    EXPECT_TRUE(rate.CreateNewConverter(channels.Buffer(), static_cast<int>(to.SamplesPerSec()), of('r'),
-                                        highQuality ? UpwardEdge::SourceHalf : UpwardEdge::TargetHalf));
+    EXPECT_TRUE(bits.ConvertData(audio, c.to, false, optionsOf('b')));
+    EXPECT_TRUE(channels.ConvertData(bits, c.to, false, optionsOf('c')));
+    const auto targetRate = static_cast<int>(c.to.SamplesPerSec());
+    EXPECT_TRUE(rate.CreateNewConverter(channels.Buffer(), targetRate, optionsOf('r'),
+                                        c.highQuality ? UpwardEdge::SourceHalf : UpwardEdge::TargetHalf));
     EXPECT_TRUE(rate.ConvertData(channels.Buffer(), false, true));
     return Used(rate);
 }
 
 TEST(XAudioConv, RunsItsStagesAndGivesTheOptionsToOneOfThem) {
-    const std::tuple<XAudioWFX, XAudioWFX, bool, char> cases[] = {
+    const Conversion cases[] = {
         {Format(1, 2, 24), Format(1, 2, 16), false, 'b'},
         {Format(1, 6, 24), Format(1, 2, 16), false, 'c'},
         {Format(1, 1, 24), Format(1, 2, 16, 48000), true, 'r'},
@@ -73,24 +66,24 @@ TEST(XAudioConv, RunsItsStagesAndGivesTheOptionsToOneOfThem) {
         {Format(1, 2, 8), Format(1, 1, 16), false, '-'},
         {Format(3, 2, 32), Format(1, 8, 24), true, 'c'},
         {Format(1, 2, 16), Format(3, 2, 32), false, 'b'},
+        {Format(1, 9, 24), Format(1, 9, 16), false, 'b'},
     };
     XAudioConv conv;  // for one stream after the other
-    for (const auto& [from, to, highQuality, stage] : cases) {
-        SCOPED_TRACE(from.WFXToString() + L" to " + to.WFXToString());
-        const Bytes expected = ByStages(from, to, L"noise=tpdf", highQuality, stage);
+    for (const Conversion& c : cases) {
+        SCOPED_TRACE(c.from.WFXToString() + L" to " + c.to.WFXToString());
+        const Bytes expected = ByStages(c);
         ASSERT_FALSE(expected.empty());
         for (const bool inPlace : {false, true}) {
-            for (const int64_t frames : {kFrames, int64_t{77}}) {
-                EXPECT_TRUE(Converted(conv, from, to, L"noise=tpdf", highQuality, inPlace, frames) ==
-                            expected)
-                    << "in place: " << inPlace << ", blocks of " << frames;
-            }
+            EXPECT_TRUE(Converted(conv, c, inPlace, {kFrames}) == expected) << inPlace;
+            EXPECT_TRUE(Converted(conv, c, inPlace, {0, 77, 77, 0, 246, 600}) == expected) << inPlace;
+            EXPECT_TRUE(Converted(conv, c, inPlace, {kFrames, 0}) == expected) << inPlace;
+            EXPECT_TRUE(Converted(conv, c, inPlace, {0, 0}).empty()) << inPlace;
         }
     }
 }
 
 TEST(XAudioConv, CostsNoCopyWithNothingToDo) {
-    XAudioBufferNew audio = Audio(Format(kTagPCM, 2, 16));
+    XAudioBufferNew audio = Noise(kFrames, Format(kTagPCM, 2, 16));
     XAudioConv conv;
     ASSERT_TRUE(conv.ConvertData(audio, Format(kTagPCM, 2, 16), true, true, L"dither=1", true));
     EXPECT_EQ(conv.BufferStart(), audio.BufferStart());
@@ -101,83 +94,93 @@ TEST(XAudioConv, CostsNoCopyWithNothingToDo) {
     EXPECT_NE(conv.BufferStart(), audio.BufferStart()) << "a depth that no stage makes";
 }
 
-TEST(XAudioConv, EmptyBlocksAddNothing) {
-    const XAudioWFX from = Format(kTagPCM, 2, 24);
-    for (const XAudioWFX& to :
-         {from, Format(kTagPCM, 2, 16), Format(kTagPCM, 6, 16), Format(kTagFloat, 1, 32, 48000)}) {
-        SCOPED_TRACE(to.WFXToString());
-        XAudioConv conv;
-        const Bytes expected = Converted(conv, from, to, nullptr, true, false, kFrames);
-        XAudioBufferNew audio = Audio(from);
-        XAudioBufferNew nothing(nullptr, 0, from, true);
-        for (XAudioBufferNew* middle : {&audio, &nothing}) {
-            ASSERT_TRUE(conv.InitConversion(from, to, nullptr, true));
-            Bytes out;
-            const auto convert = [&](XAudioBufferNew& block, bool last) {
-                EXPECT_TRUE(conv.ConvertData(block, to, false, last, nullptr, true));
-                const Bytes used = Used(conv);
-                out.insert(out.end(), used.begin(), used.end());
-            };
-            convert(nothing, false);
-            convert(*middle, false);
-            convert(nothing, true);
-            EXPECT_TRUE(out == (middle == &audio ? expected : Bytes()));
-        }
-    }
-}
-
-// Integers cannot hold them, and in a filter they would spread.
+// Integers cannot hold them, and in a filter they would spread. Floats are not clipped either.
 TEST(XAudioConv, KeepsWhatIsNoNumberOnlyInFloats) {
-    const auto mono = [](std::initializer_list<float> values) {
-        XAudioBufferNew audio(std::ssize(values), Format(kTagFloat, 1, 32), false);
-        audio.SetUsedSample(std::ssize(values));
-        XAudioRdWr samples(audio, 0, nullptr);
-        int64_t i = 0;
-        for (const float value : values) samples.PutDbl(i++, value);
-        return audio;
-    };
-    const auto converted = [](XAudioBufferNew audio, const XAudioWFX& to) {
+    using Floats = std::vector<float>;
+    const auto converted = [](Floats values, const XAudioWFX& to) {
+        XAudioBufferNew audio(values.data(), 4 * std::ssize(values), Format(kTagFloat, 1, 32), true);
         XAudioConv conv;
         EXPECT_TRUE(conv.ConvertData(audio, to, false, true, nullptr, true));
         return Used(conv);
     };
-    constexpr float kNone = std::numeric_limits<float>::quiet_NaN();
-    constexpr float kInfinite = std::numeric_limits<float>::infinity();
-    const auto audio = mono({kNone, kInfinite, -kInfinite, 0.25F});
+    const Floats values = {NAN, INFINITY, -INFINITY, 0.25F, -3, -0.0F};
+    const Floats twice = {NAN,   NAN,   INFINITY, INFINITY, -INFINITY, -INFINITY,
+                          0.25F, 0.25F, -3,       -3,       -0.0F,     -0.0F};
     const XAudioWFX rate = Format(kTagFloat, 1, 32, 48000);
-    EXPECT_EQ(converted(audio, Format(kTagFloat, 1, 32)), Used(audio));
-    EXPECT_EQ(converted(audio, Format(kTagPCM, 1, 8)), (Bytes{128, 255, 0, 160}));
-    EXPECT_EQ(converted(audio, Format(kTagPCM, 2, 8)), (Bytes{128, 128, 255, 255, 0, 0, 160, 160}));
-    EXPECT_EQ(converted(audio, rate), converted(mono({0, 0, 0, 0.25F}), rate));
+    EXPECT_EQ(converted(values, Format(kTagFloat, 2, 32)), converted(twice, Format(kTagFloat, 1, 32)));
+    EXPECT_EQ(converted(values, Format(kTagPCM, 1, 8)), (Bytes{128, 255, 0, 160, 0, 128}));
+    EXPECT_EQ(converted(values, Format(kTagPCM, 2, 8)), converted(twice, Format(kTagPCM, 1, 8)));
+    EXPECT_EQ(converted(values, rate), converted({0, 0, 0, 0.25F, -3, 0}, rate));
+    EXPECT_EQ(converted({0.5F, 3e38F, -3e38F, 1}, rate), converted({0.5F, 0, 0, 1}, rate));
 }
 
 TEST(XAudioConv, RefusesWhatAStageCannotDo) {
-    const std::tuple<XAudioWFX, XAudioWFX> cases[] = {
-        {Format(kTagPCM, 2, 16), Format(kTagPCM, 9, 16)},
-        {Format(kTagPCM, 2, 16), Format(kTagPCM, 2, 20)},
-        {Format(kTagPCM, 2, 16), Format(kTagALaw, 2, 8)},
-        {Format(kTagALaw, 2, 8), Format(kTagPCM, 2, 8)},
-        {Format(kTagPCM, 2, 32), Format(kTagFloat, 2, 16)},
-        {Format(kTagPCM, 2, 24), Format(kTagFloat, 6, 64)},
-        {Format(kTagPCM, 0, 16), Format(kTagPCM, 2, 16)},
-        {Format(kTagPCM, 2, 16), Format(kTagPCM, 0, 16)},
-        {Format(kTagPCM, 9, 16), Format(kTagPCM, 2, 16)},
-        {Format(kTagPCM, 0, 16), Format(kTagPCM, 0, 16, 48000)},
-        {Format(kTagPCM, 2, 16), Format(kTagPCM, 2, 16, 0)},
-        {Format(kTagPCM, 2, 16, 0), Format(kTagPCM, 2, 16)},
-        {Format(kTagPCM, 2, 16), Format(kTagPCM, 2, 16, INT32_MAX)},
-        {Format(kTagPCM, 2, 16, INT32_MAX), Format(kTagPCM, 2, 16)},
-        {Format(kTagPCM, 2, 12), Format(kTagPCM, 2, 12, 48000)},
-        {Format(kTagPCM, 2, 12), Format(kTagPCM, 1, 12)},
-        {Format(kTagPCM, 2, 64), Format(kTagPCM, 2, 64, 48000)},
-        {Format(kTagPCM, 2, 64), Format(kTagPCM, 1, 64)},
-        {Format(kTagPCM, 2, 16), Format(kTagPCM, 2, 64)},
+    const std::pair<XAudioWFX, XAudioWFX> cases[] = {
+        {Format(1, 2, 20), Format(3, 2, 20)},        {Format(1, 2, 16), Format(3, 2, 16)},
+        {Format(1, 2, 16), Format(1, 2, 20)},        {Format(1, 2, 32), Format(3, 2, 24)},
+        {Format(3, 2, 24), Format(3, 2, 32)},        {Format(3, 2, 32), Format(1, 2, 64)},
+        {Format(1, 2, 24), Format(3, 6, 64)},        {Format(6, 2, 8), Format(6, 2, 16)},
+        {Format(6, 2, 8), Format(1, 2, 8)},          {Format(1, 2, 16), Format(6, 2, 8)},
+        {Format(1, 2, 16), Format(1, 9, 16)},        {Format(1, 9, 16), Format(1, 2, 16)},
+        {Format(1, 2, 16), Format(1, 0, 16)},        {Format(1, 0, 16), Format(1, 2, 16)},
+        {Format(6, 1, 8), Format(6, 2, 8)},          {Format(1, 2, 12), Format(1, 1, 12)},
+        {Format(1, 2, 64), Format(1, 1, 64)},        {Format(3, 2, 16), Format(3, 1, 16)},
+        {Format(1, 2, 16, 0), Format(1, 2, 16)},     {Format(1, 2, 16), Format(1, 2, 16, INT32_MAX)},
+        {Format(1, 2, 64), Format(1, 2, 64, 48000)}, {Format(1, 0, 16), Format(1, 0, 16, 48000)},
     };
     for (const auto& [from, to] : cases) {
+        SCOPED_TRACE(from.WFXToString() + L" to " + to.WFXToString());
         XAudioBufferNew audio(4, from, true);
         audio.SetUsedSample(4);
-        EXPECT_FALSE(XAudioConv().ConvertData(audio, to, false, true, nullptr, false))
-            << testing::PrintToString(from.WFXToString() + L" to " + to.WFXToString());
+        XAudioConv conv;
+        EXPECT_FALSE(conv.ConvertData(audio, to, false, true, nullptr, false));
+        EXPECT_FALSE(conv.InitConversion(from, to, nullptr, false) &&
+                     conv.ConvertData(audio, to, false, true, nullptr, false));
+    }
+}
+
+TEST(XAudioACMDecoder, PassesLinearFormatsAndRefusesTheRest) {
+    const XAudioWFX extensibleFloat = Extensible(KSDATAFORMAT_SUBTYPE_IEEE_FLOAT, 2, 32);
+    const std::tuple<XAudioWFX, bool, bool, XAudioWFX> cases[] = {
+        {Format(kTagPCM, 2, 24), false, true, Format(kTagPCM, 2, 24)},
+        {extensibleFloat, true, true, extensibleFloat},
+        {extensibleFloat, false, true, Format(kTagPCM, 2, 32)},
+        {Format(kTagFloat, 2, 64), false, true, Format(kTagPCM, 2, 64)},
+        {Format(kTagADPCM, 2, 4), true, false, Format(kTagPCM, 2, 16)},
+        {Extensible(KSDATAFORMAT_SUBTYPE_MULAW, 2, 8), true, false, Format(kTagPCM, 2, 8)},
+        {Extensible(SubFormatOfTag(0x4242), 2, 16), true, false, Format(kTagPCM, 2, 16)},
+    };
+    for (const auto& [format, floatOK, accepted, out] : cases) {
+        SCOPED_TRACE(format.WFXToString());
+        Bytes bytes(64);
+        XAudioBufferNew input(bytes.data(), 64, format, true);
+        XAudioACMDecoder decoder;
+        const bool passes = accepted && out.FormatTag() == format.FormatTag();
+        EXPECT_EQ(decoder.ConvertData(input, true, false, floatOK), passes) << "not prepared";
+        EXPECT_EQ(decoder.CreateNewConverter(format, floatOK), accepted);
+        EXPECT_EQ(decoder.GetWFXOut().WFXToString(), out.WFXToString());
+        for (const bool inPlace : {false, true}) {
+            ASSERT_EQ(decoder.ConvertData(input, inPlace, false, floatOK), accepted);
+            EXPECT_EQ(decoder.Buffer().BufferStart() == bytes.data(), inPlace && accepted);
+            EXPECT_TRUE(!accepted || decoder.Buffer().BitsPerSample() == std::min(out.BitsPerSample(), 32));
+        }
+    }
+}
+
+TEST(XAudioACMEncoder, MakesFloatOfIntegersOnly) {
+    const std::tuple<XAudioWFX, XAudioWFX, int64_t> cases[] = {
+        {Format(kTagPCM, 1, 16), Format(kTagFloat, 1, 64), 8},
+        {Format(kTagPCM, 1, 16), Format(kTagPCM, 1, 24), 4},  // depth is not this step's business
+        {Format(kTagFloat, 1, 32), Format(kTagPCM, 1, 16), 0},
+        {Format(kTagPCM, 1, 16), Format(kTagFloat, 1, 32, 48000), 0},
+    };
+    for (const auto& [in, out, bytesOut] : cases) {
+        int16_t samples[2] = {};
+        XAudioBufferNew input(samples, sizeof samples, in, true);
+        XAudioACMEncoder encoder;
+        EXPECT_EQ(encoder.ConvertData(input, out, true, true), bytesOut != 0) << out.WFXToString();
+        EXPECT_EQ(encoder.Buffer().GetUsedByte(), bytesOut);
+        EXPECT_EQ(encoder.Buffer().BufferStart() == input.BufferStart(), bytesOut == 4);
     }
 }
 

@@ -1,13 +1,10 @@
 #include "Formats.h"
+#include "audio/SampleKernels.h"
 #include "audio/XAudioBitsConv.h"
-#include "audio/XAudioRdWr.h"
-#include "audio/XAudioSampleAccess.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <random>
 #include <tuple>
 
 namespace {
@@ -65,50 +62,105 @@ TEST(XAudioRdWr, RoundsAndClipsDoubles) {
     EXPECT_EQ(_DBLToINT32(NAN), 0);
 }
 
-// Every 16-bit value, edges and random bits, in an odd number.
-Bytes Samples(const XAudioWFX& layout) {
-    std::mt19937_64 random(7);
-    Bytes bytes;
-    const auto append = [&](auto value) {
-        const auto* stored = reinterpret_cast<const uint8_t*>(&value);
-        bytes.insert(bytes.end(), stored, stored + layout.BytesPerSample());
-    };
-    const auto appendFloat = [&](double value) {
-        return layout.BitsPerSample() == 64 ? append(value) : append(static_cast<float>(value));
-    };
-    if (layout.FormatTag() == kTagFloat) {
-        for (const auto edge : std::initializer_list<double>{0.0, 1.0, 0.75 / 32768, 0x1.fffffffp-1, 0x1p31,
-                                                             0x1p32, 1e-40, 1e300, INFINITY, NAN}) {
-            appendFloat(edge), appendFloat(-edge);
+constexpr int64_t kValues = 500;
+
+// Around every step and half step where rounding, clipping and casts may go wrong, and anything in between.
+Samples Values() {
+    Samples values{0.0, NAN, INFINITY, 1e300, 1e-310};
+    for (const double step : {0x1p-7, 0x1p-15, 0x1p-23, 0x1p-31}) {
+        for (const double steps : {0.25, 0.5, 1.0, 1.5, 1 / step - 1, 1 / step - 0.5, 1 / step, 2 / step}) {
+            for (const double toward : {0.0, 4.0}) values.push_back(std::nextafter(steps * step, toward));
+            values.push_back(steps * step);
         }
-        for (int i = 0; i < 5000; ++i) appendFloat(static_cast<double>(random()) * 0x1p-63 - 1);
-    } else {
-        for (uint64_t value = 0; value < 65536; ++value) append(value);
-        for (int bit = 16; bit < 32; ++bit) append((uint64_t{1} << bit) - 1), append(uint64_t{1} << bit);
     }
-    for (int i = 0; i < 10001; ++i) append(uint64_t{random()});
+    std::mt19937_64 random(3);
+    while (std::ssize(values) < kValues / 2)
+        values.push_back(std::ldexp(static_cast<double>(random()), -64 - static_cast<int>(random() % 34)));
+    const Samples positive = values;
+    for (const double value : positive) values.push_back(-value);
+    std::shuffle(values.begin(), values.end(), random);
+    return values;
+}
+
+int64_t BytesOf(SampleMode mode, int64_t count) {
+    return count * WithLayout(mode, [](auto layout) { return int64_t{layout.kBits} / 8; });
+}
+
+// Random bits; for floats every other sample is one of the values above. They begin at an odd address.
+Bytes Stored(SampleMode mode, int64_t count) {
+    std::mt19937_64 random(5);
+    Bytes bytes(static_cast<size_t>(1 + BytesOf(mode, count)));
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<uint8_t>(random()); });
+    if (mode != SampleMode::Float32 && mode != SampleMode::Float64) return bytes;
+    const Samples values = Values();
+    for (int64_t i = 0; i < count; i += 2)
+        WithLayout(mode, [&](auto layout) { layout.PutDbl(&bytes[1], i, values[static_cast<size_t>(i)]); });
     return bytes;
+}
+
+void ExpectConverts(const SampleKernels& kernels, SampleMode from, SampleMode to, int64_t count) {
+    SCOPED_TRACE(testing::Message() << int(from) << " to " << int(to) << ", " << count << " samples");
+    Bytes stored = Stored(from, count);
+    Bytes expected(static_cast<size_t>(1 + BytesOf(to, count)));
+    Bytes target = expected;
+    for (int64_t i = 0; i < count; ++i) {
+        const int32_t value = WithLayout(from, [&](auto layout) { return layout.GetInt(&stored[1], i); });
+        WithLayout(to, [&](auto layout) { layout.PutInt(&expected[1], i, value); });
+    }
+    kernels.convert(from, stored.data() + 1, to, target.data() + 1, count);
+    EXPECT_EQ(target, expected);
+    if (from == to || expected.size() > stored.size()) return;
+    kernels.convert(from, stored.data() + 1, to, stored.data() + 1, count);
+    EXPECT_TRUE(std::equal(expected.begin() + 1, expected.end(), stored.begin() + 1)) << "in place";
+}
+
+void ExpectRounds(const SampleKernels& kernels, SampleMode to, int64_t count) {
+    const Samples values = Values();
+    Bytes expected(static_cast<size_t>(1 + BytesOf(to, count)));
+    Bytes target = expected;
+    for (int64_t i = 0; i < count; ++i)
+        WithLayout(to, [&](auto layout) { layout.PutDbl(&expected[1], i, values[static_cast<size_t>(i)]); });
+    kernels.round(values.data(), to, target.data() + 1, count);
+    EXPECT_EQ(target, expected) << int(to) << ", " << count << " samples";
+}
+
+TEST(SampleKernels, ConvertAndRoundAsSingleSamplesDo) {
+    constexpr SampleMode kModes[] = {SampleMode::Int8,  SampleMode::Int16,   SampleMode::Int24,
+                                     SampleMode::Int32, SampleMode::Float32, SampleMode::Float64,
+                                     SampleMode::None};
+    for (const SampleKernels* kernels : {&PortableKernels(), VectorKernels()}) {
+        if (!kernels) continue;
+        for (const SampleMode to : kModes) {
+            for (const int64_t count : {int64_t{0}, int64_t{1}, int64_t{8}, int64_t{10}, int64_t{11},
+                                        int64_t{12}, int64_t{18}, int64_t{19}, int64_t{20}, kValues}) {
+                for (const SampleMode from : kModes) ExpectConverts(*kernels, from, to, count);
+                ExpectRounds(*kernels, to, count);
+            }
+        }
+    }
 }
 
 void ExpectConverts(const XAudioWFX& source, const XAudioWFX& target, bool inPlace, const wchar_t* options) {
     SCOPED_TRACE(source.WFXToString() + L" to " + target.WFXToString());
-    const Bytes stored = Samples(source);
-    Bytes memory = stored;
-    XAudioBufferNew buffer(memory.data(), static_cast<int64_t>(memory.size()), source, true);
-    const int64_t samples = buffer.GetUsedSample();
+    constexpr int64_t kFrames = 501;
+    XAudioBufferNew buffer = Noise(kFrames, source);
+    const Bytes before = Used(buffer);
     const XAudioRdWr reader(buffer, 0, nullptr);
-    Bytes expected(static_cast<size_t>(target.SamplesToBytes_RAW(samples)));
-    XAudioRdWr writer(target, 0, 0, expected.data(), options);
-    for (int64_t i = 0; i < samples; ++i) writer.PutInt(i, reader.GetInt(i));
+    XAudioBufferNew expected(kFrames, target, true);
+    expected.SetUsedSample(kFrames);
+    XAudioRdWr writer(expected, 0, options);
+    for (int64_t i = 0; i < kFrames; ++i) writer.PutInt(i, reader.GetInt(i));
+    if (source.WFXToString() == target.WFXToString()) expected = buffer;
 
     XAudioBitsConv conv;
     const bool supported = target.BitsPerSample() != 64 || source.FormatTag() == kTagFloat;
     ASSERT_EQ(conv.ConvertData(buffer, target, inPlace, options), supported);
     if (!supported) return;
-    EXPECT_TRUE(Used(conv) == (source.WFXToString() == target.WFXToString() ? stored : expected));
+    EXPECT_TRUE(Used(conv) == Used(expected));
     EXPECT_EQ(conv.WFXToString(), target.WFXToString());
-    EXPECT_EQ(conv.BufferStart() == memory.data(), inPlace && target.BlockAlign() <= source.BlockAlign());
-    EXPECT_TRUE(inPlace || memory == stored) << "the source has changed";
+    EXPECT_EQ(conv.BufferStart() == buffer.BufferStart(),
+              inPlace && target.BlockAlign() <= source.BlockAlign());
+    EXPECT_TRUE(inPlace || Used(buffer) == before) << "the source has changed";
 }
 
 TEST(XAudioBitsConv, EveryPairOfLayoutsAsTheAccessorDefinesIt) {
@@ -134,23 +186,12 @@ TEST(XAudioBitsConv, TruncatesAndClips) {
     EXPECT_EQ(Used(conv), (Bytes{255, 127, 0, 128}));
 }
 
-TEST(XAudioBitsConv, RefusesWhatItsLayoutsCannotHold) {
-    const std::tuple<int, int, int, bool> cases[] = {
-        {1, 20, 20, true}, {1, 16, 16, true},  {1, 16, 20, false}, {1, 32, 24, true}, {3, 16, 16, false},
-        {3, 24, 32, true}, {3, 64, 64, false}, {3, 32, 64, false}, {6, 8, 16, false}, {2, 0, 0, false},
-    };
-    for (const auto& [tag, from, to, toFloat] : cases) {
-        XAudioBufferNew source(3, Format(tag, 1, from), true);
-        EXPECT_FALSE(XAudioBitsConv().ConvertData(source, to, false, nullptr, toFloat))
-            << tag << "/" << from << " to " << to;
-    }
-    XAudioBufferNew unknown(3, Format(1, 1, 12), true);
-    unknown.SetUsedSample(3);
-    std::fill_n(unknown.BufferStart(), unknown.GetUsedByte(), uint8_t{0x55});
+TEST(XAudioBitsConv, TakesSamplesThatAreNotKnownForSilence) {
+    Bytes stored(3, 0x55);
+    XAudioBufferNew unknown(stored.data(), 3, Format(1, 1, 12), true);
     XAudioBitsConv silence;
     ASSERT_TRUE(silence.ConvertData(unknown, 16, false, nullptr, false));
-    EXPECT_EQ(std::vector<uint8_t>(silence.BufferStart(), silence.BufferStart() + silence.GetUsedByte()),
-              std::vector<uint8_t>(6));
+    EXPECT_EQ(Used(silence), Bytes(6));
 }
 
 }  // namespace
