@@ -4,11 +4,13 @@
 #include "base/XStr.h"
 
 #include <gtest/gtest.h>
+#include <limits>
+
+using Access = XFile::Access;
 
 TEST(Text, GoesToUTF8AndBack) {
     const std::pair<XStr, std::string> cases[] = {
-        {L"plain", "plain"},
-        {L"\u00E9\u20AC", "\xC3\xA9\xE2\x82\xAC"},
+        {L"a\u00E9\u20AC", "a\xC3\xA9\xE2\x82\xAC"},
         {XStr(1, static_cast<wchar_t>(0x1F600)), "\xF0\x9F\x98\x80"},
         {XStr(1, L'\0'), std::string(1, '\0')},
     };
@@ -16,13 +18,8 @@ TEST(Text, GoesToUTF8AndBack) {
         EXPECT_EQ(ToUTF8(wide), utf8);
         EXPECT_EQ(FromUTF8(utf8), wide);
     }
-}
-
-TEST(Text, WhatIsNoCharacterBecomesTheReplacementCharacter) {
-    const std::string replacement = "\xEF\xBF\xBD";
-    for (const uint32_t c : {0xD800u, 0xDFFFu, 0x110000u, 0xFFFFFFFFu}) {
-        EXPECT_EQ(ToUTF8(XStr(1, static_cast<wchar_t>(c))), replacement) << std::hex << c;
-    }
+    for (const uint32_t c : {0xD800u, 0xDFFFu, 0x110000u, 0xFFFFFFFFu})
+        EXPECT_EQ(ToUTF8(XStr(1, static_cast<wchar_t>(c))), "\xEF\xBF\xBD") << std::hex << c;
     // A lone continuation, a cut sequence, an overlong form, a surrogate: one per malformed byte.
     EXPECT_EQ(FromUTF8("a\x80z"), L"a\uFFFDz");
     EXPECT_EQ(FromUTF8("\xE2\x82"), L"\uFFFD\uFFFD");
@@ -32,59 +29,112 @@ TEST(Text, WhatIsNoCharacterBecomesTheReplacementCharacter) {
 
 TEST(Memory, KeepsContentsAcrossGrowthAndSelfAssignment) {
     XMem memory;
-    ASSERT_TRUE(memory.Assign("0123456789", 10));
-    ASSERT_TRUE(memory.Resize(100000));
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(memory.Data()), 10), "0123456789");
+    ASSERT_TRUE(memory.Assign("0123456789", 10) && memory.Resize(100000));
     ASSERT_TRUE(memory.Assign(memory.Data() + 2, 5));
     EXPECT_EQ(std::string(reinterpret_cast<char*>(memory.Data()), memory.Size()), "23456");
 }
 
 namespace {
-XStr Wide(const std::filesystem::path& path) { return FromUTF8(path.native()); }
+
+class File : public testing::Test {
+protected:
+    // The path of a file with these contents.
+    XStr With(const Bytes& bytes) const { return FromUTF8(folder.Write("a", bytes).native()); }
+    Bytes Contents() const { return ReadBytes(folder.Path() / "a"); }
+
+    TempFolder folder;
+    XFile file;
+};
+
 }  // namespace
 
-TEST(File, LocksAreSharedForReadingAndExclusiveForWriting) {
-    const TempFolder folder;
-    const XStr path = Wide(folder.Write("a", Pattern(10)));
-    XFile first, second;
-    ASSERT_TRUE(first.Open(path, XFile::Access::Read));
-    EXPECT_TRUE(second.Open(path, XFile::Access::Read));
-    second.Close();
-    EXPECT_FALSE(second.Open(path, XFile::Access::ReadWrite));
-    first.Close();
-    ASSERT_TRUE(second.Open(path, XFile::Access::ReadWrite));
-    EXPECT_FALSE(first.Open(path, XFile::Access::Read));
+TEST_F(File, LocksAreSharedForReadingAndExclusiveForWriting) {
+    const XStr path = With(Pattern(10));
+    XFile other;
+    ASSERT_TRUE(file.Open(path, Access::Read));
+    EXPECT_TRUE(other.Open(path, Access::Read));
+    other.Close();
+    EXPECT_FALSE(other.Open(path, Access::ReadWrite));
+    file.Close();
+    ASSERT_TRUE(other.Open(path, Access::ReadWrite));
+    EXPECT_FALSE(file.Open(path, Access::Read));
 }
 
-TEST(File, RefusesFoldersMissingFilesAndNamesWithNUL) {
-    const TempFolder folder;
-    const XStr path = Wide(folder.Write("a", Pattern(10)));
-    XFile file;
-    EXPECT_FALSE(file.Open(Wide(folder.Path()), XFile::Access::Read));
-    EXPECT_FALSE(file.Open(path + L"missing", XFile::Access::Read));
-    EXPECT_FALSE(file.Open(path + XStr(1, L'\0') + L"x", XFile::Access::Read));
-    EXPECT_FALSE(file.Open(path, XFile::Access::CreateNew));
+TEST_F(File, RefusesFoldersMissingFilesAndNamesWithNUL) {
+    const XStr path = With(Pattern(10));
+    EXPECT_FALSE(file.Open(FromUTF8(folder.Path().native()), Access::Read));
+    EXPECT_FALSE(file.Open(path + L"missing", Access::Read));
+    EXPECT_FALSE(file.Open(path + XStr(1, L'\0') + L"x", Access::Read));
+    EXPECT_FALSE(file.Open(path, Access::CreateNew));
     EXPECT_FALSE(file.IsOpen());
 }
 
-TEST(File, AViewSharesThePositionAndLeavesTheDescriptorOpen) {
-    const TempFolder folder;
-    XFile owner;
-    ASSERT_TRUE(owner.Open(Wide(folder.Write("a", Pattern(100))), XFile::Access::ReadWrite));
+TEST_F(File, AViewSharesThePositionAndLeavesTheDescriptorOpen) {
+    ASSERT_TRUE(file.Open(With(Pattern(100)), Access::ReadWrite));
     {
         XFile view;
-        ASSERT_TRUE(view.Open(owner.Handle()));
-        ASSERT_TRUE(view.SetPosition(40));
+        ASSERT_TRUE(view.Open(file.Handle()) && view.SetPosition(40));
     }
     uint8_t bytes[100] = {};
-    EXPECT_EQ(owner.GetPosition(), 40);
-    EXPECT_EQ(owner.Read(bytes, sizeof bytes), 60u);  // short at the end of the file
+    EXPECT_EQ(file.GetPosition(), 40);
+    EXPECT_EQ(file.Read(bytes, sizeof bytes), 60u);  // short at the end of the file
     EXPECT_EQ(bytes[0], 40);
-    EXPECT_FALSE(owner.SetPosition(-1));
-    ASSERT_TRUE(owner.SetFileSize(50) && owner.SetPosition(50) && owner.Write(bytes, 7));
-    EXPECT_EQ(owner.Size(), 57);
-    XFile closed;
-    EXPECT_EQ(closed.Size(), -1);
-    EXPECT_EQ(closed.Read(bytes, 1), 0u);
-    EXPECT_FALSE(closed.Write(bytes, 1));
+    EXPECT_FALSE(file.SetPosition(-1));
+    ASSERT_TRUE(file.SetFileSize(50) && file.SetPosition(50) && file.Write(bytes, 7));
+    EXPECT_EQ(file.Size(), 57);
+    file.Close();
+    EXPECT_EQ(file.Size(), -1);
+    EXPECT_EQ(file.Read(bytes, 1), 0u);
+    EXPECT_FALSE(file.Write(bytes, 1));
+}
+
+namespace {
+
+Bytes Shuffled(const Bytes& before, int64_t position, int64_t delta, bool zeroFill) {
+    Bytes after = before;
+    after.resize(static_cast<size_t>(std::max<int64_t>(std::ssize(before) + delta, 0)));
+    if (position >= std::ssize(before)) return after;
+    std::copy(before.begin() + position, before.end(), after.begin() + position + delta);
+    if (zeroFill) std::fill_n(after.begin() + position, std::max<int64_t>(delta, 0), 0);
+    return after;
+}
+
+}  // namespace
+
+TEST_F(File, ShuffleMovesTheRest) {
+    constexpr int64_t kBlock = 65536;
+    const Bytes before = Pattern(3 * kBlock + 100);
+    const int64_t size = std::ssize(before);
+    for (const int64_t position : {int64_t{0}, int64_t{50}, kBlock, size - kBlock, size - 1, size + 9}) {
+        for (const int64_t delta : {int64_t{1}, kBlock - 1, 4 * kBlock, int64_t{-8}, -kBlock, -size - 1}) {
+            if (position < size && position + delta < 0) continue;
+            for (const bool zeroFill : {false, true}) {
+                ASSERT_TRUE(file.Open(With(before), Access::ReadWrite));
+                EXPECT_TRUE(file.Shuffle(position, delta, zeroFill));
+                EXPECT_TRUE(Contents() == Shuffled(before, position, delta, zeroFill))
+                    << position << " by " << delta << (zeroFill ? ", filled" : "");
+                file.Close();
+            }
+        }
+    }
+}
+
+TEST_F(File, ShuffleStopsAtWhatCannotBeDone) {
+    constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
+    const std::tuple<Access, int64_t, int64_t, bool> cases[] = {
+        {Access::ReadWrite, -1, 8, true},  // nothing to do
+        {Access::Read, 8, 0, true},
+        {Access::ReadWrite, 7, -8, false},  // to before the start
+        {Access::ReadWrite, 0, -kMost - 1, false},
+        {Access::Read, 0, 8, false},
+        {Access::Read, 8, -8, false},
+        {Access::Read, 1000, -8, false},
+    };
+    const Bytes before = Pattern(1000);
+    for (const auto& [access, position, delta, succeeds] : cases) {
+        ASSERT_TRUE(file.Open(With(before), access));
+        EXPECT_EQ(file.Shuffle(position, delta, false), succeeds) << position << " by " << delta;
+        EXPECT_TRUE(Contents() == before) << position << " by " << delta;
+        file.Close();
+    }
 }

@@ -17,37 +17,23 @@ protected:
 
 }  // namespace
 
-TEST_F(Trace, IndentsBetweenMarkersAndNeverBelowNothing) {
-    StdReport::WriteDEBUG(L"<-<-", report, "Early", true);
-    StdReport::WriteDEBUG(L"->->", report, "Outer", true);
-    StdReport::WriteDEBUG(L"->-> with text", report, "Inner", true);
-    StdReport::WriteDEBUG(L"line", report, nullptr, true);
-    StdReport::WriteDEBUG(L"<-<-", report, "Inner", true);
-    StdReport::WriteDEBUG(L"<-<-", report, "Outer", true);
-    EXPECT_EQ(capture.Trace(), "<-<-  [Early]\r\n"
-                               "->->  [Outer]\r\n"
-                               "  ->-> with text  [Inner]\r\n"
-                               "    line\r\n"
-                               "  <-<-  [Inner]\r\n"
-                               "<-<-  [Outer]\r\n");
-}
-
-TEST_F(Trace, PiecesMakeOneLine) {
-    StdReport::WriteDEBUG(L"->->", report, "Open", true);
-    StdReport::WriteDEBUG(L"Opening file '", report, "ignored", false);
+TEST_F(Trace, IndentsBetweenMarkersAndMakesOneLineOfPieces) {
+    StdReport::WriteDEBUG(L"<-<-", report, "Early", true);  // never below nothing
+    StdReport::WriteDEBUG(L"->-> with text", report, "Outer", true);
+    StdReport::WriteDEBUG(L"Opening '", report, "ignored", false);
     StdReport::WriteDEBUG(L"\u00E9.w64", report, nullptr, false);
-    StdReport::WriteDEBUG(L"' for read access: ", report, nullptr, false);
-    StdReport::WriteDEBUG(L"Opened", report, nullptr, true);
-    EXPECT_EQ(capture.Trace(), "->->  [Open]\r\n  Opening file '\xC3\xA9.w64' for read access: Opened\r\n");
-}
-
-TEST_F(Trace, ErrorsAndInformationGoToTheirChannelAndTheTrace) {
-    StdReport::WriteDEBUG(L"->->", report, "Open", true);
-    StdReport::WriteERROR(L"bad", report, "Open");
-    StdReport::WriteINFO(L"odd", report, "Open");
-    EXPECT_EQ(capture.Errors(), "bad  [Open]\r\n");
-    EXPECT_EQ(capture.Information(), "odd  [Open]\r\n");
-    EXPECT_EQ(capture.Trace(), "->->  [Open]\r\n*** Error: bad  [Open]\r\n*** Information: odd  [Open]\r\n");
+    StdReport::WriteDEBUG(L"'", report, nullptr, true);
+    StdReport::WriteERROR(L"bad", report, "Outer");
+    StdReport::WriteINFO(L"odd", report, "Outer");
+    StdReport::WriteDEBUG(L"<-<-", report, "Outer", true);
+    EXPECT_EQ(capture.Errors(), "bad  [Outer]\r\n");
+    EXPECT_EQ(capture.Information(), "odd  [Outer]\r\n");
+    EXPECT_EQ(capture.Trace(), "<-<-  [Early]\r\n"
+                               "->-> with text  [Outer]\r\n"
+                               "  Opening '\xC3\xA9.w64'\r\n"
+                               "*** Error: bad  [Outer]\r\n"
+                               "*** Information: odd  [Outer]\r\n"
+                               "<-<-  [Outer]\r\n");
 }
 
 TEST_F(Trace, KeepsTrackWhileNobodyListens) {

@@ -23,12 +23,14 @@ struct Edit {
     int paddingSize = 0;
 };
 
-// What edits by the default rules make of a file, said a second time over bytes in memory.
+// What edits make of a file of less than 2 GiB, said a second time over bytes in memory.
 class EditModel {
 public:
-    explicit EditModel(Bytes bytes) : file(std::move(bytes)) {
+    EditModel(Bytes bytes, bool isSafe) : file(std::move(bytes)), isSafe_(isSafe) {
         const auto end = Load<int64_t>(file.data() + 16);
-        for (int64_t at = 40; at + 24 < end && at + 24 <= std::ssize(file);) {
+        // By default a header with nothing behind it does not count.
+        const int64_t lastHeader = std::min(end - (isSafe ? 24 : 25), std::ssize(file) - 24);
+        for (int64_t at = 40; at <= lastHeader;) {
             const uint8_t* header = file.data() + at;
             if (Load<uint64_t>(header + 16) < 24) break;
             const auto size = static_cast<int64_t>(std::min(Load<uint64_t>(header + 16), uint64_t(end - at)));
@@ -72,7 +74,13 @@ private:
     bool IsPadding(int index) {
         return index < Count() && (At(index).id == Id("junk") || At(index).id == Id("pad "));
     }
+    // What a chunk takes up; by default its own padding is not counted.
+    int64_t Room(const Record& record) const {
+        return isSafe_ ? std::min(Up(24 + record.size), std::ssize(file) - record.position)
+                       : 24 + record.size;
+    }
     static Bytes Padding(int mode, int size) {
+        if (mode == 2) return {};
         Bytes chunk = Id(mode == 0 ? "junk" : "pad ");
         chunk.resize(static_cast<size_t>(Up(size == 0 ? 2048 : std::max(size, 256))));
         return chunk;
@@ -82,27 +90,28 @@ private:
         if (index < 0 || index > Count()) index = Count();
         const int64_t need = Up(std::ssize(chunk));
         int64_t reclaimed = 0;
-        bool shift = true;
+        bool isShifted = true;
         if (IsPadding(index) && index == Count() - 1) {
             Remove(index, 2);
         } else if (IsPadding(index) && need <= At(index).size) {
             At(index).size -= need;
-            shift = false;
+            isShifted = false;
         } else if (IsPadding(index) && mode != 2) {
             reclaimed = Up(At(index).size + 24);
             list_.erase(list_.begin() + index);
         }
-        if (index >= Count()) shift = false;
-        if (shift) Move(At(index).position, need - reclaimed);
+        if (index >= Count()) isShifted = false;
+        const Bytes padding = isShifted ? Padding(mode, paddingSize) : Bytes();
+        if (isShifted) Move(At(index).position, need - reclaimed + (isSafe_ ? std::ssize(padding) : 0));
         PutNew(index, chunk);
-        if (shift && mode != 2) PutNew(index + 1, Padding(mode, paddingSize));
+        if (!padding.empty()) PutNew(index + 1, padding);
         WriteHeaders(index);
     }
 
     void Resize(int index, const Bytes& chunk, int mode, int paddingSize) {
         bool makePadding = false;
         for (int i = index + 1; i < Count(); ++i) makePadding |= At(i).id == Id("data");
-        int64_t delta = Up(std::ssize(chunk)) - (At(index).size + 24);
+        int64_t delta = Up(std::ssize(chunk)) - Room(At(index));
         int64_t reclaimed = 0;
         if (delta != 0 && IsPadding(index + 1)) {
             Record& next = At(index + 1);
@@ -116,8 +125,7 @@ private:
                 makePadding = true;
             }
         }
-        Bytes padding;
-        if (delta != 0 && makePadding && mode != 2) padding = Padding(mode, paddingSize);
+        const Bytes padding = delta != 0 && makePadding ? Padding(mode, paddingSize) : Bytes();
         if (delta != 0 && index < Count() - 1) {
             Move(At(index + 1).position, delta - reclaimed + std::ssize(padding));
         } else if (delta != 0) {
@@ -129,9 +137,9 @@ private:
     }
 
     void Remove(int index, int mode) {
-        const Record gone = At(index);
+        const int64_t room = Room(At(index));
         if (IsPadding(index + 1)) {
-            At(index + 1).size += gone.size + 24;
+            At(index + 1).size += room;
             At(index + 1).write = true;
             list_.erase(list_.begin() + index);
             WriteHeaders(Count());
@@ -140,7 +148,7 @@ private:
             At(index).write = true;
             WriteHeaders(Count());
         } else {
-            Move(gone.position + gone.size + 24, -(gone.size + 24));
+            Move(At(index).position + room, -room);
             list_.erase(list_.begin() + index);
             WriteHeaders(index);
         }
@@ -176,7 +184,7 @@ private:
             Write(At(i).position, header);
         }
         Store<uint64_t>(file.data() + 16, uint32_t(end));
-        if (std::ssize(file) > end) file.resize(static_cast<size_t>(end));
+        if (isSafe_ || std::ssize(file) > end) file.resize(static_cast<size_t>(end));
     }
 
     void Write(int64_t at, const Bytes& bytes) {
@@ -191,5 +199,6 @@ private:
         file.resize(static_cast<size_t>(std::max<int64_t>(size + delta, 0)));
     }
 
+    bool isSafe_;
     std::vector<Record> list_;
 };

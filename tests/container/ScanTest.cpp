@@ -9,7 +9,8 @@
 namespace {
 
 struct Scan {
-    explicit Scan(const Bytes& bytes) {
+    explicit Scan(const Bytes& bytes, bool safe = false) {
+        handler.SetRules({.safe = safe});
         EXPECT_TRUE(file.Open(FromUTF8(folder.Write("a.w64", bytes).native()), XFile::Access::Read));
         succeeded = handler.Initialize(file.Handle(), capture.Report());
     }
@@ -47,76 +48,73 @@ TEST(Scan, ListsChunksInOrderWithTheirPositions) {
     EXPECT_EQ(scan.handler.GetChunk(-1), nullptr);
 }
 
-TEST(Scan, KeepsWhatItFoundBeforeTheDamage) {
+TEST(Scan, KeepsWhatItFoundBeforeTheDamageInAWave64File) {
     constexpr uint64_t huge = uint64_t{1} << 63;
     Bytes cutInHeader = Plain().Chunk("LEVL", Pattern(100)).File();
     cutInHeader.resize(1112 + 20);
     Bytes garbageBehind = Plain().File();
     garbageBehind.resize(garbageBehind.size() + 10, 0xAA);
+    const auto claiming = [](uint64_t size) { return Plain().Chunk("bext", Pattern(8), size).File(); };
+    Bytes otherForm = Plain().File();
+    otherForm[24] ^= 1;
+    Bytes riff = Pattern(100);
+    std::copy_n("RIFF....WAVEfmt ", 16, riff.begin());
+    constexpr int kFails = -1;
     const struct {
-        const char* name;
         Bytes file;
         int chunks;
         const char* message;
     } cases[] = {
-        {"garbage behind the end", garbageBehind, 2, "Warning: 'RiffSize != FileSize' must be extra data"},
-        {"cut in a header", cutInHeader, 2, "File error reading chunk."},
-        {"size field 0", Plain().Chunk("bext", {}, 0).Chunk("LEVL", {}).File(), 2,
-         "File error reading chunk."},
-        {"size field 23", Plain().Chunk("bext", {}, 23).Chunk("LEVL", {}).File(), 2,
-         "File error reading chunk."},
-        {"chunk past the end", Plain().Chunk("bext", Pattern(8), 4096).File(), 3,
-         "Error Chunk is out of file."},
-        {"size near 2^63", Plain().Chunk("bext", Pattern(8), huge - 1).File(), 3,
-         "Error Chunk is out of file."},
-        {"size near 2^64", Plain().Chunk("bext", Pattern(8), ~uint64_t{0}).File(), 3,
-         "Error Chunk is out of file."},
-        {"uneven outer size", Plain().File(1116), 2, "Warning: RIFF chunk has uneven databytes"},
-        {"outer size near 2^64", Plain().File(~uint64_t{0}), 2, "File error reading chunk."},
-        {"outer size 2^63", Plain().File(huge), 2, "File error reading chunk."},
-        {"outer size 0", Plain().File(0), 0, "RiffSize: 0"},
-        {"data claims all of 2^63", Wave64Bytes().Data({}, huge - 8).File(huge), 1,
-         "Error Setting Position."},
+        {Pattern(39), kFails, "Error: File too small for RIFF."},
+        {riff, kFails, "Error RIFF chunk unknown 'RIFF'"},
+        {otherForm, kFails, "Error RIFF chunk unknown 'riff'"},
+        {garbageBehind, 2, "Warning: 'RiffSize != FileSize' must be extra data"},
+        {cutInHeader, 2, "File error reading chunk."},
+        {claiming(23), 2, "File error reading chunk."},
+        {claiming(33), 3, "Error Chunk is out of file."},
+        {claiming(huge - 1), 3, "Error Chunk is out of file."},
+        {claiming(~uint64_t{0}), 3, "Error Chunk is out of file."},
+        {Plain().File(1116), 2, "Warning: RIFF chunk has uneven databytes"},
+        {Plain().File(~uint64_t{0}), 2, "File error reading chunk."},
+        {Plain().File(0), 0, "RiffSize: 0"},
+        {Wave64Bytes().Data({}, huge - 8).File(huge), 1, "Error Setting Position."},
     };
     for (const auto& c : cases) {
         Scan scan(c.file);
-        EXPECT_TRUE(scan.succeeded) << c.name;
-        EXPECT_EQ(scan.handler.Count(), c.chunks) << c.name;
-        EXPECT_TRUE(scan.Said(c.message))
-            << c.name << ": " << scan.capture.Errors() << scan.capture.Information();
-        for (int i = 0; i < scan.handler.Count(); ++i) EXPECT_GE(scan.handler[i].DataSize, 0) << c.name;
+        SCOPED_TRACE(&c - cases);
+        EXPECT_EQ(scan.succeeded ? scan.handler.Count() : kFails, c.chunks);
+        EXPECT_TRUE(scan.Said(c.message)) << scan.capture.Errors() << scan.capture.Information();
+        for (int i = 0; i < scan.handler.Count(); ++i) EXPECT_GE(scan.handler[i].DataSize, 0);
+        const Scan safe(c.file, true);
+        EXPECT_TRUE(!safe.succeeded || !safe.handler.LayoutFault().empty());
     }
 }
 
-TEST(Scan, FailsOnWhatIsNoWave64File) {
-    const Bytes riff = [] {
-        Bytes bytes(100);
-        std::copy_n("RIFF....WAVEfmt ", 16, bytes.begin());
-        return bytes;
-    }();
-    Bytes form = Plain().File();
-    form[24] ^= 1;
-    const std::pair<Bytes, const char*> cases[] = {
-        {Pattern(39), "Error: File too small for RIFF."},
-        {riff, "Error RIFF chunk unknown 'RIFF'"},
-        {form, "Error RIFF chunk unknown 'riff'"},
-    };
-    for (const auto& [file, message] : cases) {
-        Scan scan(file);
-        EXPECT_FALSE(scan.succeeded) << message;
-        EXPECT_TRUE(scan.Said(message)) << scan.capture.Errors();
+TEST(Scan, FindsALayoutSoundWhereOnlyTheLastPaddingIsMissing) {
+    const auto isSound = [](const Bytes& file) { return Scan(file, true).handler.LayoutFault().empty(); };
+    const Bytes whole = Wave64Bytes().Fmt(1, 2, 44100, 16).Data(Pattern(1001)).File();
+    const auto fits = [&](size_t size) { return size >= whole.size() - 7 && size <= whole.size(); };
+    const int differences[] = {-9, -8, -7, -1, 0, 1, 8, 16, 23, 24, 32};
+    for (const int outer : differences) {
+        for (const int length : differences) {
+            Bytes file = whole;
+            Store<uint64_t>(file.data() + 16, whole.size() + outer);
+            file.resize(whole.size() + length);
+            EXPECT_EQ(isSound(file), fits(whole.size() + outer) && fits(file.size()))
+                << outer << ", " << length;
+        }
     }
+    EXPECT_TRUE(isSound(Plain().Chunk("bext", {}).File()));
+    EXPECT_TRUE(isSound(Wave64Bytes().File()));
+    EXPECT_FALSE(isSound({}));
 }
 
 TEST(Scan, WalksHeadersNearAndFar) {
+    const auto sizeOf = [](int i) { return static_cast<size_t>(i % 97 == 0 ? 70000 + i : i % 29); };
     Wave64Bytes file;
-    std::vector<size_t> sizes;
-    for (size_t i = 0; i < 3000; ++i) sizes.push_back(i % 97 == 0 ? 70000 + i : i % 29);
-    for (const size_t size : sizes) file.Chunk("bext", Bytes(size));
+    for (int i = 0; i < 3000; ++i) file.Chunk("bext", Bytes(sizeOf(i)));
     Scan scan(file.File());
     ASSERT_EQ(scan.handler.Count(), 3000);
-    for (int i = 0; i < 3000; ++i) {
-        ASSERT_EQ(scan.handler[i].DataSize, static_cast<int64_t>(sizes[static_cast<size_t>(i)])) << i;
-    }
+    for (int i = 0; i < 3000; ++i) ASSERT_EQ(static_cast<size_t>(scan.handler[i].DataSize), sizeOf(i)) << i;
     EXPECT_TRUE(scan.SaidNothing());
 }

@@ -1,11 +1,18 @@
+#include "HostWorkshop.h"
 #include "SoundFile.h"
-#include "Workshop.h"
+#include "Wave64Bytes.h"
+#include "host/SampleKind.h"
+#include "host/SpeakerMap.h"
+#include "host/Wave64Writer.h"
 
 #include <array>
 #include <cmath>
 #include <gtest/gtest.h>
 
 namespace {
+
+namespace fs = std::filesystem;
+using RoundTrip = HostTest;
 
 // Every bit pattern is a sample, NaNs among them; an odd number of frames asks for padding.
 Bytes Audio(int channels, size_t sampleBytes) {
@@ -14,21 +21,17 @@ Bytes Audio(int channels, size_t sampleBytes) {
 
 }  // namespace
 
-TEST(RoundTrip, EveryLinearFormatComesBackBitForBit) {
+TEST_F(RoundTrip, EveryLinearFormatComesBackBitForBit) {
     for (const auto& [kind, sampleBytes] : kLinearKinds) {
         for (const int channels : {1, 2, 3, 8}) {
             SCOPED_TRACE(testing::Message() << "kind " << kind << ", channels " << channels);
-            const Workshop shop;
             const Bytes audio = Audio(channels, sampleBytes);
             SoundFile(shop.Path() / "in.wav", SF_FORMAT_WAV | kind, channels).WriteRaw(audio);
-
-            ASSERT_EQ(shop.Run("w64 encode in.wav a.w64").status, 0);
+            shop.Do("w64 encode in.wav -f a.w64 && w64 decode a.w64 -f && w64 decode a.w64 -fo a.raw");
             SoundFile encoded(shop.Path() / "a.w64");
             EXPECT_EQ(encoded.Info().format, SF_FORMAT_W64 | kind);
             EXPECT_EQ(Slice(encoded.ReadRaw(), 0, audio.size()), audio);  // it takes padding for audio
             EXPECT_EQ(shop.Read("a.w64").size() % 8, 0u);
-
-            ASSERT_EQ(shop.Run("w64 decode a.w64 && w64 decode a.w64 -o a.raw").status, 0);
             SoundFile decoded(shop.Path() / "a.wav");
             EXPECT_EQ(decoded.Kind(), kind);
             EXPECT_EQ(decoded.Info().channels, channels);
@@ -39,21 +42,16 @@ TEST(RoundTrip, EveryLinearFormatComesBackBitForBit) {
     }
 }
 
-TEST(RoundTrip, NoFramesStayNoFrames) {
-    const Workshop shop;
+TEST_F(RoundTrip, NoFramesStayNoFrames) {
     SoundFile(shop.Path() / "in.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 2).WriteRaw({});
-    ASSERT_EQ(shop.Run("w64 encode in.wav a.w64 && w64 decode a.w64 && w64 decode a.w64 -o a.raw").status, 0);
+    shop.Do("w64 encode in.wav a.w64 && w64 decode a.w64 && w64 decode a.w64 -o a.raw");
     EXPECT_EQ(SoundFile(shop.Path() / "a.wav").Info().frames, 0);
     EXPECT_EQ(shop.Read("a.raw"), Bytes());
     EXPECT_EQ(shop.Run("w64 decode a.w64 -o a.flac").status, 1);  // which cannot be empty
 }
 
-TEST(RoundTrip, OtherSourcesKeepTheirSamples) {
-    const struct {
-        int format;
-        std::string name;
-        int kind;
-    } cases[] = {
+TEST_F(RoundTrip, OtherSourcesKeepTheirSamples) {
+    const std::tuple<int, std::string, int> cases[] = {
         {SF_FORMAT_AIFF | SF_FORMAT_PCM_S8, "a.aiff", SF_FORMAT_PCM_U8},
         {SF_FORMAT_AIFF | SF_FORMAT_PCM_24, "b.aiff", SF_FORMAT_PCM_24},
         {SF_FORMAT_FLAC | SF_FORMAT_PCM_S8, "c.flac", SF_FORMAT_PCM_U8},
@@ -66,88 +64,111 @@ TEST(RoundTrip, OtherSourcesKeepTheirSamples) {
     };
     std::vector<int> noise(2000);
     for (uint32_t i = 0; i < noise.size(); ++i) noise[i] = static_cast<int>(i * 2654435761u);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        const Workshop shop;
-        SoundFile(shop.Path() / c.name, c.format, 2).WriteInts(noise);
-        ASSERT_EQ(shop.Run("w64 encode " + c.name + " out.w64").status, 0);
+    for (const auto& [format, name, kind] : cases) {
+        SCOPED_TRACE(name);
+        SoundFile(shop.Path() / name, format, 2).WriteInts(noise);
+        shop.Do("w64 encode -f " + name + " out.w64");
         SoundFile encoded(shop.Path() / "out.w64");
-        EXPECT_EQ(encoded.Kind(), c.kind);
-        EXPECT_EQ(encoded.ReadSamples(), SoundFile(shop.Path() / c.name).ReadSamples());
+        EXPECT_EQ(encoded.Kind(), kind);
+        EXPECT_EQ(encoded.ReadSamples(), SoundFile(shop.Path() / name).ReadSamples());
     }
 }
 
-TEST(RoundTrip, FilesOfOtherWritersDecode) {
-    for (const auto& [kind, sampleBytes] : kLinearKinds) {
-        SCOPED_TRACE(kind);
-        const Workshop shop;
-        const Bytes audio = Audio(3, sampleBytes);
-        SoundFile(shop.Path() / "a.w64", SF_FORMAT_W64 | kind, 3).WriteRaw(audio);
-        const Outcome flac = shop.Run("w64 decode a.w64 -o a.flac");
-        if (sampleBytes <= 3) {
-            EXPECT_EQ(SoundFile(shop.Path() / "a.flac").ReadSamples(),
-                      SoundFile(shop.Path() / "a.w64").ReadSamples());
-        } else {
-            EXPECT_EQ(flac.status, 1);
-            EXPECT_PRED_FORMAT2(testing::IsSubstring, "FLAC holds 8, 16 and 24-bit integers", flac.errors);
-            EXPECT_EQ(shop.Files(), std::set<std::string>{"a.w64"});
-        }
-        for (int channels = 1; channels <= 8; ++channels) {
-            const Bytes samples = Audio(channels, sampleBytes);
-            SoundFile(shop.Path() / "b.w64", SF_FORMAT_W64 | kind, channels).WriteRaw(samples);
-            ASSERT_EQ(shop.Run("w64 decode b.w64 -f -o b.raw").status, 0);
-            EXPECT_EQ(shop.Read("b.raw"), samples) << channels;
-        }
-    }
-    const Workshop shop;
-    for (const std::string kind : {"-b 8 -e unsigned", "-b 16 -e signed", "-b 24 -e signed",
-                                   "-b 32 -e signed", "-b 32 -e float", "-b 64 -e float"}) {
-        SCOPED_TRACE(kind);
-        for (const std::string channels : {"1", "2", "3", "4", "5", "6", "7", "8"}) {
-            const std::string make =
-                "sox -D -n " + kind + " -c " + channels + " a.w64 synth 0.1 sine 440 noise";
-            ASSERT_EQ(shop.Run(make + " && w64 decode a.w64 -fo a.raw").status, 0) << "needs SoX";
-            Bytes audio = SoundFile(shop.Path() / "a.w64").ReadRaw();  // with padding
-            const Bytes decoded = shop.Read("a.raw");
-            EXPECT_LT(audio.size() - decoded.size(), 8u);
-            audio.resize(decoded.size());
-            EXPECT_TRUE(decoded == audio && !audio.empty()) << channels << " channels";
-        }
-    }
-}
-
-TEST(RoundTrip, ChannelMaskIsKept) {
-    const std::vector<std::vector<int>> maps = {
-        {SF_CHANNEL_MAP_CENTER},
-        {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT},
-        {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_REAR_LEFT, SF_CHANNEL_MAP_REAR_RIGHT},
-        {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_CENTER, SF_CHANNEL_MAP_LFE,
-         SF_CHANNEL_MAP_SIDE_LEFT, SF_CHANNEL_MAP_SIDE_RIGHT},
+TEST_F(RoundTrip, FilesOfOtherWritersDecode) {
+    const auto file = [&](const std::string& name, const char* ending) {
+        return shop.Path() / (name + ending);
     };
-    for (const auto& map : maps) {
-        SCOPED_TRACE(map.size());
-        const Workshop shop;
-        const auto channels = static_cast<int>(map.size());
-        {
-            SoundFile source(shop.Path() / "in.wav", SF_FORMAT_WAVEX | SF_FORMAT_PCM_24, channels);
-            ASSERT_TRUE(source.SetChannelMap(map));
-            source.WriteRaw(Audio(channels, 3));
+    std::map<std::string, Bytes> audio;  // by file
+    for (const auto& [kind, sampleBytes] : kLinearKinds) {
+        const std::string type = kind == SF_FORMAT_PCM_U8 ? "unsigned"
+                                 : kind < SF_FORMAT_FLOAT ? "signed"
+                                                          : "float";
+        for (int channels = 1; channels <= 8; ++channels) {
+            const std::string name = std::to_string(kind) + "-" + std::to_string(channels);
+            audio[name] = Audio(channels, sampleBytes);
+            SoundFile(file(name, ".w64"), SF_FORMAT_W64 | kind, channels).WriteRaw(audio[name]);
+
+            const std::string sox = "SoX" + name;
+            shop.Do("sox -D -n -e " + type + " -b " + std::to_string(8 * sampleBytes) + " -c " +
+                    std::to_string(channels) + " " + sox + ".w64 synth 0.1 sine 440 noise");
+            audio[sox] = SoundFile(file(sox, ".w64")).ReadRaw();
+            EXPECT_EQ(audio[sox].size(), 4800 * static_cast<size_t>(channels) * sampleBytes);
         }
-        ASSERT_EQ(shop.Run("w64 encode in.wav a.w64 && w64 decode a.w64").status, 0);
-        std::vector<int> kept;
-        ASSERT_TRUE(SoundFile(shop.Path() / "a.wav").GetChannelMap(kept));
-        EXPECT_EQ(kept, map);
+    }
+    shop.Do("w64 decode -q *.w64 --format raw");
+    for (const auto& [name, bytes] : audio) EXPECT_TRUE(shop.Read(name + ".raw") == bytes) << name;
+
+    const Outcome flac = shop.Run("w64 decode -q SoX*-3.w64 --format flac");
+    EXPECT_PRED_FORMAT2(IsSubstring, "FLAC holds 8, 16 and 24-bit integers", flac.errors);
+    for (const auto& [kind, sampleBytes] : kLinearKinds) {
+        const std::string name = "SoX" + std::to_string(kind) + "-3";
+        ASSERT_EQ(fs::exists(file(name, ".flac")), sampleBytes <= 3);
+        if (sampleBytes > 3) continue;
+        EXPECT_EQ(SoundFile(file(name, ".flac")).ReadSamples(), SoundFile(file(name, ".w64")).ReadSamples());
     }
 }
 
-TEST(RoundTrip, SampleIsTheSameEveryTimeAndDoesNotClip) {
-    const Workshop shop;
-    for (const std::string name : {"a.w64", "b.w64"})
-        ASSERT_EQ(shop.Run("w64 sample " + name + " --channels 6 --bits 16 --seconds 3").status, 0);
+TEST_F(RoundTrip, ChannelMaskIsKept) {
+    const std::pair<uint32_t, std::vector<int>> cases[] = {
+        {0x4, {SF_CHANNEL_MAP_CENTER}},
+        {0x33,
+         {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_REAR_LEFT, SF_CHANNEL_MAP_REAR_RIGHT}},
+        {0x60F,
+         {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_CENTER, SF_CHANNEL_MAP_LFE,
+          SF_CHANNEL_MAP_SIDE_LEFT, SF_CHANNEL_MAP_SIDE_RIGHT}},
+    };
+    for (const auto& [mask, map] : cases) {
+        const auto channels = static_cast<uint16_t>(map.size());
+        const Bytes format = Wave64Bytes::ExtensibleBody(1, channels, 48000, 24, mask);
+        shop.Write("a.w64", Wave64Bytes().Chunk("fmt ", format).Data(Audio(channels, 3)).File());
+        shop.Do("w64 decode a.w64 -f && w64 encode a.wav b.w64 -f");
+        EXPECT_EQ(SoundFile(shop.Path() / "a.wav").ChannelMap(), map);
+        EXPECT_EQ(shop.Read("b.w64"), shop.Read("a.w64"));
+    }
+}
+
+TEST(ChannelMask, ComesFromSpeakersInTheirOrderOnly) {
+    const auto mask = [](const std::vector<int>& map) { return ChannelMaskFromMap(map); };
+    EXPECT_EQ(mask({SF_CHANNEL_MAP_FRONT_LEFT, SF_CHANNEL_MAP_FRONT_RIGHT, SF_CHANNEL_MAP_FRONT_CENTER}), 7u);
+    EXPECT_EQ(mask({SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_TOP_REAR_RIGHT}), 0x20001u);
+    EXPECT_EQ(mask({SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_CENTER, SF_CHANNEL_MAP_RIGHT}), 0u);
+    EXPECT_EQ(mask({SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_LEFT}), 0u);
+    EXPECT_EQ(mask({SF_CHANNEL_MAP_AMBISONIC_B_W, SF_CHANNEL_MAP_LEFT}), 0u);
+}
+
+TEST_F(RoundTrip, SampleIsTheSameEveryTimeAndDoesNotClip) {
+    shop.Do("for i in a b; do w64 sample $i.w64 --channels 6 --bits 16 --seconds 3; done");
     EXPECT_TRUE(shop.Read("a.w64") == shop.Read("b.w64"));
     const auto samples = SoundFile(shop.Path() / "a.w64").ReadSamples();
     ASSERT_EQ(samples.size(), 6u * 3 * 48000);
     std::array<double, 6> peaks{};
     for (size_t i = 0; i < samples.size(); ++i) peaks[i % 6] = std::max(peaks[i % 6], std::abs(samples[i]));
     for (const double peak : peaks) EXPECT_TRUE(peak > 0.05 && peak < 0.98) << peak;
+}
+
+// Holes where audio would be.
+TEST_F(RoundTrip, SizesPast4GiBAreWhole) {
+    constexpr int64_t fiveGiB = int64_t{5} << 30;
+    constexpr int64_t dataAt = 40 + 40 + 24;
+    const fs::path path = shop.Path() / "large.w64";
+    {
+        const WAVEFORMATEXTENSIBLE format = MakeWaveFormat({kTagPCM, 16}, 2, 48000, 0);
+        Wave64Writer writer(path, false, XAudioWFX(&format), 0);
+        EXPECT_FALSE(fs::exists(path));
+        fs::resize_file(shop.Path() / *shop.Files().begin(), dataAt + fiveGiB + 4);  // still a temporary
+        writer.Finish();
+    }
+    EXPECT_EQ(shop.Files(), std::set<std::string>{"large.w64"});
+
+    const std::string json = shop.Run("w64 info --json large.w64").output;
+    EXPECT_EQ(JsonAt(json, "/0/frames"), std::to_string(fiveGiB / 4 + 1));
+    EXPECT_EQ(JsonAt(json, "/0/chunks/1/bytes"), std::to_string(fiveGiB + 4));
+    EXPECT_EQ(JsonAt(json, "/0/bytes"), std::to_string(dataAt + fiveGiB + 8));
+
+    const fs::path head = shop.Path() / "head.rf64";
+    shop.Do("w64 decode large.w64 -o - | head -c 4096 >head.rf64");
+    fs::resize_file(head, ReadText(head).find("data") + 8 + fiveGiB + 4);
+    const SoundFile rf64(head);
+    EXPECT_EQ(rf64.Container(), SF_FORMAT_RF64);
+    EXPECT_EQ(rf64.Info().frames, fiveGiB / 4 + 1);
 }

@@ -49,9 +49,13 @@ public:
         return samples;
     }
 
-    // The speaker of each channel; false when the file does not tell or cannot.
-    bool GetChannelMap(std::vector<int>& map) { return MapCommand(SFC_GET_CHANNEL_MAP_INFO, map); }
-    bool SetChannelMap(std::vector<int> map) { return MapCommand(SFC_SET_CHANNEL_MAP_INFO, map); }
+    // The speaker of each channel, where the file tells.
+    std::vector<int> ChannelMap() {
+        std::vector<int> map(static_cast<size_t>(info_.channels));
+        const auto bytes = static_cast<int>(map.size() * sizeof map[0]);
+        sf_command(file_.get(), SFC_GET_CHANNEL_MAP_INFO, map.data(), bytes);
+        return map;
+    }
 
 private:
     struct Close {
@@ -61,11 +65,6 @@ private:
     void Open(const std::filesystem::path& path, int mode) {
         file_.reset(sf_open(path.c_str(), mode, &info_));
         if (!file_) throw std::runtime_error(path.string() + ": " + sf_strerror(nullptr));
-    }
-    bool MapCommand(int command, std::vector<int>& map) {
-        map.resize(static_cast<size_t>(info_.channels));
-        const auto bytes = static_cast<int>(map.size() * sizeof map[0]);
-        return sf_command(file_.get(), command, map.data(), bytes) == SF_TRUE;
     }
 
     SF_INFO info_{};

@@ -10,13 +10,7 @@ namespace {
 // An instance that is fed with packets.
 class PacketHost : public PluginHost {
 public:
-    PacketHost() { Open(); }
-
-    int32_t Open() {
-        open = {};
-        open.OpenFlags = kvOpenPackets;
-        return Plugin().Open(handle, &open);
-    }
+    PacketHost() { Open({}, kvOpenPackets); }
 
     // Adds what comes out to `audio`.
     int32_t Feed(std::span<const uint8_t> packet, bool last) {
@@ -43,25 +37,19 @@ public:
     Bytes audio;
 };
 
-const Bytes& Stereo() {
-    static const Bytes stream = Encoded(44100, 2, "128");
-    return stream;
-}
-
-const Bytes& Mono() {
-    static const Bytes stream = Encoded(22050, 1, "32");
-    return stream;
-}
-
 Bytes Part(const Bytes& bytes, int64_t from, int64_t to) {
     return {bytes.begin() + from, bytes.begin() + to};
 }
 
-constexpr const char* kNoAudio = "Error no MPEG audio found.  [MPEGStream]\r\n";
+class Packets : public testing::Test {
+protected:
+    const Bytes stereo = Encoded(44100, 2, "128"), decoded = DecodedAtOnce(stereo);
+    const Bytes mono = Encoded(22050, 1, "32");
+};
 
 }  // namespace
 
-TEST(Packets, WhereverTheyAreCutTheSamplesAreTheSame) {
+TEST_F(Packets, WhereverTheyAreCutTheSamplesAreTheSame) {
     const struct {
         int rate, channels;
         const char *quality, *kind;
@@ -78,6 +66,7 @@ TEST(Packets, WhereverTheyAreCutTheSamplesAreTheSame) {
             PacketHost host;
             ASSERT_TRUE(host.FeedAll(stream, most)) << host.capture.Errors();
             EXPECT_TRUE(host.audio == expected) << most;
+            EXPECT_EQ(host.capture.Information(), "");
             EXPECT_EQ(Load<uint16_t>(host.block.WaveFormat.Bytes), 3);
             EXPECT_EQ(Load<uint16_t>(host.block.WaveFormat.Bytes + 2), c.channels);
             EXPECT_EQ(Load<int32_t>(host.block.WaveFormat.Bytes + 4), c.rate);
@@ -86,113 +75,103 @@ TEST(Packets, WhereverTheyAreCutTheSamplesAreTheSame) {
     }
 }
 
-TEST(Packets, DamageIsSkippedAndTold) {
-    Bytes stream = Stereo();
+TEST_F(Packets, DamageIsSkippedAndTold) {
+    Bytes stream = stereo;
     std::fill_n(stream.begin() + 8000, 600, uint8_t{0});
-    const Bytes clean = DecodedAtOnce(Stereo());
     PacketHost host, other;
     ASSERT_TRUE(host.FeedAll(stream, 1000));
     ASSERT_TRUE(other.FeedAll(stream, 7));
     EXPECT_TRUE(host.audio == other.audio);
-    EXPECT_TRUE(std::equal(clean.begin(), clean.begin() + 150'000, host.audio.begin()));
+    EXPECT_TRUE(std::equal(decoded.begin(), decoded.begin() + 150'000, host.audio.begin()));
     for (size_t behind = 70'000; behind != 0; behind -= 4) {  // false headers in the damage shift roundings
-        ASSERT_NEAR(Load<float>(clean.data() + clean.size() - behind),
+        ASSERT_NEAR(Load<float>(decoded.data() + decoded.size() - behind),
                     Load<float>(host.audio.data() + host.audio.size() - behind), 1e-5);
     }
     EXPECT_NE(host.capture.Information().find("Skipped "), std::string::npos);
     EXPECT_EQ(host.capture.Errors(), "");
 }
 
-// At 4179 the tenth MPEG frame of Stereo() has ended; the first one of Mono() has 104 bytes.
-TEST(Packets, AForeignFrameIsDamageAndTwoAreAnotherFormat) {
-    const Bytes head = Part(Stereo(), 0, 4179), tail = Part(Stereo(), 4179, Stereo().size());
+// At 4179 the tenth MPEG frame of stereo has ended; the first one of mono has 104 bytes.
+TEST_F(Packets, AForeignFrameIsDamageAndTwoAreAnotherFormat) {
+    const Bytes head = Part(stereo, 0, 4179), tail = Part(stereo, 4179, stereo.size());
+    const std::string skipped = "Skipped 104 bytes at 4179 that hold no MPEG audio.  [MPEGStream]\r\n";
     PacketHost damaged;
-    ASSERT_TRUE(damaged.FeedAll(head + Part(Mono(), 0, 104) + tail, 1000)) << damaged.capture.Errors();
-    EXPECT_EQ(damaged.audio.size(), DecodedAtOnce(Stereo()).size());
-    EXPECT_EQ(damaged.capture.Information(),
-              "Skipped 104 bytes at 4179 that hold no MPEG audio.  [MPEGStream]\r\n");
+    ASSERT_TRUE(damaged.FeedAll(head + Part(mono, 0, 104) + tail, 1000)) << damaged.capture.Errors();
+    EXPECT_EQ(damaged.audio.size(), decoded.size());
+    EXPECT_EQ(damaged.capture.Information(), skipped);
+
+    PacketHost cutOff;
+    ASSERT_TRUE(cutOff.FeedAll(head + Part(tail, 0, 104)));
+    EXPECT_TRUE(cutOff.audio == DecodedAtOnce(head));
+    EXPECT_EQ(cutOff.capture.Information(), skipped);
 
     PacketHost changed;
-    EXPECT_FALSE(changed.FeedAll(head + Mono(), 1000));
+    EXPECT_FALSE(changed.FeedAll(head + mono, 1000));
     EXPECT_EQ(changed.capture.Errors(), "Error MPEG audio changes from 44100 Hz with 2 channels to 22050 Hz "
                                         "with 1 channel.  [MPEGStream]\r\n");
     EXPECT_EQ(changed.Feed(tail, false), 0);
 }
 
-TEST(Packets, AStreamThatEndsWithinAFrameGivesTheWholeOnes) {
-    PacketHost host;
-    ASSERT_TRUE(host.FeedAll(Part(Stereo(), 0, 4179 + 100)));
-    EXPECT_TRUE(host.audio == DecodedAtOnce(Part(Stereo(), 0, 4179)));
-    EXPECT_EQ(host.capture.Information(),
-              "Skipped 100 bytes at 4179 that hold no MPEG audio.  [MPEGStream]\r\n");
-}
-
-TEST(Packets, WhatIsNoMPEGFailsAtItsEnd) {
+TEST_F(Packets, NoiseFailsAtItsEndAndIsSkippedAmongAudio) {
     Bytes noise(3'000'000);
-    for (std::mt19937 random(1); uint8_t & byte : noise) byte = static_cast<uint8_t>(random()) & 0x7F;
-    const Bytes cases[] = {noise, Bytes(100'000), Bytes(100'000, 0xFF), Pattern(1000), {0xFF}};
-    for (const Bytes& stream : cases) {
+    std::mt19937 random(1);
+    for (uint8_t& byte : noise) byte = static_cast<uint8_t>(random()) & 0x7F;
+    for (const Bytes& stream : {noise, Bytes(100'000, 0xFF), Bytes{0xFF}}) {
         PacketHost host;
         EXPECT_FALSE(host.FeedAll(stream));
-        EXPECT_EQ(host.capture.Errors(), kNoAudio);
         EXPECT_TRUE(host.audio.empty());
+        EXPECT_EQ(host.Feed({}, true), 0);
+        const std::string noAudio = "Error no MPEG audio found.  [MPEGStream]\r\n";
+        EXPECT_EQ(host.capture.Errors(), noAudio + noAudio);
     }
+    for (uint8_t& byte : noise) byte = static_cast<uint8_t>(random());
     PacketHost host;
-    EXPECT_EQ(host.Feed({}, true), 0);
-    EXPECT_EQ(host.capture.Errors(), kNoAudio);
+    EXPECT_TRUE(host.FeedAll(stereo + noise + stereo)) << host.capture.Errors();
+    EXPECT_GE(host.audio.size(), 2 * decoded.size() - 2 * 9216);
 }
 
-TEST(Packets, MegabytesOfNoiseAmongAudioAreSkipped) {
-    Bytes noise(2'000'000);
-    for (std::mt19937 random(2); uint8_t & byte : noise) byte = static_cast<uint8_t>(random());
-    PacketHost host;
-    EXPECT_TRUE(host.FeedAll(Stereo() + noise + Stereo())) << host.capture.Errors();
-    EXPECT_GE(host.audio.size(), 2 * DecodedAtOnce(Stereo()).size() - 2 * 9216);
-}
-
-TEST(Packets, NoTagIsWaitedForWithoutEnd) {
+TEST_F(Packets, NoTagIsWaitedForWithoutEnd) {
     Bytes tag = {'A', 'P', 'E', 'T', 'A', 'G', 'E', 'X', 0xD0, 0x07, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF};  // 4 GiB
     tag.resize(1 << 20);
     PacketHost host;
-    ASSERT_EQ(host.Feed(Stereo() + tag, false), 1);
+    ASSERT_EQ(host.Feed(stereo + tag, false), 1);
     int packets = 0;
     while (packets < 100 && host.Feed(Bytes(1 << 20), false)) ++packets;
     EXPECT_EQ(packets, 64);
     EXPECT_EQ(host.capture.Errors(), "Error 64 MiB without an MPEG frame.  [MPEGStream]\r\n");
 }
 
-TEST(Packets, ANewStartKeepsNothingOfWhatCameBefore) {
-    const Bytes expected = DecodedAtOnce(Stereo());
+TEST_F(Packets, ANewStartKeepsNothingOfWhatCameBefore) {
     PacketHost host;
-    ASSERT_TRUE(host.FeedAll(Stereo()));
-    ASSERT_TRUE(host.FeedAll(Stereo())) << "behind the last packet";
-    ASSERT_EQ(host.Feed(Part(Stereo(), 0, 4000), false), 1);
-    host.audio.resize(2 * expected.size());
+    ASSERT_TRUE(host.FeedAll(stereo));
+    ASSERT_TRUE(host.FeedAll(stereo)) << "behind the last packet";
+    ASSERT_EQ(host.Feed(Part(stereo, 0, 4000), false), 1);
+    host.audio.resize(2 * decoded.size());
     ASSERT_EQ(Plugin().SetPosition(host.handle, 44100), 1);
-    ASSERT_TRUE(host.FeedAll(Stereo()));
-    EXPECT_TRUE(host.audio == expected + expected + expected);
+    ASSERT_TRUE(host.FeedAll(stereo));
+    EXPECT_TRUE(host.audio == decoded + decoded + decoded);
     EXPECT_EQ(host.capture.Information(), "");
     EXPECT_EQ(host.Feed({}, true), 1) << "audio has been found before";
 
     EXPECT_EQ(host.Close(), 1);
-    EXPECT_EQ(host.Feed(Stereo(), true) | Plugin().SetPosition(host.handle, 0), 0);
-    ASSERT_EQ(host.Open(), 1);
-    EXPECT_TRUE(host.FeedAll(Mono())) << "another stream, another format";
+    EXPECT_EQ(host.Feed(stereo, true) | Plugin().SetPosition(host.handle, 0), 0);
+    ASSERT_EQ(host.Open({}, kvOpenPackets), 1);
+    EXPECT_TRUE(host.FeedAll(mono)) << "another stream, another format";
 }
 
-TEST(Packets, TimesAreThoseOfTheAudio) {
+TEST_F(Packets, TimesAreThoseOfTheAudio) {
     PacketHost host;
-    ASSERT_EQ(host.Feed(Part(Stereo(), 0, 300), false), 1);
+    ASSERT_EQ(host.Feed(Part(stereo, 0, 300), false), 1);
     EXPECT_EQ(host.block.Data, nullptr);
     EXPECT_EQ(host.block.DataSize, 0u);
-    ASSERT_EQ(host.Feed(Part(Stereo(), 300, 4179), false), 1);
+    ASSERT_EQ(host.Feed(Part(stereo, 300, 4179), false), 1);
     EXPECT_EQ(host.block.DurationMilliseconds, 10 * 1152 * 1000 / 44100);
     EXPECT_EQ(host.block.BitRate, 128000u);
-    ASSERT_EQ(host.Feed(Part(Stereo(), 4179, 5015), false), 1);
+    ASSERT_EQ(host.Feed(Part(stereo, 4179, 5015), false), 1);
     EXPECT_EQ(host.block.PositionMilliseconds, 10 * 1152 * 1000 / 44100);
     EXPECT_EQ(host.block.DurationMilliseconds, 2 * 1152 * 1000 / 44100);
     for (const int64_t position : {INT64_MAX, INT64_MIN}) {
         ASSERT_EQ(Plugin().SetPosition(host.handle, position), 1);
-        EXPECT_EQ(host.Feed(Stereo(), false), 1);
+        EXPECT_EQ(host.Feed(stereo, false), 1);
     }
 }

@@ -9,52 +9,52 @@ namespace {
 constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
 constexpr int64_t kLeast = std::numeric_limits<int64_t>::min();
 
-Bytes Slice(const Bytes& bytes, int64_t from, int64_t to) {
-    return {bytes.begin() + from, bytes.begin() + to};
-}
+class Decode : public testing::Test {
+protected:
+    std::filesystem::path File(const Bytes& format, const Bytes& audio) const {
+        return folder.Write("a.w64", Wave64Bytes().Chunk("fmt ", format).Data(audio).File());
+    }
+
+    const TempFolder folder;
+};
 
 // 100 frames of 6 bytes and a part of one more.
-class Range : public testing::Test {
+class Range : public Decode {
 protected:
-    const TempFolder folder;
+    Bytes Slice(int64_t from, int64_t to) const { return {audio.begin() + from, audio.begin() + to}; }
+
     const Bytes audio = Pattern(603);
-    const std::filesystem::path path =
-        folder.Write("a.w64", Wave64Bytes().Fmt(1, 2, 48000, 24).Data(audio).File());
+    const std::filesystem::path path = File(Wave64Bytes::FmtBody(1, 2, 48000, 24), audio);
+    PluginHost host;
 };
 
 uint16_t Field(const STKvWaveFormat& format, size_t offset) { return Load<uint16_t>(format.Bytes + offset); }
 
 }  // namespace
 
-TEST(Decode, DeliversLinearAudioAsItIsStored) {
-    const TempFolder folder;
+TEST_F(Decode, DeliversLinearAudioAsItIsStored) {
     const struct {
         uint16_t tag, channels, bits;
     } cases[] = {{1, 1, 8},  {1, 2, 16}, {1, 3, 24}, {1, 8, 32},
                  {3, 2, 32}, {3, 6, 64}, {1, 2, 12}, {1, 5, 24}};
     for (const auto& c : cases) {
-        for (const bool extensible : {false, true}) {
-            const uint16_t blockAlign = static_cast<uint16_t>(c.channels * c.bits / 8);
-            const Bytes audio = Pattern(size_t{blockAlign} * 30011);
-            const Bytes format = extensible ? Wave64Bytes::ExtensibleBody(c.tag, c.channels, 48000, c.bits, 0)
-                                            : Wave64Bytes::FmtBody(c.tag, c.channels, 48000, c.bits);
+        const size_t blockAlign = c.channels * c.bits / 8u;
+        const Bytes audio = Pattern(blockAlign * 30011);
+        for (const Bytes& format : {Wave64Bytes::FmtBody(c.tag, c.channels, 48000, c.bits),
+                                    Wave64Bytes::ExtensibleBody(c.tag, c.channels, 48000, c.bits, 0)}) {
             PluginHost host;
-            ASSERT_EQ(
-                host.Open(folder.Write("a.w64", Wave64Bytes().Chunk("fmt ", format).Data(audio).File())), 1);
-            const size_t formatBytes = extensible ? 40 : 18;
-            EXPECT_EQ(std::memcmp(host.open.AudioInfo.WaveFormat.Bytes, format.data(), formatBytes), 0);
+            ASSERT_EQ(host.Open(File(format, audio)), 1);
+            EXPECT_EQ(std::memcmp(host.open.AudioInfo.WaveFormat.Bytes, format.data(), format.size()), 0);
             EXPECT_EQ(host.DecodeAll(), audio) << c.tag << ' ' << c.channels << ' ' << c.bits;
-            EXPECT_EQ(std::memcmp(host.block.WaveFormat.Bytes, format.data(), formatBytes), 0);
+            EXPECT_EQ(std::memcmp(host.block.WaveFormat.Bytes, format.data(), format.size()), 0);
             EXPECT_EQ(host.capture.Errors(), "");
         }
     }
 }
 
-TEST(Decode, BlocksAreWholeFramesOfAtMost64KiBWithTheirTimes) {
-    const TempFolder folder;
-    const Bytes audio = Pattern(6 * 48000);
+TEST_F(Decode, BlocksAreWholeFramesOfAtMost64KiBWithTheirTimes) {
     PluginHost host;
-    ASSERT_EQ(host.Open(folder.Write("a.w64", Wave64Bytes().Fmt(1, 2, 48000, 24).Data(audio).File())), 1);
+    ASSERT_EQ(host.Open(File(Wave64Bytes::FmtBody(1, 2, 48000, 24), Pattern(288000))), 1);
     int64_t bytes = 0;
     for (int i = 0; i < 5; ++i) {
         ASSERT_EQ(host.DecodeBlock(), 1);
@@ -79,26 +79,17 @@ TEST_F(Range, IsClampedToTheDataAndToWholeFrames) {
         {kLeast, kMost, 603, 0, 600}, {kMost, kMost, 0, 0, 0}, {0, -2, 0, 0, 0},    {100, 101, 3, 0, 0},
     };
     for (const auto& c : cases) {
-        PluginHost host;
+        SCOPED_TRACE(testing::Message() << c.start << ".." << c.end);
         ASSERT_EQ(host.SetRange(c.start, c.end), 1);
         ASSERT_EQ(host.Open(path), 1);
-        EXPECT_EQ(host.open.AudioInfo.LengthBytes, c.lengthBytes) << c.start << ".." << c.end;
-        EXPECT_EQ(host.DecodeAll(), Slice(audio, c.from, c.to)) << c.start << ".." << c.end;
+        EXPECT_EQ(host.open.AudioInfo.LengthBytes, c.lengthBytes);
+        EXPECT_EQ(host.DecodeAll(), Slice(c.from, c.to));
         EXPECT_EQ(host.block.EndOfStream, 1u);
         EXPECT_EQ(host.block.Data == nullptr, c.from == c.to);
     }
 }
 
-TEST_F(Range, NoPartOfAFrameIsReadFromBeforeTheRangeEither) {
-    PluginHost host;
-    host.SetRange(200, 300);
-    ASSERT_EQ(host.Open(path), 1);
-    ASSERT_EQ(Plugin().SetPosition(host.handle, -1), 1);
-    EXPECT_EQ(host.DecodeAll(), Bytes());
-}
-
 TEST_F(Range, SeeksCountFromTheStartOfTheRange) {
-    PluginHost host;
     host.SetRange(10, 90);
     ASSERT_EQ(host.Open(path), 1);
     const struct {
@@ -106,55 +97,33 @@ TEST_F(Range, SeeksCountFromTheStartOfTheRange) {
     } cases[] = {{0, 60}, {79, 534}, {80, 540}, {5, 90}, {1000, 540}, {kMost, 540}, {-4, 36}};
     for (const auto& c : cases) {
         ASSERT_EQ(Plugin().SetPosition(host.handle, c.frame), 1) << c.frame;
-        EXPECT_EQ(host.DecodeAll(), Slice(audio, c.from, 540)) << c.frame;
+        EXPECT_EQ(host.DecodeAll(), Slice(c.from, 540)) << c.frame;
     }
     ASSERT_EQ(Plugin().SetPosition(host.handle, 70), 1);
     for (const int64_t before : {int64_t{-1000}, kLeast}) {
         EXPECT_EQ(Plugin().SetPosition(host.handle, before), 0);
-        EXPECT_NE(host.capture.Errors().find("Error SetPosition returned false.  [SetPosition]"),
-                  std::string::npos);
     }
-    EXPECT_EQ(host.DecodeAll(), Slice(audio, 480, 540));  // a failed seek moves nothing
+    EXPECT_EQ(host.DecodeAll(), Slice(480, 540));  // a failed seek moves nothing
+
+    host.SetRange(200, 300);
+    ASSERT_EQ(host.Open(path), 1);
+    ASSERT_EQ(Plugin().SetPosition(host.handle, -1), 1);
+    EXPECT_EQ(host.DecodeAll(), Bytes());  // nor is a part of a frame read from before the range
 }
 
-TEST(Decode, AFactChunkGivesTheLengthOfTheWholeFileOnly) {
-    const TempFolder folder;
-    const auto file = [&](const Bytes& fact) {
-        return folder.Write("a.w64",
-                            Wave64Bytes().Fmt(1, 1, 1000, 8).Chunk("fact", fact).Data(Pattern(2000)).File());
-    };
-    const struct {
-        Bytes fact;
-        int64_t start, milliseconds;
-    } cases[] = {
-        {{0x88, 0x13, 0, 0}, 0, 5000}, {{0x88, 0x13, 0, 0, 9}, 0, 5000}, {{0x88, 0x13, 0, 0}, 500, 1500},
-        {{0x88, 0x13, 0}, 0, 2000},    {{0, 0, 0, 0}, 0, 2000},
-    };
-    for (const auto& c : cases) {
-        PluginHost host;
-        host.SetRange(c.start, -1);
-        ASSERT_EQ(host.Open(file(c.fact), kvOpenAudioInfo), 1);
-        EXPECT_EQ(host.open.AudioInfo.LengthMilliseconds, c.milliseconds);
-        EXPECT_EQ(host.capture.Errors(), "");
-    }
-}
-
-TEST(Decode, RefusesWhatItCannotDecodeButDescribesIt) {
-    const TempFolder folder;
+TEST_F(Decode, RefusesWhatItCannotDecodeButDescribesIt) {
     const struct {
         Bytes format;
         const char* name;
         uint16_t bits;
     } cases[] = {
         {Wave64Bytes::FmtBody(2, 2, 44100, 4), "Unknown ACM ID: 2", 16},
-        {Wave64Bytes::FmtBody(6, 1, 8000, 8), "Unknown ACM ID: 6", 8},
         {Wave64Bytes::ExtensibleBody(7, 1, 8000, 8, 0), "Unknown ACM ID: 7", 8},
-        {Wave64Bytes::ExtensibleBody(80, 2, 44100, 0, 0), "MPEG-1 Layer 1 or 2", 16},
+        {Wave64Bytes::ExtensibleBody(80, 2, 44100, 0, 0), "MPEG-1 Layer 1 or 2", 16},  // has no packets
         {Wave64Bytes::ExtensibleBody(0x1234, 2, 44100, 16, 0), "Unknown ACM ID: 65534", 16},
     };
     for (const auto& c : cases) {
-        const auto path =
-            folder.Write("a.w64", Wave64Bytes().Chunk("fmt ", c.format).Data(Pattern(100)).File());
+        const auto path = File(c.format, Pattern(100));
         PluginHost info, decode;
         ASSERT_EQ(info.Open(path, kvOpenAudioInfo), 1);
         EXPECT_EQ(Field(info.open.AudioInfo.WaveFormat, 0), 1) << c.name;
@@ -167,15 +136,12 @@ TEST(Decode, RefusesWhatItCannotDecodeButDescribesIt) {
     }
 }
 
-TEST(Decode, ReachesWhatLiesBeyond4GiB) {
-    const TempFolder folder;
-    constexpr uint64_t audioBytes = (uint64_t{1} << 32) + 4096;
-    Bytes head = Wave64Bytes().Fmt(1, 2, 44100, 16).Data({}, audioBytes + 24).File(112 + audioBytes);
+TEST_F(Decode, ReachesWhatLiesBeyond4GiB) {
+    constexpr uint64_t audioBytes = (uint64_t{1} << 32) + 4096, fileBytes = 112 + audioBytes;
+    const Bytes head = Wave64Bytes().Fmt(1, 2, 44100, 16).Data({}, audioBytes + 24).File(fileBytes);
     const auto path = folder.Write("a.w64", head);
-    std::filesystem::resize_file(path, 112 + audioBytes);
-    std::fstream(path, std::ios::binary | std::ios::in | std::ios::out)
-        .seekp(112 + audioBytes - 4)
-        .write("tail", 4);
+    std::filesystem::resize_file(path, fileBytes - 4);
+    std::ofstream(path, std::ios::binary | std::ios::app) << "tail";
     PluginHost host;
     ASSERT_EQ(host.Open(path), 1);
     EXPECT_EQ(host.open.AudioInfo.LengthBytes, static_cast<int64_t>(audioBytes));

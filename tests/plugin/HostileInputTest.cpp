@@ -5,21 +5,20 @@
 
 namespace {
 
-Bytes FmtOf(size_t size) {
-    Bytes body = Wave64Bytes::FmtBody(1, 2, 44100, 16);
-    body.resize(size);
-    return body;
+Bytes Cut(Bytes bytes, size_t size) {
+    bytes.resize(size);
+    return bytes;
 }
 
-Bytes TinyChunks(int count) {
-    Wave64Bytes file;
-    for (int i = 0; i < count; ++i) file.Chunk("bext", {});
-    return file.Fmt(1, 2, 44100, 16).Data(Pattern(400)).File();
+Bytes WithFmtOf(size_t size) {
+    return Wave64Bytes()
+        .Chunk("fmt ", Cut(Wave64Bytes::FmtBody(1, 2, 44100, 16), size))
+        .Data(Pattern(8))
+        .File();
 }
 
-Bytes Cut(Bytes file, size_t size) {
-    file.resize(size);
-    return file;
+Bytes WithFields(uint16_t tag, uint16_t channels, uint32_t rate, uint16_t bits) {
+    return Wave64Bytes().Fmt(tag, channels, rate, bits).Data(Pattern(400)).File();
 }
 
 }  // namespace
@@ -27,7 +26,10 @@ Bytes Cut(Bytes file, size_t size) {
 TEST(HostileInput, FailsWithAMessageOrDecodesWhatIsThere) {
     constexpr uint64_t huge = uint64_t{1} << 63;
     const TempFolder folder;
-    const Bytes good = Wave64Bytes().Fmt(1, 2, 44100, 16).Data(Pattern(400)).File();
+    const Bytes good = WithFields(1, 2, 44100, 16);
+    Wave64Bytes tinyChunks;
+    for (int i = 0; i < 500'000; ++i) tinyChunks.Chunk("bext", {});
+    const char* badSize = "Error 'fmt ' chunk is a bad size.";
     const struct {
         const char* name;
         Bytes file;
@@ -35,43 +37,32 @@ TEST(HostileInput, FailsWithAMessageOrDecodesWhatIsThere) {
         size_t decoded;
     } cases[] = {
         {"empty", {}, "Error cannot find 'fmt ' chunk.  [PullOutFMTnDATA]", 0},
-        {"39 bytes", Cut(good, 39), "Error: File too small for RIFF.  [ScanFile]", 0},
-        {"no fmt", Wave64Bytes().Data(Pattern(8)).File(), "Error cannot find 'fmt ' chunk.", 0},
         {"no data", Wave64Bytes().Fmt(1, 2, 44100, 16).File(), "Error cannot find 'data' chunk.", 0},
-        {"fmt of 13", Wave64Bytes().Chunk("fmt ", FmtOf(13)).Data(Pattern(8)).File(),
-         "Error 'fmt ' chunk is a bad size.", 0},
-        {"fmt of 14", Wave64Bytes().Chunk("fmt ", FmtOf(14)).Data(Pattern(8)).File(), nullptr, 8},
-        {"fmt of 128000", Wave64Bytes().Chunk("fmt ", FmtOf(128000)).Data(Pattern(8)).File(), nullptr, 8},
-        {"fmt of 128001", Wave64Bytes().Chunk("fmt ", FmtOf(128001)).Data(Pattern(8)).File(),
-         "is a bad size.", 0},
-        {"fmt cut off", Cut(Wave64Bytes().Data({}).Chunk("fmt ", FmtOf(18)).File(), 40 + 24 + 24 + 10),
+        {"fmt of 13", WithFmtOf(13), badSize, 0},
+        {"fmt of 14", WithFmtOf(14), nullptr, 8},
+        {"fmt of 128000", WithFmtOf(128000), nullptr, 8},
+        {"fmt of 128001", WithFmtOf(128001), badSize, 0},
+        {"fmt claims 2^63", Wave64Bytes().Data({}).Chunk("fmt ", {}, huge).File(huge), badSize, 0},
+        {"fmt cut off", Cut(Wave64Bytes().Data({}).Chunk("fmt ", Bytes(18)).File(), 40 + 24 + 24 + 10),
          "Error cannot read 'fmt ' chunk from file.", 0},
         {"data cut off", Cut(good, good.size() - 100), "Error reading data from file.  [ReadDataBlock]", 0},
-        {"data claims 2 GiB",
-         Wave64Bytes().Fmt(1, 2, 44100, 16).Data({}, uint64_t{1} << 31).File(uint64_t{1} << 32),
-         "Error reading data from file.", 0},
         {"data claims 2^63", Wave64Bytes().Fmt(1, 2, 44100, 16).Data({}, huge - 8).File(huge - 1),
          "Error reading data from file.", 0},
-        {"fmt claims 2^63", Wave64Bytes().Data({}).Chunk("fmt ", {}, huge).File(huge), "is a bad size.", 0},
-        {"ten thousand tiny chunks", TinyChunks(10000), nullptr, 400},
-        {"more chunks than are kept", TinyChunks(500001), "File error reading chunk.  [ScanFile]", 0},
-        {"0 channels", Wave64Bytes().Fmt(1, 0, 44100, 16).Data(Pattern(400)).File(), nullptr, 400},
-        {"rate 0", Wave64Bytes().Fmt(1, 2, 0, 16).Data(Pattern(400)).File(), nullptr, 400},
-        {"0 bits", Wave64Bytes().Fmt(1, 2, 44100, 0).Data(Pattern(400)).File(), nullptr, 400},
-        {"all fields full", Wave64Bytes().Fmt(1, 65535, 0xFFFFFFFF, 65535).Data(Pattern(400)).File(), nullptr,
-         0},
-        {"float, all fields full", Wave64Bytes().Fmt(3, 65535, 0xFFFFFFFF, 32).Data(Pattern(400)).File(),
-         nullptr, 0},
+        {"more chunks than are kept", tinyChunks.Fmt(1, 2, 44100, 16).Data(Pattern(400)).File(),
+         "File error reading chunk.  [ScanFile]", 0},
+        {"0 channels", WithFields(1, 0, 44100, 16), nullptr, 400},
+        {"rate 0", WithFields(1, 2, 0, 16), nullptr, 400},
+        {"0 bits", WithFields(1, 2, 44100, 0), nullptr, 400},
+        {"all fields full", WithFields(1, 65535, 0xFFFFFFFF, 65535), nullptr, 0},
+        {"float, all fields full", WithFields(3, 65535, 0xFFFFFFFF, 32), nullptr, 0},
     };
     for (const auto& c : cases) {
         PluginHost host;
         const bool opened = host.Open(folder.Write("a.w64", c.file)) == 1;
         EXPECT_EQ(host.DecodeAll().size(), c.decoded) << c.name;
         EXPECT_EQ(opened && host.block.EndOfStream == 1, c.error == nullptr) << c.name;
-        if (c.error) {
-            EXPECT_NE(host.capture.Errors().find(c.error), std::string::npos)
-                << c.name << ": " << host.capture.Errors();
-        }
+        EXPECT_NE(host.capture.Errors().find(c.error ? c.error : ""), std::string::npos)
+            << c.name << ": " << host.capture.Errors();
     }
 }
 

@@ -1,10 +1,9 @@
 #include "settings/XRegistry.h"
 #include "TempFolder.h"
 #include "base/Base64.h"
-#include "base/XFile.h"
+#include "settings/XJSON.h"
 #include "settings/XRegistryTransaction.h"
 
-#include <cerrno>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -17,6 +16,56 @@ namespace {
 
 constexpr const wchar_t* kPath = L"Software\\Maker\\Product";
 const XRegistry::MainKey kUser = XRegistry::CurrentUser;
+
+bool Set(int value, const XStr& name, const XStr& path = kPath) {
+    return XRegistry::SetInt32(value, name.c_str(), kUser, path.c_str());
+}
+
+// -1 where there is none.
+int Get(const XStr& name, const XStr& path = kPath) {
+    bool missing = false;
+    const int value = XRegistry::GetInt32(name.c_str(), kUser, path.c_str(), &missing);
+    EXPECT_EQ(missing, !XRegistry::DoesValueExist(name.c_str(), kUser, path.c_str()));
+    return missing ? -1 : value;
+}
+
+bool SetMany(const XStr& prefix, int count) {
+    bool good = true;
+    for (int i = 0; i < count; ++i) good &= Set(i, prefix + Int2Str(i));
+    return good;
+}
+
+bool HaveMany(const XStr& prefix, int count) {
+    bool good = true;
+    for (int i = 0; i < count; ++i) good &= Get(prefix + Int2Str(i)) == i;
+    return good;
+}
+
+template <class Body>
+pid_t StartProcess(Body body) {
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(body() ? 0 : 1);
+    return child;
+}
+
+bool Succeeds(pid_t child) {
+    int status = 1;
+    return ::waitpid(child, &status, 0) == child && status == 0;
+}
+
+XStr Joined(const XStrList& list) {
+    XStr text;
+    for (const XStr& item : list) text += item + L";";
+    return text;
+}
+
+XStr KeysOf(const wchar_t* path) {
+    XStrList names;
+    names.Append(L"old");
+    const bool exists = XRegistry::EnumKeys(names, kUser, path);
+    EXPECT_EQ(exists, XRegistry::DoesKeyExist(kUser, path));
+    return exists ? Joined(names) : L"(none)" + Joined(names);
+}
 
 class Registry : public testing::Test {
 protected:
@@ -33,50 +82,17 @@ protected:
     std::filesystem::path file = folder.Path() / "settings";
 };
 
-// Whether `body` is true in a process of its own.
-template <class Body>
-bool InChild(Body body) {
-    const pid_t child = ::fork();
-    if (child == 0) ::_exit(body() ? 0 : 1);
-    int status = 1;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    return status == 0;
-}
-
-bool SetMany(const wchar_t* prefix, int count) {
-    bool good = true;
-    for (int i = 0; i < count; ++i)
-        good &= XRegistry::SetInt32(i, (prefix + Int2Str(i)).c_str(), kUser, kPath);
-    return good;
-}
-
-bool HaveMany(const wchar_t* prefix, int count) {
-    bool good = true;
-    for (int i = 0; i < count; ++i) {
-        bool missing = true;
-        good &= XRegistry::GetInt32((prefix + Int2Str(i)).c_str(), kUser, kPath, &missing) == i && !missing;
-    }
-    return good;
-}
-
-XStr Joined(const XStrList& list) {
-    XStr text;
-    for (const XStr& item : list) text += item + L";";
-    return text;
-}
-
 }  // namespace
 
-TEST_F(Registry, WithoutAFileEverythingIsMissing) {
-    bool missing = false;
-    EXPECT_EQ(XRegistry::GetDWORD(L"Wave64LISTPos", kUser, kPath, &missing), 0u);
-    EXPECT_TRUE(missing);
-    XStrList names;
-    names.Append(L"old");
-    EXPECT_FALSE(XRegistry::EnumKeys(names, kUser, kPath) || XRegistry::DoesKeyExist(kUser, L""));
-    EXPECT_EQ(names.Count(), 0);
+TEST_F(Registry, WithoutAFileEverythingIsMissingAndAChangeMakesOneForItsOwner) {
+    EXPECT_EQ(XRegistry::GetDWORD(L"Wave64LISTPos", kUser, kPath), 0u);
+    EXPECT_EQ(Get(L"Wave64LISTPos"), -1);
+    EXPECT_EQ(KeysOf(L""), L"(none)");
     EXPECT_FALSE(std::filesystem::exists(file));
+    const mode_t before = ::umask(0);
+    EXPECT_TRUE(Set(1, L"v"));
+    ::umask(before);
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
 }
 
 TEST_F(Registry, KeepsEveryTypeForOtherProcesses) {
@@ -84,19 +100,15 @@ TEST_F(Registry, KeepsEveryTypeForOtherProcesses) {
     const XStr text = L"\u00E9\n\"\\\u20AC" + XStr(1, L'\0') + XStr(1, static_cast<wchar_t>(0x1F600));
     XStrList list;
     for (const XStr& item : {XStr(L"a,b"), XStr(), text}) list.Append(item);
-    ASSERT_TRUE(InChild([&] {
-        return XRegistry::SetDWORD(0xFFFFFFFF, L"dword", kUser, kPath) &&
-               XRegistry::SetInt32(INT32_MIN, L"int32", kUser, kPath) &&
+    ASSERT_TRUE(Succeeds(StartProcess([&] {
+        return XRegistry::SetDWORD(0xFFFFFFFF, L"dword", kUser, kPath) && Set(INT32_MIN, L"int32") &&
                XRegistry::SetInt64(INT64_MIN, L"int64", kUser, kPath) &&
                XRegistry::SetString(text, L"string", kUser, kPath) &&
                XRegistry::SetBinaryData(data.data(), data.size(), L"binary", kUser, kPath) &&
                XRegistry::SetStringList(list, L"list", kUser, kPath);
-    }));
-    bool missing = true;
-    EXPECT_EQ(XRegistry::GetDWORD(L"DWord", kUser, L"\\\\SOFTWARE\\maker\\Product\\\\", &missing),
-              0xFFFFFFFF);
-    EXPECT_FALSE(missing);
-    EXPECT_EQ(XRegistry::GetInt32(L"int32", kUser, kPath), INT32_MIN);
+    })));
+    EXPECT_EQ(XRegistry::GetDWORD(L"DWord", kUser, L"\\\\SOFTWARE\\maker\\Product\\\\"), 0xFFFFFFFF);
+    EXPECT_EQ(Get(L"int32"), INT32_MIN);
     EXPECT_EQ(XRegistry::GetInt64(L"int64", kUser, kPath), INT64_MIN);
     EXPECT_EQ(XRegistry::GetDWORD(L"int64", kUser, kPath), 0u);  // the low half
     EXPECT_EQ(XRegistry::GetString(L"string", kUser, kPath), text);
@@ -110,24 +122,21 @@ TEST_F(Registry, KeepsEveryTypeForOtherProcesses) {
     EXPECT_TRUE(XRegistry::GetStringList(read, L"list", kUser, kPath));
     EXPECT_EQ(Joined(read), Joined(list));
 
+    // A value of another type is missing.
     EXPECT_FALSE(XRegistry::GetStringList(read, L"string", kUser, kPath));
-    EXPECT_EQ(XRegistry::GetString(L"dword", kUser, kPath, &missing), L"");
-    EXPECT_TRUE(missing);
-    missing = false;
-    EXPECT_TRUE(XRegistry::GetBinaryDataToXMem(L"string", kUser, kPath, &missing).IsEmpty() && missing);
+    bool missing[2] = {};
+    EXPECT_EQ(XRegistry::GetString(L"dword", kUser, kPath, &missing[0]), L"");
+    EXPECT_TRUE(XRegistry::GetBinaryDataToXMem(L"string", kUser, kPath, &missing[1]).IsEmpty());
+    EXPECT_TRUE(missing[0] && missing[1]);
     EXPECT_TRUE(XRegistry::EnumValueNames(read, kUser, kPath));
     EXPECT_EQ(Joined(read), L"dword;int32;int64;string;binary;list;");
-    EXPECT_TRUE(XRegistry::EnumKeys(read, kUser, L"software"));
-    EXPECT_EQ(Joined(read), L"Maker;");
+    EXPECT_EQ(KeysOf(L"software"), L"Maker;");
 }
 
 TEST_F(Registry, ProcessesAndThreadsLoseNothingOfEachOther) {
-    const pid_t child = ::fork();
-    if (child == 0) ::_exit(SetMany(L"child", 150) ? 0 : 1);
+    const pid_t child = StartProcess([] { return SetMany(L"child", 150); });
     EXPECT_TRUE(SetMany(L"parent", 150));
-    int status = 1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(Succeeds(child));
     std::thread writer([] { EXPECT_TRUE(SetMany(L"thread", 50)); });
     std::thread reader([] {
         for (int i = 0; i < 50; ++i) EXPECT_TRUE(HaveMany(L"parent", 3));
@@ -142,48 +151,41 @@ TEST_F(Registry, ProcessesAndThreadsLoseNothingOfEachOther) {
 TEST_F(Registry, SeesEveryChangeOfTheFileAndOfItsLocation) {
     using namespace std::chrono_literals;
     const auto now = std::filesystem::file_time_type::clock::now();
-    const auto change = [&](const std::string& name, int value, auto time) {
-        const std::string text = "{\"HKCU\":{\"v\":" + std::to_string(value) + "}}";
-        std::filesystem::last_write_time(folder.Write(name, {text.begin(), text.end()}), time);
-    };
-    const auto value = [] { return XRegistry::GetInt32(L"v", kUser, L""); };
-    for (const int i : {1, 2, 3}) {  // within one step of the clock
-        change("settings", i, now);
-        EXPECT_EQ(value(), i);
+    // Within one step of the clock; long ago, when a copy is kept; somewhere else at the same time.
+    const std::pair<std::string, std::chrono::hours> changes[] = {
+        {"settings", 0h}, {"settings", 0h}, {"settings", 4h}, {"settings", 5h}, {"other", 5h}};
+    int value = 0;
+    for (const auto& [name, age] : changes) {
+        const std::string text = "{\"HKCU\":{\"v\":" + std::to_string(++value) + "}}";
+        std::filesystem::last_write_time(folder.Write(name, {text.begin(), text.end()}), now - age);
+        Locate(folder.Path() / name);
+        EXPECT_EQ(Get(L"v", L""), value);
     }
-    for (const int i : {4, 5}) {  // long ago: a copy is kept
-        change("settings", i, now - i * 1h);
-        EXPECT_EQ(value(), i);
-    }
-    ASSERT_TRUE(XRegistry::SetInt32(6, L"v", kUser, L""));
-    std::filesystem::last_write_time(file, now - 5h);
-    EXPECT_EQ(value(), 6);
-    change("other", 7, now - 5h);
-    Locate(folder.Path() / "other");
-    EXPECT_EQ(value(), 7);
+    ASSERT_TRUE(Set(6, L"v", L""));
+    std::filesystem::last_write_time(folder.Path() / "other", now - 5h);
+    EXPECT_EQ(Get(L"v", L""), 6);
     std::filesystem::remove(folder.Path() / "other");
-    EXPECT_EQ(value(), 0);
+    EXPECT_EQ(Get(L"v", L""), -1);
 }
 
 TEST_F(Registry, LeavesAMalformedFileAlone) {
-    const std::string deep(100000, '[');
     for (const std::string& text :
-         {std::string("{\"HKCU\":{\"v\":1.5}}"), std::string("junk"), deep, std::string("{\"HKCU\":"),
+         {std::string("{\"HKCU\":{\"v\":1.5}}"), std::string(100000, '['), std::string("{\"HKCU\":"),
           std::string("{} {}"), std::string("{\"HKCU\":{\"w\":\"\xFF\"}}")}) {
         Put(text);
-        EXPECT_FALSE(XRegistry::DoesValueExist(L"v", kUser, L""));
+        EXPECT_EQ(Get(L"v", L""), -1);
         EXPECT_FALSE(XRegistry::SetDWORD(1, L"v", kUser, kPath));
         EXPECT_FALSE(XRegistry::DeleteVal(L"v", kUser, kPath));
         EXPECT_EQ(Text(), text);
     }
     Put("{\"HKCU\":{\"w\":\"\\ud83d\\ude00\"}}");
-    EXPECT_TRUE(XRegistry::DeleteVal(L"none", kUser, L"") && XRegistry::SetDWORD(1, L"v", kUser, L""));
+    EXPECT_TRUE(XRegistry::DeleteVal(L"none", kUser, L"") && Set(1, L"v", L""));
     EXPECT_NE(Text().find("\xF0\x9F\x98\x80"), std::string::npos);
-    for (const char* text : {"", " ", "[1]", "null"}) {  // settings with nothing in them
+    for (const char* text : {"", " ", "[1]"}) {  // settings with nothing in them
         Put(text);
         EXPECT_TRUE(XRegistry::DeleteVal(L"v", kUser, L""));
         EXPECT_EQ(Text(), text);
-        EXPECT_TRUE(XRegistry::SetDWORD(1, L"v", kUser, L""));
+        EXPECT_TRUE(Set(1, L"v", L""));
         EXPECT_EQ(Text(), "{\n    \"HKCU\":{\n        \"v\":1\n    }\n}");
     }
 }
@@ -193,11 +195,11 @@ TEST_F(Registry, FailsWhereThereIsNoFileToWrite) {
     ::setenv("HOME", folder.Path().c_str(), 1);
     for (const std::string& location : {std::string("~"), std::string(), file.native() + "/none"}) {
         Locate(location);
-        EXPECT_FALSE(XRegistry::SetDWORD(1, L"v", kUser, kPath)) << location;
-        EXPECT_FALSE(XRegistry::DoesValueExist(L"v", kUser, kPath)) << location;
+        EXPECT_FALSE(Set(1, L"v")) << location;
+        EXPECT_EQ(Get(L"v"), -1) << location;
     }
     Locate("~/settings");
-    EXPECT_TRUE(XRegistry::SetDWORD(1, L"v", kUser, kPath));
+    EXPECT_TRUE(Set(1, L"v"));
     EXPECT_TRUE(std::filesystem::exists(file));
     XRegistry::SetRegFileLocation(L"elsewhere", false);
     EXPECT_EQ(XRegistry::RegFileLocation(), FromUTF8(file.native()));
@@ -205,46 +207,35 @@ TEST_F(Registry, FailsWhereThereIsNoFileToWrite) {
     EXPECT_FALSE(XRegistry::IsRegFileLocationSet());
     EXPECT_EQ(XRegistry::RegFileLocation(), FromUTF8(folder.Path().native()) + L"/.XRegistry");
     ::unsetenv("HOME");
-    EXPECT_FALSE(XRegistry::SetDWORD(1, L"v", kUser, kPath));
+    EXPECT_FALSE(Set(1, L"v"));
     ::setenv("HOME", home.c_str(), 1);
 }
 
-TEST_F(Registry, MakesTheFileForItsOwnerAlone) {
-    const mode_t before = ::umask(0);
-    EXPECT_TRUE(XRegistry::SetDWORD(1, L"v", kUser, kPath));
-    ::umask(before);
-    struct stat status {};
-    ASSERT_EQ(::stat(file.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777u, 0600u);
-}
-
 TEST_F(Registry, PutsTheOldTextBackWhenAWriteFailsHalfWay) {
-    ASSERT_TRUE(XRegistry::SetString(XStr(3000, L'x'), L"old", kUser, kPath));
+    ASSERT_TRUE(XRegistry::SetString(XStr(3000, L'x'), L"old", kUser, L""));
     const std::string text = Text();
-    EXPECT_TRUE(InChild([] {
+    EXPECT_TRUE(Succeeds(StartProcess([] {
         const rlimit limit{4096, 4096};
         std::signal(SIGXFSZ, SIG_IGN);
         ::setrlimit(RLIMIT_FSIZE, &limit);
-        return !XRegistry::SetString(XStr(8000, L'y'), L"old", kUser, kPath) &&
-               XRegistry::GetString(L"old", kUser, kPath) == XStr(3000, L'x');
-    }));
+        return !XRegistry::SetString(XStr(8000, L'y'), L"old", kUser, L"") &&
+               XRegistry::GetString(L"old", kUser, L"") == XStr(3000, L'x');
+    })));
     EXPECT_EQ(Text(), text);
-    ASSERT_TRUE(XRegistry::SetString(L"", L"old", kUser, kPath));  // a shorter text leaves no rest behind
-    EXPECT_EQ(Text(), "{\n    \"HKCU\":{\n        \"Software\":{\n            \"Maker\":{\n"
-                      "                \"Product\":{\n                    \"old\":\"\"\n"
-                      "                }\n            }\n        }\n    }\n}");
+    ASSERT_TRUE(XRegistry::SetString(L"", L"old", kUser, L""));  // a shorter text leaves no rest behind
+    EXPECT_EQ(Text(), "{\n    \"HKCU\":{\n        \"old\":\"\"\n    }\n}");
 }
 
 TEST_F(Registry, AValueAndASubkeyShareANameAndGoOnTheirOwn) {
     Put("{\"HKCU\":{\"n\":{\"v\":1},\"N\":2,\"n\":3}}");
-    ASSERT_TRUE(XRegistry::SetInt32(4, L"n", kUser, L""));
-    EXPECT_EQ(XRegistry::GetInt32(L"n", kUser, L""), 4);
-    EXPECT_EQ(XRegistry::GetInt32(L"v", kUser, L"N"), 1);
+    ASSERT_TRUE(Set(4, L"n", L""));
+    EXPECT_EQ(Get(L"n", L""), 4);
+    EXPECT_EQ(Get(L"v", L"N"), 1);
     ASSERT_TRUE(XRegistry::DeleteVal(L"n", kUser, L"") && XRegistry::DeleteVal(L"n", kUser, L""));
-    EXPECT_FALSE(XRegistry::DoesValueExist(L"n", kUser, L""));
-    ASSERT_TRUE(XRegistry::SetInt32(5, L"n", kUser, L"") && XRegistry::DeleteKeyAndSubKeys(kUser, L"n"));
-    EXPECT_FALSE(XRegistry::DoesKeyExist(kUser, L"n"));
-    EXPECT_EQ(XRegistry::GetInt32(L"n", kUser, L""), 5);
+    EXPECT_EQ(Get(L"n", L""), -1);
+    ASSERT_TRUE(Set(5, L"n", L"") && XRegistry::DeleteKeyAndSubKeys(kUser, L"n"));
+    EXPECT_EQ(KeysOf(L""), L"");
+    EXPECT_EQ(Get(L"n", L""), 5);
 }
 
 TEST_F(Registry, FallsBackToTheDefaults) {
@@ -252,54 +243,47 @@ TEST_F(Registry, FallsBackToTheDefaults) {
     EXPECT_EQ(Text(), "{\n    \"UNSPEC\":{\n        \"v\":1\n    }\n}");
     XRegistry::SetDefault(kUser, kPath);
     EXPECT_TRUE(XRegistry::SetInt32(2, L"v", nullptr, nullptr));
-    EXPECT_EQ(XRegistry::GetInt32(L"v", kUser, kPath), 2);
+    EXPECT_EQ(Get(L"v"), 2);
     EXPECT_FALSE(XRegistry::DoesValueExist(L"v", nullptr, L""));
     XRegistry::SetDefault(nullptr, nullptr);
     EXPECT_EQ(XRegistry::GetInt32(L"v", nullptr, nullptr), 1);
 }
 
 TEST_F(Registry, ATransactionShowsItsChangesAndWritesThemTogether) {
-    ASSERT_TRUE(XRegistry::SetInt32(1, L"a", kUser, L"from\\sub") &&
-                XRegistry::SetInt32(2, L"A", kUser, L"to\\SUB") &&
-                XRegistry::SetInt32(3, L"kept", kUser, L"to"));
+    ASSERT_TRUE(Set(1, L"a", L"from\\sub") && Set(2, L"A", L"to\\SUB") && Set(3, L"kept", L"to"));
     const std::string before = Text();
-    {
-        XRegistryTransaction changes;
-        changes.SetString(L"text", L"b", kUser, L"from");
-        changes.CopyKey(kUser, L"from", kUser, L"to");
-        changes.CopyKey(kUser, L"to", kUser, L"to\\copy");
-        changes.CopyKey(kUser, L"nothing", kUser, L"none");
-        changes.DeleteKeyAndSubKeys(kUser, L"from");
-        changes.DeleteKeyAndSubKeys(kUser, L"later");
-        EXPECT_EQ(changes.GetInt32(L"a", kUser, L"to\\sub"), 1);
-        EXPECT_EQ(changes.GetString(L"b", kUser, L"to\\copy"), L"text");
-        bool missing = false;
-        EXPECT_EQ(changes.GetString(L"b", kUser, L"from", &missing), L"");
-        EXPECT_TRUE(missing);
-        EXPECT_EQ(Text(), before);
-        XRegistryTransaction dropped;
-        dropped.DeleteVal(L"kept", kUser, L"to");
-        EXPECT_TRUE(changes.Commit());
-        EXPECT_TRUE(XRegistry::SetInt32(4, L"a", kUser, L"later") && changes.Commit());
-    }
+    XRegistryTransaction changes;
+    changes.SetString(L"text", L"b", kUser, L"from");
+    changes.CopyKey(kUser, L"from", kUser, L"to");
+    changes.CopyKey(kUser, L"to", kUser, L"to\\copy");
+    changes.CopyKey(kUser, L"nothing", kUser, L"none");
+    changes.DeleteKeyAndSubKeys(kUser, L"from");
+    changes.DeleteKeyAndSubKeys(kUser, L"later");
+    EXPECT_EQ(changes.GetInt32(L"a", kUser, L"to\\sub"), 1);
+    EXPECT_EQ(changes.GetString(L"b", kUser, L"to\\copy"), L"text");
+    bool missing = false;
+    EXPECT_EQ(changes.GetString(L"b", kUser, L"from", &missing), L"");
+    EXPECT_TRUE(missing);
+    XRegistryTransaction().DeleteVal(L"kept", kUser, L"to");  // dropped
+    EXPECT_EQ(Text(), before);
+    EXPECT_TRUE(changes.Commit() && Set(4, L"a", L"later") && changes.Commit());
+
+    EXPECT_EQ(KeysOf(L""), L"to;later;");
+    EXPECT_EQ(KeysOf(L"to"), L"SUB;copy;");
     XStrList names;
-    EXPECT_TRUE(XRegistry::EnumKeys(names, kUser, L""));
-    EXPECT_EQ(Joined(names), L"to;later;");
-    EXPECT_TRUE(XRegistry::EnumKeys(names, kUser, L"to"));
-    EXPECT_EQ(Joined(names), L"SUB;copy;");
     EXPECT_TRUE(XRegistry::EnumValueNames(names, kUser, L"to\\copy"));
     EXPECT_EQ(Joined(names), L"kept;b;");
-    EXPECT_EQ(XRegistry::GetInt32(L"a", kUser, L"to\\copy\\sub"), 1);
+    EXPECT_EQ(Get(L"a", L"to\\copy\\sub"), 1);
 }
 
 TEST_F(Registry, ACopyOfAKeyShowsWhatTheKeyShows) {
     Put("{\"HKCU\":{\"from\":{\"v\":1,\"V\":2,\"k\":{\"v\":3},\"K\":{\"v\":4,\"hidden\":5}}}}");
     XRegistryTransaction copy;
-    copy.CopyKey(kUser, L"from", nullptr, L"to");
+    copy.CopyKey(kUser, L"from", kUser, L"to");
     ASSERT_TRUE(copy.Commit());
-    EXPECT_EQ(XRegistry::GetInt32(L"v", nullptr, L"to"), 1);
-    EXPECT_EQ(XRegistry::GetInt32(L"v", nullptr, L"to\\k"), 3);
-    EXPECT_FALSE(XRegistry::DoesValueExist(L"hidden", nullptr, L"to\\k"));
+    EXPECT_EQ(Get(L"v", L"to"), 1);
+    EXPECT_EQ(Get(L"v", L"to\\k"), 3);
+    EXPECT_EQ(Get(L"hidden", L"to\\k"), -1);
 }
 
 TEST_F(Registry, NoChangeMakesTheTreeTooDeepToRead) {
@@ -314,8 +298,7 @@ TEST_F(Registry, NoChangeMakesTheTreeTooDeepToRead) {
     ASSERT_TRUE(XRegistry::SetStringList(list, L"v", kUser, path(most).c_str()));
     EXPECT_TRUE(XRegistry::GetStringList(list, L"v", kUser, path(most).c_str()));
     const std::string before = Text();
-    EXPECT_FALSE(XRegistry::SetDWORD(1, L"v", kUser, path(most + 1).c_str()));
-    EXPECT_FALSE(XRegistry::SetDWORD(1, L"v", kUser, path(1000000).c_str()));
+    EXPECT_FALSE(Set(1, L"v", path(most + 1)) || Set(1, L"v", path(1000000)));
     XRegistryTransaction deeper;
     deeper.SetDWORD(1, L"first", kUser, L"");
     for (int i = 0; i < 1000; ++i) deeper.CopyKey(kUser, L"k", kUser, path(200).c_str());
@@ -326,16 +309,13 @@ TEST_F(Registry, NoChangeMakesTheTreeTooDeepToRead) {
 
 TEST(Base64, GoesToTextAndBackAndTakesNothingElse) {
     const std::pair<std::string, XStr> cases[] = {
-        {"", L""},        {"f", L"Zg=="},          {"fo", L"Zm8="},
-        {"foo", L"Zm9v"}, {"foobar", L"Zm9vYmFy"}, {"\xFB\xFF\xBF", L"+/+/"},
-    };
+        {"", L""}, {"f", L"Zg=="}, {"fo", L"Zm8="}, {"foobar", L"Zm9vYmFy"}, {"\xFB\xFF\xBF", L"+/+/"}};
     for (const auto& [bytes, text] : cases) {
         EXPECT_EQ(ToBase64(bytes.data(), bytes.size()), text);
         const std::optional<XMem> back = FromBase64(text);
-        ASSERT_TRUE(back && back->Size() == bytes.size());
-        EXPECT_EQ(std::string(reinterpret_cast<const char*>(back->Data()), back->Size()), bytes);
+        ASSERT_TRUE(back);
+        EXPECT_EQ(Bytes(back->Data(), back->Data() + back->Size()), Bytes(bytes.begin(), bytes.end()));
     }
-    for (const XStr text :
-         {L"Zg=", L"Zg", L"=", L"====", L"Z===", L"Zh==", L"Zm9=", L"Zg==Zg==", L"Z g=", L"-_-_"})
+    for (const XStr text : {L"Zg=", L"Zg", L"====", L"Z===", L"Zh==", L"Zm9=", L"Zg==Zg==", L"Z g=", L"-_-_"})
         EXPECT_FALSE(FromBase64(text)) << ToUTF8(text);
 }

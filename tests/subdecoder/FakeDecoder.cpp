@@ -1,8 +1,9 @@
 // A sub-decoder that shows what it was given: audio is the packets with every bit turned, as 8-bit mono at
-// 16 kHz. FAKE_... definitions choose what it lacks or does wrong.
+// 16 kHz. What it lacks or does wrong goes by its name.
 
 #include "plugin/interface/w64_decoder.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string_view>
 #include <vector>
@@ -17,19 +18,14 @@ struct Instance {
     bool handedOut = false;
 };
 
-[[maybe_unused]] bool knowsItsPath = false;
-
+constexpr std::string_view kName = FAKE_NAME;
 constexpr uint8_t kFormat[18] = {1, 0, 1, 0, 0x80, 0x3E, 0, 0, 0x80, 0x3E, 0, 0, 1, 0, 8, 0, 0, 0};
+
+bool knowsItsPath = kName == "without_set_module_path";
 
 }  // namespace
 
-FAKE_EXPORT void* Create(STNStdReport*) {
-#ifdef FAKE_CREATES_NOTHING
-    return nullptr;
-#else
-    return new Instance;
-#endif
-}
+FAKE_EXPORT void* Create(STNStdReport*) { return kName == "failing_create" ? nullptr : new Instance; }
 
 FAKE_EXPORT int32_t Destroy(void* handle) {
     delete static_cast<Instance*>(handle);
@@ -37,16 +33,11 @@ FAKE_EXPORT int32_t Destroy(void* handle) {
 }
 
 FAKE_EXPORT int32_t Open(void*, STKvOpenDecoder* open) {
-#ifdef FAKE_OPENS_NOTHING
-    return 0;
-#endif
-#ifndef FAKE_WITHOUT_SET_MODULE_PATH
-    if (!knowsItsPath) return 0;
-#endif
-    return open->OpenFlags == kvOpenPackets && !open->FileName;
+    return knowsItsPath && open->OpenFlags == kvOpenPackets && !open->FileName;
 }
 
 FAKE_EXPORT int32_t DecodeBlock(void* handle, STKvAudioBlock* block) {
+    if (kName == "throwing") throw std::runtime_error("thrown by the sub-decoder");
     auto& instance = *static_cast<Instance*>(handle);
     if (instance.handedOut) instance.audio.clear();
     instance.handedOut = false;
@@ -55,19 +46,10 @@ FAKE_EXPORT int32_t DecodeBlock(void* handle, STKvAudioBlock* block) {
     ++instance.packets;
     block->Data = nullptr;
     block->DataSize = 0;
-#ifdef FAKE_THROWS
-    throw std::runtime_error("thrown by the sub-decoder");
-#endif
-#ifdef FAKE_FAILS_AT_PACKET
-    if (instance.packets == FAKE_FAILS_AT_PACKET) return 0;
-#endif
-#ifdef FAKE_NEEDS_PACKETS
-    if (instance.packets % FAKE_NEEDS_PACKETS != 0 && !block->EndOfStream) return 1;
-#endif
-#ifdef FAKE_IS_SILENT
-    return 1;
-#endif
-    for (size_t i = 0; i < sizeof kFormat; ++i) block->WaveFormat.Bytes[i] = kFormat[i];
+    if (kName == "failing_later" && instance.packets == 2) return 0;
+    const bool wantsMore = kName == "several_packets" && instance.packets % 3 != 0 && !block->EndOfStream;
+    if (kName == "silent" || wantsMore) return 1;
+    std::copy(std::begin(kFormat), std::end(kFormat), block->WaveFormat.Bytes);
     block->Data = instance.audio.data();
     block->DataSize = static_cast<uint32_t>(instance.audio.size());
     instance.handedOut = true;
@@ -81,10 +63,10 @@ FAKE_EXPORT int32_t Close(void*, STKvEncoderFluid* fluid) {
 FAKE_EXPORT int32_t SetPosition(void*, int64_t) { return 1; }
 FAKE_EXPORT int32_t Get(void*, const wchar_t*, STKvCodecGetSet*) { return 0; }
 FAKE_EXPORT int32_t Set(void*, const wchar_t*, STKvCodecGetSet*) { return 0; }
-#ifndef FAKE_WITHOUT_DELETE_A_TAG
+#ifndef FAKE_without_delete_a_tag
 FAKE_EXPORT int32_t DeleteATag(void*, const wchar_t*, const wchar_t*) { return 0; }
 #endif
-#ifndef FAKE_WITHOUT_SET_MODULE_PATH
+#ifndef FAKE_without_set_module_path
 FAKE_EXPORT void SetModulePath(const wchar_t* path) {
     knowsItsPath = std::wstring_view(path).ends_with(L"/mp3.dll");
 }

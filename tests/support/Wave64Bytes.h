@@ -9,21 +9,18 @@
 // hex dump of such a file shows them.
 class Wave64Bytes {
 public:
-    Wave64Bytes() {
-        bytes_ = Guid("riff", "2E91CF11A5D628DB04C10000");
-        Append<uint64_t>(bytes_, 0);
-        const Bytes wave = Guid("wave", "F3ACD3118CD100C04F8EDB8A");
-        bytes_.insert(bytes_.end(), wave.begin(), wave.end());
-    }
-
     // `sizeField` lies about the size when given.
     Wave64Bytes& Chunk(std::string_view code, const Bytes& data, std::optional<uint64_t> sizeField = {}) {
-        return Chunk(Guid(code, "F3ACD3118CD100C04F8EDB8A"), data, sizeField);
+        Bytes guid(code.begin(), code.end());
+        guid.insert(guid.end(), {0xF3, 0xAC, 0xD3, 0x11, 0x8C, 0xD1, 0x00, 0xC0, 0x4F, 0x8E, 0xDB, 0x8A});
+        return Chunk(guid, data, sizeField);
     }
 
     // A count and that many entries.
     Wave64Bytes& SummaryList(const Bytes& data, std::optional<uint64_t> sizeField = {}) {
-        return Chunk(Hex("BC945F925A52D21186DC00C04F8EDB8A"), data, sizeField);
+        const Bytes guid = {0xBC, 0x94, 0x5F, 0x92, 0x5A, 0x52, 0xD2, 0x11,
+                            0x86, 0xDC, 0x00, 0xC0, 0x4F, 0x8E, 0xDB, 0x8A};
+        return Chunk(guid, data, sizeField);
     }
 
     Wave64Bytes& Fmt(uint16_t tag, uint16_t channels, uint32_t rate, uint16_t bits) {
@@ -63,8 +60,7 @@ public:
         Append(body, bits);
         Append(body, mask);
         Append(body, tag);
-        const Bytes tail = Hex("000000001000800000AA00389B71");
-        body.insert(body.end(), tail.begin(), tail.end());
+        body.insert(body.end(), {0, 0, 0, 0, 0x10, 0, 0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71});
         return body;
     }
 
@@ -77,20 +73,10 @@ private:
         return *this;
     }
 
-    static Bytes Hex(std::string_view digits) {
-        Bytes bytes;
-        for (size_t i = 0; i + 1 < digits.size(); i += 2) {
-            bytes.push_back(static_cast<uint8_t>(std::stoi(std::string(digits.substr(i, 2)), nullptr, 16)));
-        }
-        return bytes;
-    }
-
-    static Bytes Guid(std::string_view code, std::string_view tail) {
-        Bytes guid(code.begin(), code.end());
-        const Bytes rest = Hex(tail);
-        guid.insert(guid.end(), rest.begin(), rest.end());
-        return guid;
-    }
-
-    Bytes bytes_;
+    // The outer header, its size field still empty.
+    Bytes bytes_ = {'r',  'i',  'f',  'f',  0x2E, 0x91, 0xCF, 0x11,  //
+                    0xA5, 0xD6, 0x28, 0xDB, 0x04, 0xC1, 0,    0,     //
+                    0,    0,    0,    0,    0,    0,    0,    0,     //
+                    'w',  'a',  'v',  'e',  0xF3, 0xAC, 0xD3, 0x11,  //
+                    0x8C, 0xD1, 0x00, 0xC0, 0x4F, 0x8E, 0xDB, 0x8A};
 };
