@@ -53,5 +53,6 @@ std::string TimeLabels::operator()(double seconds) const {
 }
 
 std::string FrequencyLabel(double hertz) {
-    return hertz < 1000 ? Print("%.*g", 6, hertz) : Print("%.*g", 6, hertz / 1000) + "k";
+    if (hertz < 1e3) return Print("%.*g", 6, hertz);
+    return hertz < 1e6 ? Print("%.*g", 6, hertz / 1e3) + "k" : Print("%.*g", 6, hertz / 1e6) + "M";
 }

@@ -44,7 +44,7 @@ std::string WhatWorksInstead(int64_t source, int64_t target) {
     const auto below = FindRate(source, target - 1, -1);
     const auto above = FindRate(source, target + 1, 1);
     if (below && above) return "; the nearest rates that work are " + Hz(*below) + " and " + Hz(*above);
-    if (!below && !above) return "";
+    if (!below && !above) return "; rates go up to " + Hz(kMostRate);
     return "; the nearest rate that works is " + Hz(below ? *below : *above);
 }
 

@@ -80,7 +80,8 @@ bool TagWriter::WriteList(const NTag& tags) {
         return false;
     }
     const bool done = PutIntoFile(data);
-    // By old custom the report alone tells of an edit that failed, and a list before this one still has its say.
+    // By old custom an edit that failed counts as done, even where the report is silent about it, and a list before
+    // this one still has its say.
     if (!options_.rules.safe) return true;
     return done ? DeleteListsBefore(listIndex_, true) : Fail(L"Error writing the tags, disk full?");
 }

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <span>
 #include <string>
 
 namespace {
@@ -24,6 +25,7 @@ constexpr Column kColumns[] = {
 };
 
 constexpr int kWidth = 16;
+constexpr int kNameWidth = 36;
 
 std::string Text(const char* format, double value) {
     char text[32];
@@ -39,16 +41,33 @@ bool Holds(const Column& column, const Row& row) {
 }
 
 // The figure, with a bound of its own in brackets.
-std::string CellText(const Column& column, const Row& row, bool withBounds) {
-    const double figure = row.figures.*column.figure;
+std::string BoundedText(const Column& column, const Row& row) {
     const double bound = row.bounds.*column.figure;
-    std::string text = std::isnan(figure) ? "" : Text(column.format, figure);
-    if (!withBounds) return text;
+    std::string text = Text(column.format, row.figures.*column.figure);
     if (bound != Figures().*column.figure) text += " (" + Text(column.format, bound) + ")";
     return Holds(column, row) ? text : text + " FAILS";
 }
 
+void PrintLead(const std::string& rates, const char* name) {
+    std::printf("\n| %-*s | %-*s |", kWidth, rates.c_str(), kNameWidth, name);
+}
 void PrintCell(const std::string& text) { std::printf(" %*s |", kWidth, text.c_str()); }
+
+bool PrintBoundedRow(const Row& row) {
+    bool allHold = true;
+    for (const Column& column : kColumns) {
+        PrintCell(BoundedText(column, row));
+        allHold &= Holds(column, row);
+    }
+    return allHold;
+}
+
+void PrintRow(const Row& row) {
+    for (const Column& column : kColumns) {
+        const double figure = row.figures.*column.figure;
+        PrintCell(std::isnan(figure) ? "" : Text(column.format, figure));
+    }
+}
 
 }  // namespace
 
@@ -66,22 +85,23 @@ void Measure(const Resampler& resampler, int meetings, Row& row) {
                    .error24 = &resampler == &kOurs ? WorstErrorIn24Bits(row.pair) : NAN};
 }
 
-bool PrintTable(const char* name, const std::vector<Row>& rows, bool withBounds) {
-    std::printf("\n%s\n\n| %-*s |", name, kWidth, "rates");
+bool PrintTable(const std::vector<Measured>& all) {
+    PrintLead("rates", "");
     for (const Column& column : kColumns) PrintCell(column.heading);
-    std::printf("\n|%s|", std::string(kWidth + 2, '-').c_str());
+    std::printf("\n|%s|%s|", std::string(kWidth + 2, '-').c_str(), std::string(kNameWidth + 2, '-').c_str());
     for (size_t i = 0; i < std::size(kColumns); ++i)
         std::printf("%s:|", std::string(kWidth + 1, '-').c_str());
-    if (withBounds) {
-        std::printf("\n| %-*s |", kWidth, "bound");
-        for (const Column& column : kColumns) PrintCell(Text(column.format, Figures().*column.figure));
-    }
+    PrintLead("", "bound, if no other");
+    for (const Column& column : kColumns) PrintCell(Text(column.format, Figures().*column.figure));
     bool allHold = true;
-    for (const Row& row : rows) {
-        std::printf("\n| %6d to %6d |", row.pair.source, row.pair.target);
-        for (const Column& column : kColumns) {
-            PrintCell(CellText(column, row, withBounds));
-            allHold &= Holds(column, row);
+    for (size_t i = 0; i < all.front().rows.size(); ++i) {
+        const RatePair pair = all.front().rows[i].pair;
+        PrintLead(std::to_string(pair.source) + " to " + std::to_string(pair.target),
+                  all.front().resampler.name);
+        allHold &= PrintBoundedRow(all.front().rows[i]);
+        for (const Measured& peer : std::span(all).subspan(1)) {
+            PrintLead("", peer.resampler.name);
+            PrintRow(peer.rows[i]);
         }
     }
     std::printf("\n");

@@ -25,9 +25,15 @@ struct Row {
     Figures figures{};
 };
 
-// The figures, with so many tones whose images meet.
+// A resampler at several pairs, measured with so many tones whose images meet.
+struct Measured {
+    const Resampler& resampler;
+    int meetings;
+    std::vector<Row> rows;
+};
+
 void Measure(const Resampler& resampler, int meetings, Row& row);
 
-// Markdown. With bounds, the first row has the usual ones, others stand in brackets, and figures that do not keep
-// theirs are marked. False when there are such figures.
-bool PrintTable(const char* name, const std::vector<Row>& rows, bool withBounds);
+// Markdown: the resamplers below each other, pair by pair. The first one has to keep its bounds: the usual ones
+// come first, others stand in brackets, and figures beyond are marked. False when there are such figures.
+bool PrintTable(const std::vector<Measured>& all);

@@ -87,11 +87,11 @@ Stereo ByDelayWithTone(const Stereo& in, int targetRate) {
 
 }  // namespace
 
-const Resampler kOurs{"XAudioFreqConv, UpwardEdge::SourceHalf", ByXAudioFreqConv<UpwardEdge::SourceHalf>};
+const Resampler kOurs{"XAudioFreqConv", ByXAudioFreqConv<UpwardEdge::SourceHalf>};
 const Resampler kOursTargetHalf{"XAudioFreqConv, UpwardEdge::TargetHalf",
                                 ByXAudioFreqConv<UpwardEdge::TargetHalf>};
-const Resampler kSoxr{"libsoxr, SOXR_VHQ as it comes", BySoxrAsItComes};
-const Resampler kSteepSoxr{"libsoxr, SOXR_VHQ without roll-off, 100 Hz transition band", BySteepSoxr};
-const Resampler kSampleRate{"libsamplerate, SRC_SINC_BEST_QUALITY", BySampleRate};
+const Resampler kSoxr{"libsoxr, VHQ", BySoxrAsItComes};
+const Resampler kSteepSoxr{"libsoxr, VHQ, no roll-off, 100 Hz", BySteepSoxr};
+const Resampler kSampleRate{"libsamplerate, best sinc", BySampleRate};
 const Resampler kNone{"nothing but a delay", ByDelay};
 const Resampler kAlmostNone{"a delay and a tone of -200 dB", ByDelayWithTone};

@@ -31,12 +31,6 @@ const std::vector<Row> kRows = {
     {{8000, 44100}, {.passBandEnd = 0.99}},
 };
 
-struct Table {
-    const Resampler& resampler;
-    int meetings;
-    std::vector<Row> rows = kRows;
-};
-
 // What the measurement adds by itself at a rate, and what it reads where a tone of kLevel is added.
 struct Floor {
     static constexpr double kLevel = -200;
@@ -58,9 +52,9 @@ struct Leaks {
 
 using Tasks = std::vector<std::function<void()>>;
 
-void AddTasks(Table& table, Tasks& tasks) {
-    for (Row& row : table.rows) {
-        tasks.emplace_back([&] { Measure(table.resampler, table.meetings, row); });
+void AddTasks(Measured& measured, Tasks& tasks) {
+    for (Row& row : measured.rows) {
+        tasks.emplace_back([&] { Measure(measured.resampler, measured.meetings, row); });
     }
 }
 
@@ -114,9 +108,9 @@ void PrintLeaks(const std::vector<Leaks>& leaks) {
 bool MeasureAll() {
     constexpr int kAll = 1000;
     constexpr int kSome = 24;
-    Table ours{kOurs, kAll};
-    Table otherEdge{kOursTargetHalf, kSome, {kRows.back()}};
-    std::vector<Table> peers{{kSampleRate, kSome}, {kSoxr, kSome}, {kSteepSoxr, kSome}};
+    std::vector<Measured> all{
+        {kOurs, kAll, kRows}, {kSampleRate, kSome, kRows}, {kSoxr, kSome, kRows}, {kSteepSoxr, kSome, kRows}};
+    Measured otherEdge{kOursTargetHalf, kSome, {kRows.back()}};
     std::vector<Floor> floors{{44100}, {48000}, {96000}, {192000}};
     std::vector<Leaks> leaks;
     constexpr std::array<double, 2> kDistances[] = {{5, 10},  {12, 20},  {24, 30},
@@ -126,8 +120,7 @@ bool MeasureAll() {
     }
 
     Tasks tasks;
-    for (Table& table : peers) AddTasks(table, tasks);
-    AddTasks(ours, tasks);
+    for (Measured& measured : all) AddTasks(measured, tasks);
     AddTasks(otherEdge, tasks);
     for (Floor& floor : floors) AddTask(floor, tasks);
     for (Leaks& leak : leaks) {
@@ -137,10 +130,10 @@ bool MeasureAll() {
     Run(tasks);
 
     const bool low = PrintFloors(floors);
-    const bool kept = PrintTable(kOurs.name, ours.rows, true);
+    const bool kept = PrintTable(all);
     PrintLeaks(leaks);
-    PrintTable(kOursTargetHalf.name, otherEdge.rows, false);
-    for (const Table& table : peers) PrintTable(table.resampler.name, table.rows, false);
+    std::printf("\nWith UpwardEdge::TargetHalf, images of tones from 8000 to 44100: %.1f dB\n",
+                otherEdge.rows.front().figures.image);
     return low && kept;
 }
 
