@@ -14,8 +14,8 @@
 // frequencies k + i * (output points), which all appear there, times what both filters leave of them.
 //
 // One of these is in the pass band and is computed in doubles. The others are 170 dB down, by the one filter or
-// the other, and floats hold them as exactly as doubles hold the first. They need the response of the short
-// filter only, which is so smooth that a line does for every tile of frequencies, and that of the long one.
+// the other, and floats hold them as exactly as doubles hold the first. What the long filter lets pass needs the
+// response of the short one only, which is so smooth that a parabola does for every tile of frequencies.
 class SpectralFreqConv : public FreqConvEngine {
 public:
     // Nothing when no block has convenient numbers of frames at both rates: OverlapFreqConv takes any.

@@ -26,7 +26,7 @@ bool XAudioFreqConv::CreateNewConverter(const XAudioWFX& format, int targetRate,
                                         UpwardEdge edge) try {
     Destroy();
     format_ = format;
-    targetRate_ = targetRate;
+    targetRate_ = static_cast<uint32_t>(targetRate);  // as formats have it, in full
     equalRates_ = format_.SamplesPerSec() == targetRate_;
     if (equalRates_) return true;
     if (format_.Channels() == 0 || !XAudioRdWr::HasLayout(format_.WFXFormatTag(), format_.BitsPerSample())) {

@@ -1,5 +1,6 @@
 #include "host/SoundFileOutput.h"
 
+#include "base/LittleEndian.h"
 #include "host/Failure.h"
 
 #include <algorithm>
@@ -9,6 +10,21 @@
 #include <unistd.h>
 
 namespace {
+
+// The library adds peaks to RF64 whatever it is told. As it is given bytes and no samples, they would all be 0, and
+// the time that goes with them would make of equal audio different files.
+void BlankPeaks(std::string& header) {
+    if (!header.starts_with("RIFF") && !header.starts_with("RF64")) return;
+    for (size_t at = 12; at + 8 <= header.size();) {
+        const size_t size = Load<uint32_t>(header.data() + at + 4);
+        if (size > header.size() - at - 8) return;
+        if (header.compare(at, 4, "PEAK") == 0) {
+            header.replace(at, 4, "JUNK");
+            header.replace(at + 8, size, size, '\0');
+        }
+        at += 8 + size + size % 2;
+    }
+}
 
 class FileOutput : public SoundFileOutput {
 public:
@@ -55,6 +71,14 @@ bool HeaderOutput::Write(const void* data, size_t bytes) {
     return true;
 }
 
+// Headers are written as a whole.
+bool SoundFileOutput::Take(const void* data, size_t bytes) {
+    if (Position() != 0) return Write(data, bytes);
+    std::string header(static_cast<const char*>(data), bytes);
+    BlankPeaks(header);
+    return Write(header.data(), bytes);
+}
+
 SF_VIRTUAL_IO* SoundFileOutput::Calls() {
     static constexpr auto of = [](void* output) -> SoundFileOutput& {
         return *static_cast<SoundFileOutput*>(output);
@@ -71,7 +95,7 @@ SF_VIRTUAL_IO* SoundFileOutput::Calls() {
             return static_cast<sf_count_t>(of(output).Read(data, static_cast<size_t>(bytes)));
         },
         [](const void* data, sf_count_t bytes, void* output) -> sf_count_t {
-            if (of(output).Write(data, static_cast<size_t>(bytes))) return bytes;
+            if (of(output).Take(data, static_cast<size_t>(bytes))) return bytes;
             of(output).writeError_ = errno;
             return 0;
         },

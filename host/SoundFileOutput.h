@@ -32,6 +32,8 @@ protected:
     virtual bool Write(const void* data, size_t bytes) = 0;
 
 private:
+    bool Take(const void* data, size_t bytes);
+
     int writeError_ = 0;
 };
 

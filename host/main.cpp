@@ -41,6 +41,7 @@ constexpr const char* kExamples = R"(Examples:
   w64 decode song.w64 -o song.flac      another kind of file, by its ending
   w64 decode *.w64 -o converted/        many files, all processor cores
   w64 decode song.w64 --start 1:30 --end 2:00 -o - | aplay
+  w64 decode song.w64 --rate 44100 --bits 16 --dither
   w64 decode broken.w64 --salvage       whatever a cut-off recording still holds
   w64 info song.w64
   w64 chunks song.w64                   where the audio, the tags and free space lie
