@@ -112,7 +112,7 @@ W64_VECTOR_CLONES void FillTiles(const SpectraView& view) {
     }
 }
 
-// Responses of eight frequencies after the other.
+// Responses, those of eight frequencies at a time.
 struct OnCurve {
     Floats at;
     Floats step;

@@ -5,7 +5,8 @@
 // Turns a stream of any format tag that can be decoded here into linear PCM. PCM passes through; IEEE float
 // passes through where the caller takes it and becomes 32-bit PCM otherwise; every other tag is refused.
 // Use:    CreateNewConverter once per stream, ConvertData for every block, Destroy before another stream.
-// Owner:  a block made in place lies in the input's memory, any other in the decoder. Either is valid until the next ConvertData.
+// Owner:  a block made in place lies in the input's memory, any other in the decoder. Either is valid until the
+//         next ConvertData.
 // Errors: false, without a message.
 class XAudioACMDecoder {
 public:

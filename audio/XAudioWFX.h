@@ -70,8 +70,8 @@ public:
     void CalcAvgNBlkAlign();
     void RemoveAnyExtra();  // leaves what the extensible form itself needs
 
-    // Whether the record was converted; to the extensible form also when it had it already. Extra bytes of a plain record, and mask and valid
-    // bits of an extensible one, are dropped on the way.
+    // Whether the record was converted; to the extensible form also when it had it already. Extra bytes of a
+    // plain record, and mask and valid bits of an extensible one, are dropped on the way.
     bool ConvertWFXToExtensible();
     bool ConvertExtensibleToWFX();
 
