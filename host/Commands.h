@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/AudioSink.h"
-#include "host/Console.h"
+#include "host/CommandContext.h"
 #include "host/Conversion.h"
 #include "host/PlotLayout.h"
 #include "host/TimePoint.h"
@@ -9,13 +9,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-// What every command works with.
-struct CommandContext {
-    Console& console;
-    int traceDescriptor;        // 0 for none
-    const std::string& plugin;  // a file or a folder; empty: beside the program
-};
 
 struct DecodeOptions {
     std::vector<std::string> inputs;

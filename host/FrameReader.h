@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/AudioSource.h"
-#include "host/Commands.h"
+#include "host/CommandContext.h"
 #include "host/DecoderInstance.h"
 
 #include <optional>

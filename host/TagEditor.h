@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/Commands.h"
+#include "host/CommandContext.h"
 #include "host/KeptChunks.h"
 #include "host/OwnSettings.h"
 #include "host/PluginLibrary.h"
