@@ -41,10 +41,10 @@ int OpenDescriptor(const char* path, const Opening& how) {
     return descriptor;
 }
 
-// Not a folder, pipe or terminal: something that has a size and positions.
+// Something that has a size and positions: no folder, pipe or terminal, and no device, whose size is 0 here.
 bool IsFile(int descriptor) {
     struct stat status {};
-    return ::fstat(descriptor, &status) == 0 && (S_ISREG(status.st_mode) || S_ISBLK(status.st_mode));
+    return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 // False only when somebody else holds the file: a file system without locks is accepted.
@@ -142,7 +142,7 @@ bool XFile::Shuffle(int64_t position, int64_t delta, bool zeroFill) {
     const int64_t size = Size();
     if (size < 0) return false;
     const int64_t newSize = std::max<int64_t>(SaturatingAdd(size, delta), 0);
-    if (delta < 0) return MoveTowardsStart(position, delta) && SetFileSize(newSize);
+    if (delta < 0) return MoveTowardsStart(position, size, delta) && SetFileSize(newSize);
     return Extend(newSize) && MoveTowardsEnd(position, size, delta) &&
            (!zeroFill || FillWithZeros(position, delta)) && SetFileSize(newSize);
 }
@@ -158,9 +158,8 @@ bool XFile::MoveTowardsEnd(int64_t position, int64_t end, int64_t delta) {
     return true;
 }
 
-bool XFile::MoveTowardsStart(int64_t position, int64_t delta) {
+bool XFile::MoveTowardsStart(int64_t position, int64_t end, int64_t delta) {
     Block block;
-    const int64_t end = Size();
     while (position < end) {
         const auto bytes = std::min<int64_t>(block.size(), end - position);
         if (!MoveBlock(position, position + delta, std::span(block).first(static_cast<size_t>(bytes))))

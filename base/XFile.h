@@ -27,7 +27,7 @@ public:
 
     // What was open before is closed on success and kept on failure. Locks are advisory and, unless the access
     // says so, not waited for: where another holder is in the way the open fails; a file system without locks
-    // is accepted. Only regular files and block devices are opened.
+    // is accepted. Only regular files are opened.
     [[nodiscard]] bool Open(std::wstring_view path, Access access);
 
     // Attaches to an open file without owning it.
@@ -59,7 +59,7 @@ public:
 private:
     [[nodiscard]] bool MoveBlock(int64_t from, int64_t to, std::span<std::byte> block);
     [[nodiscard]] bool MoveTowardsEnd(int64_t position, int64_t end, int64_t delta);
-    [[nodiscard]] bool MoveTowardsStart(int64_t position, int64_t delta);
+    [[nodiscard]] bool MoveTowardsStart(int64_t position, int64_t end, int64_t delta);
     [[nodiscard]] bool FillWithZeros(int64_t position, int64_t bytes);
 
     int descriptor_ = -1;

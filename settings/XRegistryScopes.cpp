@@ -39,7 +39,8 @@ std::optional<std::string> ReadAll(XFile& file) {
     const int64_t size = file.Size();
     if (size < 0 || static_cast<size_t>(size) > kMostBytes) return std::nullopt;
     std::string text(static_cast<size_t>(size), '\0');
-    if (file.Read(text.data(), text.size()) != text.size()) return std::nullopt;
+    // A path like "/dev/fd/3" can lead to a descriptor that somebody has read from.
+    if (!file.SetPosition(0) || file.Read(text.data(), text.size()) != text.size()) return std::nullopt;
     return text;
 }
 

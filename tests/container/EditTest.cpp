@@ -6,10 +6,13 @@
 #include "wave64/container/clWave64Handler.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <random>
 #include <sstream>
+#include <sys/mman.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -170,6 +173,21 @@ TEST(Edit, AFullDiskLeavesTheFileAlone) {
         EXPECT_TRUE(file.Contents() == before) << edit.index;
     }
 }
+
+#ifdef __linux__
+TEST(Edit, SafelyTheLastChunkIsCutOffAfterTheHeaderSaysSo) {
+    const Bytes before = FileOf("fmt data levl:1000");
+    const int file = ::memfd_create("a.w64", MFD_ALLOW_SEALING | MFD_CLOEXEC);
+    ASSERT_EQ(::write(file, before.data(), before.size()), static_cast<ssize_t>(before.size()));
+    ASSERT_EQ(::fcntl(file, F_ADD_SEALS, F_SEAL_WRITE), 0);  // a cut would still succeed
+    clWave64Handler handler;
+    handler.SetRules(kSafe);
+    ASSERT_TRUE(handler.Initialize(reinterpret_cast<void*>(intptr_t{file}), {}));
+    EXPECT_FALSE(handler.RemoveChunkFromFile(2, 2));
+    EXPECT_EQ(handler.Size(), static_cast<int64_t>(before.size()));
+    ::close(file);
+}
+#endif
 
 namespace {
 

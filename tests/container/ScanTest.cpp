@@ -85,6 +85,7 @@ TEST(Scan, KeepsWhatItFoundBeforeTheDamageInAWave64File) {
         EXPECT_EQ(scan.succeeded ? scan.handler.Count() : kFails, c.chunks);
         EXPECT_TRUE(scan.Said(c.message)) << scan.capture.Errors() << scan.capture.Information();
         for (int i = 0; i < scan.handler.Count(); ++i) EXPECT_GE(scan.handler[i].DataSize, 0);
+        EXPECT_EQ(scan.handler.IsScanLimited(), c.file == claiming(23));
         const Scan safe(c.file, true);
         EXPECT_TRUE(!safe.succeeded || !safe.handler.LayoutFault().empty());
     }
@@ -117,4 +118,19 @@ TEST(Scan, WalksHeadersNearAndFar) {
     ASSERT_EQ(scan.handler.Count(), 3000);
     for (int i = 0; i < 3000; ++i) ASSERT_EQ(static_cast<size_t>(scan.handler[i].DataSize), sizeOf(i)) << i;
     EXPECT_TRUE(scan.SaidNothing());
+    EXPECT_FALSE(scan.handler.IsScanLimited());
+}
+
+TEST(Scan, RemembersThatThereWereTooManyChunks) {
+    constexpr int most = 450'000;
+    Wave64Bytes file;
+    for (int i = 0; i < most; ++i) file.Chunk("levl", {});
+    const TempFolder folder;
+    folder.Write("a.w64", file.Data(Pattern(100)).File());
+    XFile opened;
+    ASSERT_TRUE(opened.Open(FromUTF8((folder.Path() / "a.w64").native()), XFile::Access::Read));
+    clWave64Handler handler;
+    ASSERT_TRUE(handler.Initialize(opened.Handle(), {}));  // a trace would take long
+    EXPECT_EQ(handler.Count(), most);
+    EXPECT_TRUE(handler.IsScanLimited());
 }

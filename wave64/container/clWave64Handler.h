@@ -51,6 +51,10 @@ public:
     // to a chunk and every size is what it says.
     const XStr& LayoutFault() const { return layoutFault_; }
 
+    // Whether the scan stopped for reasons of its own, as LayoutFault says. The file may go on with chunks that
+    // are not listed, and every edit would cut them off.
+    bool IsScanLimited() const { return isScanLimited_; }
+
     int IndexOfChunk(std::string_view fourcc) const;  // the first one, else -1
     int IndexOfDataChunk() const { return IndexOfChunk("data"); }
     STRIFFChunk* FindChunkForRead(std::string_view fourcc);   // null when there is none
@@ -102,6 +106,7 @@ private:
     [[nodiscard]] bool CutForLastChunk(int64_t position);
     [[nodiscard]] bool WriteFreshPadding(int index, int mode, int64_t bytes);
     [[nodiscard]] bool WriteHeadersFrom(int index);
+    [[nodiscard]] bool CutToRiffSize();
     bool HasDataAfter(int index) const;
     int64_t Room(const STRIFFChunk& chunk) const;
     int64_t Slack(const STRIFFChunk& padding) const;
@@ -110,6 +115,7 @@ private:
     int64_t riffSize_ = 0;
     EditRules rules_;
     XStr layoutFault_;
+    bool isScanLimited_ = false;
     XObj<STRIFFChunk> chunks_;
     STNStdReport report_;
 };

@@ -52,7 +52,7 @@ bool clWave64Handler::InsertNewChunkIntoFile(int index, const void* chunk, uint3
     }
     if (index == Count()) {
         shift = false;
-        if (!TakeRoom(riffSize_ + need)) return false;
+        if (!TakeRoom(SaturatingAdd(riffSize_, need))) return false;
     }
     const int64_t fresh = shift ? FreshPaddingBytes(paddingMode, paddingSize) : 0;
     // Without safe editing the fresh padding lies over what follows.
@@ -68,7 +68,9 @@ bool clWave64Handler::ResizeExistingChunkOnFile(int index, const void* chunk, ui
     if (!chunk || size == 0) return RemoveChunkFromFile(index, paddingMode);
     if (size < kChunkHeaderBytes) return false;
     bool makePadding = HasDataAfter(index);
-    int64_t delta = Padded(size) - Room(chunks_[index]);
+    const int64_t room = Room(chunks_[index]);
+    if (room < 0) return Fail(L"Error reading File Size.", "ResizeExistingChunkOnFile");
+    int64_t delta = Padded(size) - room;
     int64_t reclaimed = 0;
     if (delta != 0 && IsPadding(index + 1)) {
         STRIFFChunk& next = chunks_[index + 1];
@@ -86,8 +88,9 @@ bool clWave64Handler::ResizeExistingChunkOnFile(int index, const void* chunk, ui
     if (delta != 0) {
         const STRIFFChunk* next = GetChunk(index + 1);
         const int64_t position = chunks_[index].ChunkPosition;
-        const bool made = next ? Shuffle(next->ChunkPosition, delta - reclaimed + fresh, false)
-                               : TakeRoom(position + Padded(size) + fresh) && CutForLastChunk(position);
+        const bool made =
+            next ? Shuffle(next->ChunkPosition, delta - reclaimed + fresh, false)
+                 : TakeRoom(SaturatingAdd(position, Padded(size) + fresh)) && CutForLastChunk(position);
         if (!made) return false;
     }
     return WriteThisCompleteChunk(index, chunk, size, false) &&
@@ -98,6 +101,7 @@ bool clWave64Handler::RemoveChunkFromFile(int index, int paddingMode) {
     if (!GetChunk(index)) return false;
     STRIFFChunk& removed = chunks_[index];
     const int64_t room = Room(removed);
+    if (room < 0) return Fail(L"Error reading File Size.", "RemoveChunkFromFile");
     if (IsPadding(index + 1)) {  // it starts where the chunk started, and covers it
         STRIFFChunk& next = chunks_[index + 1];
         next.DataSize = SaturatingAdd(next.DataSize, room);
@@ -111,7 +115,9 @@ bool clWave64Handler::RemoveChunkFromFile(int index, int paddingMode) {
         removed.WriteHeader = true;
         return WriteChunkHeaders(false);
     }
-    if (!Shuffle(SaturatingAdd(removed.ChunkPosition, room), -room, false)) return false;
+    // Behind the last chunk nothing moves; by safe rules it is cut off once the outer header says so.
+    const bool moves = !isLast || !rules_.safe;
+    if (moves && !Shuffle(SaturatingAdd(removed.ChunkPosition, room), -room, false)) return false;
     chunks_.DeletePos(index);
     return WriteHeadersFrom(index);
 }
@@ -168,7 +174,7 @@ bool clWave64Handler::HasDataAfter(int index) const {
 }
 
 // What a chunk takes up in the file. Its own padding is not counted by old custom; counted in full it would
-// reach past the end where a writer has left the last padding out.
+// reach past the end where a writer has left the last padding out. Negative when the file's size is not known.
 int64_t clWave64Handler::Room(const STRIFFChunk& chunk) const {
     return rules_.safe ? std::min(PaddedRoom(chunk), Size() - chunk.ChunkPosition)
                        : SaturatingAdd(chunk.DataSize, kChunkHeaderBytes);

@@ -56,6 +56,7 @@ bool clWave64Handler::ScanFile() {
     const int64_t fileSize = Size();
     if (fileSize < 0) return Fail(L"Error reading File Size.", kScanFile);
     layoutFault_ = fileSize == 0 ? L"the file is empty" : L"";
+    isScanLimited_ = false;
     if (fileSize == 0) return true;
     chunks_.Clear();
     if (!ScanOuterHeader(fileSize)) return false;
@@ -125,6 +126,7 @@ void clWave64Handler::WalkChunks(int64_t fileSize) {
         if (sizeField < kChunkHeaderBytes || Count() == kMostChunks) {
             layoutFault_ = L"the chunk at " + Int2Str(position) +
                            (Count() == kMostChunks ? L" is one too many" : L" claims no bytes");
+            isScanLimited_ = true;
             Fail(L"File error reading chunk.", kScanFile);
             return;
         }

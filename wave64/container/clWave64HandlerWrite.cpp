@@ -114,12 +114,17 @@ bool clWave64Handler::WriteChunkHeaders(bool stopAtData) {
             return true;
         }
     }
-    if (!WriteOuterHeader(SizeField(riffSize_))) return false;
-    // Safe rules also put the padding there that the last chunk may lack.
-    const bool cut = Size() > riffSize_ || (rules_.safe && Size() < riffSize_);
-    if (cut && !SetFileSize(riffSize_)) return Fail(kCannotWrite, kWriteChunkHeaders);
+    if (!WriteOuterHeader(SizeField(riffSize_)) || !CutToRiffSize()) return false;
     StdReport::WriteDEBUG(L"<-<-", report_, kWriteChunkHeaders, true);
     return true;
+}
+
+// Safe rules also put the padding there that the last chunk may lack.
+bool clWave64Handler::CutToRiffSize() {
+    const int64_t size = Size();
+    if (size < 0) return Fail(L"Error reading File Size.", kWriteChunkHeaders);
+    if (size == riffSize_ || (size < riffSize_ && !rules_.safe)) return true;
+    return SetFileSize(riffSize_) || Fail(kCannotWrite, kWriteChunkHeaders);
 }
 
 bool clWave64Handler::WriteChunkHeader(STRIFFChunk& chunk) {
