@@ -3,20 +3,13 @@
 #include "host/Failure.h"
 #include "host/FormatText.h"
 #include "host/Interrupt.h"
-#include "tags/ChunkTags.h"
+#include "wave64/container/clWave64Handler.h"
 
 #include <algorithm>
 #include <cstring>
 #include <vector>
 
 namespace {
-
-bool MayChange(const STRIFFChunk& chunk, XFile& file, bool allTagsGo) {
-    if (allTagsGo) return CompareGUID(chunk.ChunkGUID, kSummaryListCode);
-    NTag tags;
-    LISTText text = LISTText::UTF16;
-    return ChunkTags::ReadSummaryList(chunk, file, tags, 0, text, {});
-}
 
 std::string Describe(const STRIFFChunk& chunk) {
     return "the chunk '" + ChunkName(chunk.ChunkGUID) + "' at " + Grouped(chunk.ChunkPosition);
@@ -54,7 +47,7 @@ private:
 
 }  // namespace
 
-KeptChunks::KeptChunks(XFile& file, bool allTagsGo) {
+KeptChunks::KeptChunks(XFile& file) {
     clWave64Handler chunks;
     chunks.SetRules({.safe = true});
     if (!chunks.Initialize(file.Handle(), {})) throw Failure("is no Wave64 file that can be read");
@@ -62,7 +55,8 @@ KeptChunks::KeptChunks(XFile& file, bool allTagsGo) {
         throw Failure("its layout is not sound: " + ToUTF8(chunks.LayoutFault()) + "; w64 check tells more");
     }
     for (int i = 0; i < chunks.Count(); ++i) {
-        if (!chunks.IsPadding(i) && !MayChange(chunks[i], file, allTagsGo)) chunks_.push_back(chunks[i]);
+        const bool isList = CompareGUID(chunks[i].ChunkGUID, kSummaryListCode);
+        if (!isList && !chunks.IsPadding(i)) chunks_.push_back(chunks[i]);
     }
 }
 

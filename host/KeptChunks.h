@@ -6,12 +6,11 @@
 #include <string>
 #include <vector>
 
-// What an edit of tags leaves alone in a file: every chunk but padding and summary lists. A list from which no
-// tag can be read is left alone too, unless all tags go.
+// What an edit of tags leaves alone in a file: every chunk but padding and summary lists.
 // Errors: Failure for a file whose layout is not sound.
 class KeptChunks {
 public:
-    KeptChunks(XFile& file, bool allTagsGo);
+    explicit KeptChunks(XFile& file);
 
     // How those of the edited file differ in number, names and sizes; empty when they do not.
     std::string DifferenceTo(const KeptChunks& edited) const;

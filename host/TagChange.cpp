@@ -44,10 +44,18 @@ std::vector<std::string> UnwritableEntries(XFile& file) {
     const int albumOption = TaggingOptions::Read().albumOption;
     if (!chunks.Initialize(file.Handle(), {})) return entries;
     for (int i = 0; i < chunks.Count(); ++i) {
+        XMem data;
+        if (!ChunkTags::IsSummaryList(chunks[i]) ||
+            !ChunkTags::ReadSummaryList(chunks[i], file, data, channels.Report())) {
+            continue;
+        }
         NTag tags;
         LISTText text = LISTText::UTF16;
-        if (!ChunkTags::ReadSummaryList(chunks[i], file, tags, albumOption, text, channels.Report()))
-            continue;
+        const auto bytes = static_cast<unsigned>(data.Size());
+        clRIFFSUMMARYLISTChunk::InitFrom(data.Data(), bytes, tags, channels.Report(), albumOption, text);
+        for (const XStr& part : clRIFFSUMMARYLISTChunk::HiddenParts(data.Data(), bytes, albumOption)) {
+            entries.push_back(ToUTF8(part));
+        }
         for (int k = 0; k < tags.Count(); ++k) {
             const XStr& name = tags[k].Name;
             const auto [first, isNew] = seen.emplace(FoldCase(name), tags[k].Value);

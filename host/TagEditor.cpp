@@ -40,11 +40,11 @@ void RefuseAbsent(const NTag& tags, const std::vector<XStr>& names) {
 
 void TagEditor::EditCopy(const fs::path& path, const TagChange& change) {
     Replacement replacement(path, context_.console);
-    const KeptChunks before(replacement.Original(), change.removeAll);
+    const KeptChunks before(replacement.Original());
     Edit(replacement.Copy(), change);
 
     InputFile copy(replacement.Copy());
-    const KeptChunks after(copy, change.removeAll);
+    const KeptChunks after(copy);
     std::string difference = before.DifferenceTo(after);
     if (difference.empty()) difference = before.DifferenceOfBytes(replacement.Original(), after, copy);
     if (!difference.empty()) throw Failure("the edited copy is wrong, " + difference);
@@ -55,7 +55,7 @@ void TagEditor::EditCopy(const fs::path& path, const TagChange& change) {
 void TagEditor::EditInPlace(const fs::path& path, const TagChange& change) {
     const auto keptChunks = [&] {
         InputFile file(path);
-        return KeptChunks(file, change.removeAll);
+        return KeptChunks(file);
     };
     const KeptChunks before = keptChunks();
     Edit(path, change);
@@ -65,7 +65,8 @@ void TagEditor::EditInPlace(const fs::path& path, const TagChange& change) {
 
 // Whatever is not as it ought to be ends the edit before anybody relies on it.
 void TagEditor::Edit(const fs::path& path, const TagChange& change) {
-    const NTag before = ReadTags(path);
+    // Where all go, damage to them does not matter.
+    const NTag before = ReadTags(path, change.removeAll ? kvOpenAudioInfo : kvOpenTags);
     RefuseAbsent(before, change.remove);
     if (!change.dropUnwritable && !change.removeAll) RefuseLosses(path);
     const NTag expected = change.Expected(before);
@@ -80,7 +81,7 @@ void TagEditor::Edit(const fs::path& path, const TagChange& change) {
         decoder.DeleteTags(path, change.remove);
     }
     settings_.EndEdit();
-    RefuseDifferences(expected, ReadTags(path));
+    RefuseDifferences(expected, ReadTags(path, kvOpenTags));
 }
 
 void TagEditor::RefuseDifferences(const NTag& expected, const NTag& found) const {
@@ -92,9 +93,9 @@ void TagEditor::RefuseDifferences(const NTag& expected, const NTag& found) const
     throw Failure("the tags do not read back as they should: " + Joined(differences, ", ") + why);
 }
 
-NTag TagEditor::ReadTags(const fs::path& path) const {
+NTag TagEditor::ReadTags(const fs::path& path, uint32_t flags) const {
     DecoderInstance decoder(library_, context_.traceDescriptor);
-    decoder.Open(path, kvOpenTags);
+    decoder.Open(path, flags);
     const std::vector<std::string> errors = decoder.Errors();
     if (!errors.empty()) throw Failure(JoinLines(errors) + "\nw64 check tells what is wrong with the file");
     return decoder.Tags();

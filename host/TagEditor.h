@@ -22,7 +22,7 @@ public:
     void EditInPlace(const std::filesystem::path& file, const TagChange& change);
 
 private:
-    NTag ReadTags(const std::filesystem::path& file) const;
+    NTag ReadTags(const std::filesystem::path& file, uint32_t flags) const;
     void Edit(const std::filesystem::path& file, const TagChange& change);
     void RefuseDifferences(const NTag& expected, const NTag& found) const;
     void RefuseLosses(const std::filesystem::path& file) const;

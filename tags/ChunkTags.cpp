@@ -1,6 +1,7 @@
 #include "tags/ChunkTags.h"
 
 #include "base/LittleEndian.h"
+#include "base/Saturating.h"
 #include "plugin/interface/StdReport.h"
 #include "tags/clRIFFSUMMARYLISTChunk.h"
 
@@ -19,12 +20,19 @@ int64_t PayloadBytes(const STRIFFChunk& chunk) {
 // The four-character code of a chunk and its data; false when it cannot be read.
 bool ReadRawChunk(const STRIFFChunk& chunk, XMem& raw, XFile& file, const STNStdReport& report) {
     const auto code = RIFFChnkID(RIFFChnkGUID2CHR(chunk.ChunkGUID));
-    if (!ChunkTags::ReadFileIntoMemory(raw, sizeof code, static_cast<uint32_t>(PayloadBytes(chunk)),
-                                       chunk.FileDataPosition, file, report)) {
+    if (!ChunkTags::ReadFileIntoMemory(raw, sizeof code, PayloadBytes(chunk), chunk.FileDataPosition, file,
+                                       report)) {
         return false;
     }
     Store(raw.Data(), code);
     return true;
+}
+
+// Of a block with its count.
+int64_t PackedBytes(const NTag& tags) {
+    int64_t bytes = sizeof(uint32_t);
+    for (int i = 0; i < tags.Count(); ++i) bytes += tags.GetRawTagItemSize(i);
+    return bytes;
 }
 
 // What can be shown of binary data on one line.
@@ -40,59 +48,62 @@ XStr DescribeData(const XMem& data) {
 
 }  // namespace
 
-void ChunkTags::ReadSummaryLists(XFile& file, clWave64Handler& handler, NTag& tags, int& listIndex,
-                                 TaggingOptions& options, const STNStdReport& report) {
-    listIndex = -1;
-    tags.Destroy();
-    const LISTText newLists = options.rules.text;
+SummaryLists ChunkTags::ReadSummaryLists(XFile& file, clWave64Handler& handler, const TaggingOptions& options,
+                                         const STNStdReport& report) {
+    SummaryLists lists;
+    lists.text = options.rules.text;
     for (int i = 0; i < handler.Count(); ++i) {
+        if (!IsSummaryList(handler[i])) continue;
         NTag listed;
-        LISTText text = newLists;
-        if (!ReadSummaryList(handler[i], file, listed, options.albumOption, text, report)) continue;
-        listIndex = i;
-        options.rules.text = text;
-        tags.MergeFrom(listed, false);
-    }
-}
-
-bool ChunkTags::ReadSummaryList(const STRIFFChunk& chunk, XFile& file, NTag& tags, int albumOption,
-                                LISTText& text, const STNStdReport& report) {
-    XMem data;
-    const auto bytes = static_cast<uint32_t>(chunk.DataSize);
-    return chunk.DataSize != 0 && CompareGUID(chunk.ChunkGUID, kSummaryListCode) &&
-           ReadFileIntoMemory(data, 0, bytes, chunk.FileDataPosition, file, report) &&
-           clRIFFSUMMARYLISTChunk::InitFrom(data.Data(), bytes, tags, report, albumOption, text);
-}
-
-bool ChunkTags::AreListsWhole(XFile& file, clWave64Handler& handler, const STNStdReport& report) {
-    for (int i = 0; i < handler.Count(); ++i) {
-        const STRIFFChunk& chunk = handler[i];
-        if (!CompareGUID(chunk.ChunkGUID, kSummaryListCode)) continue;
         XMem data;
-        const auto bytes = static_cast<uint32_t>(chunk.DataSize);
-        if (!ReadFileIntoMemory(data, 0, bytes, chunk.FileDataPosition, file, report) ||
-            !clRIFFSUMMARYLISTChunk::IsWhole(data.Data(), bytes)) {
-            return false;
+        LISTText text = options.rules.text;
+        const bool isRead = ReadSummaryList(handler[i], file, data, report);
+        const auto bytes = static_cast<unsigned>(data.Size());
+        const bool isWhole = isRead && handler[i].DataSize == bytes;
+        if (!isWhole || !clRIFFSUMMARYLISTChunk::IsWhole(data.Data(), bytes)) lists.areWhole = false;
+        if (!isRead || !clRIFFSUMMARYLISTChunk::InitFrom(data.Data(), bytes, listed, report,
+                                                         options.albumOption, text)) {
+            continue;
         }
+        lists.withTags.push_back(i);
+        lists.text = text;
+        lists.tags.MergeFrom(listed, false);
     }
-    return true;
+    return lists;
+}
+
+bool ChunkTags::IsSummaryList(const STRIFFChunk& chunk) {
+    return chunk.DataSize != 0 && CompareGUID(chunk.ChunkGUID, kSummaryListCode);
+}
+
+bool ChunkTags::ReadSummaryList(const STRIFFChunk& list, XFile& file, XMem& data,
+                                const STNStdReport& report) {
+    return ReadFileIntoMemory(data, 0, static_cast<uint32_t>(list.DataSize), list.FileDataPosition, file,
+                              report);
 }
 
 void ChunkTags::AppendRawChunks(XFile& file, clWave64Handler& handler, int listIndex, NTag& tags,
                                 const STNStdReport& report) {
-    constexpr int64_t kMostBytes =
-        INT32_MAX / 2;  // of all, as a packed block has sizes of 32 bits with a sign
-    int64_t bytes = 0;
+    constexpr int64_t kItemBytes = 64;             // more than a raw chunk takes without its payload
+    int64_t left = INT32_MAX - PackedBytes(tags);  // sizes in and of a block have 32 bits with a sign
+    bool isTold = false;
     int serial = 1;
     for (int i = 0; i < handler.Count(); ++i) {
         const STRIFFChunk& chunk = handler[i];
         if (i == listIndex || IsAnyOf(chunk.ChunkGUID, {"ds64", "FACT", "JUNK", "PAD "})) continue;
-        const int64_t payload = PayloadBytes(chunk);
-        const bool isThere = payload <= file.Size() - chunk.FileDataPosition;
-        if (payload > (isThere ? kMostBytes - bytes : UINT32_MAX)) continue;
+        const int64_t bytes = SaturatingAdd(PayloadBytes(chunk), kItemBytes);
+        const bool isThere = PayloadBytes(chunk) <= file.Size() - chunk.FileDataPosition;
+        if (isThere && bytes > left) {
+            if (!isTold) {
+                StdReport::WriteINFO(L"Chunks that do not fit into 2 GiB of tags are left out of them.",
+                                     report, "ReadIDTags");
+            }
+            isTold = true;
+            continue;
+        }
         STInternalTag tag;
         if (!ReadRawChunk(chunk, tag.Data, file, report)) continue;
-        bytes += payload;
+        left -= bytes;
         tag.Name = L"_riff_" + Int2Str(serial++);
         tags.AddTag(std::move(tag));
     }
@@ -109,16 +120,17 @@ void ChunkTags::Trace(const NTag& tags, const STNStdReport& report) {
     }
 }
 
-bool ChunkTags::ReadFileIntoMemory(XMem& buffer, size_t skip, uint32_t bytes, int64_t offset, XFile& file,
+bool ChunkTags::ReadFileIntoMemory(XMem& buffer, size_t skip, int64_t bytes, int64_t offset, XFile& file,
                                    const STNStdReport& report) {
     constexpr const char* name = "ReadFileIntoMemory";
     if (!file.SetPosition(offset)) {
         StdReport::WriteERROR(L"Error SetPosition returned false.", report, name);
         return false;
     }
-    const bool isThere = bytes == 0 || file.Size() - offset >= int64_t{bytes};
-    if (isThere && !buffer.Resize(skip + bytes)) return false;
-    if (!isThere || file.Read(buffer.Data() + skip, bytes) < bytes) {
+    const auto size = static_cast<size_t>(bytes);
+    const bool isThere = bytes == 0 || file.Size() - offset >= bytes;
+    if (isThere && !buffer.Resize(skip + size)) return false;
+    if (!isThere || file.Read(buffer.Data() + skip, size) < size) {
         StdReport::WriteERROR(L"Error cannot reading chunk from file.", report, name);
         return false;
     }

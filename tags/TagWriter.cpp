@@ -2,10 +2,11 @@
 
 #include "base/LittleEndian.h"
 #include "plugin/interface/StdReport.h"
-#include "tags/ChunkTags.h"
 #include "tags/clRIFFSUMMARYLISTChunk.h"
 
+#include <algorithm>
 #include <cstring>
+#include <vector>
 
 bool TagWriter::Edit(const XStr& fileName, TagEdit edit, NTag& tags) {
     if (!OpenFile(fileName)) return false;
@@ -13,22 +14,22 @@ bool TagWriter::Edit(const XStr& fileName, TagEdit edit, NTag& tags) {
     const bool safe = options_.rules.safe;
     chunks_.SetRules(options_.rules);
     if (!chunks_.Initialize(file_.Handle(), report_)) return !safe;
-    if (safe && !chunks_.LayoutFault().empty()) {
+    if ((safe && !chunks_.LayoutFault().empty()) || chunks_.IsScanLimited()) {
         return Fail(L"Error the file is left as it is, its layout is not sound: " + chunks_.LayoutFault() +
                     L".");
     }
-    ReadExisting();
+    lists_ = ChunkTags::ReadSummaryLists(file_, chunks_, options_, report_);
     if (edit == TagEdit::DeleteAll) return DeleteAll();
-    if (safe && !ChunkTags::AreListsWhole(file_, chunks_, report_)) {
-        return Fail(L"Error the file is left as it is, its tags are damaged and would be lost.");
+    if (safe && !lists_.areWhole) {
+        return Fail(L"Error the file is left as it is, its tags cannot be read in full and would be lost.");
     }
     if (edit == TagEdit::DeleteNamed) {
-        for (int i = 0; i < tags.Count(); ++i) existing_.RemoveTag(tags[i].Name.c_str());
-        tags = std::move(existing_);
+        for (int i = 0; i < tags.Count(); ++i) lists_.tags.RemoveTag(tags[i].Name.c_str());
+        tags = std::move(lists_.tags);
     } else {
-        tags.MergeFrom(existing_, false);
+        tags.MergeFrom(lists_.tags, false);
     }
-    if (listIndex_ < 0 && !options_.createsLists) return true;
+    if (lists_.Index() < 0 && !options_.createsLists) return true;
     return WriteList(tags);
 }
 
@@ -43,51 +44,50 @@ bool TagWriter::OpenFile(const XStr& fileName) {
     return true;
 }
 
-void TagWriter::ReadExisting() {
-    ChunkTags::ReadSummaryLists(file_, chunks_, existing_, listIndex_, options_, report_);
-}
-
 bool TagWriter::DeleteAll() {
     if (!options_.rules.safe) {
         // By old custom a list in the first place stays, and a file without one is a failure.
-        return listIndex_ == 0 || chunks_.RemoveChunkFromFile(listIndex_, options_.paddingMode);
+        const int list = lists_.Index();
+        return list == 0 || chunks_.RemoveChunkFromFile(list, options_.paddingMode);
     }
-    return DeleteListsBefore(chunks_.Count(), false);
+    std::vector<int> all;
+    for (int i = 0; i < chunks_.Count(); ++i) {
+        if (CompareGUID(chunks_[i].ChunkGUID, kSummaryListCode)) all.push_back(i);
+    }
+    return RemoveChunks(all);
 }
 
 // From the end, as what stands before a removed chunk keeps its index.
-bool TagWriter::DeleteListsBefore(int end, bool onlyWithTags) {
-    for (int i = end - 1; i >= 0; --i) {
-        const bool goes =
-            onlyWithTags ? HasTags(chunks_[i]) : CompareGUID(chunks_[i].ChunkGUID, kSummaryListCode);
-        if (goes && !chunks_.RemoveChunkFromFile(i, options_.paddingMode)) {
+bool TagWriter::RemoveChunks(std::span<const int> indices) {
+    for (size_t i = indices.size(); i-- > 0;) {
+        if (!chunks_.RemoveChunkFromFile(indices[i], options_.paddingMode)) {
             return Fail(L"Error removing the tags, disk full?");
         }
     }
     return true;
 }
 
-bool TagWriter::HasTags(const STRIFFChunk& chunk) {
-    NTag listed;
-    LISTText text = options_.rules.text;
-    return ChunkTags::ReadSummaryList(chunk, file_, listed, options_.albumOption, text, report_);
-}
-
 bool TagWriter::WriteList(const NTag& tags) {
     XMem data;
     if (!clRIFFSUMMARYLISTChunk::TagsToLIST(data, tags, report_, options_.albumOption, options_.trackOption,
-                                            options_.rules.text)) {
+                                            lists_.text)) {
         return false;
     }
+    const bool safe = options_.rules.safe;
+    // With the last tag all lists go, also those without tags.
+    if (safe && data.IsEmpty() && lists_.Index() >= 0) return DeleteAll();
     const bool done = PutIntoFile(data);
     // By old custom an edit that failed counts as done, even where the report is silent about it, and a list before
     // this one still has its say.
-    if (!options_.rules.safe) return true;
-    return done ? DeleteListsBefore(listIndex_, true) : Fail(L"Error writing the tags, disk full?");
+    if (!safe) return true;
+    if (!done) return Fail(L"Error writing the tags, disk full?");
+    const std::span<const int> lists = lists_.withTags;
+    return RemoveChunks(lists.first(lists.size() - std::min<size_t>(lists.size(), 1)));
 }
 
 bool TagWriter::PutIntoFile(const XMem& data) {
-    if (listIndex_ < 0 && data.IsEmpty()) return true;
+    const int list = lists_.Index();
+    if (list < 0 && data.IsEmpty()) return true;
     XMem image;
     const size_t size = kChunkHeaderBytes + data.Size();
     if (size > UINT32_MAX || !image.Resize(size)) return false;
@@ -97,9 +97,8 @@ bool TagWriter::PutIntoFile(const XMem& data) {
     const auto bytes = static_cast<uint32_t>(size);
     const int mode = options_.paddingMode;
     const int padding = options_.paddingSize;
-    return listIndex_ >= 0
-               ? chunks_.ResizeExistingChunkOnFile(listIndex_, image.Data(), bytes, mode, padding)
-               : chunks_.InsertNewChunkIntoFile(IndexOfNewList(), image.Data(), bytes, mode, padding);
+    return list >= 0 ? chunks_.ResizeExistingChunkOnFile(list, image.Data(), bytes, mode, padding)
+                     : chunks_.InsertNewChunkIntoFile(IndexOfNewList(), image.Data(), bytes, mode, padding);
 }
 
 // At the end, or before the audio: in place of the first padding there, else right before it.

@@ -4,9 +4,12 @@
 #include "base/XMem.h"
 #include "base/XStr.h"
 #include "plugin/interface/w64_decoder.h"
+#include "tags/ChunkTags.h"
 #include "tags/NTag.h"
 #include "tags/TaggingOptions.h"
 #include "wave64/container/clWave64Handler.h"
+
+#include <span>
 
 enum class TagEdit {
     Merge,        // new values win, tags that are not named stay
@@ -17,7 +20,7 @@ enum class TagEdit {
 // Edits the tags of a file where they stand, by the options that are set at this moment.
 // Use:    one edit per object, which opens the file alone and closes it with itself.
 // Errors: reported, then false. Without safe editing a file that is no Wave64 file, and an edit of a chunk
-//         that fails, count as done.
+//         that fails, count as done. A file that was not scanned to its end is never edited.
 class TagWriter {
 public:
     explicit TagWriter(const STNStdReport& report) : report_(report) {}
@@ -27,10 +30,8 @@ public:
 
 private:
     [[nodiscard]] bool OpenFile(const XStr& fileName);
-    void ReadExisting();
     [[nodiscard]] bool DeleteAll();
-    [[nodiscard]] bool DeleteListsBefore(int end, bool onlyWithTags);
-    bool HasTags(const STRIFFChunk& chunk);
+    [[nodiscard]] bool RemoveChunks(std::span<const int> indices);
     [[nodiscard]] bool WriteList(const NTag& tags);
     [[nodiscard]] bool PutIntoFile(const XMem& data);
     int IndexOfNewList();
@@ -40,6 +41,5 @@ private:
     TaggingOptions options_;
     XFile file_;
     clWave64Handler chunks_;
-    NTag existing_;
-    int listIndex_ = -1;
+    SummaryLists lists_;
 };

@@ -92,6 +92,38 @@ uint32_t IdentifierOf(std::wstring_view name, bool albumInISRC, bool trackInTRCK
 
 using Bytes = std::span<const uint8_t>;
 
+struct Entry {
+    uint32_t identifier;
+    Bytes text;
+};
+
+// The entries of a list of kCountBytes at least, one after the other.
+class EntryWalk {
+public:
+    explicit EntryWalk(Bytes list) : left_(Load<uint32_t>(list.data())), rest_(list.subspan(kCountBytes)) {}
+
+    std::optional<Entry> Next() {
+        if (left_ == 0 || rest_.size() < kEntryHeaderBytes) return {};
+        const auto identifier = Load<uint32_t>(rest_.data());
+        const auto bytes = Load<uint32_t>(rest_.data() + sizeof identifier);
+        isWhole_ = bytes <= rest_.size() - kEntryHeaderBytes;
+        left_ = isWhole_ ? left_ - 1 : 0;
+        if (!isWhole_) return {};
+        const Entry entry{identifier, rest_.subspan(kEntryHeaderBytes, bytes)};
+        rest_ = rest_.subspan(kEntryHeaderBytes + bytes);
+        return entry;
+    }
+
+    // Once there is no next one: whether none reached out of the list, and what lies behind the last.
+    bool IsWhole() const { return isWhole_; }
+    Bytes Rest() const { return rest_; }
+
+private:
+    uint32_t left_;
+    Bytes rest_;
+    bool isWhole_ = true;
+};
+
 // All bytes as characters of one width, the last completed by zero bits.
 template <class Text>
 Text Characters(Bytes bytes) {
@@ -113,70 +145,85 @@ bool IsInPlaneInUse(wchar_t c) {
     return plane <= 3 || plane >= 14;
 }
 
-// The form that the bytes of an entry are in, Wide or UTF16; none where they read the same in both.
-std::optional<LISTText> FormOf(const XStr& codes, const std::u16string& units) {
+// What the bytes of an entry tell of their form.
+struct FormFound {
+    LISTText form;  // Wide or UTF16
+    bool isGuess = false;
+};
+
+// None where they read the same in both forms and fit both.
+std::optional<FormFound> FormOf(const XStr& codes, const std::u16string& units) {
     const auto text = UpToZero(codes);
     if (text.empty()) return {};
     // Surrogates pass: a value that came as 16-bit units may have been stored with one per code.
-    if (!std::ranges::all_of(text, IsCodePoint)) return LISTText::UTF16;
+    if (!std::ranges::all_of(text, IsCodePoint)) return FormFound{LISTText::UTF16};
     const size_t unitCount = UpToZero(units).size();
     const bool canBeUnits = unitCount + 1 >= units.size();
-    if (!canBeUnits) return LISTText::Wide;
-    if (unitCount == 1) return {};
+    // One character reads the same in both; more than a zero behind it can be the rest of a fixed field.
+    const bool isSame = text.size() == 1 && unitCount == 1;
+    if (!canBeUnits) return FormFound{LISTText::Wide, isSame};
+    if (isSame) return {};
     // Pairs of units that happen to be code points: U+1F3B5 and "A", or 16-bit text with a control character
     // at every second place. A tab or a line end there lies in a plane that has no characters.
-    return std::ranges::all_of(text, IsInPlaneInUse) ? LISTText::Wide : LISTText::UTF16;
+    return FormFound{std::ranges::all_of(text, IsInPlaneInUse) ? LISTText::Wide : LISTText::UTF16};
 }
 
-// Reads the entries' texts, and learns from the first that tells which form they are in.
+struct Value {
+    XStr text;
+    Bytes behind;  // the zero that ends the text and all that follows it
+};
+
+// Reads the entries' texts, and learns from the first that tells which form they are in. A guess holds until
+// an entry tells for sure.
 class TextReader {
 public:
     explicit TextReader(LISTText& form) : form_(form) {}
 
-    XStr Read(Bytes bytes) {
+    Value Read(Bytes bytes) {
         XStr codes = Characters<XStr>(bytes);
         if (form_ != LISTText::Half) {
             const auto units = Characters<std::u16string>(bytes);
-            const auto form = FormOf(codes, units);
-            if (form && !settled_) {
-                form_ = *form;
-                settled_ = true;
+            const auto found = FormOf(codes, units);
+            if (found && !isSure_) {
+                form_ = found->form;
+                isSure_ = !found->isGuess;
             }
-            if (form == LISTText::UTF16) {
+            if (found && found->form == LISTText::UTF16) {
                 const auto text = UpToZero(units);
-                return {text.begin(), text.end()};
+                return {{text.begin(), text.end()}, Behind(bytes, text.size_bytes())};
             }
         }
         codes.resize(UpToZero(codes).size());
-        return form_ == LISTText::Half ? codes : SplitIntoUnits(codes);
+        const Bytes behind = Behind(bytes, sizeof(wchar_t) * codes.size());
+        return {form_ == LISTText::Half ? codes : SplitIntoUnits(codes), behind};
     }
 
 private:
+    static Bytes Behind(Bytes bytes, size_t textBytes) {
+        return bytes.subspan(std::min(textBytes, bytes.size()));
+    }
+
     LISTText& form_;
-    bool settled_ = false;
+    bool isSure_ = false;
 };
 
+bool HoldsMoreThanZeros(Bytes bytes) {
+    return std::ranges::any_of(bytes, [](uint8_t byte) { return byte != 0; });
+}
+
 void ReadEntries(Bytes data, NTag& tags, const STNStdReport& report, bool albumInISRC, LISTText& form) {
-    const auto count = Load<uint32_t>(data.data());
-    Bytes rest = data.subspan(kCountBytes);
+    EntryWalk walk(data);
     TextReader reader(form);
-    for (uint32_t i = 0; i < count && rest.size() >= kEntryHeaderBytes; ++i) {
-        const auto identifier = Load<uint32_t>(rest.data());
-        const auto bytes = Load<uint32_t>(rest.data() + sizeof identifier);
-        rest = rest.subspan(kEntryHeaderBytes);
-        if (bytes > rest.size()) {
-            StdReport::WriteERROR(L"Error LIST sub chunk is corrupted", report, kInitFrom);
-            return;
-        }
-        const XStr value = reader.Read(rest.first(bytes));
-        rest = rest.subspan(bytes);
-        if (const wchar_t* name = NameOf(identifier, albumInISRC)) {
+    while (const auto entry = walk.Next()) {
+        const XStr value = reader.Read(entry->text).text;
+        if (const wchar_t* name = NameOf(entry->identifier, albumInISRC)) {
             tags.AddTag(name, value.c_str());
         } else {
-            const XStr fourcc = Widen(RIFFChnkID2CHR(identifier));
+            const XStr fourcc = Widen(RIFFChnkID2CHR(entry->identifier));
             StdReport::WriteINFO(L"Unknown LIST sub chunk '" + fourcc + L"' Dropping it.", report, kInitFrom);
         }
     }
+    if (!walk.IsWhole()) StdReport::WriteERROR(L"Error LIST sub chunk is corrupted", report, kInitFrom);
 }
 
 // Writing
@@ -259,14 +306,26 @@ bool clRIFFSUMMARYLISTChunk::TagsToLIST(XMem& out, const NTag& tags, const STNSt
 
 bool clRIFFSUMMARYLISTChunk::IsWhole(const void* data, unsigned int size) {
     if (!data || size < kCountBytes) return size == 0;
-    Bytes rest = Bytes(static_cast<const uint8_t*>(data), size).subspan(kCountBytes);
-    for (auto left = Load<uint32_t>(data); left > 0 && rest.size() >= kEntryHeaderBytes; --left) {
-        const auto bytes = Load<uint32_t>(rest.data() + sizeof(uint32_t));
-        rest = rest.subspan(kEntryHeaderBytes);
-        if (bytes > rest.size()) return false;
-        rest = rest.subspan(bytes);
+    EntryWalk walk({static_cast<const uint8_t*>(data), size});
+    while (walk.Next()) continue;
+    return walk.IsWhole();
+}
+
+std::vector<XStr> clRIFFSUMMARYLISTChunk::HiddenParts(const void* data, unsigned int size, int albumOption) {
+    std::vector<XStr> parts;
+    if (!data || size < kCountBytes) return parts;
+    EntryWalk walk({static_cast<const uint8_t*>(data), size});
+    LISTText form = LISTText::UTF16;
+    TextReader reader(form);
+    while (const auto entry = walk.Next()) {
+        const wchar_t* name = NameOf(entry->identifier, albumOption != 0);
+        const bool hidesText = HoldsMoreThanZeros(reader.Read(entry->text).behind);
+        if (name && hidesText) parts.push_back(L"text after the end of '" + XStr(name) + L"'");
     }
-    return true;
+    if (walk.IsWhole() && HoldsMoreThanZeros(walk.Rest())) {
+        parts.push_back(L"the bytes after the last tag");
+    }
+    return parts;
 }
 
 bool clRIFFSUMMARYLISTChunk::HasIdentifier(const XStr& name) { return IdentifierOf(name, false, false) != 0; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/XMem.h"
+#include "base/XStr.h"
 #include "plugin/interface/w64_decoder.h"
 #include "tags/NTag.h"
 #include "wave64/container/EditRules.h"
@@ -21,6 +22,10 @@ public:
 
     // Whether no entry reaches out of the data, as one does where InitFrom stops with an error.
     static bool IsWhole(const void* data, unsigned int size);
+
+    // What InitFrom passes over and a rewritten list would lack, in words: what follows the zero that ends a
+    // value, and what follows the last entry. Zeros do not count.
+    static std::vector<XStr> HiddenParts(const void* data, unsigned int size, int albumOption);
 
     // Replaces `out` by the data for all tags that have an identifier and a value; empty when there are none.
     // False only when memory runs out.

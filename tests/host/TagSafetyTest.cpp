@@ -188,7 +188,7 @@ TEST_F(TagSafety, TheCheckOfACopySeesEveryByteThatIsToStay) {
     const Bytes list = List({{"INAM", Text(u"Song")}});
     const Bytes good = Recording(Pattern(audio)).Chunk("levl", Pattern(9)).SummaryList(list).File();
     InputFile original(shop.Write("a", good));
-    const KeptChunks before(original, false);
+    const KeptChunks before(original);
     const std::pair<size_t, std::string> flips[] = {
         {64, "the chunk 'fmt ' at 40 has other bytes"},
         {88, "the chunk 'bext' at 88 is not there"},
@@ -206,7 +206,7 @@ TEST_F(TagSafety, TheCheckOfACopySeesEveryByteThatIsToStay) {
         InputFile copy(shop.Write("b", changed));
         std::string difference;
         try {
-            const KeptChunks after(copy, false);
+            const KeptChunks after(copy);
             difference = before.DifferenceTo(after);
             if (difference.empty()) difference = before.DifferenceOfBytes(original, after, copy);
         } catch (const Failure& failure) {

@@ -149,6 +149,9 @@ TEST_F(Tags, AreReadByOthers) {
 TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
     const Bytes plain = Tagged(List({{"INAM", Text(u"Song")}}));
     const Bytes unknown = Tagged(List({{"INAM", Text(u"Song")}, {"IXYZ", Text(u"?")}}));
+    Bytes two = Text(u"Anna");
+    std::ranges::copy(Text(u"Bert"), std::back_inserter(two));
+    const Bytes hidden = Tagged(List({{"IART", two}, {"INAM", Text(u"Song")}}));
     const Bytes twice = Tagged(List({{"itrk", Text(u"1")}, {"TRCK", Text(u"2")}}));
     Bytes corrupt = plain;
     Store<uint32_t>(corrupt.data() + corrupt.size() - 16, 99);  // the value's size
@@ -175,6 +178,7 @@ TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
                    {"tags set . Title=x", 1, "is not a regular file"}});
     const char* set = "tags set a.w64 Title=x";
     expectRefused(unknown, {{set, 1, "lost: the unknown 'IXYZ'; --force edits all the same"}});
+    expectRefused(hidden, {{set, 1, "lost: text after the end of 'Artist'; --force"}});
     expectRefused(twice, {{set, 1, "lost: a second 'Track'"}});
     expectRefused(corrupt, {{"tags set a.w64 Title=x -f --in-place", 1, "LIST sub chunk is corrupted"}});
     expectRefused(Resized(plain, 3000), {{"tags remove a.w64 --all", 1, "a.w64: "}});
@@ -199,6 +203,21 @@ TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
     EXPECT_EQ(shop.Run("for i in a b; do w64 tags set $i.w64 -f Title=Song; done").errors, "");
     EXPECT_EQ(shop.Read("a.w64"), plain);
     EXPECT_EQ(shop.Tags("b.w64"), "Title=Song, Track=1");
+
+    // With the last tag all lists go, whatever state they are in.
+    const auto withLists = [](const Bytes& first) {
+        return Recording(kAudio).SummaryList(first).SummaryList(List({{"INAM", Text(u"Song")}})).File();
+    };
+    Bytes cut = List({{"IART", Text(u"Abba")}});
+    cut.resize(cut.size() - 4);
+    for (const std::string how : {"", " --in-place"}) {
+        for (const auto& [list, edit] : {std::pair(Bytes(), "title"), std::pair(cut, "--all"),
+                                         std::pair(List({{"IXYZ", Text(u"?")}}), "-f title")}) {
+            shop.Write("a.w64", withLists(list));
+            EXPECT_EQ(shop.Run("w64 tags remove a.w64 " + std::string(edit) + how).errors, "");
+            EXPECT_EQ(shop.Read("a.w64"), kUntagged);
+        }
+    }
 }
 
 TEST_F(Tags, LeaveTheFileItsAttributesAndItsNames) {

@@ -1,11 +1,16 @@
 #include "Bytes.h"
 #include "ReportCapture.h"
+#include "TempFolder.h"
+#include "Wave64Bytes.h"
+#include "tags/ChunkTags.h"
 #include "tags/clRIFFSUMMARYLISTChunk.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <optional>
 #include <random>
 #include <sstream>
+#include <unistd.h>
 
 namespace {
 
@@ -156,11 +161,13 @@ TEST(SummaryList, RecognisesTheFormOfEachEntry) {
         Bytes text;
         XStr value;
         LISTText wide, utf16;  // what is made of each wish
+        bool isGuess = false;
     } cases[] = {
         {{}, L"", Wide, UTF16},
         {{0, 0, 0, 0, 'x', 0}, L"", Wide, UTF16},
         {{'A', 0, 0, 0}, L"A", Wide, UTF16},
-        {{'A', 0, 0, 0, 0, 0}, L"A", Wide, Wide},
+        {{'A', 0, 0, 0, 0, 0}, L"A", Wide, Wide, true},
+        {{'A', 0, 0, 0, 0, 0, 0, 0}, L"A", Wide, Wide, true},
         {{'H', 0, 0, 0, 'i', 0, 0, 0}, L"Hi", Wide, Wide},
         {{'H', 0, 0, 0, 'i', 0, 0, 0, 0, 0, 0, 0, '?', '?', '?', '?'}, L"Hi", Wide, Wide},
         {{'H', 0, 'i', 0}, L"Hi", UTF16, UTF16},
@@ -190,7 +197,7 @@ TEST(SummaryList, RecognisesTheFormOfEachEntry) {
         if (c.wide != c.utf16) continue;
         const Reading mixed(list.Entry("ICMT", after).data, Wide);
         EXPECT_EQ(mixed.pairs.back().second, L"ux");
-        EXPECT_EQ(mixed.text, c.wide);
+        EXPECT_EQ(mixed.text, c.isGuess ? UTF16 : c.wide);
     }
 }
 
@@ -237,6 +244,40 @@ TEST(SummaryList, DamageEndsTheListWhereItIs) {
     const ReportCapture capture;
     Reading(good.data, Half, 0, capture.Report());
     EXPECT_NE(capture.Trace().find("Decoding LISTSUMMARY chunk:\r\n"), std::string::npos);
+}
+
+TEST(SummaryList, TellsWhatItPassesOver) {
+    const auto hidden = [](const Bytes& list) {
+        return List::HiddenParts(list.data(), static_cast<unsigned>(list.size()), 0);
+    };
+    const Bytes padded16 = {'A', 0, 'b', 0, 0, 0, 0, 0}, padded32 = {'A', 0, 0, 0, 0, 0, 0, 0};
+    const Bytes two16 = {'A', 0, 'n', 0, 0, 0, 'B', 0, 0, 0};
+    const Bytes two32 = {'A', 0, 0, 0, 'n', 0, 0, 0, 0, 0, 0, 0, 'B', 0, 0, 0};
+    Bytes list = ListBytes().Entry("INAM", padded16).Entry("ICMT", padded32).Entry("IXYZ", two16).data;
+    list.resize(list.size() + 20);
+    EXPECT_TRUE(hidden(list).empty());
+    list.back() = 1;
+    EXPECT_EQ(hidden(list), std::vector<XStr>{L"the bytes after the last tag"});
+    for (const Bytes& two : {two16, two32}) {
+        EXPECT_EQ(hidden(ListBytes().Entry("INAM", two).data),
+                  std::vector<XStr>{L"text after the end of 'Title'"});
+    }
+    EXPECT_TRUE(hidden({}).empty());
+}
+
+TEST(SummaryList, ThatCannotBeReadIsNotWhole) {
+    const TempFolder folder;
+    const auto path =
+        folder.Write("a.w64", Wave64Bytes().SummaryList(ListBytes().Entry("INAM", kX).data).File());
+    XFile file, unreadable;
+    ASSERT_TRUE(file.Open(FromUTF8(path.native()), XFile::Access::Read));
+    clWave64Handler chunks;
+    ASSERT_TRUE(chunks.Initialize(file.Handle(), {}));
+    EXPECT_TRUE(ChunkTags::ReadSummaryLists(file, chunks, {}, {}).areWhole);
+    const int writeOnly = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_TRUE(unreadable.Open(reinterpret_cast<void*>(intptr_t{writeOnly})));
+    EXPECT_FALSE(ChunkTags::ReadSummaryLists(unreadable, chunks, {}, {}).areWhole);
+    ::close(writeOnly);
 }
 
 TEST(SummaryList, SurvivesRandomDamage) {

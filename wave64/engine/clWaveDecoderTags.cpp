@@ -22,8 +22,9 @@ const XMem* clWaveDecoder::ReadIDTags(XStr& chunkNames) {
 
 bool clWaveDecoder::InternalReadTags(XFile& file, clWave64Handler& handler, NTag& tags, int& listIndex,
                                      const STNStdReport& report) {
-    TaggingOptions options = TaggingOptions::Read();
-    ChunkTags::ReadSummaryLists(file, handler, tags, listIndex, options, report);
+    SummaryLists lists = ChunkTags::ReadSummaryLists(file, handler, TaggingOptions::Read(), report);
+    listIndex = lists.Index();
+    tags = std::move(lists.tags);
     return true;
 }
 
