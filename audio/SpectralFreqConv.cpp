@@ -25,9 +25,10 @@ int64_t PassingTiles(const LowPass& filter, int64_t tilesOfRate) {
 
 // Eight floats.
 using Floats = float __attribute__((vector_size(32)));
-using FloatsInMemory = float __attribute__((vector_size(32), aligned(4), may_alias));
+using FloatsInMemory [[gnu::aligned(4), gnu::may_alias]] = Floats;
 using FourFloats = float __attribute__((vector_size(16)));
-using FourFloatsInMemory = float __attribute__((vector_size(16), aligned(4), may_alias));
+using FourFloatsInMemory [[gnu::aligned(4), gnu::may_alias]] = FourFloats;
+static_assert(alignof(FloatsInMemory) == 4 && alignof(FourFloatsInMemory) == 4);
 
 W64_INLINE Floats LoadFloats(const float* from) { return *reinterpret_cast<const FloatsInMemory*>(from); }
 W64_INLINE Vector LoadAsDoubles(const float* from) {

@@ -15,7 +15,10 @@
 #define W64_INLINE [[gnu::always_inline]] inline
 
 using Vector = double __attribute__((vector_size(32)));
-using VectorInMemory = double __attribute__((vector_size(32), aligned(8), may_alias));
+
+// At the alignment of its numbers. Clang heeds that only here, before the type that it is made of.
+using VectorInMemory [[gnu::aligned(8), gnu::may_alias]] = Vector;
+static_assert(alignof(VectorInMemory) == 8);
 
 // Vectors are passed between inlined functions only, so how others would pass them is of no concern.
 #pragma GCC diagnostic ignored "-Wpsabi"

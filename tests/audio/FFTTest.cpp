@@ -117,7 +117,7 @@ TEST(FFT, LargeTransformsLeadBackAndAreTheirSums) {
             SCOPED_TRACE(testing::Message() << definition.name << " of " << n);
             const Samples input = definition.Input(n);
             Samples a = definition.Transformed(n, work);
-            for (const size_t k : {0, 1, 2, 3, 4097, 20000, 32767})
+            for (const size_t k : {0u, 1u, 2u, 3u, 4097u, 20000u, 32767u})
                 ASSERT_NEAR(a[k], definition.Sum(n, input, k), 1e-12 * n) << k;
             // Back from a cosine transform leads the other one, which counts a[0] twice.
             if (which >= 4) a[0] /= 2;
@@ -125,7 +125,7 @@ TEST(FFT, LargeTransformsLeadBackAndAreTheirSums) {
             for (double& number : a) number *= 2.0 / n;
             ExpectNear(a, input, 1e-12);
         }
-        for (size_t which : {8, 9}) {  // these lead back themselves
+        for (size_t which : {8u, 9u}) {  // these lead back themselves
             const Definition& definition = kDefinitions[which];
             SCOPED_TRACE(testing::Message() << definition.name << " of " << n);
             Samples a = definition.Input(n);
