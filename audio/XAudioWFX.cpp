@@ -215,7 +215,7 @@ int64_t XAudioWFX::BlockAlignBuffer(int64_t bytes) {
 }
 
 int XAudioWFX::ChannelAlignSamples(int samples) {
-    if (Channels() == 0) SetChannels(1, false);
+    if (Channels() == 0) pwfx()->nChannels = 1;
     return samples / Channels() * Channels();
 }
 
@@ -232,7 +232,7 @@ int64_t XAudioWFX::SamplesToBytes_DivChan(int64_t frames) const {
 }
 
 int64_t XAudioWFX::BytesToSamples_DivChan(int64_t bytes) {
-    if (Channels() == 0) SetChannels(1, false);
+    if (Channels() == 0) pwfx()->nChannels = 1;
     return BytesToSamples_RAW(bytes) / Channels();
 }
 

@@ -10,8 +10,8 @@
 //         Products stop at the ends of the 64-bit range.
 // Owner:  the object owns 18 + cbSize bytes of record, so an extensible one at least 40. Pointers into it
 //         live until the next Assign.
-// Errors: none reported. A divisor that is 0 in the record becomes 1 there before it is used, which is why
-//         the size and time arithmetic is not const. Without memory for extra bytes Assign throws
+// Errors: none reported. A divisor that is 0 in the record becomes 1 there before it is used, and nothing
+//         else changes with it, which is why the size and time arithmetic is not const. Without memory for extra bytes Assign throws
 //         std::bad_alloc and the record stays as it was.
 class XAudioWFX {
 public:

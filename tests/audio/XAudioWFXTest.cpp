@@ -99,6 +99,10 @@ TEST(XAudioWFX, SizeAndTimeArithmetic) {
     zero.SetBlockAlign(0);
     EXPECT_EQ(zero.BlockAlignBuffer(5), 5);
     EXPECT_EQ(zero.BytesToSamples_DivChan(5), 5);
+    XAudioWFX silent = Extensible(KSDATAFORMAT_SUBTYPE_PCM, 0, 16);
+    EXPECT_EQ(silent.ChannelAlignSamples(5), 5);
+    EXPECT_EQ(silent.Channels(), 1);
+    EXPECT_EQ(silent.wfxex()->dwChannelMask, 0x80000000U) << "the repair is of the divisor alone";
 }
 
 }  // namespace
