@@ -27,7 +27,7 @@ public:
 
     // The options text is that of XAudioRdWr and may be null. Equal rates need no converter. Otherwise false
     // for a format without channels or a known sample layout, and for rates that cannot be handled: by lowest
-    // terms, the lower one's number has to be 1 or a multiple of 2 or 3.
+    // terms, the lower one's number has to be 1 or a multiple of 2 or 3, and filters have their limits.
     [[nodiscard]] bool CreateNewConverter(const XAudioWFX& format, int targetRate, const wchar_t* options,
                                           UpwardEdge edge = UpwardEdge::TargetHalf);
 

@@ -17,9 +17,11 @@ constexpr double kTransitionBand = 100;  // DF, Hz: the long filter stays below
 constexpr int64_t kBaseFilterLength = 16384;
 
 // Rates come from files: past these numbers a conversion would ask for more memory than its use is worth. The
-// long filter gets there beyond 18 MHz, the short one with rates that have almost nothing in common.
+// long filter gets there beyond 18 MHz, the short one, which is kept as a row of taps for each phase, with rates
+// that have almost nothing in common. Both together stay within half a gigabyte.
 constexpr int64_t kMaxLongTaps = int64_t{1} << 21;
-constexpr int64_t kMaxShortTaps = int64_t{1} << 23;
+constexpr double kMaxShortTable = 1 << 23;  // taps
+constexpr double kRowRemainder = 4;         // taps that a row may be longer than its share of the filter
 constexpr int64_t kMaxStreams = 4096;
 
 constexpr int kBesselTerms = 15;
@@ -62,20 +64,22 @@ int64_t OversamplingFactor(int64_t ratio) {
 }
 
 // Between half of the lower and half of the higher rate, at a sampling rate above both.
-std::optional<LowPass> ShortFilter(int64_t lower, int64_t higher, int64_t rate) {
+std::optional<LowPass> ShortFilter(int64_t lower, int64_t higher, int64_t rate, int64_t phases) {
     const double transition = static_cast<double>(higher) / 2 - static_cast<double>(lower) / 2;
     const double length = static_cast<double>(rate) / transition * kLengthFactor + 1;
-    if (length > kMaxShortTaps) return std::nullopt;
+    if (length + kRowRemainder * static_cast<double>(phases) > kMaxShortTable) return std::nullopt;
     return LowPass{static_cast<int64_t>(length) | 1, static_cast<double>(lower) / 2 + transition / 2, rate};
 }
 
-// As long as it takes to keep below half of a rate by less than the transition band.
+// As long as it takes to keep below half of a rate by less than the transition band. Where the band is as wide as
+// what is to pass, nothing would.
 std::optional<LowPass> LongFilter(int64_t below, int64_t rate) {
     for (int64_t length = kBaseFilterLength; length <= kMaxLongTaps; length *= 2) {
         const double transition = static_cast<double>(rate) * kLengthFactor / static_cast<double>(length - 2);
-        if (transition < kTransitionBand) {
-            return LowPass{length - 1, static_cast<double>(below) / 2 - transition / 2, rate};
-        }
+        if (transition >= kTransitionBand) continue;
+        const double edge = static_cast<double>(below) / 2 - transition / 2;
+        if (edge <= 0) return std::nullopt;
+        return LowPass{length - 1, edge, rate};
     }
     return std::nullopt;
 }
@@ -160,7 +164,7 @@ std::optional<FreqConvDesign> FreqConvDesign::Create(int64_t source, int64_t tar
     design.streamStep = src / common / factor;
     design.longScale = upward ? 1 : static_cast<double>(factor);
     design.longRate = upward ? target : source;
-    const std::optional<LowPass> shortFilter = ShortFilter(src, between, src / common * dst);
+    const std::optional<LowPass> shortFilter = ShortFilter(src, between, src / common * dst, design.phases);
     if (!shortFilter) return std::nullopt;
     design.shortFilter = *shortFilter;
     return design;

@@ -36,8 +36,8 @@ enum class UpwardEdge { TargetHalf, SourceHalf };
 // otherwise, the long filter gives `streams` interleaved streams at the source rate, and the short one picks
 // the target from them.
 struct FreqConvDesign {
-    // Nothing when the ratio of the rates cannot be handled: its filters must be possible and of a size that
-    // memory can be asked for.
+    // Nothing when the ratio of the rates cannot be handled: its filters must be possible, let something pass and
+    // be of a size that memory can be asked for.
     static std::optional<FreqConvDesign> Create(int64_t source, int64_t target, UpwardEdge edge);
 
     bool shortFirst = true;

@@ -12,29 +12,22 @@
 
 namespace {
 
-// Filters hold some tenths of a second of all channels. Within these limits that takes about half a
-// gigabyte at the very most.
+// Filters hold some tenths of a second of every channel, beside what the two rates take by themselves.
 constexpr int64_t kMostChannels = 64;
 constexpr int64_t kMostSamples = 25'000'000;  // per second, of all channels at the higher rate
-constexpr int64_t kMostRatio = 500;           // of the rates
 
 constexpr int kLargestFrame = UINT16_MAX;  // bytes, as a format record counts them
 
 std::string Hz(int64_t rate) { return std::to_string(rate) + " Hz"; }
 
 bool CanResample(int64_t source, int64_t target) {
-    if (source == target) return true;
-    const auto [lower, higher] = std::minmax(source, target);
-    return higher <= kMostRate && higher <= lower * kMostRatio &&
-           FreqConvDesign::Create(source, target, UpwardEdge::SourceHalf).has_value();
+    return source == target || (std::max(source, target) <= kMostRate &&
+                                FreqConvDesign::Create(source, target, UpwardEdge::SourceHalf));
 }
 
 // The first rate that works from one on, up or down.
 std::optional<int64_t> FindRate(int64_t source, int64_t first, int64_t step) {
-    const int64_t lowest = std::max<int64_t>(source / kMostRatio, 1);
-    const int64_t highest = std::min<int64_t>(source * kMostRatio, kMostRate);
-    const int64_t begin = step > 0 ? std::max(first, lowest) : std::min(first, highest);
-    for (int64_t rate = begin; rate >= lowest && rate <= highest; rate += step) {
+    for (int64_t rate = first; rate >= 1 && rate <= kMostRate; rate += step) {
         if (CanResample(source, rate)) return rate;
     }
     return std::nullopt;

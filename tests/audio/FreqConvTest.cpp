@@ -305,6 +305,7 @@ TEST(XAudioFreqConv, RefusesWhatItCannotConvert) {
         {Format(1, 2, 16, 44100), 0, false},        {Format(1, 2, 16, 44100), -1, false},
         {Format(1, 2, 16, 44100), INT_MAX, false},  {Format(1, 2, 16, INT_MAX), 44100, false},
         {Format(1, 2, 16, INT_MAX), INT_MAX, true}, {Format(1, 2, 16, 9000000), 100, false},
+        {Format(1, 2, 16, 48000), 99, false},       {Format(1, 2, 16, 1), 10000000, false},
     };
     XAudioBufferNew none;
     for (const auto& [format, target, accepted] : cases) {

@@ -214,7 +214,8 @@ TEST_F(ConversionTest, WhatCannotBeDoneIsTold) {
          "FLAC holds 8, 16 and 24-bit integers, this is float, 32-bit"},
     });
     const std::tuple<XAudioWFX, ConversionOptions, const char*> cases[] = {
-        {Format(1, 1, 16, 1), To(48000), "the nearest rate that works is 500 Hz"},
+        {Format(1, 1, 16, 48000), To(99), "the nearest rates that work are 96 Hz and 100 Hz"},
+        {Format(1, 1, 16, 48000), To(1), "the nearest rate that works is 40 Hz"},
         {Format(1, 2, 64, 48000), To(44100), "this is PCM, 64-bit, stereo, 48000 Hz"},
         {Format(3, 2, 16, 48000), To(kSame, kSame, 16), "this is float, 16-bit, stereo, 48000 Hz"},
         {Format(1, 10, 16, 48000), To(kSame, 2),
