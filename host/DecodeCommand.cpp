@@ -129,8 +129,8 @@ private:
         const std::optional<XAudioWFX> stored = Wave64File(source).Format();
         const FrameRange asked = RangeOf(options_, stored ? stored->SamplesPerSec() : 1);
         // To the decoder a frame is a stored block, which MPEG audio has no fixed number of frames in.
-        FrameRange range = IsMPEG(stored) ? FrameRange{} : asked;
-        if (salvage) range.LimitTo(salvage->frames);
+        FrameRange range = IsMPEG(stored) ? FrameRange{0, DecoderInstance::kPastTheEnd} : asked;
+        if (salvage && salvage->isToStop) range.LimitTo(salvage->frames);
 
         DecoderInstance decoder(library_, context_.traceDescriptor);
         if (range.start != 0 || range.end >= 0) decoder.SetDecodeRange(range.start, range.end);

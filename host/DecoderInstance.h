@@ -19,7 +19,9 @@ public:
     DecoderInstance& operator=(const DecoderInstance&) = delete;
     ~DecoderInstance();
 
-    // Frames from the start of the audio; an end of -1 is the end of the audio.
+    // Frames from the start of the audio. An end of -1 is that of the last whole frame; for MPEG audio a frame is
+    // a stored block, and only an end beyond it includes a part of one.
+    static constexpr int64_t kPastTheEnd = INT64_MAX;
     void SetDecodeRange(int64_t start, int64_t end);
 
     // `flags` are KvOpenFlags.

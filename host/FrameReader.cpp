@@ -25,6 +25,7 @@ FrameReader::FrameReader(const std::string& path, const CommandContext& context)
     if (BeginsLikeWave64(path)) {
         library_.emplace(PluginLibrary::OfWave64(context.plugin));
         decoder_.emplace(*library_, context.traceDescriptor);
+        decoder_->SetDecodeRange(0, DecoderInstance::kPastTheEnd);
         decoder_->Open(path, kvOpenDecode | kvOpenAudioInfo);
         format_ = decoder_->Format();
     } else {

@@ -171,7 +171,10 @@ std::optional<Salvage> PlanSalvage(const fs::path& path, const fs::path& copyFol
     if (!format) return std::nullopt;
 
     const int64_t usable = emptyByRight ? 0 : audio->Usable();
-    const int64_t kept = format->BlockAlignBuffer(usable);
+    const STRIFFChunk* data = file.Chunks().FindChunkForRead("data");
+    salvage.isToStop = !salvage.repaired && data && data->DataSize > usable;
+    const bool inFrames = salvage.isToStop || IsLinear(format->WFXFormatTag());
+    const int64_t kept = inFrames ? format->BlockAlignBuffer(usable) : usable;
     const auto announced = static_cast<int64_t>(std::min<uint64_t>(audio->announced, INT64_MAX));
     salvage.frames = kept / format->BlockAlign();
     salvage.lostBytes = std::max(announced, usable) - kept;

@@ -13,9 +13,10 @@ struct Salvage {
     std::filesystem::path source;
     std::unique_ptr<TempFile> repaired;
 
-    int64_t frames = 0;  // whole ones that are there
+    int64_t frames = 0;     // whole ones that are there
+    bool isToStop = false;  // after them, where the decoder would go on
     int64_t milliseconds = 0;
-    int64_t lostBytes = 0;  // announced by the file and not among those frames
+    int64_t lostBytes = 0;  // announced by the file and not decoded
 };
 
 // Looks through the file without believing its sizes further than its length. A copy, where needed, is made

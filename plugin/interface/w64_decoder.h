@@ -66,8 +66,14 @@ typedef struct STKvWaveFormat {
     uint8_t Bytes[40];
 } STKvWaveFormat;
 
+/*
+ * With kvOpenDecode, WaveFormat is what DecodeBlock delivers. Without, it is what decoding would announce, in
+ * its plain form: integers and floats as they are stored, without extra bytes; anything else, decodable or not,
+ * as integers of the stored channels, rate and bits (16 where less than 8 are stored). MPEG audio may come out
+ * as something else, its decoder has not been asked yet.
+ */
 typedef struct STKvAudioInfo {
-    STKvWaveFormat WaveFormat;  /* [out] what DecodeBlock delivers; without kvOpenDecode, what is stored */
+    STKvWaveFormat WaveFormat;  /* [out] */
     uint32_t BitRate;           /* [out] bits per second of the stored audio */
     int64_t LengthMilliseconds; /* [out] of the decode range */
     int64_t LengthBytes;        /* [out] of the decode range, in stored bytes */
@@ -209,7 +215,10 @@ static const wchar_t kvGetTagOptions[] = L"ID Tag Options";
 
 /* Keys of Set; others give 0. */
 
-/* RangeStart and RangeEnd: what later Opens decode, cut to what there is. */
+/*
+ * RangeStart and RangeEnd: what later Opens decode, cut to what there is. MPEG audio may end within a block:
+ * a RangeEnd of -1 leaves that part of a block out, one beyond it (INT64_MAX) has it decoded.
+ */
 static const wchar_t kvSetDecodeRange[] = L"Set Decode Range";
 
 /* Text1 a file name, TagData and Value a packed tag block and its bytes: writes these tags into the file. */

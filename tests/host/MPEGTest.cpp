@@ -112,12 +112,17 @@ TEST_F(MPEG, AStreamCutInAFrameKeepsItsWholeFrames) {
     const Bytes stream = Slice(whole, 0, whole.size() - 100);
     shop.Write("a.mp3", stream);
     shop.Write("b.w64", Wave64(stream));
+    const Bytes blocks = Wave64(stream, 1152);  // of which the last is not whole
+    shop.Write("c.w64", blocks);
     EXPECT_PRED_FORMAT2(IsSubstring, "behind the MPEG audio: no whole MPEG frame",
                         shop.Do("w64 encode a.mp3 a.w64").errors);
     EXPECT_PRED_FORMAT2(IsSubstring, "w64: b.w64: note: Skipped",
                         shop.Do("w64 decode *.w64 --format raw").errors);
     EXPECT_TRUE(shop.Read("a.raw") == DecodedAtOnce(stream));
     EXPECT_TRUE(shop.Read("b.raw") == DecodedAtOnce(stream));
+    EXPECT_TRUE(shop.Read("c.raw") == DecodedAtOnce(stream));
+    EXPECT_PRED_FORMAT2(IsSubstring, ", lost 0 bytes", shop.Do("w64 decode --salvage c.w64 -o d.raw").errors);
+    EXPECT_TRUE(shop.Read("d.raw") == DecodedAtOnce(stream));
 }
 
 TEST_F(MPEG, WhatIsNoSingleStreamIsRefused) {

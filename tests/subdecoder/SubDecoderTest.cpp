@@ -47,16 +47,21 @@ TEST_F(SubDecoder, GetsWholePacketsUntilItGivesAudio) {
         const char* fake;
         uint16_t tag, blockAlign;
         std::vector<uint32_t> blocks;
+        int64_t rangeEnd = -1;
     } cases[] = {
         {"complete", 80, 1, {65536, 65536, 65536, 3392}},
         {"without_set_module_path", 85, 1, {65536, 65536, 65536, 3392}},
         {"complete", 85, 1152, {64512, 64512, 64512, 5760}},
+        {"complete", 85, 1152, {64512, 64512, 64512, 6464}, 174},  // beyond the last whole block
+        {"complete", 85, 40000, {40000, 40000, 40000, 40000, 40000}, 5},
+        {"complete", 85, 60000, {60000, 60000, 60000, 20000}, INT64_MAX},
         {"several_packets", 85, 1, {3 * 65536, 3392}},  // the last packet is marked as such, so it is flushed
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.fake);
         InstallFake(c.fake);
         PluginHost host;
+        ASSERT_EQ(host.SetRange(0, c.rangeEnd), 1);
         ASSERT_EQ(host.Open(File(packets, c.tag, c.blockAlign)), 1) << host.capture.Errors();
         EXPECT_EQ(host.open.AudioInfo.BitRate, 128000u);
         Bytes audio;

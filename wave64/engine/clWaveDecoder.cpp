@@ -167,8 +167,7 @@ bool clWaveDecoder::SetPosition(int64_t frame) {
 bool clWaveDecoder::GoToOffset(int64_t offset, const char* functionName) {
     if (!file_.SetPosition(offset)) return Fail(L"Error SetPosition returned false.", functionName);
     currentOffset_ = offset;
-    const int64_t end = std::min(CalcDecodeTo(), LastFrameEnd());
-    bytesLeft_ = stored_.BlockAlignBuffer(std::max<int64_t>(end - offset, 0));
+    bytesLeft_ = WholeFrames(std::max<int64_t>(CalcDecodeTo() - offset, 0));
     return true;
 }
 

@@ -24,7 +24,8 @@ class clWaveDecoder {
 public:
     explicit clWaveDecoder(const STNStdReport& report) : report_(report) {}
 
-    // Reads the chunk list. A range end of -1 means to the end of the data.
+    // Reads the chunk list. A range end of -1 means to the end of the last whole block. One beyond the data means
+    // the end of the data, for packets also where that is within a block.
     [[nodiscard]] bool Initialize(void* fileHandle, const STNStdReport& report, int64_t rangeStart,
                                   int64_t rangeEnd);
     void Close(STKvEncoderFluid& fluid);
@@ -79,7 +80,7 @@ private:
     void DeriveOutputFormat();
     int64_t OffsetOfFrame(int64_t origin, int64_t frame);
     int64_t ClampToData(int64_t offset) const;
-    int64_t LastFrameEnd();
+    int64_t WholeFrames(int64_t bytes);
     uint32_t BitRate() const;
 
     [[nodiscard]] bool PrepareStored();
@@ -118,5 +119,5 @@ private:
     void* pendingData_ = nullptr;  // decoded, not yet handed out; lies in decoder_ or the sub-decoder
     uint32_t pendingSize_ = 0;
     int64_t currentOffset_ = 0;  // of the next byte to read
-    int64_t bytesLeft_ = 0;      // whole blocks only: no part of a frame is ever read
+    int64_t bytesLeft_ = 0;      // no part of a frame is ever read
 };

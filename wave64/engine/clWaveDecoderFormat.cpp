@@ -102,10 +102,14 @@ bool clWaveDecoder::FillAudioInfo(STKvAudioInfo& info) {
 int64_t clWaveDecoder::CalcDecodeFrom() { return ClampToData(OffsetOfFrame(dataStart_, rangeStart_)); }
 
 int64_t clWaveDecoder::CalcDecodeTo() {
-    return ClampToData(rangeEnd_ != -1 ? OffsetOfFrame(dataStart_, rangeEnd_) : LastFrameEnd());
+    if (rangeEnd_ == -1) return dataStart_ + stored_.BlockAlignBuffer(dataEnd_ - dataStart_);
+    return dataStart_ + WholeFrames(ClampToData(OffsetOfFrame(dataStart_, rangeEnd_)) - dataStart_);
 }
 
-int64_t clWaveDecoder::LastFrameEnd() { return dataStart_ + stored_.BlockAlignBuffer(dataEnd_ - dataStart_); }
+// A part of a frame is no audio. Packets keep to no blocks, so where the host asks for it a part of a block counts.
+int64_t clWaveDecoder::WholeFrames(int64_t bytes) {
+    return IsLinear(stored_.WFXFormatTag()) ? stored_.BlockAlignBuffer(bytes) : bytes;
+}
 
 int64_t clWaveDecoder::CalcStreamLengthBytes() {
     return std::max<int64_t>(CalcDecodeTo() - CalcDecodeFrom(), 0);
