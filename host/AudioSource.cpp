@@ -48,7 +48,7 @@ std::string OpenError(const std::string& path) {
 
 }  // namespace
 
-AudioSource::AudioSource(const std::string& path) : file_(sf_open(path.c_str(), SFM_READ, &info_)) {
+AudioSource::AudioSource(const std::string& path) : file_(Open(path, info_)) {
     if (!file_) throw Failure(OpenError(path));
     kind_ = KindOf(info_.format);
     const auto channels = static_cast<unsigned>(info_.channels);
@@ -62,8 +62,14 @@ AudioSource::AudioSource(const std::string& path) : file_(sf_open(path.c_str(), 
 
 std::optional<int> AudioSource::Container(const std::string& path) {
     SF_INFO info{};
-    const std::unique_ptr<SNDFILE, CloseFile> file(sf_open(path.c_str(), SFM_READ, &info));
-    return file ? std::optional(info.format & SF_FORMAT_TYPEMASK) : std::nullopt;
+    return Open(path, info) ? std::optional(info.format & SF_FORMAT_TYPEMASK) : std::nullopt;
+}
+
+AudioSource::FileHandle AudioSource::Open(const std::string& path, SF_INFO& info) {
+    FileHandle file(sf_open(path.c_str(), SFM_READ, &info));
+    // Where it cannot read a part of the header, the library goes on with what it has.
+    if (file && sf_error(file.get()) != SF_ERR_NO_ERROR) throw Failure(sf_strerror(file.get()));
+    return file;
 }
 
 uint32_t AudioSource::ReadChannelMask() const {

@@ -31,11 +31,15 @@ private:
         void operator()(SNDFILE* file) const { sf_close(file); }
     };
 
+    using FileHandle = std::unique_ptr<SNDFILE, CloseFile>;
+
+    static FileHandle Open(const std::string& path,
+                           SF_INFO& info);  // null where the library takes it for no audio
     uint32_t ReadChannelMask() const;
     sf_count_t ReadFrames();
 
     SF_INFO info_{};
-    std::unique_ptr<SNDFILE, CloseFile> file_;
+    FileHandle file_;
     SampleKind kind_{};
     WAVEFORMATEXTENSIBLE format_{};
     sf_count_t framesPerRead_ = 1;
