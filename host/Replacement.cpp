@@ -3,9 +3,9 @@
 #include "base/Platform.h"
 #include "base/XStr.h"
 #include "host/Failure.h"
+#include "host/FileCopy.h"
 #include "host/Interrupt.h"
 
-#include <algorithm>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -45,13 +45,20 @@ struct stat Status(const XFile& file) {
     return status;
 }
 
+void RefuseChanges(const FileStamp& stamp, const fs::path& path) {
+    if (stamp.StillHolds(path)) return;
+    throw Failure("another program has changed the file meanwhile; it stays as that program left it, and the "
+                  "edit is dropped");
+}
+
 }  // namespace
 
 Replacement::Replacement(const fs::path& file, Console& console)
     : path_(Followed(file)), copy_(path_.parent_path(), XFile::Access::CreatePrivate) {
     NameLeftovers(path_.parent_path(), console);
     LockOriginal();
-    CopyContents();
+    CopyBeginning(original_, copy_.File(), original_.Size());
+    copy_.File().Close();  // the decoder opens it alone
 }
 
 void Replacement::LockOriginal() {
@@ -61,32 +68,12 @@ void Replacement::LockOriginal() {
         if (errno == EWOULDBLOCK) throw Failure("is in use by another program");
         throw SystemFailure("cannot open the file for writing");
     }
-    const struct stat opened = Status(original_);
-    struct stat named {};
-    if (::stat(path_.c_str(), &named) != 0 || named.st_ino != opened.st_ino ||
-        named.st_dev != opened.st_dev) {
-        throw Failure("another program has just replaced the file; nothing was changed");
-    }
-    if (opened.st_nlink > 1) {
+    stamp_.emplace(original_.Descriptor());
+    RefuseChanges(*stamp_, path_);
+    if (Status(original_).st_nlink > 1) {
         throw Failure("the file has further names (hard links) that would keep the old tags; --in-place "
                       "edits it under all of them");
     }
-}
-
-void Replacement::CopyContents() {
-    constexpr int64_t kStep = int64_t{64} << 20;
-    const int to = copy_.File().Descriptor();
-    const int from = original_.Descriptor();
-    const int64_t size = original_.Size();
-    int64_t done = Platform::ShareContents(from, to) ? size : 0;
-    while (done < size) {
-        Interrupt::Check();
-        const int64_t copied = Platform::CopySomeBytes(from, to, done, std::min(kStep, size - done));
-        if (copied < 0) throw SystemFailure("cannot make a copy to edit");
-        if (copied == 0) throw Failure("the file has become shorter; nothing was changed");
-        done += copied;
-    }
-    copy_.File().Close();  // the decoder opens it alone
 }
 
 void Replacement::Commit() {
@@ -102,8 +89,9 @@ void Replacement::Commit() {
         throw SystemFailure("the edited copy cannot have the owner, mode and attributes of the file; "
                             "--in-place keeps them");
     }
-    Interrupt::Check();
     if (::fsync(to) != 0) throw SystemFailure("cannot write");
+    Interrupt::Check();
+    RefuseChanges(*stamp_, path_);
     if (::rename(copy_.Path().c_str(), path_.c_str()) != 0) throw SystemFailure("cannot replace the file");
     SyncFolder(path_.parent_path());
 }

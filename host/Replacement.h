@@ -2,12 +2,15 @@
 
 #include "base/XFile.h"
 #include "host/Console.h"
+#include "host/FileStamp.h"
 #include "host/TempFile.h"
 
 #include <filesystem>
+#include <optional>
 
 // A copy of a file, made beside it to be edited, that takes the file's place once it is right. Nobody who
-// respects locks can change the file meanwhile; without Commit it stays as it is and the copy goes.
+// respects locks can change the file meanwhile; what others have done to it is kept, and the copy refused.
+// Without Commit the file stays as it is and the copy goes.
 // Errors: Failure, and Interrupt while it copies.
 class Replacement {
 public:
@@ -22,9 +25,9 @@ public:
 
 private:
     void LockOriginal();
-    void CopyContents();
 
     std::filesystem::path path_;
     XFile original_;
+    std::optional<FileStamp> stamp_;  // of the file that is copied
     TempFile copy_;
 };

@@ -2,12 +2,11 @@
 
 #include "base/LittleEndian.h"
 #include "host/Failure.h"
-#include "host/Interrupt.h"
+#include "host/FileCopy.h"
 #include "host/Wave64File.h"
 
 #include <algorithm>
 #include <array>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -103,35 +102,6 @@ bool DecoderSees(Wave64File& file, const AudioExtent& audio) {
     return data && data->DataSize >= audio.Usable();
 }
 
-// Where the file system can, the copy shares its space with the original.
-int64_t ShareBytes([[maybe_unused]] const XFile& from, [[maybe_unused]] const XFile& to,
-                   [[maybe_unused]] int64_t bytes) {
-    int64_t done = 0;
-#ifdef __linux__
-    constexpr size_t kPortion = size_t{64} << 20;  // short enough to be interrupted
-    while (done < bytes) {
-        Interrupt::Check();
-        const auto wanted = std::min(kPortion, static_cast<size_t>(bytes - done));
-        const ssize_t copied =
-            ::copy_file_range(from.Descriptor(), nullptr, to.Descriptor(), nullptr, wanted, 0);
-        if (copied <= 0) break;
-        done += copied;
-    }
-#endif
-    return done;
-}
-
-void CopyBytes(XFile& from, XFile& to, int64_t bytes) {
-    std::array<uint8_t, 65536> block;
-    for (int64_t left = bytes - ShareBytes(from, to, bytes); left > 0;) {
-        Interrupt::Check();
-        const auto wanted = std::min(block.size(), static_cast<size_t>(left));
-        if (from.Read(block.data(), wanted) < wanted) throw SystemFailure("cannot read the file");
-        if (!to.Write(block.data(), wanted)) throw SystemFailure("cannot write a repaired copy");
-        left -= static_cast<int64_t>(wanted);
-    }
-}
-
 void PutSize(XFile& file, int64_t headerPosition, int64_t size) {
     if (!file.SetPosition(headerPosition + kSizeFieldOffset) || !file.Write(&size, sizeof size)) {
         throw SystemFailure("cannot write a repaired copy");
@@ -146,7 +116,7 @@ std::unique_ptr<TempFile> RepairedCopy(const fs::path& path, const AudioExtent& 
         throw SystemFailure("cannot open the file");
     auto copy = std::make_unique<TempFile>(folder);
     const int64_t end = audio.DataPosition() + audio.Usable();
-    CopyBytes(original, copy->File(), end);
+    CopyBeginning(original, copy->File(), end);
     PutSize(copy->File(), 0, end);
     PutSize(copy->File(), audio.headerPosition, end - audio.headerPosition);
     copy->File().Close();  // the decoder gets it, and the lock with it

@@ -3,11 +3,14 @@
 #include "host/Failure.h"
 #include "host/InputFile.h"
 #include "host/KeptChunks.h"
+#include "host/Replacement.h"
 
 #include <array>
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
+#include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <random>
 #include <sys/file.h>
@@ -114,11 +117,40 @@ TEST_F(SignalledEdit, InterruptedLeavesNothingBehind) {
     EXPECT_GT(interrupted, 10);
 }
 
+TEST_F(TagSafety, WhatOthersWriteMeanwhileIsKept) {
+    const fs::path file = shop.Path() / "a.w64";
+    const std::function<void()> changes[] = {
+        [&] { std::ofstream(file, std::ios::app) << "more"; },
+        [&] { std::ofstream(file, std::ios::in).seekp(500).put('x'); },
+        [&] {
+            const auto time = fs::last_write_time(file);
+            std::ofstream(file, std::ios::in).seekp(500).put('x');
+            fs::last_write_time(file, time);
+        },
+        [&] {
+            fs::copy_file(file, shop.Path() / "b.w64");
+            fs::rename(shop.Path() / "b.w64", file);
+        },
+    };
+    Console console(true, false);
+    for (const auto& change : changes) {
+        shop.Write("a.w64", Recording(Pattern(600)).File());
+        Replacement replacement(file, console);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));  // file systems count time in steps
+        change();
+        const Bytes theirs = shop.Read("a.w64");
+        EXPECT_THROW(replacement.Commit(), Failure);
+        EXPECT_EQ(shop.Read("a.w64"), theirs);
+    }
+    shop.Write("a.w64", Recording(Pattern(600)).File());
+    Replacement(file, console).Commit();
+}
+
 TEST_F(TagSafety, AFullDiskChangesNothing) {
     const Bytes file = Recording(Pattern(60'000)).File();
     const auto tryWithMoreAndMore = [&](const std::string& room, size_t from, size_t step, const char* how) {
         const std::string set = " && w64 tags set a.w64 Title=" + std::string(10'000, 't') + how;
-        const std::string copying = "cannot make a copy to edit: ";
+        const std::string copying = "cannot copy the file: ";
         Names met;
         shop.Write("a.w64", file);
         for (size_t i = 0; i < 100; ++i) {
