@@ -76,6 +76,8 @@ struct TagEditOptions {
 
 struct OptionsOptions {
     std::string assignment;  // empty, a name, or name=value
+    bool unset = false;      // the one of that name
+    bool all = false;        // with unset, every one
 };
 
 // The commands of `w64`. Each reports what goes wrong with a file on the console and returns whether all of

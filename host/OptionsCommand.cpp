@@ -3,12 +3,13 @@
 #include "host/OwnSettings.h"
 #include "host/PluginLibrary.h"
 #include "host/ReportChannels.h"
-#include "settings/XRegistry.h"
+#include "settings/XRegistryTransaction.h"
 #include "tags/TaggingOptions.h"
 
 #include <algorithm>
 #include <iomanip>
 #include <iostream>
+#include <span>
 
 namespace {
 
@@ -92,21 +93,39 @@ void ShowChoices(const Option& option) {
         std::cout << "  " << i << "  " << option.texts[i] << "\n";
 }
 
+void RequireWritten(bool isWritten) {
+    if (isWritten) return;
+    throw Failure("cannot write the settings to '" + ToUTF8(XRegistry::RegFileLocation()) +
+                  "', the file is as it was");
+}
+
 void Store(const Option& option, const std::string& value) {
-    if (!XRegistry::SetDWORD(SettingOf(option, value), FromUTF8(option.name).c_str(), XRegistry::CurrentUser,
-                             TaggingOptions::KeyPath)) {
-        throw Failure("cannot write the settings to '" + ToUTF8(XRegistry::RegFileLocation()) +
-                      "', the file is as it was");
+    RequireWritten(XRegistry::SetDWORD(SettingOf(option, value), FromUTF8(option.name).c_str(),
+                                       XRegistry::CurrentUser, TaggingOptions::KeyPath));
+}
+
+void Unset(std::span<const Option> options) {
+    XRegistryTransaction changes;
+    for (const Option& option : options) {
+        changes.DeleteVal(FromUTF8(option.name).c_str(), XRegistry::CurrentUser, TaggingOptions::KeyPath);
     }
+    RequireWritten(changes.Commit());
+    std::ranges::for_each(options, Show);
 }
 
 }  // namespace
 
 bool OptionsCommand(const OptionsOptions& options, CommandContext context) {
+    if (options.all && !options.unset) throw UsageError("--all is for --unset");
+    if (options.unset && options.all != options.assignment.empty()) {
+        throw UsageError("either the name of an option to unset or --all, please");
+    }
     RequireReadableSettings();
     const std::vector<Option> all = AllOptions(context.plugin);
     const size_t sign = options.assignment.find('=');
-    if (options.assignment.empty()) {
+    if (options.unset) {
+        Unset(options.all ? std::span(all) : std::span(&Find(all, options.assignment), 1));
+    } else if (options.assignment.empty()) {
         std::ranges::for_each(all, Show);
     } else if (sign == options.assignment.npos) {
         ShowChoices(Find(all, options.assignment));

@@ -9,6 +9,7 @@
 #include "tags/TaggingOptions.h"
 #include "tags/clRIFFSUMMARYLISTChunk.h"
 
+#include <algorithm>
 #include <new>
 
 namespace fs = std::filesystem;
@@ -28,11 +29,57 @@ NTag WrittenAndRead(const NTag& tags, const TaggingOptions& options) {
     return read;
 }
 
-void RefuseAbsent(const NTag& tags, const std::vector<XStr>& names) {
+constexpr const char* kAlbumTag = "LIST Album Tag";
+
+// Names what makes an edit impossible, for the end of a message.
+std::string InTheWay(const std::vector<std::string>& options) {
+    return options.empty() ? "" : "; in the way: " + Joined(options, ", ") + ", see w64 options";
+}
+
+// The options by which alone tags are not written as they are, by title.
+std::vector<std::string> OptionsInTheWay(const NTag& tags, const TaggingOptions& options) {
+    TaggingOptions harmless = options;
+    harmless.rules.text = LISTText::UTF16;
+    harmless.albumOption = 0;
+    const auto faults = [&tags](const TaggingOptions& tried) {
+        return DifferencesOfTags(tags, WrittenAndRead(tags, tried)).size();
+    };
+    std::vector<std::string> titles;
+    TaggingOptions tried = harmless;
+    tried.rules.text = options.rules.text;
+    if (faults(tried) > faults(harmless)) titles.emplace_back("LIST Text");
+    tried = harmless;
+    tried.albumOption = options.albumOption;
+    if (faults(tried) > faults(harmless)) titles.emplace_back(kAlbumTag);
+    return titles;
+}
+
+void RefuseDifferences(const NTag& expected, const NTag& found, const TaggingOptions& options) {
+    const std::vector<std::string> differences = DifferencesOfTags(expected, found);
+    if (differences.empty()) return;
+    std::vector<std::string> inTheWay = OptionsInTheWay(expected, options);
+    if (!options.createsLists && DifferencesOfTags({}, found).empty()) inTheWay.emplace_back("Tag Creation");
+    throw Failure("the tags do not read back as they should: " + Joined(differences, ", ") +
+                  InTheWay(inTheWay));
+}
+
+void RefuseLosses(const fs::path& path, const TaggingOptions& options) {
+    InputFile file(path);
+    const std::vector<std::string> lost = UnwritableEntries(file);
+    if (lost.empty()) return;
+    // What is an album otherwise.
+    const bool hasProduct = options.albumOption != 0 && std::ranges::find(lost, "'Product'") != lost.end();
+    throw Failure("some tags cannot be written again and would be lost: " + Joined(lost, ", ") +
+                  (hasProduct ? InTheWay({kAlbumTag}) : "") + "; --force edits all the same");
+}
+
+void RefuseAbsent(const NTag& tags, const std::vector<XStr>& names, const TaggingOptions& options) {
     for (const XStr& name : names) {
         const STInternalTag* tag = tags.FindElement(name.c_str());
         if (tag && !tag->Value.empty()) continue;  // a raw chunk is no tag to remove
-        throw Failure("has no tag '" + ToPrintable(name) + "'");
+        const bool isAlbum =
+            options.albumOption != 0 && (EqualNoCase(name, L"Album") || EqualNoCase(name, L"ISRC"));
+        throw Failure("has no tag '" + ToPrintable(name) + "'" + (isAlbum ? InTheWay({kAlbumTag}) : ""));
     }
 }
 
@@ -67,11 +114,12 @@ void TagEditor::EditInPlace(const fs::path& path, const TagChange& change) {
 void TagEditor::Edit(const fs::path& path, const TagChange& change) {
     // Where all go, damage to them does not matter.
     const NTag before = ReadTags(path, change.removeAll ? kvOpenAudioInfo : kvOpenTags);
-    RefuseAbsent(before, change.remove);
-    if (!change.dropUnwritable && !change.removeAll) RefuseLosses(path);
-    const NTag expected = change.Expected(before);
     settings_.BeginEdit();
-    RefuseDifferences(expected, WrittenAndRead(expected, TaggingOptions::Read()));
+    const TaggingOptions options = TaggingOptions::Read();
+    RefuseAbsent(before, change.remove, options);
+    if (!change.dropUnwritable && !change.removeAll) RefuseLosses(path, options);
+    const NTag expected = change.Expected(before);
+    RefuseDifferences(expected, WrittenAndRead(expected, options), options);
     DecoderInstance decoder(library_, context_.traceDescriptor);
     if (expected.Count() == 0) {
         decoder.DeleteTags(path, {});  // no empty list stays behind
@@ -81,16 +129,7 @@ void TagEditor::Edit(const fs::path& path, const TagChange& change) {
         decoder.DeleteTags(path, change.remove);
     }
     settings_.EndEdit();
-    RefuseDifferences(expected, ReadTags(path, kvOpenTags));
-}
-
-void TagEditor::RefuseDifferences(const NTag& expected, const NTag& found) const {
-    const std::vector<std::string> differences = DifferencesOfTags(expected, found);
-    if (differences.empty()) return;
-    std::string why;
-    if (settings_.HalvesValues()) why = "; LIST Text halves values, see w64 options";
-    if (!TaggingOptions::Read().createsLists) why = "; Tag Creation is (none), see w64 options";
-    throw Failure("the tags do not read back as they should: " + Joined(differences, ", ") + why);
+    RefuseDifferences(expected, ReadTags(path, kvOpenTags), options);
 }
 
 NTag TagEditor::ReadTags(const fs::path& path, uint32_t flags) const {
@@ -99,12 +138,4 @@ NTag TagEditor::ReadTags(const fs::path& path, uint32_t flags) const {
     const std::vector<std::string> errors = decoder.Errors();
     if (!errors.empty()) throw Failure(JoinLines(errors) + "\nw64 check tells what is wrong with the file");
     return decoder.Tags();
-}
-
-void TagEditor::RefuseLosses(const fs::path& path) const {
-    InputFile file(path);
-    const std::vector<std::string> lost = UnwritableEntries(file);
-    if (lost.empty()) return;
-    throw Failure("some tags cannot be written again and would be lost: " + Joined(lost, ", ") +
-                  "; --force edits all the same");
 }

@@ -24,8 +24,6 @@ public:
 private:
     NTag ReadTags(const std::filesystem::path& file, uint32_t flags) const;
     void Edit(const std::filesystem::path& file, const TagChange& change);
-    void RefuseDifferences(const NTag& expected, const NTag& found) const;
-    void RefuseLosses(const std::filesystem::path& file) const;
 
     const PluginLibrary& library_;
     OwnSettings& settings_;

@@ -195,6 +195,8 @@ void AddTags(CLI::App& app, CommandLine& line) {
 void AddOptions(CLI::App& app, OptionsOptions& options) {
     CLI::App* command = app.add_subcommand("options", "Show and change how tags are stored");
     command->add_option("NAME=VALUE", options.assignment, "An option to show, or to set")->type_name("");
+    command->add_flag("--unset", options.unset, "Unset the option, as if it had never been set");
+    command->add_flag("--all", options.all, "With --unset, every option");
     command->footer(std::string(kAboutOptions) + kAlso);
 }
 

@@ -190,9 +190,17 @@ TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
     expectRefused(Pattern(1000), {{set, 1, "a.w64: "}});
     // The decoder does otherwise than was meant.
     expectRefused(plain, {{"tags set a.w64 Title=A\x01", 1, "as they should: 'Title' reads "}});
-    expectRefused(kUntagged, {{set, 1, "as they should: 'Title' is not there"}}, "TagDefault=2");
-    expectRefused(kUntagged, {{"tags set a.w64 Album=A ISRC=B", 1, "as they should: 'ISRC' is not there"}},
-                  "LISTAlbum=1");
+    expectRefused(kUntagged, {{set, 1, "'Title' is not there; in the way: Tag Creation, see"}},
+                  "TagDefault=2");
+    expectRefused(
+        Tagged(List({{"IPRD", Text(u"A")}})),
+        {{"tags set a.w64 Album=A ISRC=B -f", 1, "'ISRC' is not there; in the way: LIST Album Tag, see"},
+         {"tags set a.w64 Title=x", 1, "lost: 'Product'; in the way: LIST Album Tag, see"},
+         {"tags remove a.w64 ISRC", 1, "has no tag 'ISRC'; in the way: LIST Album Tag, see"}},
+        "LISTAlbum=1");
+    expectRefused(kUntagged,
+                  {{"tags set a.w64 Album=AA ISRC=BB", 1, "; in the way: LIST Text, LIST Album Tag, see"}},
+                  "LISTAlbum=1 LISTText=0");
     expectRefused(plain,
                   {{"tags set a.w64 Artist=Abba", 1, "'Artist' reads 'Ab' instead of 'Abba', 'Title'"}},
                   "LISTText=0");
@@ -299,6 +307,13 @@ TEST_F(Options, AreListedSetAndKept) {
     EXPECT_EQ(shop.Run("w64 options 'list text'").output, changes[2].second +
                                                               "  0  32-bit, half of each value\n"
                                                               "  1  32-bit\n  2  16-bit\n");
+    EXPECT_EQ(shop.Run("w64 options --unset 'List text'").output,
+              "LIST Text             32-bit, half of each value  (not set; w64 writes 16-bit text)\n");
+    EXPECT_PRED_FORMAT2(IsSubstring, "Size     16 KB\n", shop.Run("w64 options").output);
+    const std::string all = shop.Run("w64 options --unset --all").output;
+    EXPECT_PRED_FORMAT2(IsSubstring, "Size     2 KB  (not set)\n", all);
+    EXPECT_EQ(shop.Run("w64 options").output, all);
+    shop.Run("w64 options 'LIST Padding Size=4'");
     const std::string file = "'" + shop.Settings().string() + "'";
     const std::string settings = ReadText(shop.Settings());
     EXPECT_EQ(shop.Run("(ulimit -f 0; w64 options 'LIST Text=1' 2>&1; echo exit $?) | cat").output,
@@ -306,6 +321,10 @@ TEST_F(Options, AreListedSetAndKept) {
     EXPECT_EQ(ReadText(shop.Settings()), settings);
     shop.ExpectRefused({{"options Nope", 2, ", see w64 options\n"},
                         {"options 'LIST Text=3'", 2, "w64: 'LIST Text' is one of\n"},
+                        {"options --unset", 2, "either the name of an option to unset or --all"},
+                        {"options --unset --all 'LIST Text'", 2, "either the name"},
+                        {"options --all", 2, "--all is for --unset"},
+                        {"options --unset 'LIST Text=1'", 2, ", see w64 options\n"},
                         {"options 'LIST Text='", 2, "w64: 'LIST Text' is one of\n"}});
     fs::resize_file(shop.Settings(), 100);  // malformed
     shop.Write("a.w64", kUntagged);
