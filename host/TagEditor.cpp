@@ -4,6 +4,7 @@
 #include "host/Failure.h"
 #include "host/FormatText.h"
 #include "host/InputFile.h"
+#include "host/Interrupt.h"
 #include "host/Replacement.h"
 #include "host/TagTexts.h"
 #include "tags/TaggingOptions.h"
@@ -100,6 +101,8 @@ void TagEditor::EditCopy(const fs::path& path, const TagChange& change) {
 }
 
 void TagEditor::EditInPlace(const fs::path& path, const TagChange& change) {
+    const Interrupt::Hold hold;
+    Interrupt::Check();  // one that came before
     const auto keptChunks = [&] {
         InputFile file(path);
         return KeptChunks(file);

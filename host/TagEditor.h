@@ -18,7 +18,8 @@ public:
     // Edits a copy, compares its audio and other chunks byte by byte, and puts it in the file's place.
     void EditCopy(const std::filesystem::path& file, const TagChange& change);
 
-    // Edits the file itself. Of the other chunks names and sizes are compared, not the bytes.
+    // Edits the file itself, and lets no signal end the program meanwhile. Of the other chunks names and sizes
+    // are compared, not the bytes.
     void EditInPlace(const std::filesystem::path& file, const TagChange& change);
 
 private:

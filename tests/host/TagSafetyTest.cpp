@@ -2,6 +2,7 @@
 #include "TagBytes.h"
 #include "host/Failure.h"
 #include "host/InputFile.h"
+#include "host/Interrupt.h"
 #include "host/KeptChunks.h"
 #include "host/Replacement.h"
 
@@ -115,6 +116,29 @@ TEST_F(SignalledEdit, InterruptedLeavesNothingBehind) {
         interrupted += status != 0;
     }
     EXPECT_GT(interrupted, 10);
+}
+
+TEST_F(SignalledEdit, InPlaceIsNotCutShort) {
+    for (Step& step : steps) step.edit += " --in-place";
+    const int signals[] = {SIGINT, SIGTERM, SIGHUP, SIGUSR1, SIGALRM};
+    int interrupted = 0;
+    for (size_t i = 0; i < 40 && !HasFailure(); ++i) interrupted += Signal(signals[i % 5]) != 0;
+    EXPECT_GT(interrupted, 10);
+}
+
+TEST(Interrupt, NoSignalEndsTheProgramWhileItIsHeld) {
+    const auto hold = [] {
+        Interrupt::Install();
+        {
+            const Interrupt::Hold held;
+            std::raise(SIGINT);
+            std::this_thread::sleep_for(std::chrono::milliseconds(2100));  // nobody takes it for the same one
+            for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGUSR1, SIGUSR1}) std::raise(signal);
+            static_cast<void>(!::write(STDERR_FILENO, "done\n", 5));
+        }
+        std::_Exit(0);
+    };
+    EXPECT_EXIT(hold(), testing::KilledBySignal(SIGUSR1), "edited in place.*(\n.*)*done");
 }
 
 TEST_F(TagSafety, WhatOthersWriteMeanwhileIsKept) {
