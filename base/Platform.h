@@ -10,6 +10,10 @@ namespace Platform {
 // The full path of the running executable; empty when the system does not tell.
 XStr ExecutablePath();
 
+// An empty file without a name that lies in memory, as a descriptor that its taker closes; where the system has
+// none such, a temporary one. -1 with errno set.
+int MemoryFile();
+
 // Makes an empty file share the blocks of another, where the file system can; both are descriptors.
 bool ShareContents(int from, int to);
 

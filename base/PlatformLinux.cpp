@@ -7,6 +7,7 @@
 #include <linux/fs.h>
 #include <string>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 #include <vector>
@@ -53,6 +54,8 @@ XStr ExecutablePath() {
     std::error_code error;
     return FromUTF8(std::filesystem::read_symlink("/proc/self/exe", error).native());
 }
+
+int MemoryFile() { return ::memfd_create("w64", MFD_CLOEXEC); }
 
 bool ShareContents(int from, int to) { return ::ioctl(to, FICLONE, from) == 0; }
 

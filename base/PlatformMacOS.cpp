@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <copyfile.h>
+#include <fcntl.h>
 #include <filesystem>
 #include <mach-o/dyld.h>
 #include <unistd.h>
@@ -16,6 +17,16 @@ XStr ExecutablePath() {
     if (_NSGetExecutablePath(path.data(), &size) != 0) return {};
     std::error_code error;
     return FromUTF8(std::filesystem::canonical(path.c_str(), error).native());  // it may be a link
+}
+
+int MemoryFile() {
+    std::error_code error;
+    std::string name = (std::filesystem::temp_directory_path(error) / "w64-XXXXXX").native();
+    const int file = ::mkstemp(name.data());
+    if (file < 0) return -1;
+    ::unlink(name.c_str());
+    ::fcntl(file, F_SETFD, FD_CLOEXEC);
+    return file;
 }
 
 // Files are cloned by their names only, and the copy is open already.

@@ -1,12 +1,15 @@
 #include "host/OwnSettings.h"
 
+#include "base/Platform.h"
+#include "base/XFile.h"
 #include "host/Failure.h"
 #include "settings/XRegistry.h"
 
-#include <vector>
+#include <nlohmann/json.hpp>
 
 namespace {
 
+constexpr const char* kCannotOffer = "cannot hand the tagging options to the decoder";
 constexpr auto kUTF16 = static_cast<uint32_t>(LISTText::UTF16);
 
 uint32_t UserSetting(const wchar_t* name, uint32_t otherwise) {
@@ -14,6 +17,17 @@ uint32_t UserSetting(const wchar_t* name, uint32_t otherwise) {
     const uint32_t value =
         XRegistry::GetDWORD(name, XRegistry::CurrentUser, TaggingOptions::KeyPath, &missing);
     return missing ? otherwise : value;
+}
+
+// The text of a settings store that has these options and nothing else.
+std::string AsStore(const std::map<XStr, uint32_t>& options) {
+    nlohmann::json store;
+    nlohmann::json* key = &store;
+    for (const XStr& name : XRegistry::ImportKeyPath(XRegistry::CurrentUser, TaggingOptions::KeyPath)) {
+        key = &(*key)[ToUTF8(name)];
+    }
+    for (const auto& [name, value] : options) (*key)[ToUTF8(name)] = value;
+    return store.dump();
 }
 
 }  // namespace
@@ -25,24 +39,23 @@ void RequireReadableSettings() {
 }
 
 OwnSettings::OwnSettings()
-    : file_(std::tmpfile()), listText_(UserSetting(TaggingOptions::LISTTextName, kUTF16)) {
-    if (!file_) throw SystemFailure("cannot create a temporary file");
+    : file_(Platform::MemoryFile()), listText_(UserSetting(TaggingOptions::LISTTextName, kUTF16)) {
+    if (file_.Number() < 0) throw SystemFailure(kCannotOffer);
     XStrList names;
     XRegistry::EnumValueNames(names, XRegistry::CurrentUser, TaggingOptions::KeyPath);
-    std::vector<uint32_t> values;
-    for (const XStr& name : names) values.push_back(UserSetting(name.c_str(), 0));
-    XRegistry::SetRegFileLocation(L"/dev/fd/" + std::to_wstring(::fileno(file_.get())), true);
-    for (int i = 0; i < names.Count(); ++i) Set(names[i].c_str(), values[static_cast<size_t>(i)]);
-    Set(TaggingOptions::SafeEditName, 1);
+    for (const XStr& name : names) options_[FoldCase(name)] = UserSetting(name.c_str(), 0);
+    options_[FoldCase(TaggingOptions::SafeEditName)] = 1;
+    XRegistry::SetRegFileLocation(L"/dev/fd/" + std::to_wstring(file_.Number()), true);
     EndEdit();
+    if (UserSetting(TaggingOptions::SafeEditName, 0) != 1) throw Failure(kCannotOffer);
 }
 
-void OwnSettings::BeginEdit() { Set(TaggingOptions::LISTTextName, listText_); }
-
-void OwnSettings::EndEdit() { Set(TaggingOptions::LISTTextName, kUTF16); }
-
-void OwnSettings::Set(const wchar_t* name, uint32_t value) {
-    if (!XRegistry::SetDWORD(value, name, XRegistry::CurrentUser, TaggingOptions::KeyPath)) {
-        throw Failure("cannot hand the tagging options to the decoder");
+void OwnSettings::Offer(uint32_t listText) {
+    options_[FoldCase(TaggingOptions::LISTTextName)] = listText;
+    const std::string text = AsStore(options_);
+    XFile file;
+    file.Open(reinterpret_cast<void*>(intptr_t{file_.Number()}));
+    if (!file.SetFileSize(0) || !file.SetPosition(0) || !file.Write(text.data(), text.size())) {
+        throw SystemFailure(kCannotOffer);
     }
 }

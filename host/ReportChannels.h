@@ -1,36 +1,29 @@
 #pragma once
 
+#include "host/ReportPipe.h"
 #include "plugin/interface/w64_decoder.h"
 
-#include <cstdio>
-#include <memory>
 #include <string>
 #include <vector>
 
-// What a component of the plug-in has to say, caught in unnamed files that vanish with the object.
+// What a component of the plug-in has to say, caught in memory.
 class ReportChannels {
 public:
     // The trace goes on to `traceDescriptor`; 0 for none.
-    explicit ReportChannels(int traceDescriptor);
+    explicit ReportChannels(int traceDescriptor) : traceDescriptor_(traceDescriptor) {}
 
-    STNStdReport Report() const;
+    STNStdReport Report() const { return {error_.Input(), information_.Input(), traceDescriptor_}; }
 
     // The lines so far without line ends and the routine's name in brackets, each text once. A damaged file
     // can repeat itself for ever, so only the beginning is looked at.
-    std::vector<std::string> Errors() const { return Lines(error_.get()); }
-    std::vector<std::string> Notes() const { return Lines(information_.get()); }
+    std::vector<std::string> Errors() const { return Lines(error_.Beginning()); }
+    std::vector<std::string> Notes() const { return Lines(information_.Beginning()); }
 
 private:
-    struct CloseFile {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    using File = std::unique_ptr<std::FILE, CloseFile>;
+    static std::vector<std::string> Lines(std::string text);
 
-    static File Unnamed();
-    static std::vector<std::string> Lines(std::FILE* file);
-
-    File error_;
-    File information_;
+    mutable ReportPipe error_;  // to look at what is in them takes it out of the pipes
+    mutable ReportPipe information_;
     int traceDescriptor_;
 };
 

@@ -43,5 +43,7 @@ void Wave64Writer::Finish() {
 }
 
 void Wave64Writer::Check(bool done) const {
-    if (!done) throw Failure(JoinLines(channels_.Errors()));
+    if (done) return;
+    const std::vector<std::string> errors = channels_.Errors();
+    throw Failure(errors.empty() ? "cannot write the file" : JoinLines(errors));
 }

@@ -52,6 +52,22 @@ TEST_F(Damage, IsAnErrorUnlessSalvageKeepsEveryWholeFrame) {
     shop.ExpectRefused({{"info a.w64", 1, "cut off, 59,000 bytes are missing"}});
 }
 
+// Reports and settings are kept in memory.
+TEST_F(Damage, IsToldWithoutRoomForTemporaryFiles) {
+    shop.Write("a.w64", File(kDataAt + 600, {}));
+    const char* const decode = "w64 decode a.w64 -o - --format raw 2>&1 >/dev/null; echo exit $?";
+    const std::string told = shop.Run(decode).output;
+    EXPECT_PRED_FORMAT2(IsSubstring, "--salvage keeps what it still holds\nexit 1\n", told);
+    EXPECT_EQ(shop.Run(std::string("(ulimit -f 0; ") + decode + ") | cat").output, told);
+
+    if (shop.Run("unshare -m true").status != 0) GTEST_SKIP() << "no file systems can be mounted here";
+    const std::string noTemp = "unshare -m sh -c 'mount -t tmpfs -o ro none /tmp; ";
+    EXPECT_EQ(shop.Run(noTemp + decode + "'").output, told);
+    shop.Write("b.w64", File({}, {}));
+    shop.Do(noTemp +
+            "w64 tags set b.w64 Title=x --in-place && w64 tags b.w64 && w64 info b.w64 && w64 options'");
+}
+
 TEST_F(Damage, WhatOnlyLooksOddIsDecoded) {
     const Bytes good = File({}, {});
     const std::pair<Bytes, size_t> cases[] = {
