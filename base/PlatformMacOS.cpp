@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <copyfile.h>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <mach-o/dyld.h>
