@@ -62,7 +62,7 @@ void MP3Decoder::FillAudioInfo(STKvOpenDecoder& open) {
     open.AudioInfo.LengthBytes = static_cast<int64_t>(static_cast<double>(stream_.StoredBytes()) * part);
 }
 
-bool MP3Decoder::Close(STKvEncoderFluid&) {
+bool MP3Decoder::Close(STKvEncoderFluid*) {
     StdReport::WriteDEBUG(L"->->", report_, "Close", true);
     stream_.Close();
     file_.Close();

@@ -19,7 +19,7 @@ public:
     explicit MP3Decoder(const STNStdReport& report) : report_(report), stream_(report) {}
 
     bool Open(STKvOpenDecoder& open) override;
-    bool Close(STKvEncoderFluid& fluid) override;
+    bool Close(STKvEncoderFluid* fluid) override;
     bool DecodeBlock(STKvAudioBlock& block) override;
 
     // From the start of the range. Of packets it tells where the next one, which continues none, belongs.

@@ -62,7 +62,7 @@ void clDecoder::ReadTagsAndProperties(STKvOpenDecoder& open) {
     }
 }
 
-bool clDecoder::Close(STKvEncoderFluid& fluid) {
+bool clDecoder::Close(STKvEncoderFluid* fluid) {
     StdReport::WriteDEBUG(L"->->", report_, "Close", true);
     engine_.Close(fluid);
     file_.Close();
@@ -130,7 +130,7 @@ bool clDecoder::DeleteATag(const wchar_t* fileName, const wchar_t* names) {
     const bool deleteAll = !names || names[0] == L'\0';
     XStrList list;
     if (!deleteAll) list.SetFromPackedCharArray(names, L'\0', kMostCharacters);
-    const bool done = clWaveDecoder::DeleteTags(fileName, list, deleteAll, report_);
+    const bool done = clWaveDecoder::DeleteTags(fileName ? fileName : L"", list, deleteAll, report_);
     StdReport::WriteDEBUG(L"<-<-", report_, "DeleteATag", true);
     return done;
 }

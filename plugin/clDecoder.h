@@ -14,7 +14,7 @@ public:
     explicit clDecoder(const STNStdReport& report) : engine_(report), report_(report) {}
 
     bool Open(STKvOpenDecoder& open) override;
-    bool Close(STKvEncoderFluid& fluid) override;
+    bool Close(STKvEncoderFluid* fluid) override;
     bool DecodeBlock(STKvAudioBlock& block) override { return engine_.DecodeBlock(block); }
     bool SetPosition(int64_t frame) override;
     bool Get(const wchar_t* key, STKvCodecGetSet& record) override;

@@ -14,13 +14,13 @@ public:
     virtual ~KvDecoder() = default;
 
     virtual bool Open(STKvOpenDecoder& open) = 0;
-    virtual bool Close(STKvEncoderFluid& fluid) = 0;
+    virtual bool Close(STKvEncoderFluid* fluid) = 0;  // passed on, may be null
     virtual bool DecodeBlock(STKvAudioBlock& block) = 0;
     virtual bool SetPosition(int64_t frame) = 0;
     virtual bool Get(const wchar_t* key, STKvCodecGetSet& record) = 0;
     virtual bool Set(const wchar_t* key, const STKvCodecGetSet& record) = 0;
 
-    // Names each end in NUL, an empty one ends the list; no names mean all tags.
+    // Names each end in NUL, an empty one ends the list; no names mean all tags. The file name may be null too.
     virtual bool DeleteATag(const wchar_t* fileName, const wchar_t* names) = 0;
 
     virtual const STNStdReport& Report() const = 0;

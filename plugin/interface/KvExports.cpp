@@ -49,7 +49,7 @@ KV_EXPORT int32_t Open(void* handle, STKvOpenDecoder* open) {
 }
 
 KV_EXPORT int32_t Close(void* handle, STKvEncoderFluid* fluid) {
-    return Forward(handle, "Close", [=](KvDecoder& decoder) { return fluid && decoder.Close(*fluid); });
+    return Forward(handle, "Close", [=](KvDecoder& decoder) { return decoder.Close(fluid); });
 }
 
 KV_EXPORT int32_t DecodeBlock(void* handle, STKvAudioBlock* block) {
@@ -73,7 +73,7 @@ KV_EXPORT int32_t Set(void* handle, const wchar_t* key, STKvCodecGetSet* record)
 
 KV_EXPORT int32_t DeleteATag(void* handle, const wchar_t* file, const wchar_t* names) {
     return Forward(handle, "DeleteATag",
-                   [=](KvDecoder& decoder) { return file && decoder.DeleteATag(file, names); });
+                   [=](KvDecoder& decoder) { return decoder.DeleteATag(file, names); });
 }
 
 // What a host casts the names to.

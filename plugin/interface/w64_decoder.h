@@ -149,7 +149,7 @@ typedef struct STKvCodecGetSet {
     void* TagData;        /* [in] a packed tag block as kvOpenTags gives it, left unchanged */
 } STKvCodecGetSet;
 
-/* Opaque; a decoder only passes it on. A host gives Close the address of some zeroed bytes, never null. */
+/* Opaque; a decoder only passes it on. A host gives Close the address of some zeroed bytes, or null. */
 typedef struct STKvEncoderFluid STKvEncoderFluid;
 
 #pragma pack(pop)

@@ -196,7 +196,9 @@ TEST_F(TagsOfFile, NeedAFileAndABlock) {
     EXPECT_EQ(write(name.c_str(), none.data(), 4), 1);  // no tags, and nobody looks for the file
     EXPECT_EQ(host->capture.Errors(), "");
     ExpectRefusals(cannotOpen);
-    EXPECT_EQ(Plugin().DeleteATag(host->handle, nullptr, nullptr), 0);
+    EXPECT_EQ(Plugin().DeleteATag(host.emplace().handle, nullptr, nullptr), 0);
+    EXPECT_EQ(host->capture.Errors(),
+              "Error opening file '' check no other program has it open.  [IDTagWriter]\r\n");
     EXPECT_FALSE(std::filesystem::exists(path));
 
     Reset({});  // an empty file is as good as one without chunks

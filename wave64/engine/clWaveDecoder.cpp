@@ -27,12 +27,12 @@ bool clWaveDecoder::Initialize(void* fileHandle, const STNStdReport& report, int
     return chunks_.Initialize(fileHandle, report);
 }
 
-void clWaveDecoder::Close(STKvEncoderFluid& fluid) {
+void clWaveDecoder::Close(STKvEncoderFluid* fluid) {
     StdReport::WriteDEBUG(L"->->", report_, "Close", true);
     chunks_.Destroy();
     file_.Close();
     ForgetPendingOutput();
-    if (external_) subDecoder_.Close(&fluid);
+    if (external_) subDecoder_.Close(fluid);
     StdReport::WriteDEBUG(L"<-<-", report_, "Close", true);
 }
 

@@ -28,7 +28,7 @@ public:
     // the end of the data, for packets also where that is within a block.
     [[nodiscard]] bool Initialize(void* fileHandle, const STNStdReport& report, int64_t rangeStart,
                                   int64_t rangeEnd);
-    void Close(STKvEncoderFluid& fluid);
+    void Close(STKvEncoderFluid* fluid);
 
     // The format record and the positions of the audio; reads once.
     [[nodiscard]] bool PullOutFMTnDATA();
