@@ -1,12 +1,15 @@
 #include "base/XFile.h"
 
+#include "base/Platform.h"
 #include "base/Saturating.h"
 #include "base/XStr.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -29,8 +32,7 @@ constexpr Opening kOpenings[] = {
     {O_RDWR, LOCK_EX | LOCK_NB, 0},
     {O_RDWR | O_CREAT | O_EXCL, LOCK_EX | LOCK_NB, 0666},
     {O_RDWR | O_CREAT | O_EXCL, LOCK_EX | LOCK_NB, 0600},
-    {O_RDONLY, LOCK_SH, 0},
-    {O_RDWR | O_CREAT, LOCK_EX, 0600},
+    {O_RDWR | O_CREAT, LOCK_EX | LOCK_NB, 0600},
 };
 
 int OpenDescriptor(const char* path, const Opening& how) {
@@ -54,6 +56,15 @@ bool Lock(int descriptor, int operation) {
         result = ::flock(descriptor, operation);
     } while (result != 0 && errno == EINTR);
     return result == 0 || errno != EWOULDBLOCK;
+}
+
+// A new name ought to survive a power cut; the file itself is safe either way.
+void SyncFolder(const std::filesystem::path& folder) {
+    const char* path = folder.empty() ? "." : folder.c_str();
+    const int descriptor = ::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return;
+    ::fsync(descriptor);
+    ::close(descriptor);
 }
 
 }  // namespace
@@ -145,6 +156,29 @@ bool XFile::Shuffle(int64_t position, int64_t delta, bool zeroFill) {
     if (delta < 0) return MoveTowardsStart(position, size, delta) && SetFileSize(newSize);
     return Extend(newSize) && MoveTowardsEnd(position, size, delta) &&
            (!zeroFill || FillWithZeros(position, delta)) && SetFileSize(newSize);
+}
+
+bool XFile::IsAt(std::wstring_view path) const {
+    struct stat opened {};
+    struct stat named {};
+    return ::fstat(descriptor_, &opened) == 0 && ::stat(ToUTF8(path).c_str(), &named) == 0 &&
+           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+// The mode comes after the owner, as a change of the owner takes bits of it.
+bool XFile::TakeAttributes(const XFile& from) {
+    struct stat status {};
+    return ::fstat(from.descriptor_, &status) == 0 &&
+           ::fchown(descriptor_, status.st_uid, status.st_gid) == 0 &&
+           ::fchmod(descriptor_, status.st_mode & 07777) == 0 &&
+           Platform::CopyAttributes(from.descriptor_, descriptor_);
+}
+
+bool XFile::MoveOver(std::wstring_view name, std::wstring_view path) {
+    const std::string target = ToUTF8(path);
+    if (::fsync(descriptor_) != 0 || ::rename(ToUTF8(name).c_str(), target.c_str()) != 0) return false;
+    SyncFolder(std::filesystem::path(target).parent_path());
+    return true;
 }
 
 // From the end backwards, so that nothing is written over before it has been read.

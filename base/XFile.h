@@ -12,12 +12,11 @@
 class XFile {
 public:
     enum class Access {
-        Read,           // an existing file, under a shared lock
-        ReadWrite,      // an existing file, under an exclusive lock
-        CreateNew,      // as ReadWrite, for a file that must not exist yet
-        CreatePrivate,  // as CreateNew, for its owner alone
-        WaitToRead,     // as Read, waiting for another holder
-        WaitToUpdate,   // as ReadWrite, waiting likewise; a missing file is made, for its owner alone
+        Read,               // an existing file, under a shared lock
+        ReadWrite,          // an existing file, under an exclusive lock
+        CreateNew,          // as ReadWrite, for a file that must not exist yet
+        CreatePrivate,      // as CreateNew, for its owner alone
+        ReadWriteOrCreate,  // as ReadWrite; a missing file is made, for its owner alone
     };
 
     XFile() = default;
@@ -25,9 +24,9 @@ public:
     XFile& operator=(const XFile&) = delete;
     ~XFile() { Close(); }
 
-    // What was open before is closed on success and kept on failure. Locks are advisory and, unless the access
-    // says so, not waited for: where another holder is in the way the open fails; a file system without locks
-    // is accepted. Only regular files are opened.
+    // What was open before is closed on success and kept on failure. Locks are advisory and not waited for: where
+    // another holder is in the way the open fails; a file system without locks is accepted. Only regular files
+    // are opened.
     [[nodiscard]] bool Open(std::wstring_view path, Access access);
 
     // Attaches to an open file without owning it.
@@ -55,6 +54,15 @@ public:
     // Nothing happens for a delta of 0 or a negative position. Room is taken before anything moves; a failure
     // after that stops the move where it is.
     [[nodiscard]] bool Shuffle(int64_t position, int64_t delta, bool zeroFill);
+
+    // Whether the path names this very file, and not another that has taken its place.
+    bool IsAt(std::wstring_view path) const;
+
+    // Takes owner, mode and extended attributes from another file.
+    [[nodiscard]] bool TakeAttributes(const XFile& from);
+
+    // Renames the file over what is at `path`, in the same folder, once its contents are on the disk.
+    [[nodiscard]] bool MoveOver(std::wstring_view name, std::wstring_view path);
 
 private:
     [[nodiscard]] bool MoveBlock(int64_t from, int64_t to, std::span<std::byte> block);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/XStr.h"
 #include "host/Descriptor.h"
+#include "settings/XJSON.h"
 #include "tags/TaggingOptions.h"
 
 #include <cstdint>
@@ -26,6 +26,6 @@ private:
     void Offer(uint32_t listText);
 
     Descriptor file_;
-    std::map<XStr, uint32_t> options_;
-    uint32_t listText_;  // as the user has chosen
+    std::unique_ptr<XJSON::Object> root_;  // what is written to it
+    uint32_t listText_;                    // as the user has chosen
 };

@@ -210,9 +210,10 @@ extern const Boolean& EmptyBoolean;
 
 // The first value of a text, which is shorter than 2^30 characters; what follows it is not looked at. Null
 // where the text ends too early for a value to be told, Error where it does not read as one. A number that
-// needs more than 64 bits becomes a Null. The position is left after the value.
+// needs more than 64 bits becomes a Null. The position is left after the value. `lossy`, where given, tells that
+// the value says less than the text: there was such a number, or an escape that is not known.
 AnyPtr Parse(std::wstring_view text);
-AnyPtr Parse(std::wstring_view text, int& position);
+AnyPtr Parse(std::wstring_view text, int& position, bool* lossy = nullptr);
 
 bool IsSpacing(wchar_t c);
 bool IsDigit(wchar_t c);
@@ -227,6 +228,7 @@ void AppendEnquoted(XStr& out, std::wstring_view text);
 
 // An escape that is not known vanishes; \u stands for one character, even where that is half a surrogate pair.
 XStr UnEscape(std::wstring_view text);
+XStr UnEscape(std::wstring_view text, bool& lossy);  // set where an escape vanishes or is cut short
 
 // The same of what is between the double quotes around the text.
 XStr UnEscapeUnQuote(std::wstring_view text);

@@ -13,6 +13,7 @@ public:
     Parser(std::wstring_view text, int& position) : text_(text), position_(position) {}
 
     AnyPtr Any();
+    bool IsLossy() const { return lossy_; }
 
 private:
     AnyPtr OneString();
@@ -38,6 +39,7 @@ private:
     std::wstring_view text_;
     int& position_;
     int depth_ = 0;
+    bool lossy_ = false;
 };
 
 AnyPtr Parser::Any() {
@@ -66,7 +68,8 @@ AnyPtr Parser::OneString() {
         if (c == L'\\') ++position_;
         if (c != L'"') continue;
         const auto length = static_cast<size_t>(position_++ - begin);
-        return std::make_unique<String>(UnEscape(text_.substr(static_cast<size_t>(begin) - 1, length)));
+        return std::make_unique<String>(
+            UnEscape(text_.substr(static_cast<size_t>(begin) - 1, length), lossy_));
     }
     throw Error("!\"Should not get here! Premature end-of-string\"");
 }
@@ -84,7 +87,10 @@ AnyPtr Parser::OneNumber() {
         value = next;
     }
     const uint64_t most = negative ? uint64_t{1} << 63 : INT64_MAX;
-    if (position_ == begin || !fits || value > most) return std::make_unique<Null>();
+    if (position_ == begin || !fits || value > most) {
+        lossy_ = true;
+        return std::make_unique<Null>();
+    }
     return std::make_unique<Number>(static_cast<int64_t>(negative ? 0 - value : value));
 }
 
@@ -123,9 +129,12 @@ AnyPtr Parse(std::wstring_view text) {
     return Parse(text, position);
 }
 
-AnyPtr Parse(std::wstring_view text, int& position) {
+AnyPtr Parse(std::wstring_view text, int& position, bool* lossy) {
     if (text.size() >= kMostText) throw Error("text.size() < kMostText");
-    return Parser(text, position).Any();
+    Parser parser(text, position);
+    AnyPtr value = parser.Any();
+    if (lossy) *lossy = parser.IsLossy();
+    return value;
 }
 
 }  // namespace XJSON

@@ -76,6 +76,11 @@ XStr Escape(std::wstring_view text) {
 }
 
 XStr UnEscape(std::wstring_view text) {
+    bool lossy = false;
+    return UnEscape(text, lossy);
+}
+
+XStr UnEscape(std::wstring_view text, bool& lossy) {
     XStr out;
     for (;;) {
         const size_t run = std::min(text.find(L'\\'), text.size());
@@ -85,9 +90,13 @@ XStr UnEscape(std::wstring_view text) {
         text.remove_prefix(run + 2);
         const auto found = std::ranges::find(kEscapeLetters, letter, &EscapeLetter::letter);
         if (letter == L'u' || letter == L'U') {
+            const size_t left = text.size();
             out += static_cast<wchar_t>(GetHex(text));
+            lossy |= left - text.size() < 4;
         } else if (found != std::end(kEscapeLetters)) {
             out += found->character;
+        } else {
+            lossy = true;
         }
     }
 }

@@ -1,11 +1,11 @@
 #include "settings/XRegistry.h"
 
+#include "settings/XRegistryFile.h"
 #include "settings/XRegistryScopes.h"
 #include "settings/XRegistryTransaction.h"
 #include "settings/XRegistryTree.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <mutex>
 
 struct XRegistryMainKey {
@@ -18,7 +18,6 @@ using MainKey = XRegistry::MainKey;
 
 constexpr XRegistryMainKey kCurrentUser{L"HKCU"};
 
-constexpr const char* kLocationVariable = "XCLASS_XREGISTRY_LOCATION";
 constexpr wchar_t kSeparator = L'\\';
 
 struct Defaults {
@@ -26,7 +25,6 @@ struct Defaults {
     XStr keyPath;
 };
 
-// The defaults and our use of the environment, which the system does not guard.
 std::mutex& Mutex() {
     static std::mutex mutex;
     return mutex;
@@ -35,11 +33,6 @@ std::mutex& Mutex() {
 Defaults& TheDefaults() {
     static Defaults defaults;
     return defaults;
-}
-
-XStr HomeFolder() {
-    const char* home = std::getenv("HOME");
-    return home ? FromUTF8(home) : XStr();
 }
 
 template <class Convert>
@@ -73,25 +66,14 @@ void XRegistry::SetDefault(MainKey mainKey, const wchar_t* keyPath) {
     TheDefaults() = {mainKey, keyPath ? keyPath : L""};
 }
 
-XStr XRegistry::RegFileLocation() {
-    const std::lock_guard lock(Mutex());
-    const char* given = std::getenv(kLocationVariable);
-    XStr location = given ? FromUTF8(given) : L"~/.XRegistry";
-    if (location != L"~" && !location.starts_with(L"~/")) return location;
-    const XStr home = HomeFolder();
-    return home.empty() ? XStr() : home + location.substr(1);
-}
+XStr XRegistry::RegFileLocation() { return XRegistryFile::Location(); }
 
-bool XRegistry::IsRegFileLocationSet() {
-    const std::lock_guard lock(Mutex());
-    return std::getenv(kLocationVariable) != nullptr;
-}
+bool XRegistry::IsRegFileLocationSet() { return XRegistryFile::IsLocationSet(); }
 
-bool XRegistry::IsFileReadable() { return IsSettingsFileReadable(); }
+bool XRegistry::IsFileReadable() { return sharedRegReadScope().IsUsable(); }
 
 void XRegistry::SetRegFileLocation(const XStr& path, bool overwrite) {
-    const std::lock_guard lock(Mutex());
-    ::setenv(kLocationVariable, ToUTF8(path).c_str(), overwrite);
+    XRegistryFile::SetLocation(path, overwrite);
 }
 
 uint32_t XRegistry::GetDWORD(const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath,

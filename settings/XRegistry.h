@@ -15,9 +15,11 @@ struct XRegistryMainKey;
 //          Where either is null its default is taken. Case is ignored.
 // Reading: a value that is not there, or is of another type, reads as 0 or as nothing; `missing`, where given,
 //          tells. A file that cannot be opened or is malformed reads as if it were empty.
-// Writing: each call reads, changes and writes the file, and waits for others that do the same; a missing file
-//          is created for its owner alone. False when the file cannot be opened or written or is malformed: it
-//          is then as it was. Use an XRegistryTransaction for several changes at once.
+// Writing: each call reads the file, puts a changed one in its place, and waits for others that do the same, but
+//          not longer than five seconds; a missing file is created for its owner alone where a value is set.
+//          False when the file cannot be opened or written, is malformed, or holds what would be lost (a number
+//          of more than 64 bits, half a surrogate pair, an unknown escape): it is then as it was. Use an
+//          XRegistryTransaction for several changes at once.
 // Threads: all calls are safe from all threads. Nothing is thrown but std::bad_alloc.
 class XRegistry {
 public:

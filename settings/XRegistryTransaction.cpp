@@ -4,6 +4,8 @@
 #include "settings/XRegistryScopes.h"
 #include "settings/XRegistryTree.h"
 
+#include <algorithm>
+
 using Operation = STRegistryTransactionEntry::Operation;
 
 namespace {
@@ -104,7 +106,9 @@ void XRegistryTransaction::CopyKey(MainKey fromMainKey, const wchar_t* fromKeyPa
 
 bool XRegistryTransaction::Commit() {
     if (entries_.empty()) return true;
-    regWriteScope scope;
+    const auto sets = [](const auto& entry) { return entry.operation == Operation::SetValue; };
+    regWriteScope scope(
+        std::ranges::any_of(entries_, sets));  // there is nothing to delete or copy in no file
     if (!scope.Root()) return false;
     try {
         bool changed = false;

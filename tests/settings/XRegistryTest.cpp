@@ -5,7 +5,9 @@
 #include "settings/XRegistryTransaction.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -88,6 +90,8 @@ TEST_F(Registry, WithoutAFileEverythingIsMissingAndAChangeMakesOneForItsOwner) {
     EXPECT_EQ(XRegistry::GetDWORD(L"Wave64LISTPos", kUser, kPath), 0u);
     EXPECT_EQ(Get(L"Wave64LISTPos"), -1);
     EXPECT_EQ(KeysOf(L""), L"(none)");
+    EXPECT_TRUE(XRegistry::DeleteVal(L"v", kUser, kPath) && XRegistry::DeleteKeyAndSubKeys(kUser, kPath));
+    EXPECT_TRUE(XRegistry::IsFileReadable());
     EXPECT_FALSE(std::filesystem::exists(file));
     const mode_t before = ::umask(0);
     EXPECT_TRUE(Set(1, L"v"));
@@ -134,18 +138,18 @@ TEST_F(Registry, KeepsEveryTypeForOtherProcesses) {
 }
 
 TEST_F(Registry, ProcessesAndThreadsLoseNothingOfEachOther) {
-    const pid_t child = StartProcess([] { return SetMany(L"child", 150); });
-    EXPECT_TRUE(SetMany(L"parent", 150));
+    const pid_t child = StartProcess([] { return SetMany(L"child", 40); });
+    EXPECT_TRUE(SetMany(L"parent", 40));
     EXPECT_TRUE(Succeeds(child));
-    std::thread writer([] { EXPECT_TRUE(SetMany(L"thread", 50)); });
+    std::thread writer([] { EXPECT_TRUE(SetMany(L"thread", 10)); });
     std::thread reader([] {
         for (int i = 0; i < 50; ++i) EXPECT_TRUE(HaveMany(L"parent", 3));
     });
-    EXPECT_TRUE(SetMany(L"main", 50));
+    EXPECT_TRUE(SetMany(L"main", 10));
     writer.join();
     reader.join();
-    EXPECT_TRUE(HaveMany(L"child", 150) && HaveMany(L"parent", 150));
-    EXPECT_TRUE(HaveMany(L"thread", 50) && HaveMany(L"main", 50));
+    EXPECT_TRUE(HaveMany(L"child", 40) && HaveMany(L"parent", 40));
+    EXPECT_TRUE(HaveMany(L"thread", 10) && HaveMany(L"main", 10));
 }
 
 TEST_F(Registry, SeesEveryChangeOfTheFileAndOfItsLocation) {
@@ -176,6 +180,17 @@ TEST_F(Registry, LeavesAMalformedFileAlone) {
         EXPECT_EQ(Get(L"v", L""), -1);
         EXPECT_FALSE(XRegistry::SetDWORD(1, L"v", kUser, kPath));
         EXPECT_FALSE(XRegistry::DeleteVal(L"v", kUser, kPath));
+        EXPECT_FALSE(XRegistry::IsFileReadable());
+        EXPECT_EQ(Text(), text);
+    }
+    // These can be read, but not all of it could be written again.
+    for (const char* value :
+         {"18446744073709551615", "-9223372036854775809", "\"\\ud83d\"", "\"C:\\Users\""}) {
+        const std::string text = std::string("{\"HKCU\":{\"v\":1,\"w\":") + value + "}}";
+        Put(text);
+        EXPECT_EQ(Get(L"v", L""), 1);
+        EXPECT_TRUE(XRegistry::IsFileReadable());
+        EXPECT_FALSE(XRegistry::SetDWORD(2, L"v", kUser, L"")) << value;
         EXPECT_EQ(Text(), text);
     }
     Put("{\"HKCU\":{\"w\":\"\\ud83d\\ude00\"}}");
@@ -211,19 +226,55 @@ TEST_F(Registry, FailsWhereThereIsNoFileToWrite) {
     ::setenv("HOME", home.c_str(), 1);
 }
 
-TEST_F(Registry, PutsTheOldTextBackWhenAWriteFailsHalfWay) {
+TEST_F(Registry, AWriteThatIsCutShortLeavesTheOldSettingsAndNothingInTheWay) {
     ASSERT_TRUE(XRegistry::SetString(XStr(3000, L'x'), L"old", kUser, L""));
     const std::string text = Text();
-    EXPECT_TRUE(Succeeds(StartProcess([] {
+    std::ifstream before(file);
+    const auto write = [](auto whenTooLarge) {
         const rlimit limit{4096, 4096};
-        std::signal(SIGXFSZ, SIG_IGN);
+        std::signal(SIGXFSZ, whenTooLarge);
         ::setrlimit(RLIMIT_FSIZE, &limit);
-        return !XRegistry::SetString(XStr(8000, L'y'), L"old", kUser, L"") &&
-               XRegistry::GetString(L"old", kUser, L"") == XStr(3000, L'x');
-    })));
+        return XRegistry::SetString(XStr(8000, L'y'), L"old", kUser, L"");
+    };
+    EXPECT_TRUE(Succeeds(StartProcess([&] { return !write(SIG_IGN); })));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
+    EXPECT_FALSE(Succeeds(StartProcess([&] { return write(SIG_DFL); })));  // killed
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 2);
     EXPECT_EQ(Text(), text);
-    ASSERT_TRUE(XRegistry::SetString(L"", L"old", kUser, L""));  // a shorter text leaves no rest behind
+    ASSERT_TRUE(XRegistry::SetString(L"", L"old", kUser, L""));
     EXPECT_EQ(Text(), "{\n    \"HKCU\":{\n        \"old\":\"\"\n    }\n}");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
+    EXPECT_EQ((std::string{std::istreambuf_iterator<char>(before), {}}), text);  // not written over
+}
+
+TEST_F(Registry, AWriteFollowsLinksAndKeepsTheMode) {
+    const auto target = folder.Write("target", {});
+    std::filesystem::permissions(target, std::filesystem::perms(0640));
+    std::filesystem::create_symlink("target", file);
+    EXPECT_TRUE(Set(1, L"v"));
+    EXPECT_TRUE(std::filesystem::is_symlink(file));
+    EXPECT_EQ(std::filesystem::status(target).permissions(), std::filesystem::perms(0640));
+    EXPECT_EQ(Get(L"v"), 1);
+}
+
+TEST_F(Registry, WaitsForALockButNotForEver) {
+    ASSERT_TRUE(Set(1, L"v"));
+    const int holder = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(holder, LOCK_EX), 0);
+    std::thread writer([] { EXPECT_TRUE(Set(3, L"w", L"")); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    std::filesystem::rename(folder.Write("other", {'{', '}'}), file);
+    ::close(holder);
+    writer.join();
+    EXPECT_EQ(Text(), "{\n    \"HKCU\":{\n        \"w\":3\n    }\n}");
+
+    const int other = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(other, LOCK_EX), 0);
+    std::thread late([] { EXPECT_FALSE(Set(4, L"w", L"")); });
+    EXPECT_FALSE(XRegistry::IsFileReadable());
+    late.join();
+    ::close(other);
+    EXPECT_EQ(Get(L"w", L""), 3);
 }
 
 TEST_F(Registry, AValueAndASubkeyShareANameAndGoOnTheirOwn) {
