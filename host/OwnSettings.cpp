@@ -7,7 +7,6 @@
 #include "settings/XRegistryScopes.h"
 #include "settings/XRegistryTree.h"
 
-
 namespace {
 
 constexpr const char* kCannotOffer = "cannot hand the tagging options to the decoder";
@@ -55,6 +54,5 @@ void OwnSettings::Offer(uint32_t listText) {
     file.Open(reinterpret_cast<void*>(intptr_t{file_.Number()}));
     if (!file.SetFileSize(0) || !file.SetPosition(0) || !file.Write(text.data(), text.size())) {
         throw SystemFailure(kCannotOffer);
-    }
     }
 }

@@ -5,7 +5,7 @@
 #include "tags/TaggingOptions.h"
 
 #include <cstdint>
-#include <map>
+#include <memory>
 
 // Errors: Failure when there is a settings file of the user that cannot be read.
 void RequireReadableSettings();
@@ -27,5 +27,5 @@ private:
 
     Descriptor file_;
     std::unique_ptr<XJSON::Object> root_;  // what is written to it
-    uint32_t listText_;                    // as the user has chosen
+    uint32_t listText_ = 0;                // as the user has chosen
 };

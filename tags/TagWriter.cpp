@@ -2,6 +2,7 @@
 
 #include "base/LittleEndian.h"
 #include "plugin/interface/StdReport.h"
+#include "settings/XRegistry.h"
 #include "tags/clRIFFSUMMARYLISTChunk.h"
 
 #include <algorithm>
@@ -11,6 +12,10 @@
 bool TagWriter::Edit(const XStr& fileName, TagEdit edit, NTag& tags) {
     if (!OpenFile(fileName)) return false;
     options_ = TaggingOptions::Read();
+    if (!options_.usable) {
+        return Fail(L"Error the file is left as it is, the settings in '" + XRegistry::RegFileLocation() +
+                    L"' cannot be read; mend or delete them.");
+    }
     const bool safe = options_.rules.safe;
     chunks_.SetRules(options_.rules);
     if (!chunks_.Initialize(file_.Handle(), report_)) return !safe;

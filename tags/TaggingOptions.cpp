@@ -1,12 +1,10 @@
 #include "tags/TaggingOptions.h"
 
 #include "settings/XRegistry.h"
+#include "settings/XRegistryScopes.h"
+#include "settings/XRegistryTree.h"
 
 namespace {
-
-uint32_t Setting(const wchar_t* name) {
-    return XRegistry::GetDWORD(name, XRegistry::CurrentUser, TaggingOptions::KeyPath);
-}
 
 int PaddingBytes(uint32_t setting) {
     switch (setting) {
@@ -30,14 +28,21 @@ LISTText TextForm(uint32_t setting) {
 }  // namespace
 
 TaggingOptions TaggingOptions::Read() {
+    const std::vector<XStr> key = XRegistry::ImportKeyPath(XRegistry::CurrentUser, KeyPath);
+    const sharedRegReadScope settings;
+    const auto setting = [&](const wchar_t* name) {
+        const XJSON::AnyType* value = XRegistryTree::FindValue(settings.Root(), key, name);
+        return static_cast<uint32_t>(XRegistryTree::ToInteger(value, nullptr));
+    };
     TaggingOptions options;
-    options.createsLists = Setting(L"Wave64TagDefault") <= 1;
-    options.listBeforeAudio = Setting(L"Wave64LISTPos") != 0;
-    options.albumOption = static_cast<int>(Setting(L"Wave64LISTAlbum"));
-    options.trackOption = static_cast<int>(Setting(L"Wave64LISTTrack"));
-    options.paddingMode = static_cast<int>(Setting(L"Wave64LISTPadding"));
-    options.paddingSize = PaddingBytes(Setting(L"Wave64LISTPaddingSize"));
-    options.rules.safe = Setting(SafeEditName) == 1;
-    options.rules.text = TextForm(Setting(LISTTextName));
+    options.usable = settings.IsUsable();
+    options.createsLists = setting(L"Wave64TagDefault") <= 1;
+    options.listBeforeAudio = setting(L"Wave64LISTPos") != 0;
+    options.albumOption = static_cast<int>(setting(L"Wave64LISTAlbum"));
+    options.trackOption = static_cast<int>(setting(L"Wave64LISTTrack"));
+    options.paddingMode = static_cast<int>(setting(L"Wave64LISTPadding"));
+    options.paddingSize = PaddingBytes(setting(L"Wave64LISTPaddingSize"));
+    options.rules.safe = setting(SafeEditName) == 1;
+    options.rules.text = TextForm(setting(LISTTextName));
     return options;
 }

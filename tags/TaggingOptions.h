@@ -11,8 +11,12 @@ struct TaggingOptions {
     static constexpr const wchar_t* SafeEditName = L"Wave64SafeEdit";
     static constexpr const wchar_t* LISTTextName = L"Wave64LISTText";
 
-    // As they are set at this moment.
+    // As they are set at this moment, all from one reading of the settings.
     static TaggingOptions Read();
+
+    // False where the settings are there but cannot be read, or not to their end: what was chosen is not known,
+    // and nothing is to be edited.
+    bool usable = true;
 
     bool createsLists = true;      // a file without a summary list gets one
     bool listBeforeAudio = false;  // a new one; else it goes to the end

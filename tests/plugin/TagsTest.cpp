@@ -211,6 +211,28 @@ TEST_F(TagsOfFile, NeedAFileAndABlock) {
     EXPECT_NE(host->capture.Trace().find(opened), std::string::npos);
 }
 
+TEST_F(TagsOfFile, StayWhereTheSettingsCannotBeRead) {
+    Reset(FileOf("fmt data:9 half:INAM=Hello"));
+    SetOptions("SafeEdit=1");
+    std::string text = ReadText(settings);
+    const std::string reason = "Error the file is left as it is, the settings in '" + settings.string() +
+                               "' cannot be read; mend or delete them.  [IDTagWriter]\r\n";
+    const auto expectRefusals = [&] {
+        ExpectRefusals(reason);
+        EXPECT_EQ(host->capture.Errors(), reason);  // and nothing else
+        EXPECT_FALSE(Read().empty());
+        EXPECT_EQ(host->capture.Errors(), "");
+    };
+    std::filesystem::resize_file(settings, text.size() - 3);
+    expectRefusals();
+    text.insert(text.find_last_of('1') + 1, ",");
+    folder.Write("settings", {text.begin(), text.end()});
+    expectRefusals();
+    std::filesystem::remove(settings);
+    std::filesystem::create_directory(settings);  // cannot be opened
+    expectRefusals();
+}
+
 TEST_F(TagsOfFile, StayWhileSomebodyElseHasTheFile) {
     Reset(FileOf("fmt data:9 half:INAM=Hello"));
     SetOptions("");
