@@ -79,14 +79,14 @@ protected:
 
     // "LISTPos=1 SafeEdit=1"; what is not named is not set.
     void SetOptions(const std::string& options) const {
-        std::filesystem::remove(settings);
+        std::string store = R"({"HKCU":{"Software":{"Quillomere":{"Korvastune":{"Tagging":{)";
         std::istringstream parts(options);
-        for (std::string option; parts >> option;) {
-            const XStr key = L"Wave64" + FromUTF8(option.substr(0, option.find('=')));
-            const auto value = static_cast<uint32_t>(option.back() - '0');
-            ASSERT_TRUE(XRegistry::SetDWORD(value, key.c_str(), XRegistry::CurrentUser,
-                                            L"Software\\Quillomere\\Korvastune\\Tagging"));
+        for (std::string option; parts >> option; store += ',') {
+            store += "\"Wave64" + option.substr(0, option.find('=')) + "\":" + option.back();
         }
+        if (store.back() == ',') store.pop_back();
+        store += "}}}}}}";
+        folder.Write("settings", {store.begin(), store.end()});
     }
 
     void Reset(const Bytes& bytes) const { folder.Write("a.w64", bytes); }
