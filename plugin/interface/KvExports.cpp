@@ -72,8 +72,7 @@ KV_EXPORT int32_t Set(void* handle, const wchar_t* key, STKvCodecGetSet* record)
 }
 
 KV_EXPORT int32_t DeleteATag(void* handle, const wchar_t* file, const wchar_t* names) {
-    return Forward(handle, "DeleteATag",
-                   [=](KvDecoder& decoder) { return decoder.DeleteATag(file, names); });
+    return Forward(handle, "DeleteATag", [=](KvDecoder& decoder) { return decoder.DeleteATag(file, names); });
 }
 
 // What a host casts the names to.
