@@ -1,6 +1,7 @@
 #include "host/Salvage.h"
 
-#include "base/LittleEndian.h"
+#include "host/ChunkKind.h"
+#include "host/ChunkWalk.h"
 #include "host/Failure.h"
 #include "host/FileCopy.h"
 #include "host/Wave64File.h"
@@ -16,83 +17,45 @@ constexpr int64_t kSizeFieldOffset = 16;  // in the outer header and in a chunk'
 
 // The audio chunk as it lies in the file, whatever the outer header says.
 struct AudioExtent {
-    int64_t headerPosition;
+    WalkedChunk chunk;
     int64_t present;  // bytes from its data to the end of the file
-    uint64_t announced;
-    bool fits;  // other chunks follow behind the announced size, up to where the file ends
+    bool fits;        // other chunks follow its data, up to where the file ends
 
-    int64_t DataPosition() const { return headerPosition + kChunkHeaderBytes; }
+    uint64_t Announced() const { return chunk.fit == ChunkFit::TooSmall ? 0 : chunk.ClaimedBytes(); }
     // A recorder that has crashed leaves the size it started with, none, or an older one.
-    int64_t Usable() const {
-        return announced == 0 || !fits
-                   ? present
-                   : static_cast<int64_t>(std::min(announced, static_cast<uint64_t>(present)));
-    }
+    int64_t Usable() const { return chunk.dataBytes == 0 || !fits ? present : chunk.dataBytes; }
 };
 
-struct Header {
-    GUID identifier;
-    uint64_t size;
-};
-
-// The outer header and that of a chunk begin alike.
-std::optional<Header> HeaderAt(XFile& file, int64_t position) {
-    std::array<uint8_t, kChunkHeaderBytes> bytes;
-    if (!file.SetPosition(position) || file.Read(bytes.data(), bytes.size()) < bytes.size())
-        return std::nullopt;
-    return Header{Load<GUID>(bytes.data()), Load<uint64_t>(bytes.data() + kSizeFieldOffset)};
-}
-
-// Where the chunk behind this one starts; nothing when this one does not fit before `end`.
-std::optional<int64_t> NextChunk(const Header& chunk, int64_t position, int64_t end) {
-    if (chunk.size < kChunkHeaderBytes || chunk.size > static_cast<uint64_t>(end - position))
-        return std::nullopt;
-    position += static_cast<int64_t>(chunk.size);
-    return position + GetPaddingBytes(position);
-}
-
-// Whether chunk after chunk leads from `position` to `end`, or past it.
-bool ChunksReach(XFile& file, int64_t position, int64_t end) {
-    while (position <= end - kChunkHeaderBytes) {
-        const auto chunk = HeaderAt(file, position);
-        const auto next = chunk ? NextChunk(*chunk, position, end) : std::nullopt;
-        if (!next) return false;
-        position = *next;
+// Whether chunk after chunk leads from where the walk is to `end`, or past it.
+bool ChunksReach(ChunkWalk& walk, int64_t end) {
+    while (walk.Position() < end) {
+        const auto chunk = walk.Next();
+        if (!chunk) return walk.StoppedBy() == ChunkWalk::Stop::TooMany;  // audio does not look like that
+        if (!chunk->HasKnownEnd()) return false;
     }
-    return position >= end;
+    return true;
 }
 
-// Where the outer header says that the file ends, when that is behind the audio and in the file; else its end.
-int64_t OuterEnd(XFile& file, int64_t audioEnd, int64_t fileBytes) {
-    const auto outer = HeaderAt(file, 0);
-    const bool isUsable = outer && outer->size >= static_cast<uint64_t>(audioEnd) &&
-                          outer->size < static_cast<uint64_t>(fileBytes);
-    return isUsable ? static_cast<int64_t>(outer->size) : fileBytes;
+// Where the outer header says that the file ends, when that is after the audio and in the file; else its end.
+int64_t OuterEnd(uint64_t outerSize, const WalkedChunk& audio, int64_t fileBytes) {
+    const bool isUsable =
+        outerSize >= static_cast<uint64_t>(audio.DataEnd()) && outerSize < static_cast<uint64_t>(fileBytes);
+    return isUsable ? static_cast<int64_t>(outerSize) : fileBytes;
 }
 
-AudioExtent ExtentOf(XFile& file, int64_t headerPosition, uint64_t sizeField, int64_t fileBytes) {
-    AudioExtent audio{headerPosition, fileBytes - headerPosition - kChunkHeaderBytes, 0, true};
-    audio.announced = sizeField < kChunkHeaderBytes ? 0 : sizeField - kChunkHeaderBytes;
-    if (audio.announced < static_cast<uint64_t>(audio.present)) {
-        const int64_t end = audio.DataPosition() + static_cast<int64_t>(audio.announced);
-        audio.fits = ChunksReach(file, end + GetPaddingBytes(end), OuterEnd(file, end, fileBytes));
-    }
-    return audio;
-}
-
-std::optional<AudioExtent> FindAudio(const fs::path& path) {
+// Nothing where there is none; what does not begin like a Wave64 file is left to the decoder, which says so.
+std::optional<AudioExtent> FindAudio(const fs::path& path) try {
     XFile file;
     if (!file.Open(FromUTF8(path.native()), XFile::Access::Read)) return std::nullopt;
     const int64_t fileBytes = file.Size();
-    std::optional<int64_t> position = kOuterHeaderBytes;
-    while (position) {
-        const auto chunk = HeaderAt(file, *position);
-        if (!chunk) break;
-        if (CompareGUID(chunk->identifier, RIFFChnkID("data"))) {
-            return ExtentOf(file, *position, chunk->size, fileBytes);
-        }
-        position = NextChunk(*chunk, *position, fileBytes);
-    }
+    const uint64_t outerSize = ReadOuterSize(file);
+    ChunkWalk walk(file, 0);  // the outer size of a crashed recorder may end anywhere
+    auto chunk = walk.Next();
+    while (chunk && KindOfChunk(chunk->identifier) != ChunkKind::Audio) chunk = walk.Next();
+    if (!chunk) return std::nullopt;
+    const bool fits = !chunk->HasKnownEnd() || ChunksReach(walk, OuterEnd(outerSize, *chunk, fileBytes));
+    return AudioExtent{*chunk, fileBytes - chunk->DataPosition(), fits};
+} catch (const Failure&) {
     return std::nullopt;
 }
 
@@ -115,10 +78,10 @@ std::unique_ptr<TempFile> RepairedCopy(const fs::path& path, const AudioExtent& 
     if (!original.Open(FromUTF8(path.native()), XFile::Access::Read))
         throw SystemFailure("cannot open the file");
     auto copy = std::make_unique<TempFile>(folder);
-    const int64_t end = audio.DataPosition() + audio.Usable();
+    const int64_t end = audio.chunk.DataPosition() + audio.Usable();
     CopyBeginning(original, copy->File(), end);
     PutSize(copy->File(), 0, end);
-    PutSize(copy->File(), audio.headerPosition, end - audio.headerPosition);
+    PutSize(copy->File(), audio.chunk.position, end - audio.chunk.position);
     copy->File().Close();  // the decoder gets it, and the lock with it
     return copy;
 }
@@ -131,7 +94,7 @@ std::optional<Salvage> PlanSalvage(const fs::path& path, const fs::path& copyFol
     Salvage salvage;
     salvage.source = path;
     Wave64File file(path);
-    const bool emptyByRight = audio->announced == 0 && file.IsWhole();
+    const bool emptyByRight = audio->Announced() == 0 && file.IsWhole();
     auto format = file.Format();
     if (!emptyByRight && !DecoderSees(file, *audio)) {
         salvage.repaired = RepairedCopy(path, *audio, copyFolder);
@@ -145,7 +108,7 @@ std::optional<Salvage> PlanSalvage(const fs::path& path, const fs::path& copyFol
     salvage.isToStop = !salvage.repaired && data && data->DataSize > usable;
     const bool inFrames = salvage.isToStop || IsLinear(format->WFXFormatTag());
     const int64_t kept = inFrames ? format->BlockAlignBuffer(usable) : usable;
-    const auto announced = static_cast<int64_t>(std::min<uint64_t>(audio->announced, INT64_MAX));
+    const auto announced = static_cast<int64_t>(std::min<uint64_t>(audio->Announced(), INT64_MAX));
     salvage.frames = kept / format->BlockAlign();
     salvage.lostBytes = std::max(announced, usable) - kept;
     salvage.milliseconds = format->CalcmsTime(kept);
@@ -157,5 +120,5 @@ bool HidesAudio(const fs::path& path) {
     if (!audio || audio->present == 0) return false;
     Wave64File file(path);
     if (!file.IsOpen()) return false;
-    return audio->announced == 0 ? !file.IsWhole() : !DecoderSees(file, *audio);
+    return audio->Announced() == 0 ? !file.IsWhole() : !DecoderSees(file, *audio);
 }

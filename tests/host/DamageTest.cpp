@@ -68,6 +68,16 @@ TEST_F(Damage, IsToldWithoutRoomForTemporaryFiles) {
             "w64 tags set b.w64 Title=x --in-place && w64 tags b.w64 && w64 info b.w64 && w64 options'");
 }
 
+TEST_F(Damage, ChunksWithoutNumberAreNoAudio) {
+    Bytes file = File(kDataAt + 600, {});
+    const size_t chunks = file.size();
+    file.resize(chunks + size_t{24} * 450'001 + 8);
+    for (size_t at = chunks; at + 24 < file.size(); at += 24) file[at + 16] = 24;
+    shop.Write("a.w64", file);
+    shop.Do("w64 decode a.w64 --salvage -o a.raw");
+    EXPECT_TRUE(shop.Read("a.raw") == kAudio);
+}
+
 TEST_F(Damage, WhatOnlyLooksOddIsDecoded) {
     const Bytes good = File({}, {});
     const std::pair<Bytes, size_t> cases[] = {
