@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <unistd.h>
 
 namespace {
 
@@ -41,7 +42,11 @@ SampleKind KindOf(int format) {
 // libsndfile takes some files that are no audio for no files.
 std::string OpenError(const std::string& path) {
     const std::string reason = sf_strerror(nullptr);
+    if (::access(path.c_str(), R_OK) != 0) return std::generic_category().message(errno);
     std::error_code error;
+    if (std::filesystem::is_directory(path, error)) {
+        return std::make_error_code(std::errc::is_a_directory).message();
+    }
     const bool isThere = std::filesystem::is_regular_file(path, error);
     return isThere && reason.starts_with("File does not exist") ? "is no audio file" : reason;
 }

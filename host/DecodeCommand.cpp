@@ -6,6 +6,7 @@
 #include "host/Failure.h"
 #include "host/ForEachFile.h"
 #include "host/FormatText.h"
+#include "host/InputFile.h"
 #include "host/Interrupt.h"
 #include "host/OutputFile.h"
 #include "host/Progress.h"
@@ -107,6 +108,7 @@ public:
           progress_(progress, SizeOf(job.input)) {}
 
     void Run() {
+        RequireReadable(job_.input);
         if (job_.IsStream()) {
             XFile stream;
             stream.Open(reinterpret_cast<void*>(intptr_t{STDOUT_FILENO}));

@@ -1,6 +1,7 @@
 #include "host/DecoderInstance.h"
 
 #include "host/Failure.h"
+#include "host/InputFile.h"
 
 #include <array>
 
@@ -38,7 +39,10 @@ void DecoderInstance::Open(const std::filesystem::path& file, uint32_t flags) {
     STKvOpenDecoder record{};
     record.FileName = name.c_str();
     record.OpenFlags = flags;
-    if (library_.Open(handle_, &record) != 1) ThrowErrors("cannot open the file");
+    if (library_.Open(handle_, &record) != 1) {
+        RequireReadable(file);
+        ThrowErrors("cannot open the file");
+    }
     const auto unpack = [](NTag& tags, const void* block, uint32_t size) {
         tags.InitFromRawMemory(static_cast<const unsigned char*>(block), size);
     };

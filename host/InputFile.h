@@ -5,8 +5,11 @@
 #include <string>
 
 // A file that is only read.
-// Errors: Failure that says what is in the way.
+// Errors: Failure that says what is in the way, in the system's words where it has any.
 class InputFile : public XFile {
 public:
     explicit InputFile(const std::string& name);
 };
+
+// The same look at a file that somebody else is to open.
+void RequireReadable(const std::string& name);

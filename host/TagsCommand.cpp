@@ -3,6 +3,7 @@
 #include "host/Failure.h"
 #include "host/ForEachFile.h"
 #include "host/FormatText.h"
+#include "host/InputFile.h"
 #include "host/OwnSettings.h"
 #include "host/TagEditor.h"
 #include "host/TagTexts.h"
@@ -106,6 +107,7 @@ bool Edit(const TagEditOptions& options, const TagChange& change, CommandContext
     OwnSettings settings;
     TagEditor editor(library, settings, context);
     return ForEachFile({&options.file, 1}, 1, context.console, [&](size_t) {
+        RequireReadable(options.file);
         if (options.inPlace) {
             editor.EditInPlace(options.file, change);
         } else {

@@ -4,12 +4,14 @@
 #include "host/ConversionLimits.h"
 #include "host/Failure.h"
 #include "host/Interrupt.h"
+#include "host/NearestName.h"
 #include "host/TraceFile.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <fcntl.h>
+#include <iostream>
 #include <thread>
 #include <unistd.h>
 
@@ -34,6 +36,7 @@ struct CommandLine {
     OptionsOptions options;
     SampleOptions sample;
     PlotOptions plot;
+    std::vector<std::string> help;
 };
 
 constexpr const char* kExamples = R"(Examples:
@@ -244,6 +247,54 @@ void AddPlot(CLI::App& app, PlotOptions& options) {
     command->footer(std::string(kAboutPlot) + kAlso);
 }
 
+void AddHelp(CLI::App& app, std::vector<std::string>& names) {
+    CLI::App* command = app.add_subcommand("help", "Show help on a command");
+    command->add_option("COMMAND", names, "A command, as \"tags set\"")->type_name("");
+}
+
+// "w64 tags set"
+std::string TitleOf(const CLI::App& command) {
+    const CLI::App* parent = command.get_parent();
+    return (parent ? TitleOf(*parent) + " " : "") + command.get_name();
+}
+
+std::string NoSuch(const char* what, const std::string& typed, const std::vector<std::string>& names,
+                   const CLI::App& command) {
+    const auto meant = NearestName(typed, names);
+    return std::string("there is no ") + what + " '" + typed + "'; " +
+           (meant ? "did you mean '" + *meant + "'?" : "see " + TitleOf(command) + " --help");
+}
+
+std::string NoCommand(const std::string& name, const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+    return NoSuch("command", name, names, app);
+}
+
+// Those of the whole program may follow a command.
+std::string NoOption(const std::string& argument, const CLI::App& command) {
+    std::vector<std::string> names;
+    for (const CLI::App* app = &command; app; app = app->get_parent()) {
+        for (const CLI::Option* option : app->get_options()) {
+            for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+        }
+    }
+    return NoSuch("option", argument.substr(0, argument.find('=')), names, command);
+}
+
+// What is missing is often there, but mistyped.
+std::string Explanation(const CLI::App& app, const CLI::Error& error) {
+    const CLI::App* command = &app;
+    while (!command->get_subcommands().empty()) command = command->get_subcommands()[0];
+    const auto code = static_cast<CLI::ExitCodes>(error.get_exit_code());
+    const auto unknown = app.remaining(true);
+    if (!unknown.empty() && (code == CLI::ExitCodes::ExtrasError || code == CLI::ExitCodes::RequiredError)) {
+        if (unknown[0].starts_with('-')) return NoOption(unknown[0], *command);
+        if (command == &app) return NoCommand(unknown[0], app);
+    }
+    return std::string(error.what()) + "; see " + TitleOf(*command) + " --help";
+}
+
 void Describe(CLI::App& app, CommandLine& line) {
     app.require_subcommand(1);
     app.get_formatter()->label("REQUIRED", "");
@@ -260,9 +311,7 @@ void Describe(CLI::App& app, CommandLine& line) {
     app.footer(kAlso);  // inherited by the commands
 
     app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
-        const auto commands = failed->get_subcommands();
-        const std::string command = commands.empty() ? "" : commands[0]->get_name() + " ";
-        return "w64: " + std::string(error.what()) + "; see w64 " + command + "--help\n";
+        return "w64: " + Explanation(*failed, error) + "\n";
     });
     AddDecode(app, line.decode);
     AddInfo(app, line.info);
@@ -273,6 +322,7 @@ void Describe(CLI::App& app, CommandLine& line) {
     AddEncode(app, line.encode);
     AddSample(app, line.sample);
     AddPlot(app, line.plot);
+    AddHelp(app, line.help);
     app.footer(kExamples);
 }
 
@@ -287,7 +337,21 @@ void OccupyStandardStreams() {
     }
 }
 
+bool ShowHelp(const CLI::App& app, const std::vector<std::string>& names) {
+    const CLI::App* command = &app;
+    for (const std::string& name : names) {
+        const auto found = command->get_subcommands([&](auto* each) { return each->get_name() == name; });
+        if (found.empty()) throw UsageError(NoCommand(name, *command));
+        command = found[0];
+    }
+    std::cout << app.get_formatter()->make_help(command, TitleOf(*command), CLI::AppFormatMode::Normal);
+    std::cout.flush();
+    if (!std::cout) throw Failure("cannot write to standard output");
+    return true;
+}
+
 bool Run(const CLI::App& app, const CommandLine& line, Console& console) {
+    if (app.got_subcommand("help")) return ShowHelp(app, line.help);
     const TraceFile trace(line.trace);
     const CommandContext context = {console, trace.Descriptor(), line.plugin};
     if (app.got_subcommand("decode")) return DecodeCommand(line.decode, context);

@@ -9,6 +9,7 @@ _w64() {
     general=$("$program" --help 2>/dev/null)
     help=$general
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        [[ $word == help ]] && continue # what may follow is what may follow w64
         _w64_commands "$help" | grep -qxF -- "$word" || continue
         command+=("$word")
         help=$("$program" "${command[@]}" --help 2>/dev/null)

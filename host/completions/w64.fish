@@ -4,6 +4,7 @@
 function __w64_command
     set -l command
     for word in (commandline -opc)[2..-1]
+        test $word = help; and continue # what may follow is what may follow w64
         __w64_commands $command | string match -qr "^$word\t"; and set -a command $word
     end
     string join \n -- $command

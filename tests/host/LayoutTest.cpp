@@ -194,13 +194,11 @@ TEST_F(Layout, CommandsPrintWhatIsThere) {
     EXPECT_TRUE(quiet.output.ends_with("\n  w64 decode --salvage keeps the audio that is there.\n"));
     EXPECT_EQ(quiet.status, 1);
 
-    shop.Do("mkfifo pipe && mkdir folder");
+    shop.Do("mkfifo pipe");
     shop.Write("bad\xFF.w64", {});
     shop.ExpectRefused({{"chunks b.w64", 1, "w64: b.w64: the layout is damaged; w64 check tells how\n"}});
     for (const std::string command : {"check ", "chunks "}) {
-        shop.ExpectRefused({{command + "none.w64", 1, "cannot open the file: No such file"},
-                            {command + "pipe", 1, "is a pipe or a device, not a file"},
-                            {command + "folder", 1, "is a folder, not a file"},
+        shop.ExpectRefused({{command + "pipe", 1, "is a pipe or a device, not a file"},
                             {command + "bad\xFF.w64", 1, "is no UTF-8 file name"}});
     }
 }
