@@ -62,6 +62,13 @@ FrameRange RangeOf(const DecodeOptions& options, uint32_t framesPerSecond) {
     return range;
 }
 
+void RequireStartWithin(int64_t start, int64_t frames, uint32_t framesPerSecond) {
+    if (start == 0 || start < frames) return;
+    throw Failure("--start is at or past the end: the audio lasts " +
+                  FormatDuration(SaturatingMultiply(frames, 1000) / framesPerSecond) + " (" +
+                  Grouped(frames) + " frames)");
+}
+
 bool IsMPEG(const std::optional<XAudioWFX>& stored) {
     return stored && (stored->FormatTag() == kTagMPEG || stored->FormatTag() == kTagMPEGLayer3);
 }
@@ -128,7 +135,8 @@ private:
     void DecodeInto(SinkTarget target) {
         const auto salvage = options_.salvage ? PlanSalvage(job_.input, CopyFolder()) : std::nullopt;
         const fs::path source = salvage ? salvage->source : fs::path(job_.input);
-        const std::optional<XAudioWFX> stored = Wave64File(source).Format();
+        Wave64File file(source);
+        const std::optional<XAudioWFX>& stored = file.Format();
         const FrameRange asked = RangeOf(options_, stored ? stored->SamplesPerSec() : 1);
         // To the decoder a frame is a stored block, which MPEG audio has no fixed number of frames in.
         FrameRange range = IsMPEG(stored) ? FrameRange{0, DecoderInstance::kPastTheEnd} : asked;
@@ -143,6 +151,10 @@ private:
             opened = true;
             if (!salvage) RefuseDamage(decoder);
             RefuseNonsense(decoder.Format());
+            if (const auto announced = file.Frames()) {
+                RequireStartWithin(asked.start, salvage ? salvage->frames : *announced,
+                                   stored->SamplesPerSec());
+            }
             Conversion conversion(decoder.Format(), options_.conversion);
             const auto sink =
                 MakeSink(job_.type, target, conversion.Target(), ExpectedBytes(decoder, stored, conversion));
@@ -187,7 +199,12 @@ private:
         progress_.Expect(XAudioWFX(decoder.Format()).CalcBufferSize(decoder.Info().LengthMilliseconds));
         for (int64_t position = 0; position < range.end;) {
             const auto audio = decoder.Read();
-            if (!audio) break;
+            if (!audio) {
+                const int frameBytes = decoder.Format().BlockAlign();
+                RequireStartWithin(range.start / frameBytes, position / frameBytes,
+                                   decoder.Format().SamplesPerSec());
+                break;
+            }
             Interrupt::Check();
             conversion.Convert(range.PartOf(*audio, position), write);
             const auto bytes = static_cast<int64_t>(audio->size());

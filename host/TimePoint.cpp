@@ -43,9 +43,8 @@ std::optional<int64_t> Seconds(std::string_view text) {
 
 std::optional<TimePoint> TimePoint::Parse(std::string_view text) {
     TimePoint point;
-    const bool hasUnit = text.ends_with('s');
-    point.isTime_ = hasUnit || text.find(':') != text.npos;
-    if (hasUnit) text.remove_suffix(1);
+    point.isTime_ = !text.ends_with('f');
+    if (!point.isTime_ || text.ends_with('s')) text.remove_suffix(1);
 
     std::optional<int64_t> whole;
     std::optional<int64_t> nanoseconds = 0;

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-// A place in the audio as people write it: a frame number ("12345") or a time ("1.5s", "2:03.5", "1:02:03").
+// A place in the audio as people write it: a time ("90", "1.5s", "2:03.5", "1:02:03") or a frame ("12345f").
 class TimePoint {
 public:
     // Nothing when the text is neither.

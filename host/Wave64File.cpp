@@ -25,6 +25,14 @@ void Wave64File::ReadFormat() {
     if (record) format_.emplace(record->data(), static_cast<unsigned>(record->size()));
 }
 
+std::optional<int64_t> Wave64File::Frames() {
+    const STRIFFChunk* data = chunks_.FindChunkForRead("data");
+    if (!data || !format_ || !IsLinear(format_->WFXFormatTag()) || format_->BlockAlign() == 0) {
+        return std::nullopt;
+    }
+    return data->DataSize / format_->BlockAlign();
+}
+
 int64_t Wave64File::MissingBytes() {
     const STRIFFChunk* last = chunks_.GetChunk(chunks_.Count() - 1);
     return last ? std::max<int64_t>(last->FileDataPosition + last->DataSize - FileBytes(), 0) : 0;

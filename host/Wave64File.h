@@ -26,6 +26,9 @@ public:
     // The stored format; nothing when there is no readable one.
     const std::optional<XAudioWFX>& Format() const { return format_; }
 
+    // Frames of audio by the sizes that the file gives; nothing where a stored block is not a frame.
+    std::optional<int64_t> Frames();
+
     // Bytes of chunk data that the file ought to have behind its end; padding does not count.
     int64_t MissingBytes();
 

@@ -56,8 +56,9 @@ constexpr const char* kExamples = R"(Examples:
 )";
 
 constexpr const char* kAlso = "-q, --trace and --plugin work here too, see w64 --help.\n";
-constexpr const char* kAboutPlaces = "START and END are frames (12345) or times (1.5s, 2:03.5, 1:02:03).\n"
-                                     "END itself is not decoded.\n\n";
+constexpr const char* kAboutPlaces =
+    "START and END are times, in seconds (90) or with minutes and hours (1:30,\n"
+    "1:02:03.5), or frames (12345f). END itself is not decoded.\n\n";
 constexpr const char* kAboutCheck =
     "What is wrong endangers the audio, or programs that read or edit the file;\n"
     "the exit code is then 1. What is odd does no harm; -q leaves it out.\n"
@@ -77,7 +78,7 @@ constexpr const char* kAboutOptions =
 std::optional<TimePoint> ParsePlace(const std::string& text) {
     auto place = TimePoint::Parse(text);
     if (!place)
-        throw CLI::ValidationError("'" + text + "' is neither a frame (12345) nor a time (1.5s, 2:03.5)");
+        throw CLI::ValidationError("'" + text + "' is neither a time (90, 1:30.5) nor a frame (12345f)");
     return place;
 }
 

@@ -91,7 +91,7 @@ TEST_F(ConversionTest, BothWaysGiveWhatThePipelineGives) {
 
     // Parts of it, a cut-off file, and a stream, whose header is written before the audio is there.
     shop.Write("cut.w64", Slice(shop.Read("a.w64"), 0, 90001));
-    for (const std::string input : {"a.w64 --start 100 --end 0:00:01", "cut.w64 --salvage"}) {
+    for (const std::string input : {"a.w64 --start 100f --end 0:00:01", "cut.w64 --salvage"}) {
         SCOPED_TRACE(input);
         shop.Do("w64 decode -fo part.raw " + input + " && w64 decode -fo part.wav " + input + options +
                 " && w64 decode -o - " + input + options + " | cat >pipe.wav");

@@ -26,13 +26,13 @@ protected:
 
 TEST_F(DecodeTest, RangesInFramesAndTimes) {
     const std::tuple<std::string, size_t, size_t> cases[] = {
-        {"--start 100", 100, 80000},
-        {"--end 100", 0, 100},
+        {"--start 100f", 100, 80000},
+        {"--end 100f", 0, 100},
+        {"--start 9", 72000, 80000},
         {"--start 1.5s --end 0:03.25", 12000, 26000},
-        {"--start 8001 --end 0:00:02", 8001, 16000},
-        {"--start 7 --end 7", 7, 7},
+        {"--start 8001f --end 0:00:02", 8001, 16000},
+        {"--start 7f --end 7f", 7, 7},
         {"--start 0:09 --end 1:00:00", 72000, 80000},
-        {"--start 1:00", 80000, 80000},
     };
     for (const auto& [options, start, end] : cases) {
         SCOPED_TRACE(options);
@@ -45,7 +45,9 @@ TEST_F(DecodeTest, RangesInFramesAndTimes) {
 
 TEST(TimePoint, FramesAndTimes) {
     const std::pair<const char*, int64_t> frames[] = {// at 44100 a second
-                                                      {"9223372036854775807", INT64_MAX},
+                                                      {"9223372036854775807f", INT64_MAX},
+                                                      {"90", 3969000},
+                                                      {"1.5", 66150},
                                                       {"0.00001134s", 1},
                                                       {"1000000000s", 44100000000000},
                                                       {"90:00", 238140000},
@@ -54,8 +56,26 @@ TEST(TimePoint, FramesAndTimes) {
         const auto point = TimePoint::Parse(text);
         EXPECT_EQ(point ? point->Frame(44100) : -1, frame) << text;
     }
-    for (const char* text : {"", "s", "-1", "+1", "1.5", "1:60", "1:2:60", "1:2:3:4", "1:", ":1", "1.s",
-                             "1.-5s", "0x10", "1e3", "1000000001s", "9223372036854775808", "0.1234567891x"})
+    for (const char* text : {"",
+                             "s",
+                             "f",
+                             "-1",
+                             "+1",
+                             "1.5f",
+                             "1:30f",
+                             "5fs",
+                             "1:60",
+                             "1:2:60",
+                             "1:2:3:4",
+                             "1:",
+                             ":1",
+                             "1.s",
+                             "1.-5s",
+                             "0x10",
+                             "1e3",
+                             "1000000001s",
+                             "9223372036854775808f",
+                             "0.1234567891x"})
         EXPECT_FALSE(TimePoint::Parse(text)) << text;
 }
 
@@ -79,9 +99,11 @@ TEST_F(DecodeTest, WhatIsWrongIsToldAndChangesNothing) {
         {"decode a.w64 -o nowhere/", 2, "there is no folder 'nowhere/'"},
         {"decode a.w64 b.w64 -o a.wav", 2, "several files go into a folder"},
         {"decode a.w64 ./a.w64", 2, "would both become"},
-        {"decode a.w64 --start soon", 2, "neither a frame (12345) nor a time"},
+        {"decode a.w64 --start soon", 2, "neither a time (90, 1:30.5) nor a frame (12345f)"},
         {"decode a.w64 --start 2s --end 1s", 2, "--start lies behind --end"},
-        {"decode a.w64 --start 3s --end 100", 1, "w64: a.w64: "},
+        {"decode a.w64 --start 3 --end 100f", 1, "w64: a.w64: --start lies behind --end"},
+        {"decode a.w64 --start 10", 1, "past the end: the audio lasts 0:00:10.000 (80,000 frames)\n"},
+        {"decode a.w64 --start 80000f --salvage", 1, "lasts 0:00:10.000 (80,000 frames)\n"},
         {"decode a.w64 --trace a.w64", 2, "the trace would replace 'a.w64'"},
         {"encode a.w64 b.wav", 2, "'b.wav' should end in .w64"},
         {"sample b.w64 --bits 24 --float", 2, "32 or 64"},
