@@ -2,9 +2,9 @@
 #include "host/ChunkWalk.h"
 #include "host/Commands.h"
 #include "host/Failure.h"
-#include "host/ForEachFile.h"
 #include "host/FormatText.h"
 #include "host/InputFile.h"
+#include "host/ReportOnFiles.h"
 #include "host/Terminal.h"
 
 #include <algorithm>
@@ -14,6 +14,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -41,21 +42,18 @@ ChunkList ListChunks(const std::string& name) {
     return list;
 }
 
-// Chunk by chunk, as the list may be long.
-void PrintJSON(const ChunkList& list, bool isFirst) {
-    std::cout << (isFirst ? "" : ",") << "\n  {\n    \"name\": " << Json(list.name)
-              << ",\n    \"bytes\": " << list.fileBytes << ",\n    \"chunks\": [";
-    const char* separator = "\n";
+void Describe(const ChunkList& list, Json& json) {
+    json["bytes"] = list.fileBytes;
+    json["chunks"] = Json::array();
     for (const WalkedChunk& chunk : list.chunks) {
-        const Json json = {{"name", ChunkName(chunk.identifier)},
-                           {"offset", chunk.position},
-                           {"bytes", chunk.dataBytes},
-                           {"padding", chunk.paddingBytes},
-                           {"kind", NameOf(KindOfChunk(chunk.identifier))}};
-        std::cout << separator << "      " << json;
-        separator = ",\n";
+        json["chunks"].push_back({{"name", ChunkName(chunk.identifier)},
+                                  {"offset", chunk.position},
+                                  {"bytes", chunk.dataBytes},
+                                  {"padding", chunk.paddingBytes},
+                                  {"kind", NameOf(KindOfChunk(chunk.identifier))}});
+        if (chunk.fit != ChunkFit::Whole) json["chunks"].back()["sizeField"] = chunk.sizeField;
     }
-    std::cout << "\n    ]\n  }";
+    if (list.bytesInNoChunk != 0) json["bytesInNoChunk"] = list.bytesInNoChunk;
 }
 
 // Columns as wide as what stands in them.
@@ -145,19 +143,13 @@ void Print(const ChunkList& list, bool isFirst) {
 
 bool ChunksCommand(const ChunksOptions& options, CommandContext context) {
     bool isFirst = true;
-    if (options.json) std::cout << "[";
-    const bool allDone = ForEachFile(options.inputs, 1, context.console, [&](size_t i) {
+    return ReportOnFiles(options.inputs, options.json, context.console, [&](size_t i, Json* json) {
         const ChunkList list = ListChunks(options.inputs[i]);
-        if (options.json) {
-            PrintJSON(list, isFirst);
+        if (json) {
+            Describe(list, *json);
         } else {
-            Print(list, isFirst);
+            Print(list, std::exchange(isFirst, false));
         }
-        isFirst = false;
         if (list.isDamaged) throw Failure("the layout is damaged; w64 check tells how");
     });
-    if (options.json) std::cout << (isFirst ? "]\n" : "\n]\n");
-    std::cout.flush();
-    if (!std::cout) throw Failure("cannot write to standard output");
-    return allDone;
 }

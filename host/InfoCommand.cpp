@@ -1,9 +1,9 @@
 #include "host/Commands.h"
 #include "host/DecoderInstance.h"
 #include "host/Failure.h"
-#include "host/ForEachFile.h"
 #include "host/FormatText.h"
 #include "host/OwnSettings.h"
+#include "host/ReportOnFiles.h"
 #include "host/TagTexts.h"
 #include "host/Wave64File.h"
 
@@ -30,9 +30,9 @@ Answer AskDecoder(const PluginLibrary& library, const std::string& name, Command
 }
 
 // Frames are counted where a stored block is a frame.
-std::optional<int64_t> FrameCount(const STKvAudioInfo& info, const XAudioWFX& stored) {
+std::optional<int64_t> FrameCount(int64_t bytes, const XAudioWFX& stored) {
     if (!IsLinear(stored.WFXFormatTag()) || stored.BlockAlign() == 0) return std::nullopt;
-    return info.LengthBytes / stored.BlockAlign();
+    return bytes / stored.BlockAlign();
 }
 
 // One file and everything that is known about it.
@@ -55,10 +55,17 @@ Json ChunkList(clWave64Handler& chunks) {
     return list;
 }
 
-Json Describe(const Subject& subject) {
+// What a file still has that is cut off.
+Json DescribeRest(const Subject& subject) {
+    const int64_t bytes = subject.file.PresentAudioBytes();
+    Json json = {{"milliseconds", XAudioWFX(subject.stored).CalcmsTime(bytes)}};
+    if (const auto frames = FrameCount(bytes, subject.stored)) json["frames"] = *frames;
+    json["bytes"] = bytes;
+    return json;
+}
+
+void Describe(const Subject& subject, Json& json) {
     const XAudioWFX& stored = subject.stored;
-    Json json;
-    json["file"] = subject.name;
     json["format"] = DescribeFormat(stored);
     json["encoding"] = NameOfTag(stored.WFXFormatTag());
     json["bits"] = stored.BitsPerSample();
@@ -69,14 +76,17 @@ Json Describe(const Subject& subject) {
         json["speakers"] = SpeakerNames(mask);
     }
     json["milliseconds"] = int64_t{subject.info.LengthMilliseconds};
-    if (const auto frames = FrameCount(subject.info, stored)) json["frames"] = *frames;
+    if (const auto frames = FrameCount(subject.info.LengthBytes, stored)) json["frames"] = *frames;
     json["bitRate"] = uint32_t{subject.info.BitRate};
     json["bytes"] = subject.file.FileBytes();
+    if (const int64_t missing = subject.file.MissingBytes(); missing > 0) {
+        json["missingBytes"] = missing;
+        json["audioPresent"] = DescribeRest(subject);
+    }
     json["chunks"] = ChunkList(subject.file.Chunks());
     for (int i = 0; i < subject.report.Count(); ++i) {
         json["report"][ToPrintable(subject.report[i].Name)] = ToPrintable(subject.report[i].Value);
     }
-    return json;
 }
 
 void Print(const Subject& subject) {
@@ -87,7 +97,7 @@ void Print(const Subject& subject) {
     line("Format", DescribeFormat(subject.stored));
     const uint32_t mask = ChannelMaskOf(subject.stored);
     if (mask != 0) line("Speakers", Joined(SpeakerNames(mask), ", "));
-    const auto frames = FrameCount(subject.info, subject.stored);
+    const auto frames = FrameCount(subject.info.LengthBytes, subject.stored);
     const std::string inFrames = frames ? " (" + Grouped(*frames) + " frames)" : "";
     line("Duration", FormatDuration(subject.info.LengthMilliseconds) + inFrames);
     line("Bit rate", Grouped(subject.info.BitRate / 1000) + " kbit/s");
@@ -112,26 +122,18 @@ void Print(const Subject& subject) {
 bool InfoCommand(const InfoOptions& options, CommandContext context) {
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     const OwnSettings settings;  // so that lists of every form are read
-    Json all = Json::array();
-    const auto describe = [&](size_t i) {
+    return ReportOnFiles(options.inputs, options.json, context.console, [&](size_t i, Json* json) {
         const std::string& name = options.inputs[i];
         const Answer answer = AskDecoder(library, name, context);
         Wave64File file(name);
         if (!file.Format()) throw Failure("cannot read the file");
         const Subject subject = {name, answer.info, answer.report, *file.Format(), file};
-        if (options.json) {
-            all.push_back(Describe(subject));
+        if (json) {
+            Describe(subject, *json);
         } else {
             Print(subject);
         }
         if (!answer.errors.empty()) throw Failure(JoinLines(answer.errors));
-        if (const int64_t missing = file.MissingBytes(); missing > 0) {
-            throw Failure("the file is cut off, " + Grouped(missing) + " bytes are missing");
-        }
-    };
-    const bool allDone = ForEachFile(options.inputs, 1, context.console, describe);
-    if (options.json) std::cout << all.dump(2) << "\n";
-    std::cout.flush();
-    if (!std::cout) throw Failure("cannot write to standard output");
-    return allDone;
+        if (const std::string cut = file.DescribeCut(); !cut.empty()) throw Failure(cut);
+    });
 }

@@ -5,8 +5,10 @@
 #include "host/FormatText.h"
 #include "host/InputFile.h"
 #include "host/OwnSettings.h"
+#include "host/ReportOnFiles.h"
 #include "host/TagEditor.h"
 #include "host/TagTexts.h"
+#include "host/Wave64File.h"
 #include "tags/clRIFFSUMMARYLISTChunk.h"
 
 #include <algorithm>
@@ -33,8 +35,9 @@ struct RawChunk {
     size_t bytes;
 };
 
-Json Describe(const std::string& name, const NTag& tags) {
-    Json json = {{"file", name}, {"tags", Json::array()}, {"chunks", Json::array()}};
+void Describe(const NTag& tags, Json& json) {
+    json["tags"] = Json::array();
+    json["chunks"] = Json::array();
     for (int i = 0; i < tags.Count(); ++i) {
         const STInternalTag& tag = tags[i];
         if (IsRawChunk(tag)) {
@@ -46,7 +49,6 @@ Json Describe(const std::string& name, const NTag& tags) {
             json["tags"].push_back({{"name", ToPrintable(tag.Name)}, {"value", ToPrintable(tag.Value)}});
         }
     }
-    return json;
 }
 
 // A value of several lines goes on under its beginning.
@@ -121,24 +123,19 @@ bool Edit(const TagEditOptions& options, const TagChange& change, CommandContext
 bool TagsCommand(const TagsOptions& options, CommandContext context) {
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     const OwnSettings settings;
-    Json all = Json::array();
-    const auto show = [&](size_t i) {
+    return ReportOnFiles(options.inputs, options.json, context.console, [&](size_t i, Json* json) {
         const std::string& name = options.inputs[i];
         DecoderInstance decoder(library, context.traceDescriptor);
         decoder.Open(name, kvOpenTags);
-        if (options.json) {
-            all.push_back(Describe(name, decoder.Tags()));
+        if (json) {
+            Describe(decoder.Tags(), *json);
         } else {
             Print(name, decoder.Tags());
         }
         for (const std::string& note : decoder.Notes()) context.console.Note(name, "note: " + note);
         if (const auto errors = decoder.Errors(); !errors.empty()) throw Failure(JoinLines(errors));
-    };
-    const bool allDone = ForEachFile(options.inputs, 1, context.console, show);
-    if (options.json) std::cout << all.dump(2) << "\n";
-    std::cout.flush();
-    if (!std::cout) throw Failure("cannot write to standard output");
-    return allDone;
+        if (const std::string cut = Wave64File(name).DescribeCut(); !cut.empty()) throw Failure(cut);
+    });
 }
 
 bool SetTagsCommand(const TagEditOptions& options, CommandContext context) {

@@ -1,5 +1,7 @@
 #include "host/Wave64File.h"
 
+#include "host/FormatText.h"
+
 #include <algorithm>
 
 std::optional<std::vector<uint8_t>> ReadFormatRecord(XFile& file, int64_t position, int64_t bytes) {
@@ -36,6 +38,20 @@ std::optional<int64_t> Wave64File::Frames() {
 int64_t Wave64File::MissingBytes() {
     const STRIFFChunk* last = chunks_.GetChunk(chunks_.Count() - 1);
     return last ? std::max<int64_t>(last->FileDataPosition + last->DataSize - FileBytes(), 0) : 0;
+}
+
+int64_t Wave64File::PresentAudioBytes() {
+    const STRIFFChunk* data = chunks_.FindChunkForRead("data");
+    return data ? std::clamp<int64_t>(FileBytes() - data->FileDataPosition, 0, data->DataSize) : 0;
+}
+
+std::string Wave64File::DescribeCut() {
+    const int64_t missing = MissingBytes();
+    if (missing == 0) return "";
+    const std::string text = "the file is cut off, " + Grouped(missing) + " bytes are missing";
+    if (!format_) return text;
+    const int64_t milliseconds = XAudioWFX(*format_).CalcmsTime(PresentAudioBytes());
+    return text + "; " + FormatDuration(milliseconds) + " of audio is there";
 }
 
 bool Wave64File::IsWhole() const {

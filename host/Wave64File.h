@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <vector>
 
 // The record in a format chunk of `bytes` data at `position`, without what lies behind the longest possible
@@ -31,6 +32,12 @@ public:
 
     // Bytes of chunk data that the file ought to have behind its end; padding does not count.
     int64_t MissingBytes();
+
+    // Bytes of audio that are there, fewer than announced in a file that is cut off.
+    int64_t PresentAudioBytes();
+
+    // Of a file that is cut off, what is missing and what is there, in words; else empty.
+    std::string DescribeCut();
 
     // The chunks follow each other to the end of the file without a complaint.
     bool IsWhole() const;

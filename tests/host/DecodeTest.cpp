@@ -188,6 +188,31 @@ TEST_F(DecodeTest, InfoTellsWhatThereIs) {
     EXPECT_EQ(JsonAt(json, "/1/frames"), "80000");
 }
 
+TEST_F(DecodeTest, JSONHasAnObjectForEveryFile) {
+    Put("bad\xFF.w64");                                        // no UTF-8
+    shop.Write("cut.w64", Resized(shop.Read("a.w64"), 1114));  // with 1002 bytes of audio
+    for (const std::string command : {"info", "tags", "chunks"}) {
+        SCOPED_TRACE(command);
+        const Outcome outcome = shop.Run("w64 " + command + " --json none.w64 bad\xFF.w64 cut.w64 a.w64");
+        EXPECT_EQ(outcome.status, 1);
+        ASSERT_TRUE(IsJson(outcome.output)) << outcome.output;
+        const auto at = [&](const char* pointer) { return JsonAt(outcome.output, pointer); };
+        EXPECT_EQ(at("/0"), R"({"error":"No such file or directory","file":"none.w64"})");
+        EXPECT_EQ(at("/1"), R"({"error":"is no UTF-8 file name","file":"bad�.w64"})");
+        EXPECT_EQ(at("/2/file"), "cut.w64");
+        EXPECT_EQ(at("/2/error"), command == "chunks" ? "the layout is damaged; w64 check tells how"
+                                                      : "the file is cut off, 318,998 bytes are missing; "
+                                                        "0:00:00.031 of audio is there");
+        EXPECT_EQ(at("/3/file") + at("/3/error"), "a.w64");
+        if (command == "info") {
+            EXPECT_EQ(at("/2/audioPresent"), R"({"bytes":1002,"frames":250,"milliseconds":31})");
+        }
+        if (command == "chunks") {
+            EXPECT_EQ(at("/2/chunks/1/bytes") + " of " + at("/2/chunks/1/sizeField"), "1002 of 320024");
+        }
+    }
+}
+
 TEST_F(DecodeTest, FailedWritesAndInterruptsLeaveNothingBehind) {
     for (const std::string arguments : {"decode a.w64", "decode a.w64 -o a.flac", "decode a.w64 -o a.raw",
                                         "encode a.w64 b.w64", "sample b.w64"}) {
