@@ -175,7 +175,7 @@ TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
                    {"tags remove a.w64 Title Artist", 1, "has no tag 'Artist'"},
                    {"tags remove a.w64 _riff_1", 1, "has no tag '_riff_1'"},
                    {"tags set nowhere.w64 Title=x", 1, "No such file or directory"},
-                   {"tags set . Title=x", 1, "is not a regular file"}});
+                   {"tags set . Title=x", 1, "Is a directory"}});
     const char* set = "tags set a.w64 Title=x";
     expectRefused(unknown, {{set, 1, "lost: the unknown 'IXYZ'; --force edits all the same"}});
     expectRefused(hidden, {{set, 1, "lost: text after the end of 'Artist'; --force"}});
