@@ -1,12 +1,16 @@
 #include "host/AudioSource.h"
 
 #include "audio/XAudioRdWr.h"
+#include "host/ChunkKind.h"
 #include "host/Failure.h"
+#include "host/FormatText.h"
 #include "host/SpeakerMap.h"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -38,6 +42,17 @@ SampleKind KindOf(int format) {
         return {kTagPCM, 16};
     }
 }
+
+constexpr std::array<std::pair<int, const char*>, 10> kStrings = {{{SF_STR_TITLE, "Title"},
+                                                                   {SF_STR_COPYRIGHT, "Copyright"},
+                                                                   {SF_STR_SOFTWARE, "Software"},
+                                                                   {SF_STR_ARTIST, "Artist"},
+                                                                   {SF_STR_COMMENT, "Comment"},
+                                                                   {SF_STR_DATE, "Date"},
+                                                                   {SF_STR_ALBUM, "Album"},
+                                                                   {SF_STR_LICENSE, "License"},
+                                                                   {SF_STR_TRACKNUMBER, "Track"},
+                                                                   {SF_STR_GENRE, "Genre"}}};
 
 // libsndfile takes some files that are no audio for no files.
 std::string OpenError(const std::string& path) {
@@ -82,6 +97,27 @@ uint32_t AudioSource::ReadChannelMask() const {
     const auto size = static_cast<int>(map.size() * sizeof map[0]);
     const bool known = sf_command(file_.get(), SFC_GET_CHANNEL_MAP_INFO, map.data(), size) == SF_TRUE;
     return known ? ChannelMaskFromMap(map) : 0;
+}
+
+std::vector<std::string> AudioSource::Extras() const {
+    std::vector<std::string> extras;
+    std::vector<std::string> tags;
+    for (const auto& [string, name] : kStrings) {
+        if (sf_get_string(file_.get(), string)) tags.push_back(name);
+    }
+    if (!tags.empty()) extras.push_back("tags (" + Joined(tags, ", ") + ")");
+    for (const char* code : {"bext", "iXML", "axml", "chna", "cart", "cue ", "MARK", "inst", "INST", "smpl",
+                             "acid", "id3 ", "ID3 ", "_PMX", "DISP"}) {
+        if (HasChunk(code)) extras.push_back(ContentOf(code));
+    }
+    return extras;
+}
+
+bool AudioSource::HasChunk(const std::string& code) const {
+    SF_CHUNK_INFO chunk{};
+    code.copy(chunk.id, code.size());
+    chunk.id_size = static_cast<unsigned>(code.size());
+    return sf_get_chunk_iterator(file_.get(), &chunk) != nullptr;
 }
 
 std::span<const uint8_t> AudioSource::Read() {

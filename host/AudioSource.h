@@ -23,6 +23,9 @@ public:
     const WAVEFORMATEXTENSIBLE& Format() const { return format_; }
     int64_t Frames() const { return info_.frames; }  // as the file announces them
 
+    // What the file has besides audio, in words: "tags (Title, Artist)", "markers".
+    std::vector<std::string> Extras() const;
+
     // The next interleaved frames, valid until the next call; empty at the end.
     std::span<const uint8_t> Read();
 
@@ -36,6 +39,7 @@ private:
     static FileHandle Open(const std::string& path,
                            SF_INFO& info);  // null where the library takes it for no audio
     uint32_t ReadChannelMask() const;
+    bool HasChunk(const std::string& code) const;
     sf_count_t ReadFrames();
 
     SF_INFO info_{};

@@ -3,6 +3,7 @@
 #include "base/GUID.h"
 
 #include <cstddef>
+#include <string>
 
 // What a chunk is there for, or that bytes lie in no chunk at all.
 enum class ChunkKind { Audio, Format, Tags, Slack, Other, None };
@@ -11,3 +12,6 @@ constexpr size_t kChunkKinds = 6;
 
 ChunkKind KindOfChunk(const GUID& identifier);
 const char* NameOf(ChunkKind kind);  // "audio"
+
+// What a chunk of that four-character code holds: "broadcast extension", or "'abcd'" where that is not known.
+std::string ContentOf(const std::string& code);

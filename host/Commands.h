@@ -47,7 +47,7 @@ struct SampleOptions {
     std::string output;
     unsigned rate = 48000;
     unsigned channels = 2;
-    unsigned bits = 24;
+    std::optional<unsigned> bits;  // else 24, or 32 of floats
     bool isFloat = false;
     double seconds = 5;
     bool force = false;
@@ -63,6 +63,7 @@ struct PlotOptions {
 
 struct TagsOptions {
     std::vector<std::string> inputs;
+    bool chunks = false;  // show the other chunks too
     bool json = false;
 };
 

@@ -3,6 +3,7 @@
 #include "host/Conversion.h"
 #include "host/DecodeJobs.h"
 #include "host/DecoderInstance.h"
+#include "host/DecoderNotes.h"
 #include "host/Failure.h"
 #include "host/ForEachFile.h"
 #include "host/FormatText.h"
@@ -161,7 +162,7 @@ private:
             const int frameBytes = decoder.Format().BlockAlign();
             CopyAudio(decoder, IsMPEG(stored) ? asked.InBytes(frameBytes) : ByteRange{}, conversion, *sink);
             sink->Finish();
-            Note(decoder.Notes());
+            PassOnNotes(decoder, job_.input, context_.console);
         } catch (const DecoderFailure& failure) {
             if (LacksSubDecoder(failure.what())) {
                 throw Failure(std::string(failure.what()) + "\n" + kSubDecoderHint);
@@ -170,7 +171,9 @@ private:
             if (options_.salvage || !isDamaged) throw;
             throw Failure(std::string(failure.what()) + "\n" + kSalvageHint);
         }
-        if (salvage) Note({Describe(*salvage, !IsMPEG(stored))});
+        if (salvage) Note(Describe(*salvage, !IsMPEG(stored)));
+        const std::vector<std::string> extras = Wave64File(job_.input).Extras();
+        if (!extras.empty()) Note("not carried over: " + Joined(extras, ", "));
     }
 
     // Where a repaired copy may be as large as the input.
@@ -217,13 +220,13 @@ private:
     static std::string Describe(const Salvage& salvage, bool countsFrames) {
         const std::string duration = FormatDuration(salvage.milliseconds);
         return "salvaged " +
-               (countsFrames ? Grouped(salvage.frames) + " frames (" + duration + ")" : duration) +
-               ", lost " + Grouped(salvage.lostBytes) + " bytes";
+               (countsFrames ? Counted(salvage.frames, "frame") + " (" + duration + ")" : duration) +
+               (static_cast<uint64_t>(salvage.lostBytes) > kLongestRecording
+                    ? "; whether more is lost cannot be told, the size of the audio in the file is wrong"
+                    : ", lost " + Counted(salvage.lostBytes, "byte"));
     }
 
-    void Note(const std::vector<std::string>& notes) const {
-        for (const std::string& note : notes) context_.console.Note(job_.input, "note: " + note);
-    }
+    void Note(const std::string& text) const { context_.console.Note(job_.input, "note: " + text); }
 
     const DecodeJob& job_;
     const DecodeOptions& options_;

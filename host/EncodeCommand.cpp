@@ -2,9 +2,11 @@
 #include "host/Commands.h"
 #include "host/Failure.h"
 #include "host/ForEachFile.h"
+#include "host/FormatText.h"
 #include "host/Interrupt.h"
 #include "host/MPEGSource.h"
 #include "host/Progress.h"
+#include "host/Wave64File.h"
 #include "host/Wave64Writer.h"
 
 #include <filesystem>
@@ -12,6 +14,15 @@
 namespace fs = std::filesystem;
 
 namespace {
+
+// libsndfile knows nothing of what lies beside the audio of a Wave64 file.
+void NoteExtras(const std::string& input, const AudioSource& source, CommandContext context) {
+    std::vector<std::string> extras = source.Extras();
+    if (std::error_code error; extras.empty() && fs::is_regular_file(input, error)) {
+        extras = Wave64File(input).Extras();
+    }
+    if (!extras.empty()) context.console.Note(input, "note: not carried over: " + Joined(extras, ", "));
+}
 
 void Convert(const EncodeOptions& options, CommandContext context, Progress& progress) {
     AudioSource source(options.input);
@@ -28,6 +39,7 @@ void Convert(const EncodeOptions& options, CommandContext context, Progress& pro
     }
     conversion.Finish(write);
     writer.Finish();
+    NoteExtras(options.input, source, context);
     context.console.Summary(options.output, share.Outcome());
 }
 

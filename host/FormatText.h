@@ -5,6 +5,7 @@
 #include <concepts>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Audio facts in words.
@@ -33,3 +34,8 @@ std::string FormatMinutes(double seconds);         // "2:03", for times that nob
 std::string FormatSpeed(double timesRealtime);     // "812x realtime"
 std::string GroupedDigits(std::string digits);     // "1,234,567"
 std::string Grouped(std::integral auto number) { return GroupedDigits(std::to_string(number)); }
+
+// "1 byte", "1,234 bytes"
+std::string Counted(std::integral auto number, std::string_view noun) {
+    return Grouped(number) + " " + std::string(noun) + (number == 1 ? "" : "s");
+}

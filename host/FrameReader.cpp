@@ -5,10 +5,13 @@
 #include "host/Failure.h"
 #include "host/FormatText.h"
 #include "host/InputFile.h"
+#include "host/Wave64File.h"
 #include "wave64/container/ChunkCodes.h"
 
 #include <algorithm>
 #include <cmath>
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -19,15 +22,21 @@ bool BeginsLikeWave64(const std::string& path) {
     return got == identifier.bytes.size() && CompareGUID(identifier, RIFFChnkID("RIFF"));
 }
 
+std::string DescribeLoss(const Salvage& salvage) {
+    if (salvage.lostBytes == 0) return "the sizes in the file are wrong; w64 check tells how";
+    if (static_cast<uint64_t>(salvage.lostBytes) > kLongestRecording) {
+        return "the size of the audio in the file is wrong; w64 check tells more";
+    }
+    return "the file is cut off after " + FormatDuration(salvage.milliseconds) + ", " +
+           Counted(salvage.lostBytes, "byte") + " of audio " + (salvage.lostBytes == 1 ? "is" : "are") +
+           " missing";
+}
+
 }  // namespace
 
-FrameReader::FrameReader(const std::string& path, const CommandContext& context) {
+FrameReader::FrameReader(const std::string& path, const fs::path& copyFolder, const CommandContext& context) {
     if (BeginsLikeWave64(path)) {
-        library_.emplace(PluginLibrary::OfWave64(context.plugin));
-        decoder_.emplace(*library_, context.traceDescriptor);
-        decoder_->SetDecodeRange(0, DecoderInstance::kPastTheEnd);
-        decoder_->Open(path, kvOpenDecode | kvOpenAudioInfo);
-        format_ = decoder_->Format();
+        OpenWave64(path, copyFolder, context);
     } else {
         source_.emplace(path);
         format_.Assign(&source_->Format().Format);
@@ -36,6 +45,17 @@ FrameReader::FrameReader(const std::string& path, const CommandContext& context)
     if (!isKnown || format_.Channels() == 0 || format_.SamplesPerSec() == 0) {
         throw Failure("cannot read samples of this format: " + DescribeFormat(format_));
     }
+}
+
+void FrameReader::OpenWave64(const std::string& path, const fs::path& copyFolder,
+                             const CommandContext& context) {
+    if (Wave64File(path).MissingBytes() > 0 || HidesAudio(path)) salvage_ = PlanSalvage(path, copyFolder);
+    library_.emplace(PluginLibrary::OfWave64(context.plugin));
+    decoder_.emplace(*library_, context.traceDescriptor);
+    const bool isToStop = salvage_ && salvage_->isToStop;
+    decoder_->SetDecodeRange(0, isToStop ? salvage_->frames : DecoderInstance::kPastTheEnd);
+    decoder_->Open(salvage_ ? salvage_->source : fs::path(path), kvOpenDecode | kvOpenAudioInfo);
+    format_ = decoder_->Format();
 }
 
 int64_t FrameReader::ExpectedFrames() const {
@@ -75,5 +95,6 @@ std::span<const uint8_t> FrameReader::ReadBytes() try {
 }
 
 std::string FrameReader::Complaint() const {
-    return failure_.empty() && decoder_ ? JoinLines(decoder_->Errors()) : failure_;
+    const std::string errors = failure_.empty() && decoder_ ? JoinLines(decoder_->Errors()) : failure_;
+    return errors.empty() && salvage_ ? DescribeLoss(*salvage_) : errors;
 }

@@ -3,7 +3,9 @@
 #include "host/AudioSource.h"
 #include "host/CommandContext.h"
 #include "host/DecoderInstance.h"
+#include "host/Salvage.h"
 
+#include <filesystem>
 #include <optional>
 #include <span>
 #include <string>
@@ -15,7 +17,9 @@
 // Errors: Failure while it is opened; later ones end the audio and are kept as Complaint.
 class FrameReader {
 public:
-    FrameReader(const std::string& path, const CommandContext& context);
+    // Of a damaged Wave64 file what there is; a repaired copy, where it takes one, is made in `copyFolder`.
+    FrameReader(const std::string& path, const std::filesystem::path& copyFolder,
+                const CommandContext& context);
 
     const XAudioWFX& Format() const { return format_; }  // of the decoded audio
     int64_t ExpectedFrames() const;                      // a guess, by what the file says
@@ -30,9 +34,12 @@ public:
     std::string Complaint() const;
 
 private:
+    void OpenWave64(const std::string& path, const std::filesystem::path& copyFolder,
+                    const CommandContext& context);
     std::span<const uint8_t> ReadBytes();
     void MakeNumbers();
 
+    std::optional<Salvage> salvage_;  // of a damaged file
     std::optional<PluginLibrary> library_;
     std::optional<DecoderInstance> decoder_;  // either this one
     std::optional<AudioSource> source_;       // or that one

@@ -1,5 +1,6 @@
 #include "host/Commands.h"
 #include "host/DecoderInstance.h"
+#include "host/DecoderNotes.h"
 #include "host/Failure.h"
 #include "host/FormatText.h"
 #include "host/OwnSettings.h"
@@ -7,6 +8,7 @@
 #include "host/TagTexts.h"
 #include "host/Wave64File.h"
 
+#include <algorithm>
 #include <iomanip>
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -25,7 +27,7 @@ struct Answer {
 Answer AskDecoder(const PluginLibrary& library, const std::string& name, CommandContext context) {
     DecoderInstance decoder(library, context.traceDescriptor);
     decoder.Open(name, kvOpenAudioInfo | kvOpenProperties);
-    for (const std::string& note : decoder.Notes()) context.console.Note(name, "note: " + note);
+    PassOnNotes(decoder, name, context.console);
     return {decoder.Info(), decoder.Properties(), decoder.Errors()};
 }
 
@@ -98,7 +100,7 @@ void Print(const Subject& subject) {
     const uint32_t mask = ChannelMaskOf(subject.stored);
     if (mask != 0) line("Speakers", Joined(SpeakerNames(mask), ", "));
     const auto frames = FrameCount(subject.info.LengthBytes, subject.stored);
-    const std::string inFrames = frames ? " (" + Grouped(*frames) + " frames)" : "";
+    const std::string inFrames = frames ? " (" + Counted(*frames, "frame") + ")" : "";
     line("Duration", FormatDuration(subject.info.LengthMilliseconds) + inFrames);
     line("Bit rate", Grouped(subject.info.BitRate / 1000) + " kbit/s");
     line("Size", Grouped(subject.file.FileBytes()) + " bytes");
@@ -110,9 +112,12 @@ void Print(const Subject& subject) {
     }
     std::cout << "  Chunks\n";
     clWave64Handler& chunks = subject.file.Chunks();
+    int nameWidth = 14;
+    for (int i = 0; i < chunks.Count(); ++i)
+        nameWidth = std::max(nameWidth, static_cast<int>(ChunkName(chunks[i].ChunkGUID).size()));
     for (int i = 0; i < chunks.Count(); ++i) {
-        std::cout << "    " << std::left << std::setw(14) << ChunkName(chunks[i].ChunkGUID) << std::right
-                  << std::setw(18) << Grouped(chunks[i].DataSize) << " bytes at "
+        std::cout << "    " << std::left << std::setw(nameWidth) << ChunkName(chunks[i].ChunkGUID)
+                  << std::right << std::setw(18) << Grouped(chunks[i].DataSize) << " bytes at "
                   << Grouped(chunks[i].ChunkPosition) << "\n";
     }
 }

@@ -18,7 +18,12 @@ constexpr int64_t kToldOfEachSort = 3;
 constexpr const char* kCountedPadding = ", as if padding were counted as audio.";
 constexpr int64_t kMuchSlack = 65536;  // several times what tag editors leave behind
 
-std::string Bytes(std::integral auto count) { return Grouped(count) + (count == 1 ? " byte" : " bytes"); }
+std::string Bytes(std::integral auto count) { return Counted(count, "byte"); }
+
+// What is missing of a size that can be right.
+std::string Lack(uint64_t bytes) {
+    return bytes > kLongestRecording ? ", and no recording is that long" : " and lacks " + Bytes(bytes);
+}
 
 // "'data' at 1,234"
 std::string Named(const WalkedChunk& chunk) {
@@ -60,7 +65,7 @@ bool LayoutCheck::HasFaults() const { return std::ranges::any_of(findings_, &Lay
 
 std::string LayoutCheck::Summary() const {
     std::string text = Bytes(fileBytes_);
-    if (chunks_ != 0) text = Grouped(chunks_) + (chunks_ == 1 ? " chunk, " : " chunks, ") + text;
+    if (chunks_ != 0) text = Counted(chunks_, "chunk") + ", " + text;
     if (tagsBeforeAudio_ && tagsBehindAudio_) {
         text += ", tags on both sides of the audio";
     } else if (tagsBeforeAudio_ || tagsBehindAudio_) {
@@ -88,8 +93,8 @@ void LayoutCheck::CheckFit(const WalkedChunk& chunk) {
         break;
     case ChunkFit::Outside:
         Structure("outside", Named(chunk) + " claims " + Bytes(chunk.ClaimedBytes()) +
-                                 " of data; the file has " + Bytes(chunk.dataBytes) + " of it and lacks " +
-                                 Bytes(chunk.ClaimedBytes() - static_cast<uint64_t>(chunk.dataBytes)) + ".");
+                                 " of data; the file has " + Bytes(chunk.dataBytes) + " of it" +
+                                 Lack(chunk.ClaimedBytes() - static_cast<uint64_t>(chunk.dataBytes)) + ".");
         break;
     case ChunkFit::CutTo32Bits:
         Structure("cut", Named(chunk) + " claims " + Bytes(chunk.ClaimedBytes()) +
@@ -120,7 +125,6 @@ void LayoutCheck::CheckKind(const WalkedChunk& chunk) {
     if (kind == ChunkKind::Audio) RememberFirst(data_, "more audio", chunk);
     if (kind == ChunkKind::Format) RememberFirst(format_, "more formats", chunk);
     if (kind == ChunkKind::Slack) slackBytes_ += chunk.dataBytes;
-    if (kind == ChunkKind::Tags) (data_ ? tagsBehindAudio_ : tagsBeforeAudio_) = true;
     if (IsSummaryList(chunk)) CheckSummaryList(chunk);
     if (!fact_ && CompareGUID(chunk.identifier, RIFFChnkID("fact"))) fact_ = chunk;
     if (!HasName(chunk.identifier)) {
@@ -141,6 +145,7 @@ void LayoutCheck::RememberFirst(std::optional<WalkedChunk>& first, std::string_v
 }
 
 void LayoutCheck::CheckSummaryList(const WalkedChunk& list) {
+    (data_ ? tagsBehindAudio_ : tagsBeforeAudio_) = true;
     if (summaryList_) {
         Odd("more lists", "The tags are spread over several chunks: " + Named(list) + " with " +
                               Bytes(list.dataBytes) + " of data comes after " + Named(*summaryList_) + ".");
@@ -242,6 +247,7 @@ std::string LayoutCheck::OuterFault(ChunkWalk::Stop stop) const {
         return says + ": the size was stored as if it were below 4 GiB.";
     }
     if (outerSize_ > fileBytes) {
+        if (outerSize_ > kLongestRecording) return says + ", and no recording is that long.";
         return says + ": " + Bytes(outerSize_ - fileBytes) + " fewer" +
                (stop == ChunkWalk::Stop::FileEnd ? ", though no chunk is cut off." : ".");
     }

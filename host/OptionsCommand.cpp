@@ -95,9 +95,10 @@ void ShowChoices(const Option& option) {
 
 void RequireWritten(bool isWritten) {
     if (isWritten) return;
-    throw Failure("cannot write the settings to '" + ToUTF8(XRegistry::RegFileLocation()) +
-                  "', the file is as it was: no file can be written beside it, it is in use, or it holds what "
-                  "would be lost, such as a number of more than 64 bits");
+    throw Failure(
+        "cannot write the settings to '" + ToUTF8(XRegistry::RegFileLocation()) +
+        "', the file is as it was: no file can be written beside it, it is in use, or it holds what "
+        "would be lost, such as a number of more than 64 bits");
 }
 
 void Store(const Option& option, const std::string& value) {

@@ -46,7 +46,7 @@ void ReadAll(FrameReader& reader, Envelope& envelope, Spectrogram& spectrogram, 
 
 // A file that breaks off is drawn as far as it goes, and then complained about.
 void Plot(const PlotOptions& options, const fs::path& target, CommandContext context, Progress& progress) {
-    FrameReader reader(options.input, context);
+    FrameReader reader(options.input, target.parent_path(), context);
     const XAudioWFX& format = reader.Format();
     if (format.Channels() > kMostChannels) throw Failure("has too many channels: " + DescribeFormat(format));
     if (std::error_code error; fs::equivalent(options.input, target, error)) {
@@ -74,8 +74,9 @@ void Plot(const PlotOptions& options, const fs::path& target, CommandContext con
     picture.WritePNG(output.File());
     output.Commit();
     if (reader.NoNumbers() > 0) {
-        const std::string count = Grouped(reader.NoNumbers());
-        context.console.Note(options.input, "note: " + count + " samples are infinite or no numbers");
+        const char* are =
+            reader.NoNumbers() == 1 ? " is infinite or no number" : " are infinite or no numbers";
+        context.console.Note(options.input, "note: " + Counted(reader.NoNumbers(), "sample") + are);
     }
     context.console.Summary(target.native(), share.Outcome());
     if (!complaint.empty()) throw Failure(complaint);

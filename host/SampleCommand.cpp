@@ -14,9 +14,13 @@
 
 namespace {
 
+SampleKind KindOf(const SampleOptions& options) {
+    return {options.isFloat ? kTagFloat : kTagPCM, options.bits.value_or(options.isFloat ? 32 : 24)};
+}
+
 void CheckOptions(const SampleOptions& options) {
     if (!options.output.ends_with(".w64")) throw UsageError("'" + options.output + "' should end in .w64");
-    CheckSampleKind(options.isFloat, options.bits);
+    CheckSampleKind(options.isFloat, KindOf(options).bits);
     if (!std::isfinite(options.seconds)) throw UsageError("--seconds is no number");
 }
 
@@ -45,8 +49,7 @@ void WriteSignal(const SampleOptions& options, Wave64Writer& writer, const WAVEF
 
 bool SampleCommand(const SampleOptions& options, CommandContext context) {
     CheckOptions(options);
-    const SampleKind kind = {options.isFloat ? kTagFloat : kTagPCM, options.bits};
-    const WAVEFORMATEXTENSIBLE format = MakeWaveFormat(kind, options.channels, options.rate, 0);
+    const WAVEFORMATEXTENSIBLE format = MakeWaveFormat(KindOf(options), options.channels, options.rate, 0);
     const std::vector<std::string> outputs = {options.output};
     Progress progress(context.console, std::filesystem::path(options.output).filename(), 1);
     return ForEachFile(outputs, 1, context.console, [&](size_t) {

@@ -23,12 +23,19 @@ inline void CheckSampleKind(bool isFloat, unsigned bits) {
     if (!isFloat && bits > 32) throw UsageError("64-bit samples need --float");
 }
 
+// Whether a plain record says the same: of one channel in the center, or of a left and a right one.
+inline bool AreUsualSpeakers(unsigned channels, uint32_t channelMask) {
+    return (channels == 1 && channelMask == 4) || (channels == 2 && channelMask == 3);
+}
+
 // The WAVE format record for such samples: extensible when there are speakers to name, or so many channels of
 // integers that they ask for it; else plain, with the fields behind `Format` unused. Floats stay plain as
 // long as they can: readers of Wave64 in circulation take every extensible record for integers.
 inline WAVEFORMATEXTENSIBLE MakeWaveFormat(SampleKind kind, unsigned channels, uint32_t framesPerSecond,
                                            uint32_t channelMask) {
-    const bool extensible = channelMask != 0 || (channels > 2 && kind.tag == kTagPCM);
+    const bool isFloat = kind.tag == kTagFloat;
+    const bool namesSpeakers = channelMask != 0 && !(isFloat && AreUsualSpeakers(channels, channelMask));
+    const bool extensible = namesSpeakers || (channels > 2 && !isFloat);
     WAVEFORMATEXTENSIBLE format{};
     format.Format.wFormatTag = extensible ? kTagExtensible : kind.tag;
     format.Format.nChannels = static_cast<uint16_t>(channels);

@@ -66,7 +66,9 @@ protected:
             throw Failure(kind + " holds " + holds + ", this is " + DescribeFormat(format_));
         }
         encoder_.reset(sf_open_virtual(SoundFileOutput::Calls(), SFM_WRITE, &info, output_.get()));
-        if (!encoder_) throw Failure(kind + ": " + sf_strerror(nullptr));
+        if (!encoder_) {
+            throw Failure(kind + " cannot hold " + DescribeFormat(format_) + ": " + sf_strerror(nullptr));
+        }
     }
 
     SNDFILE* Encoder() { return encoder_.get(); }
@@ -101,7 +103,7 @@ public:
             std::optional<int64_t> expectedBytes)
         : SoundFileSink(std::move(output), format) {
         const std::vector<int> map = ChannelMapFromMask(ChannelMaskOf(format), format.Channels());
-        Start("WAV", "8, 16, 24 and 32-bit integers and 32 and 64-bit floats",
+        Start("WAV", "8, 16, 24 and 32-bit integers and 32 and 64-bit floats of up to 1024 channels",
               expectedBytes.value_or(INT64_MAX) > kMostWavBytes ? SF_FORMAT_RF64
               : map.empty()                                     ? SF_FORMAT_WAV
                                                                 : SF_FORMAT_WAVEX,
@@ -137,23 +139,32 @@ std::string WavHeader(const XAudioWFX& format, int64_t audioBytes) {
 class WavStreamSink : public AudioSink {
 public:
     WavStreamSink(XFile& stream, const XAudioWFX& format, int64_t expectedBytes)
-        : stream_(stream), left_(expectedBytes), padded_(expectedBytes % 2 != 0) {
-        const std::string header = WavHeader(format, expectedBytes);
-        Send(header.data(), header.size());
-    }
+        : stream_(stream), left_(expectedBytes), padded_(expectedBytes % 2 != 0),
+          beginning_(WavHeader(format, expectedBytes)) {}
 
     void Write(std::span<const uint8_t> frames) override {
-        Send(frames.data(), frames.size());
         left_ -= std::ssize(frames);
+        if (begun_) return Send(frames.data(), frames.size());
+        beginning_.append(reinterpret_cast<const char*>(frames.data()), frames.size());
+        if (beginning_.size() >= kLeastBeginning) Begin();
     }
 
     void Finish() override {
         if (left_ != 0)
             throw Failure("the audio is not as long as announced; the header, already written, is wrong");
+        if (!begun_) Begin();
         if (padded_) Send("", 1);
     }
 
 private:
+    // Readers such as SoX tell the kind of file from what the first read of a pipe gives, 256 bytes or more.
+    static constexpr size_t kLeastBeginning = 4096;
+
+    void Begin() {
+        Send(beginning_.data(), beginning_.size());
+        begun_ = true;
+    }
+
     void Send(const void* data, size_t bytes) {
         if (!stream_.Write(data, bytes)) throw SystemFailure("cannot write");
     }
@@ -161,6 +172,8 @@ private:
     XFile& stream_;
     int64_t left_;
     bool padded_;
+    bool begun_ = false;
+    std::string beginning_;  // the header and some audio, to be sent at once
 };
 
 class FlacSink : public SoundFileSink {
@@ -168,7 +181,7 @@ public:
     FlacSink(SinkTarget target, const XAudioWFX& format)
         : SoundFileSink(target.seekable ? MakeFileOutput(target.file) : MakeDetourOutput(target.file),
                         format) {
-        Start("FLAC", "8, 16 and 24-bit integers", SF_FORMAT_FLAC, FlacSubtypeOf(format));
+        Start("FLAC", "8, 16 and 24-bit integers of up to 8 channels", SF_FORMAT_FLAC, FlacSubtypeOf(format));
     }
 
     void Write(std::span<const uint8_t> frames) override {

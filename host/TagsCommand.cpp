@@ -1,5 +1,7 @@
+#include "host/ChunkKind.h"
 #include "host/Commands.h"
 #include "host/DecoderInstance.h"
+#include "host/DecoderNotes.h"
 #include "host/Failure.h"
 #include "host/ForEachFile.h"
 #include "host/FormatText.h"
@@ -61,7 +63,17 @@ std::string Indented(const std::string& value, size_t columns) {
     return text;
 }
 
-void Print(const std::string& name, const NTag& tags) {
+void PrintChunks(const NTag& tags) {
+    std::cout << "  Chunks\n";
+    for (int i = 0; i < tags.Count(); ++i) {
+        if (!IsRawChunk(tags[i])) continue;
+        const RawChunk chunk(tags[i]);
+        std::cout << "    " << ContentOf(chunk.code)
+                  << (chunk.IsPlace() ? "" : ", " + Counted(chunk.bytes, "byte")) << "\n";
+    }
+}
+
+void Print(const std::string& name, const NTag& tags, bool withChunks) {
     constexpr int kNameColumns = 20;
     std::cout << Visible(name) << "\n" << std::left;
     bool anyText = false;
@@ -72,21 +84,7 @@ void Print(const std::string& name, const NTag& tags) {
                   << Indented(ToPrintable(tags[i].Value), kNameColumns + 3) << "\n";
     }
     if (!anyText) std::cout << "  no tags\n";
-    std::cout << "  Chunks\n";
-    for (int i = 0; i < tags.Count(); ++i) {
-        if (!IsRawChunk(tags[i])) continue;
-        const RawChunk chunk(tags[i]);
-        std::cout << "    " << std::setw(kNameColumns - 2) << Visible(ToUTF8(Widen(chunk.code))) << " "
-                  << (chunk.IsPlace() ? "marks its place"
-                                      : Grouped(static_cast<int64_t>(chunk.bytes)) + " bytes")
-                  << "\n";
-    }
-}
-
-std::string NamesThatCanBeSet() {
-    std::vector<std::string> names;
-    for (const wchar_t* name : clRIFFSUMMARYLISTChunk::Names()) names.push_back(ToUTF8(name));
-    return Joined(names, ", ");
+    if (withChunks) PrintChunks(tags);
 }
 
 // "Title=Song": everything behind the first "=" is the value.
@@ -96,8 +94,8 @@ void AddAssignment(NTag& tags, const std::string& assignment) {
     const XStr name = ToTagText(assignment.substr(0, sign));
     const XStr value = ToTagText(assignment.substr(sign + 1));
     if (!clRIFFSUMMARYLISTChunk::HasIdentifier(name)) {
-        throw UsageError("a Wave64 file has no place for '" + ToUTF8(name) + "'; there is one for " +
-                         NamesThatCanBeSet());
+        throw UsageError("a Wave64 file has no place for '" + ToUTF8(name) +
+                         "'; w64 tags set --help lists what it has places for");
     }
     if (tags.FindElement(name.c_str())) throw UsageError("'" + ToUTF8(name) + "' is set twice");
     tags.AddTag(name.c_str(), value.c_str());
@@ -130,9 +128,9 @@ bool TagsCommand(const TagsOptions& options, CommandContext context) {
         if (json) {
             Describe(decoder.Tags(), *json);
         } else {
-            Print(name, decoder.Tags());
+            Print(name, decoder.Tags(), options.chunks);
         }
-        for (const std::string& note : decoder.Notes()) context.console.Note(name, "note: " + note);
+        PassOnNotes(decoder, name, context.console);
         if (const auto errors = decoder.Errors(); !errors.empty()) throw Failure(JoinLines(errors));
         if (const std::string cut = Wave64File(name).DescribeCut(); !cut.empty()) throw Failure(cut);
     });

@@ -14,6 +14,9 @@
 // one; nothing when it cannot be read.
 std::optional<std::vector<uint8_t>> ReadFormatRecord(XFile& file, int64_t position, int64_t bytes);
 
+// No recording is as long; a larger size in a header is none.
+constexpr uint64_t kLongestRecording = uint64_t{1} << 50;
+
 // A Wave64 file by its chunks: what the host wants to know before, or instead of, decoding it.
 // Errors: none; a file that cannot be read or is no Wave64 has no chunks. The decoder says why.
 class Wave64File {
@@ -29,6 +32,9 @@ public:
 
     // Frames of audio by the sizes that the file gives; nothing where a stored block is not a frame.
     std::optional<int64_t> Frames();
+
+    // What it has besides format and audio, in words: "tags (Title, Artist)", "broadcast extension".
+    std::vector<std::string> Extras();
 
     // Bytes of chunk data that the file ought to have behind its end; padding does not count.
     int64_t MissingBytes();

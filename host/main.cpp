@@ -5,6 +5,7 @@
 #include "host/Failure.h"
 #include "host/Interrupt.h"
 #include "host/NearestName.h"
+#include "host/TagTexts.h"
 #include "host/TraceFile.h"
 
 #include <CLI/CLI.hpp>
@@ -182,6 +183,7 @@ void AddTags(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand("tags", "Show tags, set and remove them");
     command->require_subcommand(0, 1);
     command->add_option("FILE", line.tags.inputs, "Wave64 files")->type_name("");
+    command->add_flag("--chunks", line.tags.chunks, "Show what other chunks there are too");
     command->add_flag("--json", line.tags.json, "Write a JSON array with an object per file");
     command->final_callback([command, &line] {
         if (command->get_subcommands().empty() && line.tags.inputs.empty()) throw CLI::RequiredError("FILE");
@@ -191,6 +193,7 @@ void AddTags(CLI::App& app, CommandLine& line) {
     CLI::App* set = command->add_subcommand("set", "Set tags; an empty value removes");
     AddTagEdit(set, line.setTags, "NAME=VALUE", "What to set");
     set->get_option("NAME=VALUE")->required();
+    set->footer("Names:\n" + TagNamesInColumns() + "\n" + kAboutTags + kAlso);
     CLI::App* remove = command->add_subcommand("remove", "Remove tags");
     AddTagEdit(remove, line.removeTags, "NAME", "What to remove");
     remove->add_flag("--all", line.removeTags.all, "Remove every tag");
@@ -221,8 +224,9 @@ void AddSample(CLI::App& app, SampleOptions& options) {
     add("--rate", options.rate, "Frames per second, 1000 to 768000",
         CLI::Range(1000u, 768000u).description(""));
     add("--channels", options.channels, "Up to 1024", CLI::Range(1u, 1024u).description(""));
-    add("--bits", options.bits, "8, 16, 24 or 32; 32 or 64 with --float",
-        CLI::IsMember({8u, 16u, 24u, 32u, 64u}).description(""));
+    command->add_option("--bits", options.bits, "8, 16, 24 or 32, else 24; with --float 32 or 64, else 32")
+        ->check(CLI::IsMember({8u, 16u, 24u, 32u, 64u}).description(""))
+        ->type_name("N");
     add("--seconds", options.seconds, "Length", CLI::Range(0.001, 1e6).description(""));
     command->add_flag("--float", options.isFloat, "Floating-point samples");
     AddForce(command, options.force);
@@ -397,7 +401,9 @@ int main(int argc, char** argv) try {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : kWrongUsage;
+        if (app.exit(error) != 0) return kWrongUsage;
+        if (std::cout.flush()) return 0;
+        throw SystemFailure("cannot write to standard output");
     }
     return ExitStatus(app, line);
 } catch (const std::exception& error) {

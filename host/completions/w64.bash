@@ -2,6 +2,7 @@
 
 _w64_commands() { sed -n '/^Subcommands:/,/^$/s/^  \([a-z]\{1,\}\) .*/\1/p' <<<"$1"; }
 _w64_options() { grep -oE '^  (-[a-z],)?--[a-z-]+' <<<"$1" | tr -d ' ' | tr , '\n'; }
+_w64_names() { awk -F '  +' '/^$/ { on = 0 } on { for (i = 2; i <= NF; i++) print $i "=" } /^Names:/ { on = 1 }' <<<"$1"; }
 
 _w64() {
     local program=${1/#\~/$HOME} current=$2 words word
@@ -15,13 +16,18 @@ _w64() {
         help=$("$program" "${command[@]}" --help 2>/dev/null)
     done
     case $3 in
-    --format) words="wav flac raw" ;;
-    --bits) words="8 16 24 32 64" ;;
+    --format) words=$'wav\nflac\nraw' ;;
+    --bits) words=$'8\n16\n24\n32\n64' ;;
     *)
         words=$(_w64_commands "$help")
         [[ $current == -* ]] && words=$(_w64_options "$general"$'\n'"$help")
+        [[ $current$3 == *=* || $current == -* || $3 == -* || $3 == set ]] || words+=$(_w64_names "$help")
         ;;
     esac
+    local IFS=$'\n'
     COMPREPLY=($(compgen -W "$words" -- "$current")) # none: file names
+    [[ ${COMPREPLY[0]} == *= ]] || return 0
+    COMPREPLY=("${COMPREPLY[@]// /\\ }")
+    compopt -o nospace 2>/dev/null || true
 }
 complete -o default -F _w64 w64

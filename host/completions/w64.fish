@@ -24,6 +24,12 @@ function __w64_options
         sed -E 's/^(-[a-z]),(--[a-z-]*)(\t.*)/\1\3\n\2\3/' | sort -u
 end
 
+# the names of tags, to be followed by a value
+function __w64_names
+    w64 (__w64_command) --help 2>/dev/null |
+        awk -F '  +' '/^$/ { on = 0 } on { for (i = 2; i <= NF; i++) print $i "=" } /^Names:/ { on = 1 }'
+end
+
 function __w64_follows
     contains -- (commandline -opc)[-1] $argv
 end
@@ -31,5 +37,7 @@ end
 complete -c w64 -n 'test (count (__w64_command)) = 0; and not __w64_follows --trace --plugin' -f # no files
 complete -c w64 -n 'string match -q -- "-*" (commandline -ct)' -a '(__w64_options)'
 complete -c w64 -n 'not __w64_follows --format --bits' -a '(__w64_commands (__w64_command))'
+complete -c w64 -n 'not __w64_follows set --format --bits; and not string match -q -- "-*" (commandline -ct)' \
+    -a '(__w64_names)'
 complete -c w64 -n '__w64_follows --format' -f -a 'wav flac raw'
 complete -c w64 -n '__w64_follows --bits' -f -a '8 16 24 32 64'

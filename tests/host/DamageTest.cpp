@@ -24,7 +24,8 @@ TEST_F(Damage, IsAnErrorUnlessSalvageKeepsEveryWholeFrame) {
     const std::tuple<const char*, Bytes, size_t, const char*> cases[] = {
         {"cut off in the audio", Resized(good, kDataAt + 1000), 166, " lost 59,004 bytes"},
         {"cut off before the audio", Resized(good, kDataAt), 0, " lost 60,000 bytes"},
-        {"audio claims more than can be", File({}, UINT64_MAX), whole, " lost "},
+        {"audio claims more than can be", File({}, UINT64_MAX), whole,
+         "; whether more is lost cannot be told"},
         {"outer size too small", File(kDataAt + 600, {}), whole, " lost 0 bytes"},
         {"outer size 0", File(0, {}), whole, " lost 0 bytes"},
         {"both sizes 0", File(0, 0), whole, " lost 0 bytes"},
@@ -34,6 +35,8 @@ TEST_F(Damage, IsAnErrorUnlessSalvageKeepsEveryWholeFrame) {
         {"the same with silence", File({}, 24, Bytes(60000)), whole, " lost 0 bytes"},
         {"audio size of a moment before the crash", File({}, 24 + 6000), whole, " lost 0 bytes"},
         {"crashed and cut off", Resized(File(0, 24), kDataAt + 1000), 166, " lost 4 bytes"},
+        {"one frame left", Resized(good, kDataAt + 7), 1,
+         "salvaged 1 frame (0:00:00.000), lost 59,994 bytes"},
         {"both too small", Resized(File(kDataAt + 6, {}), kDataAt + 1000), 166, " lost 59,004 bytes"},
     };
     for (const auto& [name, file, framesThere, lost] : cases) {
@@ -51,7 +54,8 @@ TEST_F(Damage, IsAnErrorUnlessSalvageKeepsEveryWholeFrame) {
         EXPECT_TRUE(shop.Contents() == (Folder{{"a.raw", kept}, {"a.w64", file}, {"b.raw", part}}));
     }
     shop.Write("a.w64", Resized(good, kDataAt + 1000));
-    shop.ExpectRefused({{"info a.w64", 1, "cut off, 59,000 bytes are missing"}});
+    shop.ExpectRefused({{"info a.w64", 1, "cut off, 59,000 bytes are missing"},
+                        {"info a.w64", 1, "in fact the file is cut off: it is 59,000 bytes shorter than"}});
 }
 
 // Reports and settings are kept in memory.

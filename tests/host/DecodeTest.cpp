@@ -82,6 +82,7 @@ TEST(TimePoint, FramesAndTimes) {
 TEST_F(DecodeTest, WhatIsWrongIsToldAndChangesNothing) {
     SoundFile(shop.Path() / "riff.w64", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1).WriteRaw(Pattern(100));
     shop.Write("empty.w64", {});
+    shop.Write("nine.w64", Wave64Bytes().Fmt(1, 9, 8000, 16).Data(Pattern(180)).File());
     shop.Write("mulaw.w64", Wave64Bytes().Fmt(7, 1, 8000, 8).Data(Pattern(100)).File());
     shop.Write("\x1B[2J.w64", Pattern(100));
     for (const char* name : {"b.wav", "b.w64", "bad\xFF.w64"}) Put(name);  // the last is no UTF-8
@@ -107,6 +108,7 @@ TEST_F(DecodeTest, WhatIsWrongIsToldAndChangesNothing) {
         {"decode a.w64 --trace a.w64", 2, "the trace would replace 'a.w64'"},
         {"encode a.w64 b.wav", 2, "'b.wav' should end in .w64"},
         {"sample b.w64 --bits 24 --float", 2, "32 or 64"},
+        {"decode nine.w64 -o a.flac", 1, "of up to 8 channels, this is PCM, 16-bit, 9 channels"},
         {"decode riff.w64", 1, "w64: riff.w64: Error RIFF chunk unknown 'RIFF'\n"},
         {"decode empty.w64", 1, "w64: empty.w64: Error cannot find 'fmt ' chunk.\n"},
         {"decode mulaw.w64", 1, "w64: mulaw.w64: Error Cannot Create Wave Decoder (Unknown ACM ID: 7)?\n"},
@@ -128,9 +130,10 @@ TEST_F(DecodeTest, WhatIsWrongIsToldAndChangesNothing) {
         shop.ExpectRefused({{with("none.w64"), 1, "w64: none.w64: No such file or directory\n"},
                             {with("folder"), 1, "w64: folder: Is a directory\n"}});
     }
-    shop.Do("w64 --version");
+    shop.Do("w64 --help && w64 --version");
     EXPECT_EQ(shop.Do("w64 help").output, shop.Do("w64 --help").output);
     EXPECT_EQ(shop.Do("w64 help tags set").output, shop.Do("w64 tags set --help").output);
+    shop.ExpectRefused({{"--help >/dev/full", 1, "cannot write to standard output: No space"}});
 
     shop.Do("chmod 600 b.wav; w64 decode b.w64 -f && w64 encode b.wav b.w64 --force");
     EXPECT_EQ(shop.Run("stat -c %a b.wav").output, "600\n");
@@ -146,6 +149,8 @@ TEST_F(DecodeTest, StandardOutputGetsAudioWithRightSizes) {
         EXPECT_TRUE(file.output == ReadText(shop.Path() / ("a." + kind)));  // too long to print
         EXPECT_EQ(file.errors, "");
     }
+    const Outcome first = shop.Do("w64 decode a.w64 -o - | dd bs=65536 count=1 2>/dev/null | wc -c");
+    EXPECT_GE(std::stoi(first.output), 4096) << "the first read gives no more than a header";
     EXPECT_EQ(shop.Run("w64 decode a.w64 -o - >&-").status, 1);
     shop.Do("w64 decode a.w64 -o b.raw --salvage <&- 2>&-");
     EXPECT_EQ(shop.Read("b.raw"), audio) << "standard streams that are missing were taken for files";
@@ -182,6 +187,9 @@ TEST_F(DecodeTest, InfoTellsWhatThereIs) {
                         "    fmt                           40 bytes at 672\n"
                         "    data                   1,728,000 bytes at 736\n",
                         text);
+    shop.Write("c.w64", Wave64Bytes().Fmt(1, 1, 8000, 8).Chunk("\x01unk", {1}).Data(Pattern(2)).File());
+    EXPECT_PRED_FORMAT2(IsSubstring, "    fmt " + std::string(48, ' ') + "18 bytes at 40\n",
+                        shop.Do("w64 info c.w64").output);  // the column is as wide as a GUID
     const std::string json = shop.Do("w64 info --json b.w64 a.w64").output;
     EXPECT_EQ(JsonAt(json, "/0/speakers/5"), "side right");
     EXPECT_EQ(JsonAt(json, "/0/chunks/2/name"), "data");

@@ -183,7 +183,7 @@ TEST_F(Layout, CommandsPrintWhatIsThere) {
     EXPECT_EQ(JsonAt(shop.Do("w64 chunks --json a.w64 a.w64").output, "/1/chunks/3"),
               R"({"bytes":602,"kind":"tags","name":"bext","offset":8184,"padding":6})");
     EXPECT_EQ(shop.Do("w64 check a.w64").output,
-              "a.w64: sound (4 chunks, 8,816 bytes, tags behind the audio, 2,048 bytes kept free)\n");
+              "a.w64: sound (4 chunks, 8,816 bytes, 2,048 bytes kept free)\n");
 
     shop.Write("b.w64", Resized(Good().File(), 1000));
     shop.Write("c.w64", Good().Chunk("bext", {}).File());

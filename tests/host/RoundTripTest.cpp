@@ -136,6 +136,21 @@ TEST(ChannelMask, ComesFromSpeakersInTheirOrderOnly) {
     EXPECT_EQ(mask({SF_CHANNEL_MAP_AMBISONIC_B_W, SF_CHANNEL_MAP_LEFT}), 0u);
 }
 
+TEST_F(RoundTrip, FloatsOfUsualSpeakersHavePlainRecords) {
+    const std::map<int, std::vector<int>> speakers = {{1, {SF_CHANNEL_MAP_CENTER}},
+                                                      {2, {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT}}};
+    for (const auto& [channels, map] : speakers) {
+        const auto count = static_cast<uint16_t>(channels);
+        const Bytes format = Wave64Bytes::ExtensibleBody(3, count, 48000, 32, channels == 1 ? 4 : 3);
+        const Bytes audio = Audio(channels, 4);
+        shop.Write("a.w64", Wave64Bytes().Chunk("fmt ", format).Data(audio).File());
+        shop.Do("w64 decode a.w64 -f && w64 encode a.wav b.w64 -f && w64 sample -f c.w64 --float");
+        EXPECT_EQ(SoundFile(shop.Path() / "a.wav").ChannelMap(), map);
+        EXPECT_EQ(shop.Read("b.w64"), Wave64Bytes().Fmt(3, count, 48000, 32).Data(audio).File());
+    }
+    EXPECT_EQ(SoundFile(shop.Path() / "c.w64").Kind(), SF_FORMAT_FLOAT);
+}
+
 TEST_F(RoundTrip, SampleIsTheSameEveryTimeAndDoesNotClip) {
     shop.Do("for i in a b; do w64 sample $i.w64 --channels 6 --bits 16 --seconds 3; done");
     EXPECT_TRUE(shop.Read("a.w64") == shop.Read("b.w64"));

@@ -166,7 +166,7 @@ TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
     expectRefused(plain,
                   {{"tags set a.w64 Title=🎵", 2, "'🎵' (U+1F3B5) cannot be stored, tags take characters of"},
                    {"tags set a.w64 Title=\xFF", 2, "is no UTF-8 text"},
-                   {"tags set a.w64 Foo=x", 2, "has no place for 'Foo'; there is one for Album, "},
+                   {"tags set a.w64 Foo=x", 2, "has no place for 'Foo'; w64 tags set --help lists"},
                    {"tags set a.w64 Title", 2, "'Title' is not Name=Value"},
                    {"tags set a.w64 =x", 2, "'=x' is not Name=Value"},
                    {"tags set a.w64 Title=x title=y", 2, "'title' is set twice"},
@@ -282,12 +282,32 @@ TEST_F(Tags, OfHostileFilesDoNoHarm) {
     const Bytes file = Recording(kAudio).Chunk("\x1B[2m", Pattern(3)).SummaryList(list).File();
     shop.Write("a.w64", file);
     shop.Write("b\x1B[2J.w64", Resized(file, 3000));
-    for (const std::string command : {"tags *.w64", "tags set a.w64 Title=x", "tags remove a.w64 I\x1B[J",
-                                      "tags set b*.w64 Title=x", "tags set a.w64 I\x1B[J=x"}) {
+    for (const std::string command :
+         {"tags --chunks *.w64", "tags set a.w64 Title=x", "tags remove a.w64 I\x1B[J",
+          "tags set b*.w64 Title=x", "tags set a.w64 I\x1B[J=x"}) {
         const Outcome outcome = shop.Run("w64 " + command);
         EXPECT_TRUE(IsHarmless(outcome.output + outcome.errors)) << command;
     }
     EXPECT_EQ(shop.Tags("a.w64"), "Title=\x1B[2J\u009B 31m\x7F\r\n\b\u0085 x");
+}
+
+TEST_F(Tags, AndOtherChunksAreNamedByWhatTheyAre) {
+    const Bytes list = List({{"INAM", Text(u"Song")}, {"IART", Text(u"Abba")}});
+    const Wave64Bytes recording = Recording(kAudio).Chunk("bext", Pattern(602)).Chunk("levl", Pattern(1));
+    shop.Write("a.w64", Wave64Bytes(recording).SummaryList(list).File());
+    shop.Write("b.w64", recording.File());
+    const std::string text = "a.w64\n  Title                Song\n  Artist               Abba\n";
+    EXPECT_EQ(shop.Do("w64 tags a.w64").output, text);
+    EXPECT_EQ(
+        shop.Do("w64 tags --chunks a.w64").output,
+        text +
+            "  Chunks\n    format\n    audio\n    broadcast extension, 602 bytes\n    peak levels, 1 byte\n");
+    const std::string left =
+        "note: not carried over: tags (Title, Artist), broadcast extension, peak levels\n";
+    EXPECT_EQ(shop.Do("w64 decode a.w64 && w64 encode a.w64 c.w64").errors,
+              "w64: a.w64: " + left + "w64: a.w64: " + left);
+    EXPECT_EQ(shop.Do("w64 decode -qf a.w64").errors, "");
+    EXPECT_EQ(shop.Run("w64 check b.w64").output.find("tags"), std::string::npos);
 }
 
 TEST_F(Options, AreListedSetAndKept) {
