@@ -4,7 +4,7 @@
 #include <new>
 #include <vector>
 
-// Numbers that start at a cache line, and hold anything until they are written.
+// Allocates at cache-line boundaries and leaves new elements uninitialised.
 template <class Number>
 struct CacheLineAllocator {
     using value_type = Number;
@@ -29,5 +29,5 @@ struct CacheLineAllocator {
 
     static constexpr std::align_val_t kAlignment{64};
 };
-using Numbers = std::vector<double, CacheLineAllocator<double>>;
-using FloatNumbers = std::vector<float, CacheLineAllocator<float>>;
+using AlignedDoubles = std::vector<double, CacheLineAllocator<double>>;
+using AlignedFloats = std::vector<float, CacheLineAllocator<float>>;

@@ -9,15 +9,15 @@
 
 namespace {
 
-// Twiddle factors of n numbers, which are n / 2 points, take half of the table. Cosines in the plain order of
-// their angles, pi k / (n / 2) up to half pi, take the other half.
+// The first half of a table holds twiddle factors in bit-reversed order, the second half cos(pi k / points)
+// for k = 0 .. points / 2 - 1. A transform of fewer points uses the cosines at a stride.
 struct Tables {
     FFTTwiddles twiddles;
     const double* cosines;
     ptrdiff_t points;
 };
 
-// Of the smallest tables, all are twiddle factors.
+// Complex twiddle factors in a table of nw doubles. The smallest tables hold nothing else.
 int TwiddlesIn(int nw) { return (nw + 2) / 4; }
 
 Tables TablesFor(int n, int* ip, double* w) {
@@ -26,7 +26,7 @@ Tables TablesFor(int n, int* ip, double* w) {
     return {{w, w + twiddles}, w + 2 * twiddles, ip[0]};
 }
 
-// Points that are too few for the kernel: level by level, two at a time, and the leaves in their plain order.
+// Radix 2, level by level, for fewer points than the kernel takes. The output is in bit-reversed order.
 void SmallForward(ptrdiff_t points, double* a, const FFTTwiddles& twiddles) {
     for (ptrdiff_t half = points / 2; half > 0; half /= 2) {
         for (ptrdiff_t node = 0; node < points / 2 / half; ++node) {
@@ -35,12 +35,12 @@ void SmallForward(ptrdiff_t points, double* a, const FFTTwiddles& twiddles) {
             for (ptrdiff_t i = 2 * node * half; i < (2 * node + 1) * half; ++i) {
                 double* const low = a + 2 * i;
                 double* const high = low + 2 * half;
-                const double turnedRe = high[0] * re - high[1] * im;
-                const double turnedIm = high[0] * im + high[1] * re;
-                high[0] = low[0] - turnedRe;
-                high[1] = low[1] - turnedIm;
-                low[0] += turnedRe;
-                low[1] += turnedIm;
+                const double rotatedRe = high[0] * re - high[1] * im;
+                const double rotatedIm = high[0] * im + high[1] * re;
+                high[0] = low[0] - rotatedRe;
+                high[1] = low[1] - rotatedIm;
+                low[0] += rotatedRe;
+                low[1] += rotatedIm;
             }
         }
     }
@@ -54,7 +54,7 @@ void SmallReorder(ptrdiff_t points, double* a) {
     }
 }
 
-// The way back differs from the way there in the sign of every angle, which is that of the imaginary parts.
+// Between two conjugations the forward transform is the inverse one.
 void Conjugate(ptrdiff_t points, double* a) {
     for (ptrdiff_t i = 0; i < points; ++i) a[2 * i + 1] = -a[2 * i + 1];
 }
@@ -72,8 +72,8 @@ void Transform(ptrdiff_t points, bool back, double* a, const FFTTwiddles& twiddl
     }
 }
 
-// From the spectrum of number pairs to that of the numbers, with the factor -i / 2 exp(pi i k / points) for the
-// frequencies k and -k, or back, with its conjugate.
+// From the spectrum of pairs of real numbers, taken as complex points, to the spectrum of the numbers:
+// frequencies k and -k are combined with the factor -i / 2 exp(pi i k / points). Back, with its conjugate.
 void CombineReal(ptrdiff_t points, bool back, double* a, const Tables& tables) {
     const double scale = back ? 0.5 : 1;
     const double sum = scale * (a[0] + a[1]);
@@ -90,16 +90,16 @@ void CombineReal(ptrdiff_t points, bool back, double* a, const Tables& tables) {
         const double sumIm = 0.5 * (here[1] - mirror[1]);
         const double differenceRe = here[0] - mirror[0];
         const double differenceIm = here[1] + mirror[1];
-        const double turnedRe = differenceRe * factorRe - differenceIm * factorIm;
-        const double turnedIm = differenceRe * factorIm + differenceIm * factorRe;
-        here[0] = sumRe + turnedRe;
-        here[1] = sumIm + turnedIm;
-        mirror[0] = sumRe - turnedRe;
-        mirror[1] = turnedIm - sumIm;
+        const double rotatedRe = differenceRe * factorRe - differenceIm * factorIm;
+        const double rotatedIm = differenceRe * factorIm + differenceIm * factorRe;
+        here[0] = sumRe + rotatedRe;
+        here[1] = sumIm + rotatedIm;
+        mirror[0] = sumRe - rotatedRe;
+        mirror[1] = rotatedIm - sumIm;
     }
 }
 
-// cos(pi k / 2n), and its sine at n - k.
+// cos(pi k / 2n); the sine is the entry at n - k.
 struct QuarterWave {
     const double* table;
     int stride;
@@ -113,8 +113,8 @@ QuarterWave Cosines(int n, int* ip, double* w) {
     return {w + ip[0], ip[1] / n};
 }
 
-// The rotation between a cosine transform and the sums P and Q of cosines and sines of whole multiples that
-// its pairs of neighbours lead to: the sum for k is cos(pi k / 2n) P + sin(pi k / 2n) Q.
+// A cosine transform at k is cos(pi k / 2n) P + sin(pi k / 2n) Q, where P and Q are the cosine and sine sums
+// of a real transform. These rotate between the two, for k and n - k at once.
 void RotateToSums(int n, double* a, const QuarterWave& wave) {
     for (ptrdiff_t k = 1; k < n / 2; ++k) {
         const double p = wave.Cosine(k) * a[k] + wave.Cosine(n - k) * a[n - k];
@@ -161,8 +161,8 @@ void rdft(int n, int isgn, double* a, int* ip, double* w) {
     if (isgn >= 0) CombineReal(points, false, a, tables);
 }
 
-// Neighbours a[2 j - 1] and a[2 j] enter their two cosines as sum and difference times cosine and sine of 2 j,
-// which are the frequencies that a real transform takes; and the transpose of it all.
+// The sum of the neighbours a[2 j - 1] and a[2 j] goes with the cosine, their difference with the sine of the
+// angle halfway between them, and those are the angles of a real transform. isgn = 1 is the transpose.
 void ddct(int n, int isgn, double* a, int* ip, double* w) {
     if (n < 2) return;
     const QuarterWave wave = Cosines(n, ip, w);
@@ -190,7 +190,7 @@ void ddct(int n, int isgn, double* a, int* ip, double* w) {
     }
 }
 
-// sin(pi (j + 1/2) (n - k) / n) is cos(pi (j + 1/2) k / n) with the sign of every other j turned.
+// sin(pi (j + 1/2) (n - k) / n) is cos(pi (j + 1/2) k / n) with the sign flipped for odd j.
 void ddst(int n, int isgn, double* a, int* ip, double* w) {
     if (isgn >= 0) std::reverse(a + 1, a + n);
     if (isgn < 0) {
@@ -203,8 +203,7 @@ void ddst(int n, int isgn, double* a, int* ip, double* w) {
     }
 }
 
-// Sums of mirrored numbers lead to the even k, which is the same transform of half the size, differences to
-// the odd ones.
+// a[j] + a[n - j] gives the even k, by the same transform at half the size; a[j] - a[n - j] gives the odd k.
 void dfct(int n, double* a, double* t, int* ip, double* w) {
     const int half = n / 2;
     if (half == 0) {

@@ -9,14 +9,14 @@
 
 namespace {
 
-// exp(2 pi i turns / whole), exact for small numbers however large they were.
-struct Turn {
+// exp(2 pi i numerator / denominator). The numerator is reduced first, which keeps large ones exact.
+struct RootOfUnity {
     double re;
     double im;
 
-    Turn(ptrdiff_t turns, ptrdiff_t whole) {
-        const double angle =
-            2 * std::numbers::pi * static_cast<double>(turns % whole) / static_cast<double>(whole);
+    RootOfUnity(ptrdiff_t numerator, ptrdiff_t denominator) {
+        const double angle = 2 * std::numbers::pi * static_cast<double>(numerator % denominator) /
+                             static_cast<double>(denominator);
         re = std::cos(angle);
         im = std::sin(angle);
     }
@@ -27,8 +27,8 @@ ptrdiff_t WithoutFactor(ptrdiff_t number, ptrdiff_t factor) {
     return number;
 }
 
-// The number of rows: of the divisors that leave multiples of the lanes, the last one up to the square root. Past
-// 8, rows and columns take two passes or more.
+// The largest divisor up to the square root that makes rows and columns multiples of the lanes. Above 8, both
+// take at least two passes.
 ptrdiff_t RowsOf(ptrdiff_t points) {
     ptrdiff_t rows = kLanes;
     for (ptrdiff_t divisor = kLanes; divisor * divisor <= points; divisor += kLanes) {
@@ -37,7 +37,7 @@ ptrdiff_t RowsOf(ptrdiff_t points) {
     return rows;
 }
 
-// The transforms of as many numbers as the array has.
+// Butterflies: the transform of the numbers in the array.
 W64_INLINE void Transform(Complex (&a)[4]) {
     const Complex sum = a[0] + a[2];
     const Complex difference = a[0] - a[2];
@@ -64,28 +64,28 @@ W64_INLINE void Transform(Complex (&a)[8]) {
     }
 }
 
-// cos and sin of 2 pi k / radix for the odd radices, up to half a turn.
+// cos and sin of 2 pi k / radix, k up to radix / 2, for the odd radices.
 template <int kRadix>
-struct Waves;
+struct Roots;
 template <>
-struct Waves<3> {
+struct Roots<3> {
     static constexpr double kCos[] = {1, -0.5};
     static constexpr double kSin[] = {0, 0.86602540378443864676};
 };
 template <>
-struct Waves<5> {
+struct Roots<5> {
     static constexpr double kCos[] = {1, 0.30901699437494742410, -0.80901699437494742410};
     static constexpr double kSin[] = {0, 0.95105651629515357212, 0.58778525229247312917};
 };
 template <>
-struct Waves<7> {
+struct Roots<7> {
     static constexpr double kCos[] = {1, 0.62348980185873353053, -0.22252093395631440429,
                                       -0.90096886790241912624};
     static constexpr double kSin[] = {0, 0.78183148246802980871, 0.97492791218182360702,
                                       0.43388373911755812048};
 };
 
-// Mirrored numbers meet the same cosine and the opposite sine.
+// Odd radices: a[j] and a[radix - j] share their cosines and have opposite sines.
 template <int kRadix>
 W64_INLINE void Transform(Complex (&a)[kRadix]) {
     constexpr int kHalf = kRadix / 2;
@@ -101,11 +101,11 @@ W64_INLINE void Transform(Complex (&a)[kRadix]) {
         Complex even = a[0];
         Complex odd(Vector{}, Vector{});
         for (int j = 1; j <= kHalf; ++j) {
-            const int turns = j * k % kRadix;
-            const double cosine = Waves<kRadix>::kCos[std::min(turns, kRadix - turns)];
-            const double sine = Waves<kRadix>::kSin[std::min(turns, kRadix - turns)];
+            const int index = j * k % kRadix;
+            const double cosine = Roots<kRadix>::kCos[std::min(index, kRadix - index)];
+            const double sine = Roots<kRadix>::kSin[std::min(index, kRadix - index)];
             even = even + cosine * sum[j];
-            odd = odd + (turns <= kHalf ? sine : -sine) * difference[j];
+            odd = odd + (index <= kHalf ? sine : -sine) * difference[j];
         }
         odd = TimesI(odd);
         a[k] = even + odd;
@@ -114,7 +114,8 @@ W64_INLINE void Transform(Complex (&a)[kRadix]) {
     a[0] = all;
 }
 
-// Groups of four numbers, by index. What turns the other way swaps real and imaginary parts.
+// Where passes read and write, by groups of four numbers. A forward transform that reads and writes real and
+// imaginary parts swapped is the inverse transform.
 struct FromGroups {
     const double* groups;
 
@@ -157,10 +158,10 @@ struct ToSwappedPoints {
     }
 };
 
-// T. G. Stockham's passes, which leave natural order: input and output are different places. Of the loops'
-// limits, copies are taken, which no store can change.
+// A pass of T. G. Stockham's algorithm, which keeps natural order but cannot work in place. The limits of the
+// loops are local copies: a store could change those of the pass, as far as the compiler knows.
 template <int kRadix, class Source, class Target>
-W64_INLINE void RunTurningPass(const FFTPass& pass, Source source, Target target) {
+W64_INLINE void RunTwiddledPass(const FFTPass& pass, Source source, Target target) {
     const ptrdiff_t count = pass.count;
     const ptrdiff_t stride = pass.stride;
     const ptrdiff_t apart = stride * count;
@@ -182,7 +183,7 @@ W64_INLINE void RunTurningPass(const FFTPass& pass, Source source, Target target
     }
 }
 
-// The last one turns nothing.
+// In the last pass all twiddle factors are 1.
 template <int kRadix, class Source, class Target>
 W64_INLINE void RunLastPass(const FFTPass& pass, Source source, Target target) {
     const ptrdiff_t stride = pass.stride;
@@ -221,24 +222,24 @@ struct PassRun {
         if constexpr (kLast)
             RunLastPass<kRadix>(pass, source, target);
         else
-            RunTurningPass<kRadix>(pass, source, target);
+            RunTwiddledPass<kRadix>(pass, source, target);
     }
 };
 template <class Source, class Target>
-using Turning = PassRun<false, Source, Target>;
+using Twiddled = PassRun<false, Source, Target>;
 template <class Source, class Target>
 using Last = PassRun<true, Source, Target>;
 
-// Between the first pass and the last one all is in the cache.
+// From one cached buffer to the other.
 W64_VECTOR_CLONES void RunMiddlePass(const FFTPass& pass, const double* in, double* out) {
-    WithRadix(pass.radix, Turning<FromGroups, ToGroups>{pass, {in}, {out}});
+    WithRadix(pass.radix, Twiddled<FromGroups, ToGroups>{pass, {in}, {out}});
 }
 
 W64_VECTOR_CLONES void RunLastPassOfColumns(const FFTPass& pass, const double* in, double* out) {
     WithRadix(pass.radix, Last<FromGroups, ToGroups>{pass, {in}, {out}});
 }
 
-// From the first pass's output on; returns what the last pass takes.
+// All passes between the first, whose output is `out`, and the last, whose input is returned.
 const double* RunMiddlePasses(std::span<const FFTPass> passes, double* out, double* other) {
     for (const FFTPass& pass : passes.subspan(1, passes.size() - 2)) {
         RunMiddlePass(pass, out, other);
@@ -247,7 +248,7 @@ const double* RunMiddlePasses(std::span<const FFTPass> passes, double* out, doub
     return out;
 }
 
-// Every so many groups of a source or target.
+// Every `step`-th group of a source or target, from `first` on.
 template <class Source>
 struct Column {
     Source source;
@@ -267,30 +268,30 @@ struct RowTarget {
     }
 };
 
-// Four columns, to the place that the result is at.
+// Transforms four columns and returns where the result is.
 template <class Source>
 W64_INLINE const double* TransformColumns(const FFTGridView& view, Source source, ptrdiff_t group) {
     const FFTPass& first = view.columnPasses.front();
     const Column<Source> column{source, group, view.columns / kLanes};
-    WithRadix(first.radix, Turning<Column<Source>, ToGroups>{first, column, {view.cached[0]}});
+    WithRadix(first.radix, Twiddled<Column<Source>, ToGroups>{first, column, {view.cached[0]}});
     const double* in = RunMiddlePasses(view.columnPasses, view.cached[0], view.cached[1]);
     double* const out = view.cached[in == view.cached[0] ? 1 : 0];
     RunLastPassOfColumns(view.columnPasses.back(), in, out);
     return out;
 }
 
-// Row k of a column c is turned by exp(2 pi i k c / points). Then rows become the lanes.
-W64_INLINE void TurnAndTranspose(const FFTGridView& view, const double* column, ptrdiff_t group) {
-    const Complex turn = LoadGroup(view.turns + group * kGroup);
-    const Complex second = turn * turn;
+// Multiplies row p of column c by exp(2 pi i p c / points), then makes rows the lanes.
+W64_INLINE void TwiddleAndTranspose(const FFTGridView& view, const double* column, ptrdiff_t group) {
+    const Complex first = LoadGroup(view.twiddles + group * kGroup);
+    const Complex second = first * first;
     const Complex step = second * second;
-    Complex turns[4] = {{Broadcast(1), Vector{}}, turn, second, second * turn};
+    Complex twiddles[4] = {{Broadcast(1), Vector{}}, first, second, second * first};
     double* out = view.grid + group * kLanes * kGroup;
     for (ptrdiff_t row = 0; row < view.rows; row += kLanes, out += view.columns * kGroup) {
         Complex a[4];
         for (ptrdiff_t i = 0; i < 4; ++i) {
-            a[i] = LoadGroup(column + (row + i) * kGroup) * turns[i];
-            turns[i] = turns[i] * step;
+            a[i] = LoadGroup(column + (row + i) * kGroup) * twiddles[i];
+            twiddles[i] = twiddles[i] * step;
         }
         Transpose(a);
         for (ptrdiff_t i = 0; i < 4; ++i) StoreGroup(out + i * kGroup, a[i]);
@@ -309,7 +310,7 @@ W64_INLINE void TransformRows(const FFTGridView& view, ptrdiff_t group, Target t
 template <class Source, class Target>
 W64_INLINE void TransformGrid(const FFTGridView& view, Source source, Target target) {
     for (ptrdiff_t group = 0; group < view.columns / kLanes; ++group) {
-        TurnAndTranspose(view, TransformColumns(view, source, group), group);
+        TwiddleAndTranspose(view, TransformColumns(view, source, group), group);
     }
     for (ptrdiff_t group = 0; group < view.rows / kLanes; ++group) TransformRows(view, group, target);
 }
@@ -323,7 +324,7 @@ W64_VECTOR_CLONES void TransformBack(const FFTGridView& view, const double* spec
     TransformGrid(view, FromSwappedGroups{spectrum}, ToSwappedPoints{points, first, end});
 }
 
-// The twos in as few passes as can be; then the odd radices, of which the last turns nothing.
+// Radices 8 and 4 for the powers of two, in as few passes as possible, then the odd radices.
 std::vector<FFTPass> PassesOf(ptrdiff_t points) {
     std::vector<FFTPass> passes;
     ptrdiff_t left = points;
@@ -333,8 +334,8 @@ std::vector<FFTPass> PassesOf(ptrdiff_t points) {
         FFTPass& pass = passes.emplace_back(FFTPass{radix, count, stride, {}});
         for (ptrdiff_t p = 0; p < count; ++p) {
             for (int j = 1; j < radix; ++j) {
-                const Turn turn(p * j, left);
-                pass.twiddles.insert(pass.twiddles.end(), {turn.re, turn.im});
+                const RootOfUnity twiddle(p * j, left);
+                pass.twiddles.insert(pass.twiddles.end(), {twiddle.re, twiddle.im});
             }
         }
         left = count;
@@ -361,14 +362,14 @@ bool FFTGrid::Takes(ptrdiff_t points) {
 
 FFTGrid::FFTGrid(ptrdiff_t points)
     : rows_(RowsOf(points)), columns_(points / rows_), columnPasses_(PassesOf(rows_)),
-      rowPasses_(PassesOf(columns_)), turns_(static_cast<size_t>(2 * columns_)) {
+      rowPasses_(PassesOf(columns_)), twiddles_(static_cast<size_t>(2 * columns_)) {
     for (ptrdiff_t column = 0; column < columns_; ++column) {
-        const Turn turn(column, points);
-        double* const group = turns_.data() + column / kLanes * kGroup + column % kLanes;
-        group[0] = turn.re;
-        group[kLanes] = turn.im;
+        const RootOfUnity twiddle(column, points);
+        double* const group = twiddles_.data() + column / kLanes * kGroup + column % kLanes;
+        group[0] = twiddle.re;
+        group[kLanes] = twiddle.im;
     }
-    for (Numbers& place : cached_) place.resize(static_cast<size_t>(columns_ * kGroup));
+    for (AlignedDoubles& place : cached_) place.resize(static_cast<size_t>(columns_ * kGroup));
 }
 
 FFTGridView FFTGrid::View(double* work) {
@@ -376,7 +377,7 @@ FFTGridView FFTGrid::View(double* work) {
             columns_,
             columnPasses_,
             rowPasses_,
-            turns_.data(),
+            twiddles_.data(),
             work,
             {cached_[0].data(), cached_[1].data()}};
 }

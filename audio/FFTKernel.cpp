@@ -8,9 +8,9 @@
 
 namespace {
 
-constexpr ptrdiff_t kCachedGroups = 256;  // stay in the first-level cache from level to level
+constexpr ptrdiff_t kCachedGroups = 256;  // 16 KiB: stays in the first-level cache from level to level
 
-// Of twiddle factor j.
+// The angle of twiddle factor j.
 double AngleOf(ptrdiff_t j) {
     double angle = 0;
     double weight = std::numbers::pi / 4;
@@ -20,10 +20,10 @@ double AngleOf(ptrdiff_t j) {
     return angle;
 }
 
-// Levels of four lead from a power of four groups to one.
+// Whether radix 4 alone does not lead from the groups to one: they are no power of 4.
 bool HasOddLevels(ptrdiff_t groups) { return __builtin_ctz(static_cast<unsigned>(groups)) % 2 != 0; }
 
-// The twiddle factors of a node in each lane, and their powers.
+// The twiddle factor of a node and its powers, in each lane.
 struct Powers {
     Complex first, second, third;
 };
@@ -33,8 +33,8 @@ W64_INLINE Powers PowersOf(const Complex& factor) {
     return {factor, second, factor * second};
 }
 
-// Those of the nodes of a level, which has so many in each lane: between two lanes the angle is the same for all
-// nodes.
+// The twiddle factors of a level, which has `nodes` nodes in each lane. The angle between two lanes is the
+// same for all nodes.
 struct Level {
     FFTTwiddles twiddles;
     Complex lanes;
@@ -49,7 +49,8 @@ struct Level {
     }
 };
 
-// Four quarters of a polynomial whose twiddle factors are applied, to its remainders; and back, times four.
+// Radix-4 butterflies: from the four quarters of a polynomial, twiddle factors applied, to its remainders,
+// and back, times 4.
 W64_INLINE void Split(Complex (&a)[4]) {
     const Complex sum = a[0] + a[2];
     const Complex difference = a[0] - a[2];
@@ -84,7 +85,7 @@ W64_INLINE void Join(Complex (&a)[4], const Powers& powers) {
     a[3] = TimesConjugate(a[3], powers.third);
 }
 
-// Eight eighths of x^m - 1, in place of one level of two and one of four.
+// Radix 8 of x^m - 1, in place of a level of radix 2 and one of radix 4.
 W64_INLINE void Split8(Complex (&a)[8]) {
     constexpr double kRoot = std::numbers::sqrt2 / 2;
     Complex even[4];
@@ -111,18 +112,17 @@ W64_INLINE void Join8(Complex (&a)[8]) {
     Join(even);
     Join(odd);
     const Complex eighth = {Broadcast(kRoot), Broadcast(kRoot)};
-    const Complex turned = {odd[3].im, -odd[3].re};
+    const Complex rotated = {odd[3].im, -odd[3].re};
     odd[1] = TimesConjugate(odd[1], eighth);
     odd[2] = {odd[2].im, -odd[2].re};
-    odd[3] = TimesConjugate(turned, eighth);
+    odd[3] = TimesConjugate(rotated, eighth);
     for (ptrdiff_t i = 0; i < 4; ++i) {
         a[i] = even[i] + odd[i];
         a[i + 4] = even[i] - odd[i];
     }
 }
 
-// The first level, from interleaved points to groups, and back. The points come and go in the order of
-// LoadInterleaved.
+// The first level, from interleaved points to groups, and back. Lanes are in the order of LoadInterleaved.
 W64_INLINE void SplitRoot(ptrdiff_t points, double* data) {
     const ptrdiff_t quarter = points / 2;  // doubles
     for (double* at = data; at < data + quarter; at += kGroup) {
@@ -146,7 +146,7 @@ W64_INLINE void JoinRoot(ptrdiff_t points, double* data) {
     }
 }
 
-// One level of a node of so many groups.
+// One level of a node that spans `groups` groups.
 W64_INLINE void SplitNode(ptrdiff_t groups, double* data, const Powers& powers) {
     const ptrdiff_t quarter = groups / 4 * kGroup;
     for (ptrdiff_t at = 0; at < quarter; at += kGroup) {
@@ -166,7 +166,7 @@ W64_INLINE void JoinNode(ptrdiff_t groups, double* data, const Powers& powers) {
     }
 }
 
-// The first level within a lane, where the number of levels is odd: one of two and one of four.
+// Radix 8 at the first level within a lane, where the groups are no power of 4.
 struct EighthPowers {
     Complex power[8];
 
@@ -200,8 +200,8 @@ W64_INLINE void JoinNode8(ptrdiff_t groups, double* data, const EighthPowers& po
     }
 }
 
-// A quarter's nodes from its groups down to fours, and back. Each quarter goes through all of its levels
-// before the next, and so does each part of it that stays in the first-level cache.
+// A quarter's levels down to nodes of four groups, and back. Depth first: each quarter, and each part of it
+// that fits the first-level cache, goes through all of its levels before the next.
 W64_INLINE void SplitQuarter(ptrdiff_t groups, double* data, FFTTwiddles twiddles) {
     ptrdiff_t size = groups;
     if (HasOddLevels(groups)) {
@@ -243,8 +243,8 @@ W64_INLINE void JoinQuarter(ptrdiff_t groups, double* data, FFTTwiddles twiddles
     if (all != groups) JoinNode8(groups, data, EighthsOf(twiddles));
 }
 
-// The last two levels: that of four groups in each quarter, and that of one group in all of them. Loops would
-// keep the sixteen groups in memory.
+// The last two levels at once: one within four groups of each quarter, one across the quarters. Unrolled by
+// hand, because loops keep the sixteen groups in memory.
 struct Leaves {
     double* data;       // first of the four groups in the first quarter
     ptrdiff_t quarter;  // doubles
@@ -308,7 +308,7 @@ W64_INLINE void JoinLeaves(ptrdiff_t points, double* data, FFTTwiddles twiddles)
     }
 }
 
-// Between the lanes of a group and four interleaved points.
+// Copies a group as four interleaved points, and back.
 struct ToInterleaved {
     W64_INLINE void operator()(const double* group, double* points) const {
         StoreInterleaved(points, LoadGroup(group));
@@ -328,8 +328,8 @@ W64_INLINE void SwapChanged(double* here, double* there, Change change) {
     change(kept, there);
 }
 
-// Groups change places with those of the reversed number in their quarter, or in the other one of the two
-// quarters in the middle.
+// Bit reversal. A group of an outer quarter changes places with one of the same quarter, a group of one
+// middle quarter with one of the other.
 template <class Change>
 W64_INLINE void Reorder(ptrdiff_t points, double* data, Change change) {
     const ptrdiff_t quarter = points / 2;  // doubles

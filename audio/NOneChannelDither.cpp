@@ -21,7 +21,7 @@ int32_t ToInt32(std::wstring_view text) {
         std::clamp<long>(value, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
 }
 
-// Hands every pair that has a key to the action.
+// Calls the action for every pair that has a key.
 template <class Action>
 void ForEachPair(std::wstring_view options, Action action) {
     while (!options.empty()) {
@@ -51,7 +51,7 @@ int32_t NOneChannelDither::WithNoise(int32_t value) {
     const int64_t step = int64_t{1} << shift;
     const auto mask = static_cast<uint64_t>(step - 1);
     const int64_t limit = int64_t{1} << (31 - shift);
-    // The difference of two numbers that are uniform over a step is triangular, with a mean of exactly 0.
+    // The difference of two numbers uniform over a step is triangular, with a mean of exactly 0.
     const uint64_t random = random_();
     const auto noise = static_cast<int64_t>(random >> 48 & mask) - static_cast<int64_t>(random >> 32 & mask);
     return static_cast<int32_t>(std::clamp((value + noise + step / 2) >> shift, -limit, limit - 1));

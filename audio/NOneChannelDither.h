@@ -6,15 +6,16 @@
 // Requantises one channel from 32 bits to 16 or 24.
 class NOneChannelDither {
 public:
-    // The options are "key=value" pairs separated by ';', ',' or a line end, with blanks around each ignored.
-    //   dither  the level, 0 when it is absent or no number
+    // The options are "key=value" pairs separated by ';', ',' or a line end; blanks around keys and values
+    // are ignored.
+    //   dither  the level, 0 if absent or not a number
     //   noise   "tpdf" adds triangular noise
-    // The seed fixes the noise; channels with seeds of their own have noise that is independent.
+    // The seed determines the noise; channels with different seeds have independent noise.
     void Create(int bits, const wchar_t* options, uint64_t seed = 0);
 
-    // Cuts off what is too fine, toward minus infinity. With noise, whose peaks are one step to either side,
-    // it rounds and clips instead, and the error has the same mean and power whatever the signal.
-    // The level does not alter the result.
+    // Without noise, truncates toward minus infinity. With noise, whose peaks are one step to either side,
+    // rounds and clips; the error then has the same mean and power whatever the signal. The level does not
+    // alter the result.
     int32_t Dither(int32_t value) { return noisy_ ? WithNoise(value) : value >> Shift(); }
 
     int32_t Level() const { return level_; }
@@ -26,6 +27,6 @@ private:
     int32_t bits_ = 0;
     int32_t level_ = 0;
     bool noisy_ = false;
-    // Of the 64 bits only the upper ones are random enough.
+    // Only the upper of the 64 bits are random enough.
     std::linear_congruential_engine<uint64_t, 6364136223846793005, 1442695040888963407, 0> random_;
 };

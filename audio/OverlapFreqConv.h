@@ -6,17 +6,17 @@
 
 #include <vector>
 
-// The two filters of a sample-rate conversion at work, on two channels at a time: a frame is a pair of
-// doubles. Frames are counted from the start of the stream, and those before it are silence.
+// The two filters of a sample-rate conversion, one after the other, on two channels at a time: a frame is a
+// pair of doubles. Frames are counted from the start of the stream; those before it are silence.
 
 // The newest frames of a stream.
 class FrameWindow {
 public:
-    // Begins with silence from one frame up to another.
+    // Starts with silence from frame `first` to before `end`.
     FrameWindow(int64_t first, int64_t end)
         : first_(first), numbers_(static_cast<size_t>(2 * (end - first)), 0.0) {}
 
-    // Room for frames to be written behind the last; good until the next call.
+    // Room for the next frames; valid until the next call.
     double* Append(int64_t frames);
 
     const double* At(int64_t frame) const { return numbers_.data() + 2 * (frame - first_); }
@@ -24,25 +24,25 @@ public:
 
 private:
     int64_t first_;
-    Numbers numbers_;
+    AlignedDoubles numbers_;
 };
 
-// The short filter: a row of taps for every phase, in the order in which a stream's outputs meet them.
+// The short filter: a row of taps for every phase, in the order in which a branch's outputs use them.
 class PolyphaseFilter {
 public:
-    // The way of one stream's outputs along the input.
+    // How far one branch's outputs have come along the input.
     struct Walk {
-        int64_t window;  // first frame that goes into the next output
-        size_t row;
+        int64_t window;  // first input frame of the next output
+        size_t row;      // its phase
     };
 
     explicit PolyphaseFilter(const FreqConvDesign& design);
 
-    // From the output at a time, of which an input has `phases` of the design.
+    // The start of the output at a time, which counts in 1 / `phases` of an input frame.
     Walk WalkFrom(int64_t time) const;
 
-    // How many outputs from time 0 on can be had from so many inputs, and how many inputs it takes for one
-    // output of a number and a time after it.
+    // The number of outputs, from time 0 on, that `inputs` input frames suffice for; and the number of input
+    // frames that are needed for the output at time `output` steps + `after`.
     int64_t OutputsOf(int64_t inputs) const;
     int64_t InputsFor(int64_t output, int64_t after) const;
 
@@ -52,35 +52,34 @@ private:
     int64_t phases_;
     int64_t step_;
     int64_t half_;
-    int64_t taps_;  // of a row, an even number
-    Numbers rows_;
+    int64_t taps_;  // of a row; even
+    AlignedDoubles rows_;
     std::vector<int32_t> advance_;  // of the window from each row to the next
 };
 
-// The long filter between one stream and `streams` interleaved ones, a block at a time, as products of
-// spectra: sub-filter s has those taps that lead to stream s, or from it. Nothing is computed that would be
-// thrown away for the change of rate.
+// The long filter in its polyphase branches, a block at a time, as products of spectra. Branch s has every
+// `branches`-th tap. Nothing is computed only to be dropped by the change of rate.
 class LongFilter {
 public:
     explicit LongFilter(const FreqConvDesign& design);
 
     int64_t Block() const { return sizes_.block; }
     int64_t Reach() const { return sizes_.reach; }
-    size_t Streams() const { return spectra_.size(); }
+    size_t Branches() const { return spectra_.size(); }
     size_t SpectrumSize() const { return 2 * static_cast<size_t>(grid_.Points()); }
 
-    // Many streams to one: a block of frames of each, in room for a spectrum and worthless afterwards, is added
-    // to the sum, with which the first begins.
-    void TransformAndAdd(double* frames, size_t stream, double* sum);
+    // To decimate: adds the filtered spectrum of a branch's block of frames to the sum, which branch 0
+    // starts. The frames have room for a spectrum and are overwritten.
+    void TransformAndAdd(double* frames, size_t branch, double* sum);
     void TransformBack(const double* sum, double* frames);
 
-    // One stream to many, a block after the overlap, interleaved.
+    // To interpolate: writes a branch's filtered block, without the overlap, between those of the others.
     void Transform(const double* frames, double* spectrum);
-    void TransformBackTo(size_t stream, const double* spectrum, double* product, double* frames);
+    void TransformBackTo(size_t branch, const double* spectrum, double* product, double* frames);
 
 private:
     struct Sizes {      // in frames
-        int64_t reach;  // of a sub-filter to either side
+        int64_t reach;  // of a branch's taps to either side
         int64_t points;
         int64_t block;
     };
@@ -90,11 +89,11 @@ private:
 
     Sizes sizes_;
     FFTGrid grid_;
-    std::vector<Numbers> spectra_;
-    Numbers work_;
+    std::vector<AlignedDoubles> spectra_;
+    AlignedDoubles work_;
 };
 
-// Both, for any rates that have filters.
+// Both filters, for all rates that have a design.
 class OverlapFreqConv : public FreqConvEngine {
 public:
     OverlapFreqConv(const FreqConvDesign& design, int channels);
@@ -105,8 +104,8 @@ public:
 private:
     struct Pair {  // of channels
         FrameWindow shortInput;
-        std::vector<PolyphaseFilter::Walk> walks;  // one for each stream where the short filter comes first
-        Numbers longHistory;  // what its next block begins with: input where it comes first, or else output
+        std::vector<PolyphaseFilter::Walk> walks;  // one per branch where the short filter comes first
+        AlignedDoubles longHistory;  // overlap: of its input where it comes first, of its output otherwise
     };
 
     void RestartPairs(size_t pairs) override;
@@ -121,7 +120,7 @@ private:
     PolyphaseFilter shortFilter_;
     LongFilter longFilter_;
     std::vector<Pair> pairs_;
-    Numbers work_;
-    Numbers sum_;
-    Numbers pairOut_;
+    AlignedDoubles work_;
+    AlignedDoubles sum_;
+    AlignedDoubles pairOut_;
 };

@@ -1,8 +1,8 @@
 #include "audio/SampleKernels.h"
 
-// Vectors in the form that GCC and Clang share: on x86-64 for AVX2, which is asked for at run time, and
-// elsewhere for what every processor of the kind has. Vectors are passed by reference, as what they would be
-// passed in depends on the instructions.
+// Vectors in the syntax that GCC and Clang share: for AVX2 on x86-64, which is checked at run time, and for
+// the baseline elsewhere. Vectors are passed by reference, because the ABI for passing them by value depends
+// on the instruction set.
 #if defined(__x86_64__)
 #define W64_LANES [[gnu::target("avx2")]]
 #else
@@ -51,7 +51,7 @@ W64_INLINE_LANES void StoreLanes(void* to, const Vector& value) {
     std::memcpy(to, &value, sizeof value);
 }
 
-// What is out of range is clipped before the cast, which it would not survive, and NaN becomes 0.
+// Out-of-range values are clipped before the cast, which would be undefined for them, and NaN becomes 0.
 W64_INLINE_LANES void Truncate(const Doubles& scaled, double low, double high, Ints4& whole) {
     const Longs isNumber = scaled <= std::numeric_limits<double>::infinity();
     const Doubles lowest = Doubles{} + low;
@@ -61,7 +61,7 @@ W64_INLINE_LANES void Truncate(const Doubles& scaled, double low, double high, I
     whole = __builtin_convertvector((Doubles)((Longs)clipped & isNumber), Ints4);
 }
 
-// Half a step away from zero before it is truncated, and clipped to -limit .. limit - 1.
+// Rounds half away from zero: adds half a step outwards, truncates, clips to -limit .. limit - 1.
 W64_INLINE_LANES void Round(const Doubles& value, double scale, double limit, Ints4& whole) {
     const Longs sign = (Longs)value & std::numeric_limits<int64_t>::min();
     const Doubles half = (Doubles)((Longs)(Doubles{} + 0.5) | sign);
@@ -90,7 +90,7 @@ W64_INLINE_LANES void GetLanes(Samples16, const uint8_t* data, Ints& values) {
     values = __builtin_convertvector(shorts, Ints) << 16;
 }
 
-// The upper half of every integer, first within each half of the vector, whose borders are dear to cross.
+// The upper half of every integer. Packed within each half of the vector first, as crossing halves is slow.
 W64_INLINE_LANES void PutLanes(Samples16, uint8_t* data, const Ints& values) {
     const auto bytes = (Bytes32)values;
     const auto packed =
@@ -101,7 +101,8 @@ W64_INLINE_LANES void PutLanes(Samples16, uint8_t* data, const Ints& values) {
     StoreLanes(data, joined);
 }
 
-// Four samples at the beginning of the first 16 bytes, four at the end of the second: nothing is read beyond.
+// Four samples from the start of the first 16 bytes, four from the end of the next, so nothing is read
+// beyond.
 W64_INLINE_LANES void GetLanes(Samples24, const uint8_t* data, Ints& values) {
     Bytes16 low;
     Bytes16 high;
@@ -118,7 +119,7 @@ W64_INLINE_LANES void GetLanes(Samples24, const uint8_t* data, Ints& values) {
     values = (Ints)spread & ~0xFF;
 }
 
-// Stores 8 bytes more than it has: one store is quicker than two, and the next samples go there.
+// Stores 8 bytes too many: one store is faster than two, and the next samples overwrite them.
 W64_INLINE_LANES void PutLanes(Samples24, uint8_t* data, const Ints& values) {
     const auto bytes = (Bytes32)values;
     const auto packed =
@@ -173,7 +174,7 @@ W64_INLINE_LANES void GetLanes(NoSamples, const uint8_t*, Ints& values) { values
 
 W64_INLINE_LANES void PutLanes(NoSamples, uint8_t*, const Ints&) {}
 
-// Whether eight samples can be put at `i`, with the store that goes past them.
+// Whether eight samples can be stored at `i`, with the bytes after them that the store also writes.
 constexpr bool HasRoom(int64_t i, int64_t count) { return count - i >= kLanes + 3; }
 
 template <class From, class To>

@@ -2,7 +2,7 @@
 
 #include "audio/XAudioSampleAccess.h"
 
-// How samples lie in memory and are written.
+// The layout of samples in memory, and how they are written.
 enum class SampleMode {
     Int16,
     Int24,  // packed in 3 bytes
@@ -15,7 +15,7 @@ enum class SampleMode {
     None,
 };
 
-// Runs the action on the layout of a mode.
+// Calls the action with the layout of a mode.
 template <class Action>
 auto WithLayout(SampleMode mode, Action action) {
     switch (mode) {

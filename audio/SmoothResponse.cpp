@@ -9,24 +9,24 @@
 
 namespace {
 
-constexpr int64_t kSamplesPerTap = 20;  // for each tap of one half
+constexpr int64_t kSamplesPerTap = 20;  // of one half, whose last tap is the fastest oscillation
 
 }  // namespace
 
-Numbers ResponseOf(const LowPass& filter, double scale, int64_t points) {
+AlignedDoubles ResponseOf(const LowPass& filter, double scale, int64_t points) {
     FFTGrid grid(points);
     const std::vector<double> half = filter.HalfOfTaps();
-    Numbers numbers(static_cast<size_t>(2 * points), 0.0);
+    AlignedDoubles response(static_cast<size_t>(2 * points), 0.0);
     for (size_t i = 0; i < half.size(); ++i) {
-        numbers[2 * i] = scale * half[i];
-        numbers[(numbers.size() - 2 * i) % numbers.size()] = scale * half[i];
+        response[2 * i] = scale * half[i];
+        response[(response.size() - 2 * i) % response.size()] = scale * half[i];
     }
-    Numbers work(numbers.size());
-    grid.Forward(numbers.data(), numbers.data(), work.data());
+    AlignedDoubles work(response.size());
+    grid.Forward(response.data(), response.data(), work.data());
     const auto count = static_cast<size_t>(points);
-    for (size_t k = 0; k < count; ++k) numbers[k] = numbers[k / kLanes * kGroup + k % kLanes];
-    numbers.resize(count);
-    return numbers;
+    for (size_t k = 0; k < count; ++k) response[k] = response[k / kLanes * kGroup + k % kLanes];
+    response.resize(count);
+    return response;
 }
 
 int64_t SmoothResponse::SamplesFor(const LowPass& filter) {
@@ -36,8 +36,8 @@ int64_t SmoothResponse::SamplesFor(const LowPass& filter) {
 
 SmoothResponse::SmoothResponse(const LowPass& filter, double scale, double period) {
     const int64_t count = SamplesFor(filter);
-    const Numbers response = ResponseOf(filter, scale, count);
-    samplesPerFrequency_ = static_cast<double>(count) / period;
+    const AlignedDoubles response = ResponseOf(filter, scale, count);
+    samplesPerBin_ = static_cast<double>(count) / period;
     for (int64_t i = -kReach; i <= count / 2 + kReach; ++i) {
         samples_.push_back(response[static_cast<size_t>(std::abs(i) % count)]);
     }

@@ -7,24 +7,25 @@
 #include <cstdint>
 #include <vector>
 
-// The response of a filter, scaled, at `points` frequencies from 0 up to its sampling rate: as many as FFTGrid
-// takes.
-Numbers ResponseOf(const LowPass& filter, double scale, int64_t points);
+// The frequency response of a filter times `scale`, at `points` bins from 0 up to its sampling rate. It is
+// real, as the filters are symmetric about time 0. FFTGrid must take that many points.
+AlignedDoubles ResponseOf(const LowPass& filter, double scale, int64_t points);
 
-// The same at any place. It is so smooth between the frequencies of one transform of enough points that
-// Lagrange's polynomial through the nearest of them gives it to the last digits.
+// The same at any bin of a longer transform, interpolated. There are at least 20 samples to each period of
+// the response's fastest oscillation, so Lagrange's polynomial through the nearest of them is exact to the
+// last digits.
 class SmoothResponse {
 public:
     static int64_t SamplesFor(const LowPass& filter);
 
-    // Frequency `period` is the filter's sampling rate.
+    // Bin `period` is the filter's sampling rate.
     SmoothResponse(const LowPass& filter, double scale, double period);
 
-    // Up to half the period.
+    // `bin` is at most half the period.
     template <int kSamples>
-    double At(int64_t frequency) const {
+    double At(int64_t bin) const {
         constexpr int kBefore = kSamples / 2 - 1;
-        const double position = static_cast<double>(frequency) * samplesPerFrequency_;
+        const double position = static_cast<double>(bin) * samplesPerBin_;
         const auto first = static_cast<int64_t>(position) - kBefore;
         const double* samples = samples_.data() + first + kReach;
         double distance[kSamples];
@@ -47,7 +48,7 @@ public:
 private:
     static constexpr int64_t kReach = 8;
 
-    // 1 / (i - j) for all other j.
+    // Of each i, the product of 1 / (i - j) over all other j.
     template <int kSamples>
     static constexpr std::array<double, kSamples> kWeights = [] {
         std::array<double, kSamples> weights{};
@@ -59,6 +60,6 @@ private:
         return weights;
     }();
 
-    double samplesPerFrequency_;
+    double samplesPerBin_;
     std::vector<double> samples_;
 };

@@ -8,16 +8,16 @@
 
 namespace {
 
-constexpr double kLongestDelay = 0.4;     // seconds, from 44,100 Hz up
-constexpr double kLongestLowDelay = 1.0;  // at the lowest rates
-constexpr double kUsualRate = 44100;      // Hz
-constexpr int64_t kMostPoints = 98304;    // keeps a converter within a few MiB
-constexpr double kLeastResponse = 1e-15;  // what is below would not be seen in doubles
+constexpr double kMaxDelay = 0.4;            // seconds, for sources from kUsualRate up
+constexpr double kMaxDelayAtLowRates = 1.0;  // seconds
+constexpr double kUsualRate = 44100;         // Hz
+constexpr int64_t kMaxPoints = 98304;        // keeps a converter within a few MiB
+constexpr double kMinResponse = 1e-15;       // a double would not show less
 
-constexpr int64_t kMostSamples = int64_t{1} << 16;  // of the short filter's response
+constexpr int64_t kMaxSamples = int64_t{1} << 16;  // of the short filter's response
 
-// Tiles on either side of 0 where a filter lets anything pass.
-int64_t PassingTiles(const LowPass& filter, int64_t tilesOfRate) {
+// Tiles from 0 to the stop-band edge of a filter.
+int64_t PassBandTiles(const LowPass& filter, int64_t tilesOfRate) {
     const double share = filter.StopEdge() / static_cast<double>(filter.rate);
     if (share >= 0.5) return tilesOfRate / 2;
     return static_cast<int64_t>(share * static_cast<double>(tilesOfRate)) + 1;
@@ -38,12 +38,12 @@ W64_INLINE void StoreAsFloats(float* to, const Vector& value) {
     *reinterpret_cast<FourFloatsInMemory*>(to) = __builtin_convertvector(value, FourFloats);
 }
 
-// A tile of frequencies.
+// Sums of a tile's bins.
 struct Tile {
     Floats re[kTile / kFloats];
     Floats im[kTile / kFloats];
 
-    // Adds those of a source times a response.
+    // Adds the tile of a source times a response.
     template <class Response>
     W64_INLINE void Add(const float* source, Response response) {
         for (int64_t i = 0; i < kTile / kFloats; ++i) {
@@ -74,12 +74,12 @@ struct SpectraView {
     const double* passBand;
     double* out;
     float* inTiles;
-    float* outTiles;  // where the images are of the output's pass band, or null
-    const float* last;
+    float* outTiles;  // null for images of the input
+    const float* longResponse;
     const SpectralTiles& tiles;
 
-    // The input's frequency that belongs to one of the output, which is negative from half the points on.
-    W64_INLINE int64_t InputOf(int64_t k) const {
+    // The input bin at the same frequency as output bin k, which is negative from half the points on.
+    W64_INLINE int64_t InputBin(int64_t k) const {
         return (k < outPoints / 2 ? k : k + outPoints * (inPoints - 1)) % inPoints;
     }
 };
@@ -106,33 +106,33 @@ W64_VECTOR_CLONES void FillTiles(const SpectraView& view) {
     for (int64_t tile = 0; tile < view.outPoints / kTile; ++tile) {
         float* const to = view.outTiles + view.tiles.outOrder.PlaceOf(tile);
         const int64_t first = tile * kTile;
-        const int64_t from = view.InputOf(first);
+        const int64_t from = view.InputBin(first);
         for (int64_t k = 0; k < kTile; k += kLanes) {
             StoreInTile(InPassBand(view, from + k, first + k), to + k);
         }
     }
 }
 
-// Responses, those of eight frequencies at a time.
-struct OnCurve {
+// Responses to multiply images and aliases with, eight bins at a time.
+struct CurvedResponse {
     Floats at;
-    Floats step;
-    float bend;
+    Floats slope;
+    float curvature;
 
-    W64_INLINE explicit OnCurve(const SpectralTiles::Image& image) : bend(image.bend) {
+    W64_INLINE explicit CurvedResponse(const SpectralTiles::Image& image) : curvature(image.curvature) {
         const Floats u = Floats{0, 1, 2, 3, 4, 5, 6, 7} / kFloats;
-        at = image.start + u * image.step + u * u / 2 * bend;
-        step = image.step + (u + 0.5F) * bend;
+        at = image.start + u * image.slope + u * u / 2 * curvature;
+        slope = image.slope + (u + 0.5F) * curvature;
     }
 
     W64_INLINE Floats Next() {
         const Floats responses = at;
-        at += step;
-        step += bend;
+        at += slope;
+        slope += curvature;
         return responses;
     }
 };
-struct InTable {
+struct TabledResponse {
     const float* at;
 
     W64_INLINE Floats Next() {
@@ -145,22 +145,22 @@ struct InTable {
 W64_VECTOR_CLONES void MultiplySpectra(const SpectraView& view) {
     const float* const images = view.outTiles ? view.outTiles : view.inTiles;
     const SpectralTiles::Image* image = view.tiles.images.data();
-    const int32_t* other = view.tiles.others.data();
+    const int32_t* alias = view.tiles.aliases.data();
     const float* responses = view.tiles.responses.data();
-    for (const auto [tile, passes, imageCount, otherCount] : view.tiles.sums) {
+    for (const auto [firstBin, passes, imageCount, aliasCount] : view.tiles.sums) {
         Tile sum = {};
         for (const SpectralTiles::Image* const end = image + imageCount; image != end; ++image) {
-            sum.Add(images + image->place, OnCurve(*image));
+            sum.Add(images + image->place, CurvedResponse(*image));
         }
-        if (imageCount > 0 && !view.outTiles) sum.Multiply(view.last + tile);
-        for (const int32_t* const end = other + otherCount; other != end; ++other, responses += kTile) {
-            sum.Add(view.inTiles + *other, InTable{responses});
+        if (imageCount > 0 && !view.outTiles) sum.Multiply(view.longResponse + firstBin);
+        for (const int32_t* const end = alias + aliasCount; alias != end; ++alias, responses += kTile) {
+            sum.Add(view.inTiles + *alias, TabledResponse{responses});
         }
-        const int64_t main = view.InputOf(tile);
+        const int64_t inputBin = view.InputBin(firstBin);
         for (int64_t k = 0; k < kTile; k += kLanes) {
-            const Complex others = sum.At(k);
-            StoreGroup(view.out + 2 * (tile + k),
-                       passes ? InPassBand(view, main + k, tile + k) + others : others);
+            const Complex stopped = sum.At(k);
+            StoreGroup(view.out + 2 * (firstBin + k),
+                       passes ? InPassBand(view, inputBin + k, firstBin + k) + stopped : stopped);
         }
     }
 }
@@ -169,9 +169,9 @@ W64_VECTOR_CLONES void MultiplySpectra(const SpectraView& view) {
 
 std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqConvDesign& design) {
     const LowPass& shortFilter = design.shortFilter;
-    if (SmoothResponse::SamplesFor(shortFilter) > kMostSamples) return std::nullopt;
-    Block block{design.step, design.shortFirst ? design.phases : design.phases * design.streams, 0, 0};
-    const int64_t spacing = (design.shortFirst ? block.inPeriod : block.outPeriod) / design.streams;
+    if (SmoothResponse::SamplesFor(shortFilter) > kMaxSamples) return std::nullopt;
+    Block block{design.step, design.shortFirst ? design.phases : design.phases * design.branches, 0, 0};
+    const int64_t spacing = (design.shortFirst ? block.inPeriod : block.outPeriod) / design.branches;
     const int64_t reach = shortFilter.length / 2 + design.longFilter.length / 2 * spacing;
     const int64_t period = block.inPeriod * block.outPeriod;
     block.margin = (reach + period - 1) / period;
@@ -180,24 +180,23 @@ std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqC
                                     static_cast<double>(design.shortFirst ? block.outPeriod : block.inPeriod);
     const double sourceRate = periodsPerSecond * static_cast<double>(block.inPeriod);
     const double delay =
-        std::clamp(kLongestDelay * kUsualRate / sourceRate, kLongestDelay, kLongestLowDelay) *
-        periodsPerSecond;
+        std::clamp(kMaxDelay * kUsualRate / sourceRate, kMaxDelay, kMaxDelayAtLowRates) * periodsPerSecond;
 
-    // Tiles have to fit halves of both spectra.
+    // Both spectra must consist of whole tiles, half of them at negative frequencies.
     const auto work = [](int64_t points) {
         return static_cast<double>(points) * (5 + std::log2(static_cast<double>(points)));
     };
-    double least = std::numeric_limits<double>::infinity();
-    const int64_t most = kMostPoints / std::max(block.inPeriod, block.outPeriod);
-    const int64_t longest = std::min(most, block.margin + static_cast<int64_t>(delay));
+    double minWork = std::numeric_limits<double>::infinity();
+    const int64_t maxPeriods = std::min(kMaxPoints / std::max(block.inPeriod, block.outPeriod),
+                                        block.margin + static_cast<int64_t>(delay));
     int64_t best = 0;
-    for (block.periods = 2 * kTile; block.periods <= longest; block.periods += 2 * kTile) {
+    for (block.periods = 2 * kTile; block.periods <= maxPeriods; block.periods += 2 * kTile) {
         if (block.Hop() <= 0 || !FFTGrid::Takes(block.InPoints()) || !FFTGrid::Takes(block.OutPoints()))
             continue;
-        const double each =
+        const double workPerPeriod =
             (work(block.InPoints()) + work(block.OutPoints())) / static_cast<double>(block.Hop());
-        if (each >= least) continue;
-        least = each;
+        if (workPerPeriod >= minWork) continue;
+        minWork = workPerPeriod;
         best = block.periods;
     }
     block.periods = best;
@@ -225,31 +224,31 @@ SpectralFreqConv::SpectralFreqConv(const FreqConvDesign& design, const Block& bl
     Restart();
 }
 
-// On the finest common grid of both rates the filters' responses are periodic.
 void SpectralFreqConv::Design(const FreqConvDesign& design) {
     const int64_t inPoints = block_.InPoints();
     const int64_t outPoints = block_.OutPoints();
-    const int64_t longPoints = design.streams * (imagesOfInput_ ? outPoints : inPoints);
-    const int64_t finePoints = inPoints * block_.outPeriod;
+    const int64_t longPoints = design.branches * (imagesOfInput_ ? outPoints : inPoints);
+    const int64_t commonPoints = inPoints * block_.outPeriod;
+    // 1 / N. The gains of both filters together are outPeriod.
     const double gain = design.longScale * static_cast<double>(design.phases) /
                         static_cast<double>(block_.inPeriod * outPoints);
-    const SmoothResponse shortResponse(design.shortFilter, gain, static_cast<double>(finePoints));
-    const Numbers longResponse = ResponseOf(design.longFilter, 1, longPoints);
+    const SmoothResponse shortResponse(design.shortFilter, gain, static_cast<double>(commonPoints));
+    const AlignedDoubles longResponse = ResponseOf(design.longFilter, 1, longPoints);
 
-    const SpectralTiles::Sizes sizes = {inPoints / kTile, outPoints / kTile, finePoints / kTile,
-                                        PassingTiles(design.longFilter, longPoints / kTile),
-                                        PassingTiles(design.shortFilter, finePoints / kTile)};
+    const SpectralTiles::Sizes sizes = {inPoints / kTile, outPoints / kTile, commonPoints / kTile,
+                                        PassBandTiles(design.longFilter, longPoints / kTile),
+                                        PassBandTiles(design.shortFilter, commonPoints / kTile)};
     passBand_.resize(static_cast<size_t>(outPoints));
-    last_.resize(passBand_.size());
-    for (int64_t k = 0; k <= std::min(sizes.passing * kTile, outPoints / 2); ++k) {
-        const double response = longResponse[static_cast<size_t>(k % longPoints)];
-        const double other = shortResponse.At<16>(k);
+    longResponse_.resize(passBand_.size());
+    for (int64_t k = 0; k <= std::min(sizes.longPassBand * kTile, outPoints / 2); ++k) {
+        const double ofLong = longResponse[static_cast<size_t>(k % longPoints)];
+        const double ofShort = shortResponse.At<16>(k);
         for (const int64_t either : {k, (outPoints - k) % outPoints}) {
-            passBand_[static_cast<size_t>(either)] = response * other;
-            last_[static_cast<size_t>(either)] = static_cast<float>(response);
+            passBand_[static_cast<size_t>(either)] = ofLong * ofShort;
+            longResponse_[static_cast<size_t>(either)] = static_cast<float>(ofLong);
         }
     }
-    tiles_ = SpectralTiles::List(sizes, imagesOfInput_, longResponse, shortResponse, kLeastResponse * gain);
+    tiles_ = SpectralTiles::List(sizes, imagesOfInput_, longResponse, shortResponse, kMinResponse * gain);
 }
 
 int64_t SpectralFreqConv::Needed(int64_t blocks) const {
@@ -260,15 +259,15 @@ int64_t SpectralFreqConv::Needed(int64_t blocks) const {
 int64_t SpectralFreqConv::Produced(int64_t blocks) const { return blocks * block_.Hop() * block_.outPeriod; }
 
 void SpectralFreqConv::RestartPairs(size_t pairs) {
-    kept_.assign(pairs, Numbers(static_cast<size_t>(2 * block_.margin * block_.inPeriod), 0.0));
+    overlap_.assign(pairs, AlignedDoubles(static_cast<size_t>(2 * block_.margin * block_.inPeriod), 0.0));
 }
 
 double* SpectralFreqConv::InputOf(size_t pair, int64_t /*frames*/) {
-    return std::copy(kept_[pair].begin(), kept_[pair].end(), in_.data());
+    return std::copy(overlap_[pair].begin(), overlap_[pair].end(), in_.data());
 }
 
 const double* SpectralFreqConv::Convert(size_t pair, int64_t frames) {
-    kept_[pair].assign(in_.end() - 4 * block_.margin * block_.inPeriod, in_.end());
+    overlap_[pair].assign(in_.end() - 4 * block_.margin * block_.inPeriod, in_.end());
     inGrid_.Forward(in_.data(), in_.data(), work_.data());
     const SpectraView view = {block_.InPoints(),
                               block_.OutPoints(),
@@ -277,7 +276,7 @@ const double* SpectralFreqConv::Convert(size_t pair, int64_t frames) {
                               out_.data(),
                               inTiles_.data(),
                               imagesOfInput_ ? nullptr : outTiles_.data(),
-                              last_.data(),
+                              longResponse_.data(),
                               tiles_};
     FillTiles(view);
     MultiplySpectra(view);

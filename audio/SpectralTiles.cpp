@@ -10,7 +10,7 @@ namespace {
 
 constexpr int64_t kSteps = kTile / kFloats;
 
-// The short filter's response at the corners of tiles, worked out when it is asked for.
+// The short filter's response at the corners of tiles, computed on first use.
 class TileCorners {
 public:
     TileCorners(const SmoothResponse& response, int64_t tiles)
@@ -31,15 +31,15 @@ private:
     std::vector<double> corners_;
 };
 
-// Goes through the tiles of the fine grid that come together in each of the output's: it and all that are
-// multiples of the output's tiles away.
+// For each output tile, goes through the tiles of the common grid that fall onto it: those a multiple of the
+// output's period away.
 class TileLister {
 public:
     TileLister(const SpectralTiles::Sizes& sizes, bool imagesOfInput, std::span<const double> longResponse,
-               const SmoothResponse& shortResponse, double least)
+               const SmoothResponse& shortResponse, double threshold)
         : sizes_(sizes), long_(static_cast<int64_t>(longResponse.size()) / kTile),
-          imagesOfInput_(imagesOfInput), longResponse_(longResponse), corners_(shortResponse, sizes.fine),
-          least_(least) {
+          imagesOfInput_(imagesOfInput), longResponse_(longResponse), corners_(shortResponse, sizes.common),
+          threshold_(threshold) {
         for (size_t k = 0; k < longResponse.size(); k += kTile) {
             const auto [low, high] = std::minmax_element(&longResponse[k], &longResponse[k] + kTile);
             largest_.push_back(std::max(-*low, *high));
@@ -55,7 +55,7 @@ public:
     SpectralTiles Listed() { return std::move(tiles_); }
 
 private:
-    // Of the tiles that are the same in a periodic spectrum, the one from 0 on, or the one next to 0.
+    // A tile's number in a spectrum with a period of `tiles`, from 0 on or, centred, from -tiles / 2 on.
     static int64_t Wrapped(int64_t tile, int64_t tiles) {
         const int64_t rest = tile % tiles;
         return rest < 0 ? rest + tiles : rest;
@@ -68,57 +68,58 @@ private:
     static bool IsWithin(int64_t tile, int64_t tiles) { return -tiles <= tile && tile < tiles; }
 
     void AddSum(int64_t tile) {
-        const bool passes = IsWithin(tile, sizes_.passing);
+        const bool passes = IsWithin(tile, sizes_.longPassBand);
         const int64_t first = Wrapped(tile, sizes_.out) * kTile;
         tiles_.sums.push_back({static_cast<int32_t>(first), passes, 0, 0});
         if (passes) AddImages(tile);
-        AddOthers(tile, passes);
+        AddAliases(tile, passes);
     }
 
-    // The long filter lets pass what is around the multiples of its rate, which the short one stops.
+    // Around the multiples of the long filter's rate, where its response repeats the pass band.
     void AddImages(int64_t tile) {
-        // Images of the output come after the short filter's pass band.
-        const double passed = imagesOfInput_ ? 1 : corners_.At(0);
-        for (int64_t centre = long_; centre < sizes_.fine; centre += long_) {
+        // Pass-band terms have been multiplied with the short filter's response already, which is flat there.
+        const double applied = imagesOfInput_ ? 1 : corners_.At(0);
+        for (int64_t centre = long_; centre < sizes_.common; centre += long_) {
             const int64_t from = Centred(tile - centre, sizes_.out);
             const int64_t at = centre + from;
             const double start = corners_.At(at);
             const double end = corners_.At(at + 1);
-            if (IsLeast(start, end, from)) continue;
-            const double bend =
+            if (IsNegligible(start, end, from)) continue;
+            const double curvature =
                 (corners_.At(at - 1) - start - end + corners_.At(at + 2)) / (2 * kSteps * kSteps);
-            const double step = (end - start) / kSteps - bend * kSteps / 2;
+            const double slope = (end - start) / kSteps - curvature * kSteps / 2;
             const int32_t source = imagesOfInput_ ? tiles_.inOrder.PlaceOf(at % sizes_.in)
                                                   : tiles_.outOrder.PlaceOf(Wrapped(from, sizes_.out));
-            tiles_.images.push_back({source, static_cast<float>(start / passed),
-                                     static_cast<float>(step / passed), static_cast<float>(bend / passed)});
-            ++tiles_.sums.back().images;
+            tiles_.images.push_back({source, static_cast<float>(start / applied),
+                                     static_cast<float>(slope / applied),
+                                     static_cast<float>(curvature / applied)});
+            ++tiles_.sums.back().imageCount;
         }
     }
 
-    // The short filter lets pass what is around 0, which the long one stops but for its pass band and images.
-    void AddOthers(int64_t tile, bool passes) {
-        const int64_t first = Wrapped(tile + sizes_.reaching, sizes_.out) - sizes_.reaching;
-        for (int64_t at = first; at < sizes_.reaching; at += sizes_.out) {
+    // Around 0, where the short filter passes, without the pass band and the images.
+    void AddAliases(int64_t tile, bool passes) {
+        const int64_t first = Wrapped(tile + sizes_.shortPassBand, sizes_.out) - sizes_.shortPassBand;
+        for (int64_t at = first; at < sizes_.shortPassBand; at += sizes_.out) {
             const int64_t inLong = Wrapped(at, long_);
             if (passes && IsWithin(Centred(at, long_), sizes_.out / 2)) continue;
             const double start = corners_.At(at);
             const double end = corners_.At(at + 1);
-            if (IsLeast(start, end, inLong)) continue;
-            tiles_.others.push_back(tiles_.inOrder.PlaceOf(Wrapped(at, sizes_.in)));
+            if (IsNegligible(start, end, inLong)) continue;
+            tiles_.aliases.push_back(tiles_.inOrder.PlaceOf(Wrapped(at, sizes_.in)));
             const double slope = (end - start) / kTile;
-            const double* passing = &longResponse_[static_cast<size_t>(inLong * kTile)];
+            const double* ofLong = &longResponse_[static_cast<size_t>(inLong * kTile)];
             for (int64_t k = 0; k < kTile; ++k) {
                 tiles_.responses.push_back(
-                    static_cast<float>((start + slope * static_cast<double>(k)) * passing[k]));
+                    static_cast<float>((start + slope * static_cast<double>(k)) * ofLong[k]));
             }
-            ++tiles_.sums.back().others;
+            ++tiles_.sums.back().aliasCount;
         }
     }
 
-    bool IsLeast(double start, double end, int64_t inLong) const {
+    bool IsNegligible(double start, double end, int64_t inLong) const {
         const double response = std::max(std::abs(start), std::abs(end));
-        return response * largest_[static_cast<size_t>(Wrapped(inLong, long_))] < least_;
+        return response * largest_[static_cast<size_t>(Wrapped(inLong, long_))] < threshold_;
     }
 
     SpectralTiles::Sizes sizes_;
@@ -126,8 +127,8 @@ private:
     bool imagesOfInput_;
     std::span<const double> longResponse_;
     TileCorners corners_;
-    double least_;
-    std::vector<double> largest_;  // of the long filter's response
+    double threshold_;
+    std::vector<double> largest_;  // of the long filter's response, in each tile
     SpectralTiles tiles_;
 };
 
@@ -135,6 +136,6 @@ private:
 
 SpectralTiles SpectralTiles::List(const Sizes& sizes, bool imagesOfInput,
                                   std::span<const double> longResponse, const SmoothResponse& shortResponse,
-                                  double least) {
-    return TileLister(sizes, imagesOfInput, longResponse, shortResponse, least).Listed();
+                                  double threshold) {
+    return TileLister(sizes, imagesOfInput, longResponse, shortResponse, threshold).Listed();
 }

@@ -7,12 +7,12 @@
 #include <span>
 #include <vector>
 
-// Spectra are taken a tile at a time.
-constexpr int64_t kTile = 32;   // frequencies
-constexpr int64_t kFloats = 8;  // of which so many at once
+// Spectra are processed in tiles.
+constexpr int64_t kTile = 32;   // bins
+constexpr int64_t kFloats = 8;  // bins in a vector of floats
 
-// The tiles of a spectrum in memory as floats, each its real parts and then its imaginary ones. Those that are
-// multiples of `apart` away from one another lie together.
+// Where the tiles of a spectrum are in memory as floats: each has 32 real parts, then 32 imaginary ones.
+// Tiles whose numbers differ by multiples of `apart` are neighbours: they are images of one another.
 struct TileOrder {
     int64_t tiles;
     int64_t apart;
@@ -22,44 +22,44 @@ struct TileOrder {
     }
 };
 
-// What both filters leave of all frequencies that become the same one in the output: their tiles, and the
-// responses to multiply them with. The pass band itself is not listed, nor what is too weak to matter.
+// For each output tile, the input tiles that fall onto it as images or aliases, and both filters' combined
+// response there (see SpectralFreqConv). Neither the pass band nor what both filters stop is listed.
 struct SpectralTiles {
-    // A tile of the output. The next of each kind that is listed below are its own.
+    // A tile of the output. It takes the next `imageCount` images and the next `aliasCount` aliases.
     struct Sum {
-        int32_t tile;  // first frequency
-        bool passes;   // the long filter
-        int32_t images;
-        int32_t others;
+        int32_t firstBin;
+        bool passes;  // the long filter
+        int32_t imageCount;
+        int32_t aliasCount;
     };
 
-    // What the long filter lets pass at multiples of its rate. The short filter stops it: its response over a
-    // tile is start + u * step + u^2 / 2 * bend, with u counting eights of frequencies.
+    // Stopped by the short filter alone. Its response over the tile is start + slope * u + curvature * u^2 /
+    // 2, where u counts vectors of bins.
     struct Image {
         int32_t place;
         float start;
-        float step;
-        float bend;
+        float slope;
+        float curvature;
     };
 
-    // Numbers of tiles.
+    // In tiles.
     struct Sizes {
-        int64_t in;
-        int64_t out;
-        int64_t fine;      // of the common grid, where the short filter's response has its period
-        int64_t passing;   // on either side of 0, what the long filter lets pass
-        int64_t reaching;  // likewise the short one
+        int64_t in;             // N
+        int64_t out;            // M
+        int64_t common;         // L, the period of the short filter's response
+        int64_t longPassBand;   // from 0 to the stop-band edge of the long filter
+        int64_t shortPassBand;  // likewise of the short filter
     };
 
-    // The long filter's response is given for its whole period. Images are either of the input, or of the
-    // output's pass band, once both filters have passed it. Responses below the least are left out.
+    // `longResponse` is one period of the long filter's response. Images are either of the input, or of the
+    // pass-band terms. Responses below the threshold are left out.
     static SpectralTiles List(const Sizes& sizes, bool imagesOfInput, std::span<const double> longResponse,
-                              const SmoothResponse& shortResponse, double least);
+                              const SmoothResponse& shortResponse, double threshold);
 
     TileOrder inOrder;
     TileOrder outOrder;
-    std::vector<Sum> sums;        // those that share images one after the other
-    std::vector<Image> images;    // places in the order of what they are images of
-    std::vector<int32_t> others;  // places in the input's order
-    FloatNumbers responses;       // of the others, for every frequency
+    std::vector<Sum> sums;         // those that share images come one after the other
+    std::vector<Image> images;     // places in inOrder or, of pass-band terms, in outOrder
+    std::vector<int32_t> aliases;  // places in inOrder
+    AlignedFloats responses;       // kTile for each of the aliases
 };

@@ -1,10 +1,11 @@
 #pragma once
 
-// Vectors of four doubles in the form that GCC and Clang share, and functions compiled once for the plain
-// machine, once for AVX2 with FMA and once for AVX-512 with its many registers, chosen when the program is
-// loaded. What such a function calls has to be inlined into it. Where there is no choosing, the plain form is
-// all there is: the thread sanitizer is not ready yet when the choice is made, and the address sanitizer takes
-// too long to build three.
+// Vectors of four doubles, in the syntax that GCC and Clang share, and functions compiled three times: for
+// plain x86-64, for AVX2 with FMA and for AVX-512 with its 32 registers. An ifunc resolver picks one when the
+// program is loaded. What such a function calls must be inlined into it.
+//
+// Sanitized builds have the plain version only: ifunc resolvers run before ThreadSanitizer is initialised,
+// and three versions take too long to compile under AddressSanitizer.
 
 #if defined(__x86_64__) && defined(__linux__) && defined(__GNUC__) && !defined(__clang__) &&                 \
     !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)

@@ -4,12 +4,12 @@
 
 #include <cstddef>
 
-// Complex numbers in vectors of four.
+// Four complex numbers at a time.
 
 constexpr ptrdiff_t kLanes = 4;
-constexpr ptrdiff_t kGroup = 2 * kLanes;  // doubles: the real parts of four numbers, then the imaginary ones
+constexpr ptrdiff_t kGroup = 2 * kLanes;  // doubles: four real parts, then their four imaginary parts
 
-// Copied part by part: GCC would take the whole through memory as one, and wait there for the parts.
+// Copied member by member: GCC's default copy goes through memory and stalls on store forwarding.
 struct Complex {
     Vector re;
     Vector im;
@@ -41,7 +41,7 @@ W64_INLINE void StoreGroup(double* group, const Complex& value) {
     StoreVector(group + kLanes, value.im);
 }
 
-// Four interleaved points; their lanes come in the order 0, 2, 1, 3, which takes the fewest moves.
+// Four interleaved points. Their lanes are in the order 0, 2, 1, 3, which takes the fewest shuffles.
 W64_INLINE Complex LoadInterleaved(const double* points) {
     const Vector low = LoadVector(points);
     const Vector high = LoadVector(points + kLanes);

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-// The WAVE format record as files store it (Microsoft, mmreg.h), little-endian and tightly packed.
+// The WAVE format record as stored in files (Microsoft, mmreg.h), little-endian and packed.
 
 #pragma pack(push, 1)
 
@@ -13,7 +13,7 @@ struct WAVEFORMAT {  // 14 bytes: the oldest form
     uint16_t nChannels;
     uint32_t nSamplesPerSec;  // frames per second
     uint32_t nAvgBytesPerSec;
-    uint16_t nBlockAlign;  // bytes per frame; for compressed audio per coded block
+    uint16_t nBlockAlign;  // bytes per frame, or per coded block of compressed audio
 };
 
 struct tWAVEFORMATEX {  // 18 bytes, followed by cbSize extra bytes
@@ -22,7 +22,7 @@ struct tWAVEFORMATEX {  // 18 bytes, followed by cbSize extra bytes
     uint32_t nSamplesPerSec;
     uint32_t nAvgBytesPerSec;
     uint16_t nBlockAlign;
-    uint16_t wBitsPerSample;  // of the container that a sample lies in
+    uint16_t wBitsPerSample;  // of a sample's container
     uint16_t cbSize;
 };
 
@@ -46,7 +46,7 @@ constexpr uint16_t kTagMPEG = 80;  // layer 1 or 2
 constexpr uint16_t kTagMPEGLayer3 = 85;
 constexpr uint16_t kTagExtensible = 0xFFFE;
 
-// Samples in a row, no coding between them.
+// Plain samples, not coded.
 constexpr bool IsLinear(int tag) { return tag == kTagPCM || tag == kTagFloat; }
 
 // The published sub-format GUID of a format tag.

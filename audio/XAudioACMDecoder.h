@@ -2,22 +2,23 @@
 
 #include "audio/XAudioBitsConv.h"
 
-// Turns a stream of any format tag that can be decoded here into linear PCM. PCM passes through; IEEE float
-// passes through where the caller takes it and becomes 32-bit PCM otherwise; every other tag is refused.
+// Turns a stream of any supported format tag into linear PCM. PCM passes through; IEEE float passes through
+// if the caller accepts it and becomes 32-bit PCM otherwise; every other tag is refused.
 // Use:    CreateNewConverter once per stream, ConvertData for every block, Destroy before another stream.
-// Owner:  a block made in place lies in the input's memory, any other in the decoder. Either is valid until the
-//         next ConvertData.
+// Owner:  a block converted in place is in the input's memory, any other in the decoder's. Either is valid
+//         until the next ConvertData.
 // Errors: false, without a message.
 class XAudioACMDecoder {
 public:
     static bool NeedToConvert(const XAudioWFX& format, bool floatOK);
 
-    // Also when it refuses, GetWFXOut() announces plain PCM of the input's shape. The depth announced is that
-    // of the input, while float blocks come out at 32 bits: the layout of a block is Buffer()'s own.
+    // Even if the tag is refused, GetWFXOut() announces plain PCM with the input's rate, channels and depth.
+    // Float blocks come out at 32 bits whatever depth is announced: the layout of a block is the format of
+    // Buffer().
     [[nodiscard]] bool CreateNewConverter(const XAudioWFX& format, bool floatOK);
 
-    // Float is converted only when CreateNewConverter was told that it cannot be taken. A block needs nothing
-    // from its neighbours, so the last one is not treated differently.
+    // Float is converted only if CreateNewConverter was called without floatOK. Blocks are independent, so
+    // `last` has no effect.
     [[nodiscard]] bool ConvertData(XAudioBufferNew& input, bool inPlace, bool last, bool floatOK);
 
     XAudioWFX& GetWFXOut() { return wfxOut_; }

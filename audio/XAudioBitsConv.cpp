@@ -19,8 +19,8 @@ bool XAudioBitsConv::ConvertData(XAudioBufferNew& source, int bits, bool inPlace
     const int tag = toFloat ? kTagFloat : kTagPCM;
     if (source.BitsPerSample() == bits && sourceTag == tag) return InitializeBuffer(inPlace, source);
     if (!IsLinear(sourceTag) || !Init(source, bits)) return false;
-    // A float of fewer bits than its layout would be read past the end of the buffer, and a result without a
-    // layout would never be written. A source without one is silence.
+    // Floats declared with fewer than 32 bits would be read past the end of the buffer, and a result without
+    // a known layout would never be written. A source without a known layout is silence.
     if (sourceTag == kTagFloat && source.BitsPerSample() < 32) return false;
     if (!XAudioRdWr::HasLayout(tag, bits)) return false;
     const XAudioRdWr reader(source, 0, nullptr);

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-// A constructor has no result: IsBufferValid() shows what came of it.
+// Constructors have no result: callers check IsBufferValid().
 XAudioBufferNew::XAudioBufferNew(void* data, int64_t bytes, const tWAVEFORMATEX* format, bool inPlace) {
     static_cast<void>(InitializeBuffer(data, bytes, format, false, inPlace));
 }
@@ -89,7 +89,7 @@ void XAudioBufferNew::SetUsedByte(int64_t bytes) {
 
 void XAudioBufferNew::SetPosByte(int64_t bytes) { position_ = std::clamp<int64_t>(bytes, 0, used_); }
 
-// Owned memory stays for the next use.
+// Keeps owned memory for the next use.
 void XAudioBufferNew::Empty() {
     data_ = nullptr;
     capacity_ = used_ = position_ = 0;

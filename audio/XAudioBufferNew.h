@@ -2,14 +2,14 @@
 
 #include "audio/XAudioWFX.h"
 
-// Interleaved audio with its format, in memory of its own or borrowed from somebody else.
+// Interleaved audio with its format, in memory of its own or borrowed.
 // Units:  sizes and positions are bytes where the name says so; "samples" here are frames.
-// Shape:  0 <= read position <= used size <= capacity. Owned memory is kept for the next use when a buffer
-//         shrinks or borrows, so a buffer that serves a stream block by block is allocated once.
-// Owner:  borrowed memory belongs to its lender, and lives and stays where it is as long as it is borrowed.
-//         A copied buffer always owns its memory.
-// Errors: false, without a message, when there is no memory or a size is negative. A constructor shows it by
-//         IsBufferValid() and a copy by std::bad_alloc.
+// Shape:  0 <= read position <= used size <= capacity. Owned memory is kept when a buffer shrinks or borrows,
+//         so a buffer that serves a stream block by block is allocated once.
+// Owner:  borrowed memory belongs to the lender and must stay valid while it is borrowed. A copied buffer
+//         always owns its memory.
+// Errors: false, without a message, when memory runs out or a size is negative. After a constructor check
+//         IsBufferValid(); a copy throws std::bad_alloc.
 class XAudioBufferNew : public XAudioWFX {
 public:
     XAudioBufferNew() = default;
@@ -20,23 +20,23 @@ public:
     XAudioBufferNew& operator=(const XAudioBufferNew& other);
     ~XAudioBufferNew() = default;
 
-    // Empties the buffer and takes the format. Without data it then has `bytes` of owned memory, none of it
-    // used; with data it holds them, borrowed when inPlace.
+    // Empties the buffer and takes the format. Null data: allocates `bytes` of owned memory, none of them
+    // used. Otherwise the buffer holds the data, borrowed when inPlace, copied when not.
     [[nodiscard]] bool InitializeBuffer(void* data, int64_t bytes, const tWAVEFORMATEX* format, bool silence,
                                         bool inPlace);
     [[nodiscard]] bool InitializeBuffer(bool inPlace, XAudioBufferNew& other);
 
     // Owned memory of the given size, the position at 0. With `keep` the contents stay as far as they fit,
-    // borrowed ones included, and silence falls only behind them; without it the buffer is empty.
+    // borrowed ones included, and only what follows them is silenced; without it the buffer is empty.
     [[nodiscard]] bool SetBufferSize(int64_t frames, const tWAVEFORMATEX* format, bool silence, bool keep);
     [[nodiscard]] bool SetBufferByteSizeNew(int64_t bytes, bool silence, bool keep);
 
-    // Frames in, from `srcOffset` of the source to `dstOffset` of the buffer, which grows for them; the
-    // source lies outside the buffer. Nothing happens without a source or when the copy would leave a gap
-    // behind the capacity. False only when there is no memory.
+    // Copies frames from `srcOffset` of the source to `dstOffset` of the buffer, which grows if needed. The
+    // source must be outside the buffer. Does nothing for a null source, or where the copy would leave a gap
+    // after the capacity. False only when memory runs out.
     [[nodiscard]] bool CopyToBuffer(const void* src, int64_t frames, int64_t srcOffset, int64_t dstOffset);
 
-    // Frames out; nothing happens when they are not all there.
+    // Copies frames out. Does nothing unless all of them are there.
     void CopyFromBuffer(void* dst, int64_t frames, int64_t dstOffset, int64_t srcOffset) const;
 
     uint8_t* BufferStart() { return data_; }
@@ -46,16 +46,16 @@ public:
     int64_t TotalSamples() { return BytesToSamples_DivChan(capacity_); }
 
     int64_t SampleToBytes(int64_t frames) const { return SamplesToBytes_DivChan(frames); }
-    void SetUsedByte(int64_t bytes);  // cut to the capacity; the position follows
+    void SetUsedByte(int64_t bytes);  // limited to the capacity; limits the position
     int64_t GetUsedByte() const { return used_; }
     void SetUsedSample(int64_t frames) { SetUsedByte(SampleToBytes(frames)); }
     int64_t GetUsedSample() { return BytesToSamples_DivChan(used_); }
 
-    void SetPosByte(int64_t bytes);  // cut to the used size
+    void SetPosByte(int64_t bytes);  // limited to the used size
     int64_t GetPosByte() const { return position_; }
     int64_t PosLeftByte() const { return used_ - position_; }
 
-    // Fills the whole capacity: the mid-point for 8 bits, which are unsigned, and zero for every other width.
+    // Fills the whole capacity: with 0x80 for 8 bits, which are unsigned, with 0 for all other widths.
     void SilenceBuffer() { SilenceFrom(0); }
 
 private:

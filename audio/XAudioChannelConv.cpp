@@ -13,7 +13,7 @@ constexpr int kMaxChannels = XAudioChannelConv::kMaxChannels;
 constexpr double kSqrt2 = 1.4142135623730951;
 constexpr double kSqrtHalf = 0.7071067811865476;
 constexpr double kRemovedShare = 0.2928932188134524;
-constexpr double kLeastShare = 0.44;
+constexpr double kMinShare = 0.44;
 
 constexpr char Mappings[kMaxChannels][30] = {"Left",      "Right",      "Center",    "Sub-woofer",
                                              "Back Left", "Back Right", "Side Left", "Side Right"};
@@ -36,7 +36,7 @@ constexpr bool IsCount(int count) { return count >= 1 && count <= kMaxChannels; 
 
 int ChannelOf(int count, int position) { return CC_ChannelMapping[count - 1][position - 1]; }
 
-double EvenShare(int count) { return std::max(1.0 / count, kLeastShare); }
+double EvenShare(int count) { return std::max(1.0 / count, kMinShare); }
 
 bool IsBackOrSide(int position) { return position >= kBackLeft; }
 
@@ -61,7 +61,7 @@ double DownmixVal(int inCount, int outCount, int in, int out) {
     if (in == out) {
         if (outCount != 1) value = kSqrtHalf;
     } else if (!XAudioChannelConv::ChannelHas(outCount, in)) {
-        value = std::max(kRemovedShare / (inCount - outCount), kLeastShare);
+        value = std::max(kRemovedShare / (inCount - outCount), kMinShare);
     } else {
         value = 0.0;
     }
@@ -87,8 +87,8 @@ double UpmixVal(int inCount, int outCount, int in, int out) {
     }
 }
 
-// Few inputs need no opposite phase, an input that shares its output is no longer at full level, and no output
-// stays without input.
+// Only an output with four inputs or more has any in opposite phase, an input at full level is lowered where
+// it shares its output, and no output is left without input.
 void FixUpOutput(XAudioChannelConv::Matrix& matrix, int inCount, size_t out) {
     const auto inputs = static_cast<size_t>(inCount);
     size_t sources = 0;
@@ -115,8 +115,8 @@ XAudioChannelConv::Matrix MatrixOf(int inCount, int outCount) {
     return matrix;
 }
 
-// One output channel of interleaved frames. The sum begins with its first product, so that a single input at
-// full level passes with its sign even when it is 0.
+// One output channel of interleaved frames. The sum starts with its first product, not with 0, so that -0
+// from a single input at full level stays -0.
 template <int Count>
 void MixChannel(const XAudioChannelConv::Action* actions, const double* in, int inChannels, int64_t frames,
                 double* out, int outChannels) {
@@ -133,7 +133,7 @@ constexpr decltype(&MixChannel<1>) kMixChannel[kMaxChannels] = {MixChannel<1>, M
                                                                 MixChannel<4>, MixChannel<5>, MixChannel<6>,
                                                                 MixChannel<7>, MixChannel<8>};
 
-// Block by block, in doubles that stay in the cache.
+// In blocks of doubles that fit the cache.
 void Mix(const XAudioChannelConv::ActionTable& table, const XAudioRdWr& reader, int inChannels,
          XAudioRdWr& writer, int64_t frames) {
     constexpr int64_t kBlockFrames = 128;
@@ -152,8 +152,8 @@ void Mix(const XAudioChannelConv::ActionTable& table, const XAudioRdWr& reader, 
     }
 }
 
-// One channel feeds all others fully, and so with integers they are copies. A frame of two is read and written
-// at once, together with what is behind it, which the next one replaces.
+// Mono feeds every output at full level, so integer outputs are copies. Stereo frames are read as 4 bytes and
+// written as 8; the next frame overwrites what was too much.
 template <ptrdiff_t kBytes>
 void Repeat(const uint8_t* in, int64_t frames, int channels, uint8_t* out) {
     static_assert(kBytes <= 4);

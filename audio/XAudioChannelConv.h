@@ -5,22 +5,22 @@
 #include <array>
 #include <vector>
 
-// Changes the channel count of linear audio between eight speaker layouts of 1 to 8 channels, by a matrix that
-// follows from the layouts. Coefficients are as they are: nothing is normalised after the sum.
+// Converts linear audio between eight speaker layouts of 1 to 8 channels, by a matrix that follows from the
+// layouts. Sums are not normalised.
 // Units:  positions are speakers, numbered 1 to kMaxChannels (see GetChannelMapping); channel indices are
 //         1-based too, and 0 where a layout lacks a position.
-// Owner:  Buffer() is the result. It borrows the input's memory when the channel count was right already and
-//         the call was in place, and is then valid as long as the input. The input is never Buffer() itself.
+// Owner:  Buffer() is the result. If the channel counts are equal and the call is in place, it borrows the
+//         input's memory and is valid as long as the input. The input must not be Buffer() itself.
 class XAudioChannelConv {
 public:
     static constexpr int kMaxChannels = 8;
 
-    // What an output channel takes from an input channel.
+    // One input channel of an output channel's sum.
     struct Action {
         int channel;
         double coefficient;
     };
-    using Actions = std::vector<Action>;       // in the order of the input channels, none of them 0
+    using Actions = std::vector<Action>;       // in the order of the input channels, no coefficient 0
     using ActionTable = std::vector<Actions>;  // one list per output channel
 
     // [input channel - 1][output channel - 1]
@@ -33,19 +33,20 @@ public:
     static const char* GetChannelDescript(int count);
     static bool ChannelHas(int count, int position);
 
-    // The coefficient that the rules for single positions give, and the matrices of all pairs of layouts, in
-    // which the sum into an output position has been attended to. They are computed once.
+    // GetMatrixVal is the coefficient by the rules for a single pair of positions. GenerateMatrix gives the
+    // final matrices of all pairs of layouts, adjusted to the number of inputs of each output; they are
+    // computed once.
     static double GetMatrixVal(int inCount, int outCount, int inPosition, int outPosition);
     static const MatrixStore& GenerateMatrix();
 
     // Empty when a count is outside 1 to kMaxChannels.
     static ActionTable GenerateActionTable(int inCount, int outCount);
 
-    // Whether the change is supported: none at all, or PCM or float between two of the layouts.
+    // Whether the conversion is supported: equal counts, or PCM or float between two of the layouts.
     [[nodiscard]] static bool Init(const XAudioWFX& input, int outChannels);
 
-    // From the target only the channel count is taken. The options text is that of XAudioRdWr and may be null.
-    // False for an unsupported change, samples without a layout, or no memory.
+    // Only the channel count of the target is used. The options text is that of XAudioRdWr and may be null.
+    // False for an unsupported conversion, an unknown sample layout, or when memory runs out.
     [[nodiscard]] bool ConvertData(XAudioBufferNew& input, const XAudioWFX& target, bool inPlace,
                                    const wchar_t* options);
     [[nodiscard]] bool ConvertData(XAudioBufferNew& input, int outChannels, bool inPlace,
@@ -57,5 +58,5 @@ private:
     [[nodiscard]] bool SetUpResult(XAudioBufferNew& input, int outChannels);
 
     XAudioBufferNew buffer_;
-    XAudioRdWr writer_;  // carries noise from one part of a stream to the next
+    XAudioRdWr writer_;  // continues the dither noise from block to block
 };

@@ -4,7 +4,7 @@
 
 namespace {
 
-// What each stage gets of the options text.
+// The options text of each stage: at most one has it.
 struct StageOptions {
     const wchar_t* bits = nullptr;
     const wchar_t* channels = nullptr;
@@ -69,8 +69,9 @@ bool XAudioConv::InitConversion(const XAudioWFX& source, const XAudioWFX& target
     return false;
 }
 
-// Every stage borrows what it leaves as it is, from the caller or from the stage before. Where the formats
-// differ some stage has made something of its own, unless the target's depth is one that none is asked for.
+// A stage that changes nothing borrows its input, from the caller or from the stage before. If the formats
+// differ, at least one stage has its own result, unless the target's depth is below 8 bits, which no stage
+// makes.
 bool XAudioConv::ConvertData(XAudioBufferNew& input, const XAudioWFX& target, bool inPlace, bool last,
                              const wchar_t* options, bool highQuality) try {
     if (HasSameAudio(input, target)) return InitializeBuffer(inPlace, input);

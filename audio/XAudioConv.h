@@ -4,28 +4,29 @@
 #include "audio/XAudioChannelConv.h"
 #include "audio/XAudioFreqConv.h"
 
-// A buffer that receives a stream's audio in any linear format, made from any other in stages: bit depth and
-// kind, channels, sample rate, format tag.
-// Use:    InitConversion once per stream, then ConvertData for every block with the same arguments. Without
-//         InitConversion the first block prepares the stages; Destroy before another stream.
-// Units:  blocks hold whole frames; what is left of one at the end is dropped where anything is converted.
-// Owner:  the result is valid until the next call. In place it may lie in the input's memory, which the
-//         conversion may overwrite; otherwise it never does. The input is not this buffer itself.
+// A buffer that receives a stream's audio in another linear format. The stages are bit depth and kind,
+// channels, sample rate, format tag.
+// Use:    InitConversion once per stream, then ConvertData with the same arguments for every block. Without
+//         InitConversion the first block prepares the stages. Destroy before another stream.
+// Units:  blocks hold whole frames; a conversion drops an incomplete frame at the end.
+// Owner:  the result is valid until the next call. In place it may be in the input's memory, which the
+//         conversion may overwrite; otherwise it never is. The input must not be this buffer itself.
 // Errors: false, without a message.
 class XAudioConv : public XAudioBufferNew {
 public:
-    // The options text is that of XAudioRdWr and may be null. One stage alone gets it, and none for a source of
-    // up to 8 bits: the rate stage where rates differ and the target is better than 48 kHz, 16 bits and stereo
-    // or high quality is asked for; otherwise the first that has work, channels before bits. High quality also
-    // removes the mirror images that a higher rate leaves room for.
+    // The options text is that of XAudioRdWr and may be null. One stage gets it: the rate stage if the rates
+    // differ and the target exceeds 48 kHz, 16 bits or stereo or is float, or high quality is set; otherwise
+    // the channel stage if the counts differ, or else the bits stage. For a source of up to 8 bits no stage
+    // gets it. High quality also removes the images that a higher rate leaves room for
+    // (UpwardEdge::SourceHalf).
     [[nodiscard]] bool InitConversion(const XAudioWFX& source, const XAudioWFX& target,
                                       const wchar_t* options, bool highQuality);
 
-    // `last` ends the stream: the rate stage gives what it still holds.
+    // `last` ends the stream: the rate stage delivers what it still holds.
     [[nodiscard]] bool ConvertData(XAudioBufferNew& input, const XAudioWFX& target, bool inPlace, bool last,
                                    const wchar_t* options, bool highQuality);
 
-    // What the channel stage computes once for all conversions, ahead of its first use.
+    // Computes the channel stage's matrices, once for all conversions, ahead of their first use.
     static void LoadChanConvMatrix() { XAudioChannelConv::GenerateMatrix(); }
 
     void Destroy();

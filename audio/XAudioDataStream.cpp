@@ -22,7 +22,7 @@ bool XAudioDataStream::AddData(XAudioBufferNew& buffer, bool borrow) {
 
 XAudioBufferNew& XAudioDataStream::GetDataFrom(int64_t bytes) {
     const int64_t taken = bytes == kAllBytes ? remaining_ : std::clamp<int64_t>(bytes, 0, remaining_);
-    // Borrowing needs no memory, and an empty stream none either.
+    // Cannot fail: borrowing allocates nothing, nor does an empty block.
     static_cast<void>(view_.InitializeBuffer(data_ + offset_, taken, wfx(), false, true));
     offset_ += taken;
     remaining_ -= taken;
@@ -57,7 +57,7 @@ bool XAudioDataStream::Append(const uint8_t* data, int64_t bytes) {
     return true;
 }
 
-// A tenth more than asked for, so that a stream whose leftovers vary settles on one allocation.
+// A tenth more than needed, so that a stream with varying remainders settles on one allocation.
 bool XAudioDataStream::GrowTo(int64_t bytes) {
     if (static_cast<size_t>(bytes) <= owned_.Size()) return true;
     return owned_.Resize(static_cast<size_t>(SaturatingAdd(bytes, bytes / 10)));

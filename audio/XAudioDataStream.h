@@ -2,30 +2,30 @@
 
 #include "audio/XAudioBufferNew.h"
 
-// Audio that goes in by buffers and comes out in pieces of other sizes.
+// A queue of audio: buffers go in, pieces of other sizes come out.
 // Units:  bytes.
-// Owner:  a borrowed buffer's memory belongs to the buffer and has to outlive its use here. What GetDataFrom
-//         gives is not to be fed back.
-// Errors: false when there is no memory; the audio held is then still there.
+// Owner:  a borrowed buffer's memory belongs to the buffer and must outlive its use here. What GetDataFrom
+//         returns must not be added again.
+// Errors: false when memory runs out; the audio held is kept.
 class XAudioDataStream : public XAudioWFX {
 public:
     static constexpr int64_t kAllBytes = 0xFFFFFFFF;
 
     XAudioDataStream() = default;
-    XAudioDataStream(const XAudioDataStream&) = delete;  // what it refers to has one reader
+    XAudioDataStream(const XAudioDataStream&) = delete;  // a borrowed block has one reader
     XAudioDataStream& operator=(const XAudioDataStream&) = delete;
 
-    // Appends the unread part of the buffer and takes its format, unless that says 0 bits. With `borrow` the
-    // memory is referred to and not copied, provided that nothing is left over from earlier.
+    // Appends the unread part of the buffer and takes its format, unless that has 0 bits. With `borrow` the
+    // memory is borrowed instead of copied, provided that the queue is empty.
     [[nodiscard]] bool AddData(XAudioBufferNew& buffer, bool borrow);
 
-    // The next `bytes`, or all there are when fewer remain or kAllBytes are asked for, as a view that lives
-    // until the next AddData.
+    // A view of the next `bytes`, or of all that remain if there are fewer or for kAllBytes. Valid until the
+    // next AddData.
     XAudioBufferNew& GetDataFrom(int64_t bytes);
 
     int64_t BytesRemaining() const { return remaining_; }
 
-    // Moves what remains to the front of owned memory, with room for `extraBytes` when it was borrowed.
+    // Moves what remains to the start of owned memory, with room for `extraBytes` more if it was borrowed.
     [[nodiscard]] bool InPlaceOptimizeBuffer(int64_t extraBytes);
 
     void Clear();

@@ -11,10 +11,10 @@
 
 namespace {
 
-// With what is less loud, all sums of a block stay within a float.
-W64_VECTOR_CLONES void ClearWhatIsNoAudio(double* values, int64_t count) {
-    constexpr double kLoudest = 1e30;
-    for (int64_t i = 0; i < count; ++i) values[i] = std::abs(values[i]) <= kLoudest ? values[i] : 0;
+// Up to this magnitude all sums of a block stay within the range of float.
+W64_VECTOR_CLONES void ClearBadSamples(double* values, int64_t count) {
+    constexpr double kMaxMagnitude = 1e30;
+    for (int64_t i = 0; i < count; ++i) values[i] = std::abs(values[i]) <= kMaxMagnitude ? values[i] : 0;
 }
 
 }  // namespace
@@ -26,7 +26,7 @@ bool XAudioFreqConv::CreateNewConverter(const XAudioWFX& format, int targetRate,
                                         UpwardEdge edge) try {
     Destroy();
     format_ = format;
-    targetRate_ = static_cast<uint32_t>(targetRate);  // as formats have it, in full
+    targetRate_ = static_cast<uint32_t>(targetRate);  // unsigned, as in formats
     equalRates_ = format_.SamplesPerSec() == targetRate_;
     if (equalRates_) return true;
     if (format_.Channels() == 0 || !XAudioRdWr::HasLayout(format_.WFXFormatTag(), format_.BitsPerSample())) {
@@ -92,13 +92,13 @@ bool XAudioFreqConv::IsOfStream(const XAudioWFX& format) const {
            format.WFXFormatTag() == format_.WFXFormatTag();
 }
 
-// All that are begun within the duration of the input.
+// Rounded up.
 int64_t XAudioFreqConv::OutputFrames(int64_t inputFrames) const {
     const int64_t rate = format_.SamplesPerSec();
     return ScaledDown(inputFrames, targetRate_, rate - 1, rate);
 }
 
-// Takes what the next block still lacks, as far as there is any. True when it is complete.
+// Moves frames from the stream into the next block. True when it is complete.
 bool XAudioFreqConv::FillBlock() {
     const int64_t channels = format_.Channels();
     const int64_t whole = BlockFrames();
@@ -107,13 +107,13 @@ bool XAudioFreqConv::FillBlock() {
     double* const to = engine_->Input() + held_ * channels;
     samples_.SetBeginData(stream_.GetDataFrom(format_.SamplesToBytes_DivChan(frames)).BufferStart(), 0, 0);
     samples_.GetDbls(0, frames * channels, to);
-    if (format_.WFXFormatTag() == kTagFloat) ClearWhatIsNoAudio(to, frames * channels);
+    if (format_.WFXFormatTag() == kTagFloat) ClearBadSamples(to, frames * channels);
     held_ += frames;
     return held_ == whole;
 }
 
-// What is lacking is past the end of the stream, and silence. It takes blocks of it until the filters have
-// brought out all that was before.
+// Past the end of the stream an incomplete block is filled up with silence. Blocks of silence follow until
+// the filters have delivered everything.
 int64_t XAudioFreqConv::ConvertBlock(int64_t frame) {
     const int64_t channels = format_.Channels();
     std::fill_n(engine_->Input() + held_ * channels, (BlockFrames() - held_) * channels, 0.0);

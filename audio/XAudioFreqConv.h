@@ -8,15 +8,15 @@
 
 #include <memory>
 
-// A buffer that receives the audio of a stream at another sample rate, of the same layout and channels.
-// Input frame 0 lies exactly under output frame 0, and the stream's output has as many frames as fill its
-// duration, the last one begun included. In what blocks the stream comes makes no difference to the output.
+// A buffer that receives a stream's audio at another sample rate, in the same layout and channels. Output
+// frame 0 is at the time of input frame 0, and a stream of n frames becomes ceil(n * target / source) frames.
+// The output does not depend on how the stream is cut into blocks.
 // Use:    CreateNewConverter once per stream, ConvertData for every block. After the last block the converter
 //         is ready for another stream of the same format.
-// Units:  rates in frames per second. Float samples that are no number or beyond 1e30 count as 0: one bad
+// Units:  rates in frames per second. Float samples that are NaN or beyond 1e30 count as 0, so that one bad
 //         sample spoils no others.
-// Owner:  at equal rates and in place the result borrows the input's memory, otherwise it is the converter's
-//         own, until the next ConvertData. The input's memory must not be the converter's.
+// Owner:  at equal rates and in place the result borrows the input's memory; otherwise it is the converter's
+//         own and valid until the next ConvertData. The input must not be in the converter's memory.
 // Errors: false, without a message.
 class XAudioFreqConv : public XAudioBufferNew {
 public:
@@ -26,16 +26,16 @@ public:
     ~XAudioFreqConv();
 
     // The options text is that of XAudioRdWr and may be null. Equal rates need no converter. Otherwise false
-    // for a format without channels or a known sample layout, and for rates that cannot be handled: by lowest
-    // terms, the lower one's number has to be 1 or a multiple of 2 or 3, and filters have their limits.
+    // for a format without channels or a known sample layout, and for rates that cannot be converted: in
+    // lowest terms, the lower rate must be 1 or a multiple of 2 or 3, and the filters have their limits.
     [[nodiscard]] bool CreateNewConverter(const XAudioWFX& format, int targetRate, const wchar_t* options,
                                           UpwardEdge edge = UpwardEdge::TargetHalf);
 
-    // Takes the unread part of the input, or at equal rates all of it. Blocks may be empty, and end anywhere in
-    // a frame; what is left of a frame after the last block is dropped. Until then up to 400 ms stay in the
-    // filters, of sources below 44,100 Hz more.
-    // False without a converter, for input of another format, or without memory. Nothing is then consumed,
-    // unless memory ran out in the middle of it, which destroys the converter.
+    // Takes the unread part of the input, or all of it at equal rates. Blocks may be empty and may end within
+    // a frame; an incomplete frame after the last block is dropped. Up to 400 ms stay in the filters until
+    // then, more of sources below 44,100 Hz. False without a converter, for input of another format, or
+    // without memory. Nothing is consumed then, unless memory ran out during the conversion, which destroys
+    // the converter.
     [[nodiscard]] bool ConvertData(XAudioBufferNew& input, bool inPlace, bool last);
 
     void Destroy();

@@ -13,7 +13,7 @@ using std::gcd;
 
 constexpr double kStopBandAttenuation = 170;                             // AA, dB
 constexpr double kLengthFactor = (kStopBandAttenuation - 7.95) / 14.36;  // d
-constexpr double kTransitionBand = 100;  // DF, Hz: the long filter stays below
+constexpr double kTransitionBand = 100;  // DF, Hz: upper limit for the long filter
 constexpr int64_t kBaseFilterLength = 16384;
 
 // Rates come from files: past these numbers a conversion would ask for more memory than its use is worth. The
@@ -22,7 +22,7 @@ constexpr int64_t kBaseFilterLength = 16384;
 constexpr int64_t kMaxLongTaps = int64_t{1} << 21;
 constexpr double kMaxShortTable = 1 << 23;  // taps
 constexpr double kRowRemainder = 4;         // taps that a row may be longer than its share of the filter
-constexpr int64_t kMaxStreams = 4096;
+constexpr int64_t kMaxBranches = 4096;
 
 constexpr int kBesselTerms = 15;
 
@@ -37,7 +37,7 @@ struct Rates {
     int64_t target;
 };
 
-// Only these cases, and of several only the first; rates that do not divide evenly stay as they are.
+// Only these cases, and only the first that applies. Rates that do not divide evenly stay as they are.
 Rates Normalized(Rates rates) {
     constexpr int64_t kAny = 0;
     struct Case {
@@ -56,14 +56,14 @@ Rates Normalized(Rates rates) {
     return rates;
 }
 
-// The rate between the stages as a multiple of the rate on the side of the long filter; 0 when there is none.
+// The intermediate rate as a multiple of the rate on the long filter's side; 0 when there is none.
 int64_t OversamplingFactor(int64_t ratio) {
     if (ratio == 1) return 1;
     if (ratio % 2 == 0) return 2;
     return ratio % 3 == 0 ? 3 : 0;
 }
 
-// Between half of the lower and half of the higher rate, at a sampling rate above both.
+// The transition band extends from half of `lower` to half of `higher`.
 std::optional<LowPass> ShortFilter(int64_t lower, int64_t higher, int64_t rate, int64_t phases) {
     const double transition = static_cast<double>(higher) / 2 - static_cast<double>(lower) / 2;
     const double length = static_cast<double>(rate) / transition * kLengthFactor + 1;
@@ -71,8 +71,8 @@ std::optional<LowPass> ShortFilter(int64_t lower, int64_t higher, int64_t rate, 
     return LowPass{static_cast<int64_t>(length) | 1, static_cast<double>(lower) / 2 + transition / 2, rate};
 }
 
-// As long as it takes to keep below half of a rate by less than the transition band. Where the band is as wide as
-// what is to pass, nothing would.
+// The shortest of the lengths whose transition band, which ends at half of `below`, is narrow enough. Nothing if
+// that leaves no pass band.
 std::optional<LowPass> LongFilter(int64_t below, int64_t rate) {
     for (int64_t length = kBaseFilterLength; length <= kMaxLongTaps; length *= 2) {
         const double transition = static_cast<double>(rate) * kLengthFactor / static_cast<double>(length - 2);
@@ -112,8 +112,8 @@ double win(double n, double length, double alpha, double iza) {
 double sinc(double x) { return x == 0 ? 1 : std::sin(x) / x; }
 
 double hn_lpf(double n, double lpf, double fs) {
-    const double turn = 2 * std::numbers::pi * lpf / fs;
-    return 2 * lpf / fs * sinc(n * turn);
+    const double omega = 2 * std::numbers::pi * lpf / fs;
+    return 2 * lpf / fs * sinc(n * omega);
 }
 
 double LowPass::StopEdge() const {
@@ -149,19 +149,18 @@ std::optional<FreqConvDesign> FreqConvDesign::Create(int64_t source, int64_t tar
     if (!longFilter) return std::nullopt;
     design.longFilter = *longFilter;
 
-    // Down to a whole part, the short filter is but a single 1, and every output of the long one that the
-    // target does not want can go unmade.
+    // Down to a whole part of the rate the short filter is a single 1, and the branches decimate all the way.
     design.step = src / common;
     if (!upward && factor == 1) {
-        if (design.step > kMaxStreams) return std::nullopt;
-        design.streams = design.step;
+        if (design.step > kMaxBranches) return std::nullopt;
+        design.branches = design.step;
         design.longRate = target;
         return design;
     }
     design.shortFirst = upward;
-    design.streams = factor;
+    design.branches = factor;
     design.phases = upward ? dst / common : dst / common / factor;
-    design.streamStep = src / common / factor;
+    design.branchStep = src / common / factor;
     design.longScale = upward ? 1 : static_cast<double>(factor);
     design.longRate = upward ? target : source;
     const std::optional<LowPass> shortFilter = ShortFilter(src, between, src / common * dst, design.phases);

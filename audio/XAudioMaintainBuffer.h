@@ -6,10 +6,10 @@
 // Units:  bytes; the size is a whole number of blocks.
 class XAudioMaintainBuffer : public XAudioWFX {
 public:
-    // Takes the format and forgets what was held. False when there is no memory for that much audio.
+    // Takes the format and drops what was held. False when memory runs out.
     [[nodiscard]] bool Create(int64_t milliseconds, const tWAVEFORMATEX* format);
 
-    // Appends, dropping the oldest bytes that no longer fit.
+    // Appends, dropping the oldest bytes that do not fit.
     void AddData(const void* data, int64_t bytes);
 
     const uint8_t* BufferStart() const { return history_.Data(); }  // oldest first

@@ -131,7 +131,7 @@ void XAudioRdWr::PutInts(int64_t first, int64_t count, const int32_t* values) {
                              count);
 }
 
-// An integer is the same number with or without the way through 32 bits.
+// Integers give the same double directly and by way of 32 bits.
 void XAudioRdWr::GetDbls(int64_t first, int64_t count, double* values) const {
     WithLayout(mode_, [&](auto layout) {
         const uint8_t* data = At(first);

@@ -5,11 +5,11 @@
 #include "audio/XAudioBufferNew.h"
 #include "base/XObj.h"
 
-// Reads and writes single samples of any linear layout, with all rounding and clipping rules.
+// Reads and writes single samples of any linear layout, with all rules of rounding and clipping.
 // Units:  an index counts samples, interleaved: channel k of frame f is f * channels + k. Indices are not
-//         checked; the caller knows how many samples lie behind the data pointer.
-// Owner:  the memory is somebody else's and has to outlive its use here.
-// Errors: a layout that is not known has no mode: reads give 0 and writes do nothing.
+//         checked; the caller knows how many samples the data pointer has.
+// Owner:  the memory is the caller's and must outlive its use here.
+// Errors: an unknown layout has no mode: reads return 0 and writes do nothing.
 class XAudioRdWr {
 public:
     XAudioRdWr() = default;
@@ -20,24 +20,24 @@ public:
     XAudioRdWr(XAudioBufferNew& buffer, int64_t firstSample, const wchar_t* options);
 
     // formatTag is the effective one. Any non-empty options text selects the dithered modes at 16 and 24
-    // bits; it may be null. The byte counts describe the memory and are not needed.
+    // bits; it may be null. The byte counts are not used.
     void Create(int formatTag, int bits, int channels, int64_t usedBytes, int64_t totalBytes, void* data,
                 const wchar_t* options);
     void Create(XAudioBufferNew& buffer, int64_t firstSample, const wchar_t* options);
 
-    // As Create from the buffer's first sample, for the next part of the same stream: while layout, channels
-    // and options stay as they were, noise goes on where it was instead of beginning again.
+    // Create from the buffer's first sample, for the next block of a stream: as long as layout, channels and
+    // options are the same, the dither noise continues instead of starting again.
     void Continue(XAudioBufferNew& buffer, const wchar_t* options);
 
     void SetBeginData(void* data, int64_t usedBytes, int64_t totalBytes);
     void SetBeginData_RAW(XAudioBufferNew& buffer, int64_t sample);
     void SetBeginData_DivChan(XAudioBufferNew& buffer, int64_t frame);
 
-    // Whether samples of that width fill one of the layouts exactly. The mode alone does not tell: every
-    // float that is not 64 bits wide is read as one of 32.
+    // Whether samples of that width fill one of the layouts exactly. The mode does not tell: it is 32-bit
+    // float for every float that has not 64 bits.
     [[nodiscard]] static bool HasLayout(int formatTag, int bits);
 
-    // Whether the samples that are put are more than rounded.
+    // Whether writes go through a NOneChannelDither.
     bool IsDithered() const { return dithers_.Count() > 0; }
 
     int32_t GetInt(int64_t i) const;  // left-justified
@@ -47,14 +47,14 @@ public:
     int32_t GetIntRaw(int64_t i) const;  // right-justified in its own width; floats are full-scale 32 bits
     void PutIntRaw(int64_t i, int32_t value);
 
-    // As the forms for one sample, for `count` of them from index `first` on, in ascending order and quicker.
+    // The same for `count` samples from index `first` on, in ascending order, and faster.
     void GetInts(int64_t first, int64_t count, int32_t* values) const;
     void PutInts(int64_t first, int64_t count, const int32_t* values);
     void GetDbls(int64_t first, int64_t count, double* values) const;
     void PutDbls(int64_t first, int64_t count, const double* values);
 
-    // PutInt(i, reader.GetInt(i)) for i from 0 to count - 1. Both may begin at the same place when the samples
-    // here are narrower, or as wide in another layout.
+    // PutInt(i, reader.GetInt(i)) for i from 0 to count - 1. Both may start at the same address if the
+    // samples here are narrower, or of the same width in another layout.
     void PutFrom(const XAudioRdWr& reader, int64_t count);
 
 private:

@@ -7,9 +7,9 @@
 #include <cstdint>
 #include <limits>
 
-// Single samples in memory: index i addresses the i-th sample of an interleaved stream that starts at `data`,
-// at any alignment, little-endian. Integers come right-justified, floats as doubles.
-// The scaling rules are the only place where a double is rounded or clipped.
+// Single samples in memory: index i is the i-th sample of an interleaved stream that starts at `data`, at any
+// alignment, little-endian. Integers are right-justified, floats become doubles.
+// The scaling functions are the only place where a double is rounded or clipped.
 
 inline int32_t _RD8(const void* data, int64_t i) { return static_cast<const uint8_t*>(data)[i] - 128; }
 
@@ -59,9 +59,9 @@ inline void _WRDBL(void* data, int64_t i, double value) { Store(static_cast<uint
 
 inline double _INT32ToDBL(int32_t value) { return value / 2147483648.0; }
 
-// Truncates, deliberately: a change of bit depth never rounds. What is out of range is clipped before the
-// cast, which it would not survive, and NaN becomes 0. Scaling by a power of two is exact, so that a float
-// gives the same result with or without being widened first, and quicker without.
+// Truncates, deliberately: a change of bit depth never rounds. Out-of-range values are clipped before the
+// cast, which would be undefined for them, and NaN becomes 0. Scaling by a power of two is exact, so a float
+// gives the same result whether or not it is widened first, and faster if not.
 template <class Float>
 int32_t TruncToInt32(Float value) {
     constexpr auto kFullScale = static_cast<Float>(2147483648.0);
@@ -81,7 +81,7 @@ inline int32_t _DBLRndNClip(double value, double scale, double limit) {
     return static_cast<int32_t>(std::clamp(rounded, -limit, limit - 1));
 }
 
-static_assert(std::numeric_limits<float>::is_iec559, "a double too large for a float has to become infinite");
+static_assert(std::numeric_limits<float>::is_iec559, "a double too large for a float must become infinite");
 
 // The stored layouts. GetInt and PutInt carry a sample as a left-justified 32-bit integer, *Raw
 // right-justified in its own width, *Dbl as -1.0 to just under 1.0. Integers narrow toward minus infinity;

@@ -12,7 +12,7 @@ constexpr uint32_t kNoSpeakersAssigned = 0x80000000;
 
 constexpr uint16_t kKnownSubFormats[] = {kTagPCM, kTagFloat, kTagALaw, kTagMuLaw, kTagADPCM, kTagMPEG};
 
-// What a 14-byte record, which has no field for the bits, leaves to conclude.
+// The bits of a 14-byte record, which has no field for them.
 uint16_t BitsFromBlockAlign(const tWAVEFORMATEX& record) {
     if (record.nChannels == 0) return 16;
     return static_cast<uint16_t>(record.nBlockAlign * 8 / record.nChannels);
@@ -76,14 +76,14 @@ void XAudioWFX::Assign(void* data, unsigned int size) {
 void XAudioWFX::AssignShortForm(const void* data, unsigned int size) {
     tWAVEFORMATEX record{};
     if (data && size >= sizeof(WAVEFORMAT)) {
-        // 15 and 17 bytes are no known form; what they share with the oldest one is taken.
+        // 15 and 17 bytes are no known form; only their first 14 bytes are used.
         std::memcpy(&record, data, size == offsetof(tWAVEFORMATEX, cbSize) ? size : sizeof(WAVEFORMAT));
         if (size == sizeof(WAVEFORMAT)) record.wBitsPerSample = BitsFromBlockAlign(record);
     }
     Assign(&record);
 }
 
-// Files are known to be wrong about what follows from the other fields, and nobody may divide by 0.
+// Files can be wrong about the derived fields, and none of them may be 0, as they are divisors.
 void XAudioWFX::CompleteDerivedFields() {
     if (IsLinear(WFXFormatTag())) CalcAvgNBlkAlign();
     if (AvgBytesPerSec() == 0) SetAvgBytesPerSec(1);
@@ -159,7 +159,7 @@ void XAudioWFX::SetAvgBytesPerSec(int bytes) { pwfx()->nAvgBytesPerSec = static_
 
 void XAudioWFX::SetBlockAlign(int bytes) { pwfx()->nBlockAlign = static_cast<uint16_t>(bytes); }
 
-// Absurd channel and bit counts wrap as 32-bit integers do, the product read as signed.
+// Absurd channel and bit counts wrap in 32 bits; the product is read as signed.
 void XAudioWFX::CalcAvgNBlkAlign() {
     tWAVEFORMATEX* record = pwfx();
     const uint32_t frameBits = uint32_t{record->nChannels} * record->wBitsPerSample;

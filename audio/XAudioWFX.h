@@ -7,15 +7,15 @@
 // One WAVE format record and the arithmetic that follows from it.
 // Units:  a sample is one channel's value, a frame is one sample of every channel (interleaved, channel k of
 //         frame f at f * Channels() + k). *_RAW counts samples, *_DivChan frames; times are milliseconds.
-//         Products stop at the ends of the 64-bit range.
-// Owner:  the object owns 18 + cbSize bytes of record, so an extensible one at least 40. Pointers into it
-//         live until the next Assign.
-// Errors: none reported. A divisor that is 0 in the record becomes 1 there before it is used, and nothing
-//         else changes with it, which is why the size and time arithmetic is not const. Without memory for extra bytes Assign throws
+//         Products saturate at the limits of the 64-bit range.
+// Owner:  the object owns 18 + cbSize bytes of record, so at least 40 of an extensible one. Pointers into it
+//         are valid until the next Assign.
+// Errors: none reported. A zero divisor in the record is set to 1 there before use, and nothing else changes, so
+//         the size and time arithmetic is not const. If there is no memory for the extra bytes, Assign throws
 //         std::bad_alloc and the record stays as it was.
 class XAudioWFX {
 public:
-    XAudioWFX();  // all zero, repaired as by every Assign
+    XAudioWFX();  // all zero, zero divisors set to 1
     XAudioWFX(int channels, int samplesPerSec, int bitsPerSample);
     XAudioWFX(void* data, unsigned int size);
     explicit XAudioWFX(const tWAVEFORMATEX* record);
@@ -29,12 +29,12 @@ public:
     void Assign(int channels, int samplesPerSec, int bitsPerSample);
 
     // A record of 18 + cbSize readable bytes at any alignment. For PCM and float the derived fields are
-    // computed whatever the record says; otherwise a 0 in them becomes 1.
+    // computed, whatever the record has; for other tags a 0 in them becomes 1.
     void Assign(const tWAVEFORMATEX* record);
 
-    // A record of `size` bytes: 14 and 16 are the two old short forms; from 18 on it carries its own cbSize,
-    // which is set to 0 in the caller's bytes when it claims more than there are. Less than 14 bytes, or
-    // none, give the all-zero record.
+    // A record of `size` bytes: 14 and 16 are the two short forms; from 18 on it has its own cbSize, which is
+    // set to 0 in the caller's bytes if it claims more than there are. Fewer than 14 bytes, or null, give the
+    // all-zero record.
     void Assign(void* data, unsigned int size);
     void Assign(const XAudioWFX& other);
 
@@ -48,7 +48,7 @@ public:
     WAVEFORMATEXTENSIBLE* pwfxex();
 
     int FormatTag() const { return wfx()->wFormatTag; }
-    int WFXFormatTag() const;  // for an extensible record the tag that its sub-format stands for, if known
+    int WFXFormatTag() const;  // of an extensible record the tag of its sub-format, if known
     int Channels() const { return wfx()->nChannels; }
     uint32_t SamplesPerSec() const { return wfx()->nSamplesPerSec; }
     uint32_t AvgBytesPerSec() const { return wfx()->nAvgBytesPerSec; }
@@ -59,8 +59,8 @@ public:
     bool IsExtensible() const;
     bool IsExtensibleGUID(const GUID* subFormat) const;
 
-    // Values are cut to the width of their field. With `recalc` the derived fields follow at once.
-    void SetFormatTag(int tag);     // the raw field alone
+    // Values are truncated to the width of their field. With `recalc` the derived fields are recomputed.
+    void SetFormatTag(int tag);     // the raw field only
     void SetWFXFormatTag(int tag);  // the sub-format of an extensible record; MPEG has none to set there
     void SetChannels(int channels, bool recalc);
     void SetSamplesPerSec(int samplesPerSec, bool recalc);
@@ -68,10 +68,10 @@ public:
     void SetAvgBytesPerSec(int bytes);
     void SetBlockAlign(int bytes);
     void CalcAvgNBlkAlign();
-    void RemoveAnyExtra();  // leaves what the extensible form itself needs
+    void RemoveAnyExtra();  // keeps the 22 bytes of the extensible form
 
-    // Whether the record was converted; to the extensible form also when it had it already. Extra bytes of a
-    // plain record, and mask and valid bits of an extensible one, are dropped on the way.
+    // Whether the record was converted; ConvertWFXToExtensible also returns true for an extensible record.
+    // Extra bytes of a plain record, and mask and valid bits of an extensible one, are dropped.
     bool ConvertWFXToExtensible();
     bool ConvertExtensibleToWFX();
 

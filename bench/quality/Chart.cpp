@@ -16,7 +16,7 @@ constexpr int kHeight = 700;
 constexpr double kMargin = 28;
 constexpr double kTop = 112;
 constexpr double kBottom = kHeight - 72;
-constexpr double kScale = 84;  // left of a panel, for its numbers
+constexpr double kScale = 84;  // left of a panel, for its labels
 constexpr double kTextSize = 15;
 
 struct Colour {
@@ -27,7 +27,7 @@ constexpr Colour kInk{0.16, 0.18, 0.21};
 constexpr Colour kGrid{0.87, 0.88, 0.90};
 constexpr Colour kCurves[] = {{0.08, 0.35, 0.80}, {0.93, 0.53, 0.08}, {0.18, 0.62, 0.32}, {0.74, 0.20, 0.45}};
 
-// Where a panel's values come to lie.
+// A panel's coordinates.
 struct Plot {
     double X(double value) const { return left + (value - x.from) / (x.to - x.from) * (right - left); }
     double Y(double value) const { return kBottom - (value - y.from) / (y.to - y.from) * (kBottom - kTop); }
@@ -47,7 +47,7 @@ void DrawLine(cairo_t* cairo, double x1, double y1, double x2, double y2) {
     cairo_stroke(cairo);
 }
 
-// Starts at x for an alignment of 0, and ends there for 1.
+// Alignment 0: starts at x; 1: ends there.
 void DrawText(cairo_t* cairo, double x, double y, const std::string& text, double alignment) {
     cairo_text_extents_t extents;
     cairo_text_extents(cairo, text.c_str(), &extents);
@@ -131,7 +131,7 @@ void Chart::Draw(const std::filesystem::path& path) const {
         const Plot plot{panels[i].x, panels[i].y, left, left + pitch - kScale};
         DrawGrid(cairo, plot);
         for (size_t curve = panels[i].curves.size(); curve-- > 0;) {
-            cairo_set_line_width(cairo, 2 + 0.7 * static_cast<double>(curve));  // what lies below shows
+            cairo_set_line_width(cairo, 2 + 0.7 * static_cast<double>(curve));  // so that the lower ones show
             Use(cairo, kCurves[curve]);
             DrawCurve(cairo, plot, panels[i].curves[curve]);
         }

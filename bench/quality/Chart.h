@@ -4,13 +4,13 @@
 #include <string>
 #include <vector>
 
-// Curves in one or two panels side by side, with what they have in common around them.
+// Curves in one or two panels side by side, under a common title and legend.
 struct Chart {
     struct Axis {
         std::string label;
         double from;
         double to;
-        double step;  // between the lines of the grid
+        double step;  // between grid lines
     };
     struct Point {
         double x;
@@ -20,7 +20,7 @@ struct Chart {
     struct Panel {
         Axis x;
         Axis y;
-        std::vector<Curve> curves;  // one for each name, drawn from the last to the first
+        std::vector<Curve> curves;  // one per name, the first on top
     };
 
     std::string title;

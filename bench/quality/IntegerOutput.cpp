@@ -12,7 +12,7 @@ double WorstErrorIn24Bits(const RatePair& pair) {
     const XAudioWFX target(2, pair.target, 24);
     const int64_t frames = int64_t{2} * pair.source;
 
-    // Noise at a quarter of full scale, of which no output clips.
+    // Noise at a quarter of full scale, so that no output clips.
     XAudioBufferNew in(frames, format, false);
     in.SetUsedSample(frames);
     XAudioRdWr samples(in, 0, nullptr);

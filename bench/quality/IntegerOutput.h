@@ -2,6 +2,6 @@
 
 #include "RatePair.h"
 
-// How far 24-bit stereo through XAudioConv, at high quality and without noise, comes out off what the same
-// samples give in doubles, in steps of 24 bits at most.
+// The largest difference, in steps of 24 bits, between 24-bit stereo through XAudioConv, at high quality and
+// without noise, and the same samples in doubles.
 double WorstErrorIn24Bits(const RatePair& pair);

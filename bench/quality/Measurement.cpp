@@ -12,9 +12,9 @@ namespace {
 
 constexpr double kToneSeconds = 2;
 constexpr int64_t kSweepSeconds = 40;
-constexpr double kSettled = 0.25;  // seconds; longer than any filter here rings
+constexpr double kSettled = 0.25;  // seconds, longer than any of the filters rings
 
-std::vector<double> TestTones(const RatePair& pair, double distance, int meetings) {
+std::vector<double> TestTones(const RatePair& pair, double distance, int coincidentTones) {
     const double top = pair.source / 2.0;
     const double nyquist = pair.LowerNyquist();
     std::vector<double> tones{20, pair.PassBand()};
@@ -29,7 +29,7 @@ std::vector<double> TestTones(const RatePair& pair, double distance, int meeting
         tones.push_back(nyquist + distance + distance * i / kNear);
     }
     const double half = std::gcd(pair.source, pair.target) / 2.0;
-    const double step = half * std::max(1.0, std::floor(top / half / meetings));
+    const double step = half * std::max(1.0, std::floor(top / half / coincidentTones));
     for (double hertz = step; hertz < top; hertz += step) tones.push_back(hertz);
 
     std::erase_if(
@@ -41,9 +41,9 @@ std::vector<double> TestTones(const RatePair& pair, double distance, int meeting
 
 }  // namespace
 
-Measurement::Tones Measurement::MeasureTones(double distance, int meetings) const {
+Measurement::Tones Measurement::MeasureTones(double distance, int coincidentTones) const {
     Tones measured{-HUGE_VAL, 0};
-    const std::vector<double> tones = TestTones(pair_, distance, meetings);
+    const std::vector<double> tones = TestTones(pair_, distance, coincidentTones);
     for (size_t i = 0; i < tones.size(); i += 2) {
         std::array<Stretch, 2> channels = ConvertTones({tones[i], tones[i + 1]});
         for (size_t channel = 0; channel < 2; ++channel) {
@@ -57,8 +57,8 @@ Measurement::Tones Measurement::MeasureTones(double distance, int meetings) cons
     return measured;
 }
 
-// Within a window the sweep is blurred over the frequencies that it passes through. Images and aliases are
-// sweeps as quick, and read as much too weak as the sweep itself.
+// A window blurs the sweep over the frequencies that it passes through. Images and aliases sweep at the same
+// speed, so they read as much too weak as the sweep itself, which is subtracted.
 double Measurement::ImageOfSweep() const {
     const int64_t rise = pair_.source / 2 / kSweepSeconds;
     const SweepAngle angle(rise, pair_.source);
@@ -97,7 +97,7 @@ std::array<double, 2> Measurement::Gains(std::array<double, 2> hertz) const {
     return {channels[0].Level(hertz[0]), channels[1].Level(hertz[1])};
 }
 
-// Two tones at a time leave a third.
+// Two tones at a time reduce the interval to a third.
 double Measurement::PassBandEnd() const {
     constexpr double kLevel = -3;
     double inside = 0.85 * pair_.LowerNyquist();
@@ -119,7 +119,7 @@ double Measurement::PassBandEnd() const {
     return inside / pair_.LowerNyquist();
 }
 
-// The slope of angle over frequency, by least squares.
+// The slope of phase over frequency, by least squares.
 double Measurement::ImpulseDelay() const {
     const int64_t place = pair_.source / 2 + 7;
     Stereo in{pair_.source, std::vector<double>(2 * static_cast<size_t>(pair_.source))};
@@ -130,15 +130,15 @@ double Measurement::ImpulseDelay() const {
     double square = 0;
     constexpr int kFrequencies = 100;
     for (int i = 1; i <= kFrequencies; ++i) {
-        const double turn = 2 * std::numbers::pi * pair_.PassBand() * i / kFrequencies;
+        const double omega = 2 * std::numbers::pi * pair_.PassBand() * i / kFrequencies;
         std::complex<double> spectrum;
         for (int64_t frame = 0; frame < out.Frames(); ++frame) {
             const auto late = static_cast<double>(frame * pair_.source - place * pair_.target);
             spectrum += std::polar(out.samples[static_cast<size_t>(2 * frame)],
-                                   turn * late / pair_.source / pair_.target);
+                                   omega * late / pair_.source / pair_.target);
         }
-        product += turn * std::arg(spectrum);
-        square += turn * turn;
+        product += omega * std::arg(spectrum);
+        square += omega * omega;
     }
     return product / square * pair_.target;
 }

@@ -2,6 +2,6 @@
 
 #include "RatePair.h"
 
-// What the long filter's taps let through, in dB, at a distance in Hz beyond the lower Nyquist frequency: what
-// XAudioFreqConv has to let through there, with UpwardEdge::SourceHalf.
+// The response of the long filter's taps, in dB, at a distance in Hz beyond the lower Nyquist frequency. With
+// UpwardEdge::SourceHalf, XAudioFreqConv must let exactly this through.
 double DesignedLeak(const RatePair& pair, double distance);

@@ -33,7 +33,7 @@ Chart ChartOf(const char* title) {
     return chart;
 }
 
-// What tones across the axis, which is in kHz, come out with; of some next to each other the strongest.
+// The levels of tones across the axis, which is in kHz; each point is the strongest of `together` neighbours.
 Chart::Panel Response(Chart::Axis x, Chart::Axis y, int together) {
     Chart::Panel panel{std::move(x), std::move(y), {}};
     constexpr int kPoints = 160;
@@ -57,7 +57,7 @@ Chart::Panel Response(Chart::Axis x, Chart::Axis y, int together) {
     return panel;
 }
 
-// An impulse around its place, in dB of its peak over ms; of frames that share a point the strongest.
+// An impulse, in dB of its peak, over ms; each point is the strongest of its frames.
 Chart::Panel ImpulseResponse(Chart::Axis x, Chart::Axis y, size_t points) {
     Chart::Panel panel{std::move(x), std::move(y), {}};
     Stereo in{kPair.source, std::vector<double>(2 * static_cast<size_t>(kPair.source))};
@@ -102,13 +102,12 @@ void WriteLeft(const Stereo& audio, const std::filesystem::path& path) {
 
 void DrawPictures(const std::filesystem::path& folder) {
     const Chart::Axis level{"level, dB", -240, 0, 20};
-    Chart passBand = ChartOf("Pass band: what tones come out with, from 96 to 44.1 kHz");
+    Chart passBand = ChartOf("Pass band: levels of tones after 96 to 44.1 kHz");
     passBand.panels = {Response({"frequency, kHz", 0, 20, 4}, {"level, dB", -0.00001, 0.00001, 0.000005}, 1),
                        Response({"frequency, kHz", 20, 22.1, 0.5}, {"level, dB", -6, 1, 1}, 2)};
     passBand.Draw(folder / "passband.png");
 
-    Chart stopBand =
-        ChartOf("Stop band: what tones come out with, above 22.05 kHz as aliases, from 96 to 44.1 kHz");
+    Chart stopBand = ChartOf("Stop band: levels of tones after 96 to 44.1 kHz, above 22.05 kHz as aliases");
     stopBand.panels = {Response({"frequency, kHz", 21.9, 22.3, 0.1}, level, 2),
                        Response({"frequency, kHz", 22.1, 48, 4}, level, 4)};
     stopBand.Draw(folder / "stopband.png");

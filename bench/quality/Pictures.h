@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-// Ours beside the peers, from 96 to 44.1 kHz: passband.png, stopband.png and impulse.png.
+// This resampler and its peers from 96 to 44.1 kHz: passband.png, stopband.png and impulse.png.
 void DrawPictures(const std::filesystem::path& folder);
 
-// A sweep over the whole band of 96 kHz, made into 44.1 kHz by each of them: sweep-*.w64, mono in doubles.
+// A sweep over the whole band of 96 kHz, converted to 44.1 kHz by each of them: sweep-*.w64, mono in doubles.
 void WriteSweeps(const std::filesystem::path& folder);

@@ -8,5 +8,5 @@ struct RatePair {
 
     bool IsUpward() const { return source < target; }
     double LowerNyquist() const { return std::min(source, target) / 2.0; }
-    double PassBand() const { return std::min(20000.0, 0.9 * LowerNyquist()); }  // in which ripple counts
+    double PassBand() const { return std::min(20000.0, 0.9 * LowerNyquist()); }  // where ripple is measured
 };

@@ -40,7 +40,7 @@ bool Holds(const Column& column, const Row& row) {
     return (bound > 0 ? std::abs(figure) : figure) <= bound;
 }
 
-// The figure, with a bound of its own in brackets.
+// The figure, followed by its bound in brackets if that is not the default.
 std::string BoundedText(const Column& column, const Row& row) {
     const double bound = row.bounds.*column.figure;
     std::string text = Text(column.format, row.figures.*column.figure);
@@ -71,9 +71,9 @@ void PrintRow(const Row& row) {
 
 }  // namespace
 
-void Measure(const Resampler& resampler, int meetings, Row& row) {
+void Measure(const Resampler& resampler, int coincidentTones, Row& row) {
     const Measurement measurement(resampler, row.pair);
-    const auto [image, ripple] = measurement.MeasureTones(row.nearest, meetings);
+    const auto [image, ripple] = measurement.MeasureTones(row.nearest, coincidentTones);
     const auto [leakAt10, leakAt100] = measurement.LeaksBeyondNyquist({10, 100});
     row.figures = {.image = image,
                    .sweep = measurement.ImageOfSweep(),
@@ -91,7 +91,7 @@ bool PrintTable(const std::vector<Measured>& all) {
     std::printf("\n|%s|%s|", std::string(kWidth + 2, '-').c_str(), std::string(kNameWidth + 2, '-').c_str());
     for (size_t i = 0; i < std::size(kColumns); ++i)
         std::printf("%s:|", std::string(kWidth + 1, '-').c_str());
-    PrintLead("", "bound, if no other");
+    PrintLead("", "default bound");
     for (const Column& column : kColumns) PrintCell(Text(column.format, Figures().*column.figure));
     bool allHold = true;
     for (size_t i = 0; i < all.front().rows.size(); ++i) {

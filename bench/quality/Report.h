@@ -5,8 +5,8 @@
 
 #include <vector>
 
-// What a resampler shows at a pair of rates, in the units of Measurement; or the bounds for it, which are these
-// where nothing else is said. The error in steps of 24 bits is no number where it is not measured.
+// The figures of a resampler at a pair of rates, in the units of Measurement, or the bounds for them, whose
+// defaults these are. error24, in steps of 24 bits, is NaN where it is not measured.
 struct Figures {
     double image = -176;
     double sweep = -176;
@@ -21,19 +21,19 @@ struct Figures {
 struct Row {
     RatePair pair;
     Figures bounds;
-    double nearest = 60;  // tone to the lower Nyquist frequency, in Hz
+    double nearest = 60;  // distance of tones from the lower Nyquist frequency, in Hz
     Figures figures{};
 };
 
-// A resampler at several pairs, measured with so many tones whose images meet.
+// A resampler measured at several pairs.
 struct Measured {
     const Resampler& resampler;
-    int meetings;
+    int coincidentTones;
     std::vector<Row> rows;
 };
 
-void Measure(const Resampler& resampler, int meetings, Row& row);
+void Measure(const Resampler& resampler, int coincidentTones, Row& row);
 
-// Markdown: the resamplers below each other, pair by pair. The first one has to keep its bounds: the usual ones
-// come first, others stand in brackets, and figures beyond are marked. False when there are such figures.
+// Prints Markdown, the resamplers one below the other for each pair. The first one must keep its bounds: the
+// defaults are printed first, others in brackets, and figures beyond them are marked. False if there are any.
 bool PrintTable(const std::vector<Measured>& all);

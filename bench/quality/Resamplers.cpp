@@ -12,7 +12,7 @@
 
 namespace {
 
-// Room for the frames of the target, and for some more that a converter may add.
+// Room for the target's frames, and for a few more that a converter may add.
 Stereo Room(const Stereo& in, int targetRate) {
     const int64_t frames = in.Frames() * targetRate / in.rate + 1024;
     return {targetRate, std::vector<double>(static_cast<size_t>(2 * frames))};

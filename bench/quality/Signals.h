@@ -5,10 +5,10 @@
 #include <cmath>
 #include <numbers>
 
-// Test signals of full scale. Their angles are counted in whole fractions of a turn, exact however late the
-// frame: what a running sum or a rounded product would add to a sine lies above what is measured here.
+// Test signals of full scale. Their angles are whole fractions of a turn, exact at any frame: the rounding
+// errors of a running sum or product would exceed what is measured here.
 
-// A tone's angle at a frame, in radians. At rates below twice the frequency it is the angle of the alias.
+// A tone's angle at a frame, in radians. At rates below twice the frequency the tone is the alias.
 class ToneAngle {
 public:
     // The nearest frequency in Hz that a tone can have.
@@ -20,13 +20,13 @@ public:
     }
 
 private:
-    static constexpr int64_t kTicks = 64;  // to one hertz
+    static constexpr int64_t kTicks = 64;  // per hertz
 
     int64_t step_;
     int64_t turn_;
 };
 
-// The same of a frequency that rises evenly, from 0 at the start of a stream that is `begun` frames old.
+// The same for a frequency that rises linearly from 0, `begun` frames before the first.
 class SweepAngle {
 public:
     SweepAngle(int64_t hertzPerSecond, int rate, int64_t begun = 0)

@@ -26,7 +26,7 @@ double BesselI0(double x) {
     return sum;
 }
 
-// The windowed transforms of one size, for any number of threads. A sine of full scale has magnitude 1.
+// Windowed transforms of one size, thread-safe. A sine of full scale has magnitude 1.
 class WindowedTransform {
 public:
     explicit WindowedTransform(size_t size) : window_(size) {
@@ -79,7 +79,7 @@ private:
 
 double Decibels(double power) { return 10 * std::log10(std::max(power, 1e-40)); }
 
-// Between bins the top of a lobe is that of a parabola through the levels.
+// The peak of a parabola through the levels of three bins.
 double LevelAround(const std::vector<double>& powers, size_t bin) {
     const double level = Decibels(powers[bin]);
     if (bin == 0 || bin + 1 == powers.size()) return level;
@@ -135,7 +135,7 @@ double Stretch::Strongest(double from, double to) const {
     return strongest > 0 ? LevelAround(powers, top) : Decibels(0);
 }
 
-// The shares of sine and cosine, by least squares under the window.
+// The amplitudes of sine and cosine, by windowed least squares.
 std::array<double, 2> Stretch::Fit(double hertz) const {
     const std::vector<double>& window = WindowedTransform::Of(samples_.size()).Window();
     const ToneAngle angle(hertz, rate_);

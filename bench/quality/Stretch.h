@@ -5,26 +5,26 @@
 #include <array>
 #include <cstddef>
 
-// A stretch of one channel, seen through a Kaiser window whose side lobes lie 238 dB down.
-// Units:  levels in dB of a sine of full scale; frequencies in Hz, those of tones multiples of 1/64.
-// Errors: std::out_of_range when the audio is shorter.
+// A stretch of one channel, seen through a Kaiser window with side lobes at -238 dB.
+// Units:  levels in dB of a sine of full scale; frequencies in Hz, of tones multiples of 1/64 Hz.
+// Errors: std::out_of_range if the audio is too short.
 class Stretch {
 public:
-    // From a frame on, a power of two of frames.
+    // `frames` frames, a power of two, from frame `first` on.
     Stretch(const Stereo& audio, size_t channel, int64_t first, size_t frames);
 
-    // More than a second in the middle.
+    // At least 1.2 seconds in the middle.
     Stretch(const Stereo& audio, size_t channel);
 
-    // Enough frames for so many seconds.
+    // The smallest power of two of frames that lasts `seconds`.
     static size_t FramesFor(double seconds, int rate);
 
-    // Of the tone that fits best.
+    // The level of a tone, fitted by least squares. Remove also subtracts it.
     double Level(double hertz) const;
     double Remove(double hertz);
 
-    // Of the strongest component, which may have been sought in a band only. At 0 Hz and half the rate, where
-    // it meets its own mirror image, a component can read twice as strong as it is.
+    // The level of the strongest component, optionally within a band. At 0 Hz and half the rate, where it
+    // coincides with its own mirror image, a component can read twice as strong as it is.
     double Strongest(double from, double to) const;
     double Strongest() const { return Strongest(0, rate_); }
 

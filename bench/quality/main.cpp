@@ -1,4 +1,4 @@
-// Measures the resampler beside its peers, and fails when it does not keep its bounds.
+// Measures the resampler and its peers; fails if the resampler does not keep its bounds.
 
 #include "Measurement.h"
 #include "OwnDesign.h"
@@ -19,8 +19,8 @@
 
 namespace {
 
-// The filters for 192 kHz here are designed at half of the rates, which doubles every distance to the lower
-// Nyquist frequency. From 48 to 44.1 kHz two images of 19.8 kHz meet.
+// Conversions with 192 kHz here are designed at half the rates, which doubles all distances from the lower
+// Nyquist frequency. From 48 to 44.1 kHz two images of 19.8 kHz coincide.
 const std::vector<Row> kRows = {
     {{44100, 48000}, {}},
     {{48000, 44100}, {.image = -175.8, .sweep = -175.8}},
@@ -31,7 +31,7 @@ const std::vector<Row> kRows = {
     {{8000, 44100}, {.passBandEnd = 0.99}},
 };
 
-// What the measurement adds by itself at a rate, and what it reads where a tone of kLevel is added.
+// What the measurement itself adds at a rate, and what it reads for an added tone of kLevel.
 struct Floor {
     static constexpr double kLevel = -200;
     static constexpr double kDistance = 60;
@@ -54,7 +54,7 @@ using Tasks = std::vector<std::function<void()>>;
 
 void AddTasks(Measured& measured, Tasks& tasks) {
     for (Row& row : measured.rows) {
-        tasks.emplace_back([&] { Measure(measured.resampler, measured.meetings, row); });
+        tasks.emplace_back([&] { Measure(measured.resampler, measured.coincidentTones, row); });
     }
 }
 
@@ -104,7 +104,7 @@ void PrintLeaks(const std::vector<Leaks>& leaks) {
     }
 }
 
-// Every measurement on its own; false when a bound is not kept.
+// Each measurement is a task of its own. False if a bound is not kept.
 bool MeasureAll() {
     constexpr int kAll = 1000;
     constexpr int kSome = 24;
@@ -140,7 +140,8 @@ bool MeasureAll() {
 }  // namespace
 
 int main(int argc, char** argv) try {
-    CLI::App app("Measures the resampler beside its peers; exit code 1 when it does not keep its bounds.");
+    CLI::App app(
+        "Measures the resampler and its peers; exit code 1 if the resampler does not keep its bounds.");
     std::string pictures;
     std::string sweeps;
     app.add_option("--pictures", pictures, "Draw charts into this folder instead");

@@ -18,10 +18,10 @@ Row ActionsOf(int inCount, int outCount, int outChannel) {
     return row;
 }
 
-// Layouts as letters in channel order: back ones are small, side ones are l and r in angles.
+// Layouts as letters in channel order: lower case for back, l and r in angle brackets for side.
 const std::string kLayouts[] = {"", "C", "LR", "LRS", "LRlr", "LRClr", "LRCSlr", "LRCSlr<", "LRCSlr<>"};
 
-// What reaches one output, told from the output's side.
+// The sum into one output.
 Row Expected(int inCount, int outCount, char out) {
     const std::string& inputs = kLayouts[inCount];
     const std::string& outputs = kLayouts[outCount];
@@ -93,7 +93,7 @@ TEST(XAudioChannelConv, WellKnownPairs) {
 
 void ExpectMixes(const XAudioWFX& format, int outChannels, const wchar_t* options) {
     SCOPED_TRACE(format.WFXToString() + L" to " + Int2Str(outChannels));
-    constexpr int64_t kFrames = 300;  // no multiple of a block
+    constexpr int64_t kFrames = 300;  // not a multiple of a block
     XAudioBufferNew source = Noise(kFrames, format);
     XAudioWFX target = format;
     target.SetChannels(outChannels, true);

@@ -19,7 +19,7 @@ struct Conversion {
     char stage;  // the one that gets the options
 };
 
-// A stream in blocks of so many frames; nothing when a step fails.
+// Converts a stream in blocks of the given numbers of frames; returns nothing when a step fails.
 Bytes Converted(XAudioConv& conv, const Conversion& c, bool inPlace, const std::vector<int64_t>& blocks) {
     if (!conv.InitConversion(c.from, c.to, kOptions, c.highQuality)) return {};
     Bytes audio = Used(Noise(kFrames, c.from));
@@ -94,7 +94,7 @@ TEST(XAudioConv, CostsNoCopyWithNothingToDo) {
     EXPECT_NE(conv.BufferStart(), audio.BufferStart()) << "a depth that no stage makes";
 }
 
-// Integers cannot hold them, and in a filter they would spread. Floats are not clipped either.
+// Integers cannot hold them, and a filter would spread them. Floats are not clipped either.
 TEST(XAudioConv, KeepsWhatIsNoNumberOnlyInFloats) {
     using Floats = std::vector<float>;
     const auto converted = [](Floats values, const XAudioWFX& to) {
@@ -170,7 +170,7 @@ TEST(XAudioACMDecoder, PassesLinearFormatsAndRefusesTheRest) {
 TEST(XAudioACMEncoder, MakesFloatOfIntegersOnly) {
     const std::tuple<XAudioWFX, XAudioWFX, int64_t> cases[] = {
         {Format(kTagPCM, 1, 16), Format(kTagFloat, 1, 64), 8},
-        {Format(kTagPCM, 1, 16), Format(kTagPCM, 1, 24), 4},  // depth is not this step's business
+        {Format(kTagPCM, 1, 16), Format(kTagPCM, 1, 24), 4},  // this stage does not change the depth
         {Format(kTagFloat, 1, 32), Format(kTagPCM, 1, 16), 0},
         {Format(kTagPCM, 1, 16), Format(kTagFloat, 1, 32, 48000), 0},
     };

@@ -26,9 +26,9 @@ TEST(NOneChannelDither, ReadsItsOptions) {
     }
 }
 
-// The error of rounding with triangular noise has the same mean and power wherever between two steps the
-// signal lies, so that it has no harmonics, and reaches one step and a half at most. Neither the channels'
-// errors nor neighbours in time have anything in common.
+// With triangular noise the rounding error has the same mean and power wherever the signal is between two
+// steps, so it has no harmonics, and is at most one and a half steps. It is uncorrelated between channels and
+// in time.
 TEST(NOneChannelDither, ErrorDoesNotDependOnTheSignal) {
     constexpr int64_t kFrames = 100000;
     XAudioBufferNew source(kFrames, Format(kTagPCM, 2, 32), false);

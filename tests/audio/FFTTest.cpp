@@ -10,7 +10,7 @@ namespace {
 
 constexpr double kPi = std::numbers::pi;
 
-// Work areas of just the documented sizes.
+// Work areas of exactly the documented sizes.
 struct Work {
     Work(int n, int quartersOfN)
         : w(static_cast<size_t>(quartersOfN * n / 4)), t(static_cast<size_t>(n / 2 + 1)) {}
@@ -57,8 +57,8 @@ struct Definition {
 
 double CosSin(int64_t index, double angle) { return index % 2 == 0 ? std::cos(angle) : std::sin(angle); }
 
-// Of the product of a complex number and exp(i angle): what part j of the one gives to part k of the other.
-double Turned(int j, int k, double angle) {
+// What part j of a complex number contributes to part k of its product with exp(i angle).
+double Rotated(int j, int k, double angle) {
     if (j % 2 == k % 2) return std::cos(angle);
     return k % 2 == 0 ? -std::sin(angle) : std::sin(angle);
 }
@@ -71,9 +71,9 @@ int Last(int index, int n) { return index == 0 ? n : index; }
 
 const Definition kDefinitions[] = {
     {"cdft 1", Run<cdft, 1>, 2,
-     [](int n, int j, int k) { return Turned(j, k, Angle(4.0 * (j / 2) * (k / 2), n)); }},
+     [](int n, int j, int k) { return Rotated(j, k, Angle(4.0 * (j / 2) * (k / 2), n)); }},
     {"cdft -1", Run<cdft, -1>, 2,
-     [](int n, int j, int k) { return Turned(j, k, -Angle(4.0 * (j / 2) * (k / 2), n)); }},
+     [](int n, int j, int k) { return Rotated(j, k, -Angle(4.0 * (j / 2) * (k / 2), n)); }},
     {"rdft 1", Run<rdft, 1>, 2,
      [](int n, int j, int k) { return k == 1 ? std::cos(kPi * j) : CosSin(k, Angle(2.0 * j * (k / 2), n)); }},
     {"rdft -1", Run<rdft, -1>, 2,
@@ -109,7 +109,7 @@ TEST(FFT, EveryTransformIsItsDefiningSum) {
     }
 }
 
-TEST(FFT, LargeTransformsLeadBackAndAreTheirSums) {
+TEST(FFT, LargeTransformsInvertAndAreTheirSums) {
     for (const int n : {32768, 65536}) {
         Work work(n, 6);
         for (size_t which = 0; which < 8; which += 2) {
@@ -119,20 +119,20 @@ TEST(FFT, LargeTransformsLeadBackAndAreTheirSums) {
             Samples a = definition.Transformed(n, work);
             for (const size_t k : {0u, 1u, 2u, 3u, 4097u, 20000u, 32767u})
                 ASSERT_NEAR(a[k], definition.Sum(n, input, k), 1e-12 * n) << k;
-            // Back from a cosine transform leads the other one, which counts a[0] twice.
+            // The inverse of a cosine transform is the other one, which counts a[0] twice.
             if (which >= 4) a[0] /= 2;
             kDefinitions[which + 1].transform(n, a.data(), work);
             for (double& number : a) number *= 2.0 / n;
             ExpectNear(a, input, 1e-12);
         }
-        for (size_t which : {8u, 9u}) {  // these lead back themselves
+        for (size_t which : {8u, 9u}) {  // these are their own inverse
             const Definition& definition = kDefinitions[which];
             SCOPED_TRACE(testing::Message() << definition.name << " of " << n);
             Samples a = definition.Input(n);
-            if (which == 9) a[0] = 0;  // has no sine
+            if (which == 9) a[0] = 0;  // it has no sine
             const Samples expected = a;
             for (int way = 0; way < 2; ++way) {
-                if (which == 8) a[0] /= 2, a.back() /= 2;  // have no mirror image
+                if (which == 8) a[0] /= 2, a.back() /= 2;  // these have no mirror image
                 definition.transform(n, a.data(), work);
             }
             for (double& number : a) number *= 2.0 / n;

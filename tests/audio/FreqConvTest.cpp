@@ -18,9 +18,9 @@ namespace {
 constexpr double kAttenuation = 170;
 constexpr double kLengthFactor = (kAttenuation - 7.95) / 14.36;
 
-// One of the two filters as sums over all of its taps, on a grid of a rate that both of its sides share.
+// One of the two filters as sums over all of its taps, on the common grid of its input and output.
 struct PlainFilter {
-    // Output `k`. Of the positions of the grid, only every so many have a value of the signal.
+    // Output `k`. The signal has a value at every `spacing`-th point of the grid.
     template <class Signal>
     double At(int64_t k, Signal signal) const {
         const int64_t spacing = rate / inRate;
@@ -67,7 +67,7 @@ public:
         long_ = {up_ ? between : src, up_ ? dst : between, between,
                  Taps(length, below / 2 - width / 2, between, up_ ? 1 : factor)};
 
-        short_ = {between, dst, between, {1}};  // what is left of it on the grid of the long filter
+        short_ = {between, dst, between, {1}};  // a single 1 at the intermediate rate
         if (!up_ && factor == 1) return;
         const int64_t fine = src / common * dst;
         const double df = fs / 2 - static_cast<double>(src) / 2;
@@ -76,7 +76,7 @@ public:
                   Taps(taps | 1, static_cast<double>(src) / 2 + df / 2, fine, fine / (up_ ? src : between))};
     }
 
-    // Of sample `k` of interleaved ones.
+    // Sample `k` of interleaved ones.
     double At(const Samples& in, int channels, int64_t k) const {
         const PlainFilter& first = up_ ? short_ : long_;
         const PlainFilter& second = up_ ? long_ : short_;
@@ -96,7 +96,8 @@ private:
 
 XAudioWFX Doubles(int channels, int rate) { return Format(kTagFloat, channels, 64, rate); }
 
-// A whole stream in blocks of the given sizes in bytes, over and over; what is left is the last block.
+// Converts a whole stream in blocks of the given sizes in bytes, over and over; the last block is the
+// remainder.
 Bytes Convert(XAudioFreqConv& conv, XAudioBufferNew stream, const std::vector<int64_t>& blocks) {
     Bytes out;
     for (size_t i = 0; stream.PosLeftByte() > 0; ++i) {
@@ -122,7 +123,7 @@ Samples Convert(int rate, int targetRate, Samples in, UpwardEdge edge = UpwardEd
 
 TEST(XAudioFreqConv, GivesWhatTheTwoFiltersAddUpTo) {
     const std::tuple<int, int, int, int, UpwardEdge> cases[] = {
-        // rates, what both are divided by, channels
+        // rates, common divisor, channels
         {44100, 48000, 1, 3, UpwardEdge::TargetHalf},  {48000, 44100, 1, 2, UpwardEdge::TargetHalf},
         {44100, 48000, 1, 1, UpwardEdge::SourceHalf},  {44100, 192000, 2, 1, UpwardEdge::SourceHalf},
         {192000, 44100, 2, 1, UpwardEdge::TargetHalf}, {8000, 44100, 1, 2, UpwardEdge::SourceHalf},
@@ -145,7 +146,7 @@ TEST(XAudioFreqConv, GivesWhatTheTwoFiltersAddUpTo) {
     }
 }
 
-// At least so many frames of a pair of channels, silence after their end.
+// At least `frames` frames of a pair of channels; after the input comes silence.
 Samples Through(FreqConvEngine& engine, const Samples& in, int64_t frames) {
     Samples out;
     for (int64_t blocks = 0; engine.Produced(blocks) < frames; ++blocks) {
@@ -183,7 +184,7 @@ TEST(FreqConvEngine, BothKindsGiveTheSameToTheLastFrame) {
     }
 }
 
-// Whatever the blocks, the samples are read and written as the accessor does.
+// The accessor's bytes, whatever the block sizes.
 TEST(XAudioFreqConv, BlocksOfAnySizesGiveTheSameBytes) {
     const std::pair<int, int> rates[] = {{44100, 48000}, {48000, 44100}, {96000, 48000}};
     for (const auto& [source, target] : rates) {
@@ -212,8 +213,8 @@ TEST(XAudioFreqConv, BlocksOfAnySizesGiveTheSameBytes) {
     }
 }
 
-// Of what becomes of a tone, the level at its own frequency where there is such a one, and the strongest that is
-// not near it, in the middle of two seconds.
+// What a tone becomes, in the middle of two seconds: the level at its own frequency, if the target has it,
+// and the strongest level elsewhere.
 struct Components {
     Components(int source, int target, double hertz) {
         Samples tone(static_cast<size_t>(2 * source));
@@ -240,7 +241,7 @@ struct Components {
         }
     }
 
-    // The frequency down from there at which all of a level is in one place.
+    // The nearest frequency below that is exactly a bin.
     static double Whole(double hertz, int target) {
         return std::floor(hertz * kSize / target) * target / kSize;
     }
@@ -264,7 +265,8 @@ TEST(XAudioFreqConv, KeepsTonesAndLeavesNothingElse) {
     }
 }
 
-// The image that a tone just below the lower Nyquist frequency leaves above it, or the alias the other way round.
+// The image above the lower Nyquist frequency of a tone just below it, or, downwards, the alias below of a
+// tone above.
 TEST(XAudioFreqConv, IsSteepAtTheLowerNyquistFrequency) {
     const std::tuple<int, int, double, double> cases[] = {{44100, 48000, 0.997, -169},
                                                           {96000, 44100, 0.997, -169},
@@ -323,7 +325,7 @@ TEST(XAudioFreqConv, EmptyBlocksEndAStreamAndBeginAnother) {
     const XAudioWFX format = Format(kTagPCM, 1, 8);
     XAudioFreqConv conv;
     ASSERT_TRUE(conv.CreateNewConverter(format, 48000, nullptr));
-    XAudioBufferNew none;  // of no format
+    XAudioBufferNew none;  // without a format
     XAudioBufferNew silence(441, format, true);
     silence.SetUsedSample(441);
     for (int stream = 0; stream < 2; ++stream) {

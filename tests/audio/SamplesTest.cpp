@@ -20,7 +20,7 @@ TEST(XAudioRdWr, ReadsAndWritesStoredSamples) {
         {3, 32, {0x00, 0x00, 0x60, 0xC0}, INT32_MIN, INT32_MIN, -3.5},  // floats are not clipped
         {3, 32, {0x00, 0x00, 0x80, 0x7F}, INT32_MAX, INT32_MAX, INFINITY},
         {3, 64, {0, 0, 0, 0, 0, 0, 0xE0, 0x3F}, 1073741824, 1073741824, 0.5},
-        {1, 20, {0x55, 0x55, 0x55}, 0, 0, 0.0},  // no known layout
+        {1, 20, {0x55, 0x55, 0x55}, 0, 0, 0.0},  // unknown layout
     };
     for (const auto& [tag, bits, stored, raw, left, scaled] : cases) {
         SCOPED_TRACE(testing::Message() << tag << "/" << bits);
@@ -64,7 +64,7 @@ TEST(XAudioRdWr, RoundsAndClipsDoubles) {
 
 constexpr int64_t kValues = 500;
 
-// Around every step and half step where rounding, clipping and casts may go wrong, and anything in between.
+// Around every step and half step where rounding, clipping and casts may go wrong, and random values.
 Samples Values() {
     Samples values{0.0, NAN, INFINITY, 1e300, 1e-310};
     for (const double step : {0x1p-7, 0x1p-15, 0x1p-23, 0x1p-31}) {
@@ -86,7 +86,7 @@ int64_t BytesOf(SampleMode mode, int64_t count) {
     return count * WithLayout(mode, [](auto layout) { return int64_t{layout.kBits} / 8; });
 }
 
-// Random bits; for floats every other sample is one of the values above. They begin at an odd address.
+// Random bits, at an odd address; for floats every other sample is one of the values above.
 Bytes Stored(SampleMode mode, int64_t count) {
     std::mt19937_64 random(5);
     Bytes bytes(static_cast<size_t>(1 + BytesOf(mode, count)));
@@ -182,7 +182,7 @@ TEST(XAudioBitsConv, TruncatesAndClips) {
     ASSERT_TRUE(conv.ConvertData(source, XAudioWFX(2, 44100, 16), true, nullptr));
     EXPECT_TRUE(conv.IsExtensibleGUID(&KSDATAFORMAT_SUBTYPE_PCM));
     EXPECT_EQ(Used(conv), (Bytes{0xFF, 0x7F, 0xFF, 0xFF, 0x00, 0x80, 0x00, 0x00}));
-    ASSERT_TRUE(conv.ConvertData(conv, 8, true, nullptr, false));  // its own result, once more
+    ASSERT_TRUE(conv.ConvertData(conv, 8, true, nullptr, false));  // its own result again
     EXPECT_EQ(Used(conv), (Bytes{255, 127, 0, 128}));
 }
 

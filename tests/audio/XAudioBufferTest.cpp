@@ -41,13 +41,13 @@ TEST(XAudioBuffer, CopiesFramesInAndOut) {
     Bytes data = Counting(16);
     Bytes memory(8, 0);
     XAudioBufferNew buffer(memory.data(), 8, kFormat, true);
-    ASSERT_TRUE(buffer.CopyToBuffer(data.data(), 1, 3, 1));  // fits, so it goes into the lender's memory
+    ASSERT_TRUE(buffer.CopyToBuffer(data.data(), 1, 3, 1));  // fits into the borrowed memory
     ASSERT_TRUE(buffer.CopyToBuffer(data.data(), 2, 0, 1));  // does not fit
     ASSERT_TRUE(buffer.CopyToBuffer(data.data(), 1, 0, 4));  // would leave a gap: nothing happens
     EXPECT_EQ(memory, (Bytes{0, 0, 0, 0, 13, 14, 15, 16}));
     EXPECT_EQ(Used(buffer), (Bytes{0, 0, 0, 0, 1, 2, 3, 4, 5, 6, 7, 8}));
     buffer.CopyFromBuffer(data.data(), 2, 1, 1);
-    buffer.CopyFromBuffer(data.data(), 2, 0, 2);  // not all there: nothing happens
+    buffer.CopyFromBuffer(data.data(), 2, 0, 2);  // beyond the capacity: nothing happens
     EXPECT_EQ(data, (Bytes{1, 2, 3, 4, 1, 2, 3, 4, 5, 6, 7, 8, 13, 14, 15, 16}));
 }
 
@@ -58,7 +58,7 @@ TEST(XAudioDataStream, PiecesOfAnySizeGiveTheWhole) {
         Bytes out;
         XAudioDataStream stream;
         for (size_t added = 0; added < audio.size() || stream.BytesRemaining() > 0;) {
-            const size_t begin = added - std::min<size_t>(added, random() % 3);  // already read there
+            const size_t begin = added - std::min<size_t>(added, random() % 3);  // already read
             const size_t end = std::min<size_t>(added + random() % 700, audio.size());
             XAudioBufferNew buffer(&audio[begin], static_cast<int64_t>(end - begin), kFormat, true);
             buffer.SetPosByte(static_cast<int64_t>(added - begin));
@@ -78,7 +78,7 @@ TEST(XAudioDataStream, TakesTheFormatAndBorrowsWithoutCopying) {
     XAudioDataStream stream;
     ASSERT_TRUE(stream.AddData(buffer, true));
     EXPECT_EQ(stream.GetDataFrom(4).BufferStart(), data.data());
-    ASSERT_TRUE(stream.InPlaceOptimizeBuffer(100));  // from here on the lender may go
+    ASSERT_TRUE(stream.InPlaceOptimizeBuffer(100));  // the borrowed block may go now
     std::fill(data.begin(), data.end(), uint8_t{0});
     EXPECT_EQ(Used(stream.GetDataFrom(0xFFFFFFFF)), (Bytes{5, 6, 7, 8}));
     buffer.SetBitsPerSample(0, true);

@@ -21,7 +21,7 @@ TEST(XAudioWFX, ShortFormsAreCompleted) {
 
 TEST(XAudioWFX, ExtraBytesNeverReachPastThePayload) {
     for (const int claimed : {2, 3, 65535}) {
-        Bytes payload(20, 0xAB);  // exactly 20, so that reading on is noticed
+        Bytes payload(20, 0xAB);  // exactly 20, so that AddressSanitizer sees a read past them
         tWAVEFORMATEX record = *Format(kTagADPCM, 2, 4).wfx();
         record.cbSize = static_cast<uint16_t>(claimed);
         std::memcpy(payload.data(), &record, sizeof record);
@@ -82,7 +82,7 @@ TEST(XAudioWFX, ConvertsBetweenPlainAndExtensible) {
     EXPECT_EQ(format.wfx()->cbSize, 3);
     EXPECT_EQ(format.BlockAlign(), 1024);
     EXPECT_EQ(std::memcmp(format.GetExtraData(), stored.extra, 3), 0);
-    EXPECT_FALSE(format.ConvertWFXToExtensible());  // no linear format
+    EXPECT_FALSE(format.ConvertWFXToExtensible());  // not linear
 
     XAudioWFX floats = Format(kTagFloat, 2, 32);
     ASSERT_TRUE(floats.ConvertWFXToExtensible());
