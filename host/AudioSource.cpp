@@ -4,6 +4,7 @@
 #include "host/ChunkKind.h"
 #include "host/Failure.h"
 #include "host/FormatText.h"
+#include "host/InputFile.h"
 #include "host/SpeakerMap.h"
 
 #include <algorithm>
@@ -66,6 +67,18 @@ std::string OpenError(const std::string& path) {
     return isThere && reason.starts_with("File does not exist") ? "is no audio file" : reason;
 }
 
+// A file of one of these kinds, whatever bytes further on may look like.
+bool BeginsLikeContainer(const std::string& path) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) return false;
+    InputFile file(path);
+    std::array<char, 4> bytes{};
+    if (file.Read(bytes.data(), bytes.size()) < bytes.size()) throw Failure("cannot read the header");
+    const std::string_view code(bytes.data(), bytes.size());
+    return std::ranges::any_of(std::array{"RIFF", "RIFX", "RF64", "riff", "FORM", "caff", "fLaC", "OggS"},
+                               [&](const char* known) { return code == known; });
+}
+
 }  // namespace
 
 AudioSource::AudioSource(const std::string& path) : file_(Open(path, info_)) {
@@ -82,12 +95,14 @@ AudioSource::AudioSource(const std::string& path) : file_(Open(path, info_)) {
 
 std::optional<int> AudioSource::Container(const std::string& path) {
     SF_INFO info{};
-    return Open(path, info) ? std::optional(info.format & SF_FORMAT_TYPEMASK) : std::nullopt;
+    if (Open(path, info)) return info.format & SF_FORMAT_TYPEMASK;
+    if (BeginsLikeContainer(path)) throw Failure(OpenError(path));
+    return std::nullopt;
 }
 
+// Where the library cannot read a part of the header, it goes on with what it has.
 AudioSource::FileHandle AudioSource::Open(const std::string& path, SF_INFO& info) {
     FileHandle file(sf_open(path.c_str(), SFM_READ, &info));
-    // Where it cannot read a part of the header, the library goes on with what it has.
     if (file && sf_error(file.get()) != SF_ERR_NO_ERROR) throw Failure(sf_strerror(file.get()));
     return file;
 }

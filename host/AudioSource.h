@@ -17,7 +17,8 @@ class AudioSource {
 public:
     explicit AudioSource(const std::string& path);
 
-    // The kind of file, one of libsndfile's SF_FORMAT_TYPEMASK; nothing where it is unknown.
+    // The kind of file, one of libsndfile's SF_FORMAT_TYPEMASK; nothing where it is unknown. Failure for a kind
+    // that is known by its first bytes and cannot be read.
     static std::optional<int> Container(const std::string& path);
 
     const WAVEFORMATEXTENSIBLE& Format() const { return format_; }

@@ -67,7 +67,7 @@ void RequireStartWithin(int64_t start, int64_t frames, uint32_t framesPerSecond)
     if (start == 0 || start < frames) return;
     throw Failure("--start is at or past the end: the audio lasts " +
                   FormatDuration(SaturatingMultiply(frames, 1000) / framesPerSecond) + " (" +
-                  Grouped(frames) + " frames)");
+                  Counted(frames, "frame") + ")");
 }
 
 bool IsMPEG(const std::optional<XAudioWFX>& stored) {

@@ -211,7 +211,7 @@ TEST_F(ConversionTest, WhatCannotBeDoneIsTold) {
         {"decode a.w64 --rate 48000", 1,
          "44101 Hz to 48000 Hz; the nearest rates that work are 44101 Hz and 88202 Hz"},
         {"decode bytes.w64 --float -o a.flac", 1,
-         "FLAC holds 8, 16 and 24-bit integers, this is float, 32-bit"},
+         "FLAC holds 8, 16 and 24-bit integers of up to 8 channels, this is float, 32-bit"},
     });
     const std::tuple<XAudioWFX, ConversionOptions, const char*> cases[] = {
         {Format(1, 1, 16, 48000), To(99), "the nearest rates that work are 96 Hz and 100 Hz"},

@@ -113,7 +113,7 @@ TEST_F(Tags, KeepTheFormOfTheListTheyAreIn) {
 
 TEST_F(Tags, GoWhereTheOptionsSay) {
     const std::pair<std::string, std::string> places[] = {
-        {"LISTPos=0 LISTPadding=1 LISTPaddingSize=4 LISTTrack=1", "tags on both sides of the audio, "},
+        {"LISTPos=0 LISTPadding=1 LISTPaddingSize=4 LISTTrack=1", "tags behind the audio, "},
         {"LISTPos=1 LISTPadding=2 LISTPaddingSize=0 LISTTrack=0", "tags before the audio, "},
     };
     for (const auto& [options, place] : places) {
@@ -301,7 +301,8 @@ TEST_F(Tags, AndOtherChunksAreNamedByWhatTheyAre) {
     EXPECT_EQ(
         shop.Do("w64 tags --chunks a.w64").output,
         text +
-            "  Chunks\n    format\n    audio\n    broadcast extension, 602 bytes\n    peak levels, 1 byte\n");
+            "  Chunks\n    format\n    broadcast extension, 701 bytes\n    audio\n    broadcast extension, "
+            "602 bytes\n    peak levels, 1 byte\n");
     const std::string left =
         "note: not carried over: tags (Title, Artist), broadcast extension, peak levels\n";
     EXPECT_EQ(shop.Do("w64 decode a.w64 && w64 encode a.w64 c.w64").errors,
