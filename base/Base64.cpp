@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+namespace w64 {
+
 namespace {
 
 constexpr std::wstring_view kAlphabet = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -44,3 +46,5 @@ std::optional<XMem> FromBase64(std::wstring_view text) {
     if (bits & ((1u << held) - 1)) return std::nullopt;  // bits that no byte takes up
     return bytes;
 }
+
+}  // namespace w64

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdint>
 
+namespace w64 {
+
 // A 16-byte identifier in its stored byte order: a 32-bit group and two 16-bit groups, little-endian each,
 // then eight bytes in order. Read as bytes, so that it can be taken from and put into a file as it lies.
 struct GUID {
@@ -21,3 +23,5 @@ constexpr GUID MakeGUID(uint32_t group1, uint16_t group2, uint16_t group3, uint6
 }
 
 constexpr bool GUID_Equal(const GUID& a, const GUID& b) { return a == b; }
+
+}  // namespace w64

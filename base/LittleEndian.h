@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+namespace w64 {
+
 static_assert(std::endian::native == std::endian::little,
               "the file formats and sample layouts are little-endian");
 
@@ -19,3 +21,5 @@ template <class T>
 void Store(void* to, T value) {
     std::memcpy(to, &value, sizeof value);
 }
+
+}  // namespace w64

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace w64 {
+
 // What differs from one operating system to the next; one source file per platform implements it.
 namespace Platform {
 
@@ -26,3 +28,5 @@ int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes);
 bool CopyAttributes(int from, int to);
 
 }  // namespace Platform
+
+}  // namespace w64

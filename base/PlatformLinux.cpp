@@ -12,6 +12,8 @@
 #include <unistd.h>
 #include <vector>
 
+namespace w64 {
+
 namespace {
 
 int64_t CopyThroughMemory(int from, int to, int64_t offset, int64_t bytes) {
@@ -93,3 +95,5 @@ bool CopyAttributes(int from, int to) {
 }
 
 }  // namespace Platform
+
+}  // namespace w64

@@ -9,7 +9,7 @@
 #include <unistd.h>
 #include <vector>
 
-namespace Platform {
+namespace w64::Platform {
 
 XStr ExecutablePath() {
     uint32_t size = 0;
@@ -43,4 +43,4 @@ bool CopyAttributes(int from, int to) {
     return ::fcopyfile(from, to, nullptr, COPYFILE_XATTR | COPYFILE_ACL) == 0;
 }
 
-}  // namespace Platform
+}  // namespace w64::Platform

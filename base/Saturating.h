@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <limits>
 
+namespace w64 {
+
 // Signed 64-bit arithmetic that stops at the ends of the range where it would overflow. Positions and ranges
 // come from callers and files; past the ends any value means "as far as can be".
 
@@ -17,3 +19,5 @@ inline int64_t SaturatingMultiply(int64_t a, int64_t b) {
     if (!__builtin_mul_overflow(a, b, &product)) return product;
     return (a < 0) != (b < 0) ? std::numeric_limits<int64_t>::min() : std::numeric_limits<int64_t>::max();
 }
+
+}  // namespace w64

@@ -2,6 +2,8 @@
 
 #include "base/Platform.h"
 
+namespace w64 {
+
 XStr XApplication::ApplicationPath() {
     XStr folder = Platform::ExecutablePath();
     folder.erase(folder.find_last_of(L'/') + 1);
@@ -10,3 +12,5 @@ XStr XApplication::ApplicationPath() {
     if (folder.size() > 1 && folder.ends_with(L'/')) folder.pop_back();
     return folder;
 }
+
+}  // namespace w64

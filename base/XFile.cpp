@@ -14,6 +14,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace w64 {
+
 namespace {
 
 using Block = std::array<std::byte, 65536>;  // of a move
@@ -216,3 +218,5 @@ bool XFile::FillWithZeros(int64_t position, int64_t bytes) {
     }
     return true;
 }
+
+}  // namespace w64

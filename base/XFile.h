@@ -5,6 +5,8 @@
 #include <span>
 #include <string_view>
 
+namespace w64 {
+
 // A file over one descriptor, with signed 64-bit sizes and positions in bytes.
 // Owner:  a file opened by name is closed by the object; a file attached by handle belongs to whoever opened
 //         it. A handle is the descriptor in a pointer; both ends of it share one file position.
@@ -73,3 +75,5 @@ private:
     int descriptor_ = -1;
     bool owned_ = false;
 };
+
+}  // namespace w64

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+namespace w64 {
+
 XStr XInternational::Int2Str(int64_t value) {
     XStr digits = std::to_wstring(value);
     const size_t first = value < 0 ? 1 : 0;
@@ -23,3 +25,5 @@ XStr XInternational::FileSize2Str(int64_t bytes) {
     const XStr fraction = std::to_wstring(hundredths % 100 + 100).substr(1);
     return std::to_wstring(hundredths / 100) + L"." + fraction + *unit;
 }
+
+}  // namespace w64

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace w64 {
+
 // Numbers as people read them, alike in every locale.
 class XInternational {
 public:
@@ -13,3 +15,5 @@ public:
     // "512 bytes" below 1,024; from there two decimals of the largest fitting unit: "1.50 KB", MB, GB.
     static XStr FileSize2Str(int64_t bytes);
 };
+
+}  // namespace w64

@@ -5,6 +5,8 @@
 #include <new>
 #include <utility>
 
+namespace w64 {
+
 XMem::XMem(const XMem& other) {
     if (!Assign(other.Data(), other.Size())) throw std::bad_alloc();
 }
@@ -38,3 +40,5 @@ bool XMem::Assign(const void* data, size_t size) {
     if (&target == &copy) *this = std::move(copy);
     return true;
 }
+
+}  // namespace w64

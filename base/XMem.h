@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <memory>
 
+namespace w64 {
+
 // A block of bytes that owns its memory and grows without being zeroed. One pointer wide, as long lists of
 // records carry one each, mostly empty.
 // Errors: sizing returns false when there is no memory, and the block is then as it was; a copy throws
@@ -46,3 +48,5 @@ private:
     };
     std::unique_ptr<Block, Free> block_;
 };
+
+}  // namespace w64

@@ -4,6 +4,8 @@
 #include <deque>
 #include <utility>
 
+namespace w64 {
+
 // An ordered list that owns its records. Positions are 0-based and unchecked; a pointer or reference to a
 // record lives until one is inserted before the end or deleted.
 // A list of a hundred thousand records grows without moving them, which took longer than reading them.
@@ -35,3 +37,5 @@ public:
 private:
     std::deque<T> records_;
 };
+
+}  // namespace w64

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+namespace w64 {
+
 namespace {
 
 constexpr uint32_t kReplacement = 0xFFFD;
@@ -128,3 +130,5 @@ bool EqualNoCase(std::wstring_view a, std::wstring_view b) {
 bool BeginsWithNoCase(std::wstring_view text, std::wstring_view prefix) {
     return EqualNoCase(text.substr(0, prefix.size()), prefix);
 }
+
+}  // namespace w64

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+namespace w64 {
+
 // Wide text. A character is one Unicode code point in 32 bits, on every platform that this software runs on.
 using XStr = std::wstring;
 
@@ -34,3 +36,5 @@ template <class Integer>
 XStr Int2Str(Integer value) {
     return std::to_wstring(value);
 }
+
+}  // namespace w64

@@ -1,5 +1,7 @@
 #include "base/XStrList.h"
 
+namespace w64 {
+
 void XStrList::SetFromPackedCharArray(const wchar_t* texts, wchar_t separator, size_t limit) {
     Clear();
     for (size_t begin = 0, i = 0; i < limit; ++i) {
@@ -12,3 +14,5 @@ void XStrList::SetFromPackedCharArray(const wchar_t* texts, wchar_t separator, s
         begin = i + 1;
     }
 }
+
+}  // namespace w64

@@ -5,6 +5,8 @@
 
 #include <cstddef>
 
+namespace w64 {
+
 // An ordered list of texts.
 class XStrList : public XObj<XStr> {
 public:
@@ -12,3 +14,5 @@ public:
     // at, and a text that the limit cuts is taken as far as it goes.
     void SetFromPackedCharArray(const wchar_t* texts, wchar_t separator, size_t limit);
 };
+
+}  // namespace w64

@@ -9,6 +9,8 @@
 #include <unistd.h>
 #include <vector>
 
+namespace w64 {
+
 // A Wave64 file of 24-bit stereo in the temporary folder, removed at the end. `chunks` chunks of `chunkBytes`
 // bytes each, a multiple of 8, lie before the audio.
 class BenchFile {
@@ -51,3 +53,5 @@ private:
 
     std::filesystem::path path_;
 };
+
+}  // namespace w64

@@ -1,13 +1,15 @@
 #pragma once
 
 #include "base/XStr.h"
-#include "plugin/interface/w64_decoder.h"
+#include "interface/w64_decoder.h"
 
 #include <benchmark/benchmark.h>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
 #include <optional>
+
+namespace w64 {
 
 // The decoder plug-in as a host drives it. It stays loaded.
 class BenchPlugin {
@@ -57,3 +59,5 @@ private:
     KvDecodeBlockFn decodeBlock_ = Find<KvDecodeBlockFn>("DecodeBlock");
     KvDestroyFn destroy_ = Find<KvDestroyFn>("Destroy");
 };
+
+}  // namespace w64

@@ -1,11 +1,13 @@
 // Changes of bit depth and of channels, against a memcpy of as many bytes as come out, or as the larger side
 // has. The audio is minutes long and in no cache.
 
-#include "audio/XAudioBitsConv.h"
-#include "audio/XAudioChannelConv.h"
+#include "audio/pipeline/XAudioChannelConv.h"
+#include "audio/samples/XAudioBitsConv.h"
 
 #include <benchmark/benchmark.h>
 #include <random>
+
+namespace w64 {
 
 namespace {
 
@@ -72,3 +74,5 @@ BENCHMARK(Copy<24>)->Name("Copy24")->Unit(benchmark::kMicrosecond);
 BENCHMARK(Copy<32>)->Name("Copy32")->Unit(benchmark::kMicrosecond);
 
 }  // namespace
+
+}  // namespace w64

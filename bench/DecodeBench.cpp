@@ -7,6 +7,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace w64 {
+
 namespace {
 
 const BenchFile& AudioFile() {
@@ -32,3 +34,5 @@ void DecodeByBareReads(benchmark::State& state) {
 BENCHMARK(DecodeByBareReads)->Unit(benchmark::kMillisecond);
 
 }  // namespace
+
+}  // namespace w64

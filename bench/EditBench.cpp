@@ -8,6 +8,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace w64 {
+
 namespace {
 
 constexpr size_t kAudioBytes = size_t{256} << 20;
@@ -70,3 +72,5 @@ void MoveAudioByBareLoops(benchmark::State& state) {
 BENCHMARK(MoveAudioByBareLoops)->Unit(benchmark::kMillisecond);
 
 }  // namespace
+
+}  // namespace w64

@@ -1,12 +1,14 @@
 // A real transform there and back, against a planned one of the peer library on the same numbers.
 
-#include "audio/FFT.h"
+#include "audio/fft/FFT.h"
 
 #include <benchmark/benchmark.h>
 #include <fftw3.h>
 
 #include <cmath>
 #include <vector>
+
+namespace w64 {
 
 namespace {
 
@@ -48,3 +50,5 @@ BENCHMARK(TransformByFFT<65536>)->Name("Transform65536ByFFT")->Unit(benchmark::k
 BENCHMARK(TransformByFFTW<65536>)->Name("Transform65536ByFFTW")->Unit(benchmark::kMicrosecond);
 
 }  // namespace
+
+}  // namespace w64

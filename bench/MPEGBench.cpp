@@ -2,7 +2,7 @@
 // blocks of the same file.
 
 #include "BenchPlugin.h"
-#include "audio/XAudioWFX.h"
+#include "audio/format/XAudioWFX.h"
 #include "wave64/container/clWave64Handler.h"
 
 #include <benchmark/benchmark.h>
@@ -13,6 +13,8 @@
 #include <mpg123.h>
 #include <unistd.h>
 #include <vector>
+
+namespace w64 {
 
 namespace {
 
@@ -106,3 +108,5 @@ void DecodeMPEGByLibrary(benchmark::State& state) {
 BENCHMARK(DecodeMPEGByLibrary)->Unit(benchmark::kMillisecond);
 
 }  // namespace
+
+}  // namespace w64

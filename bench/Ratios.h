@@ -4,6 +4,8 @@
 #include <map>
 #include <string>
 
+namespace w64 {
+
 // Two benchmarks of one run whose times are compared: ours may take at most `limit` times as long as the
 // peer.
 struct Ratio {
@@ -24,3 +26,5 @@ public:
 private:
     std::map<std::string, double> fastest_;  // seconds per iteration, by benchmark name
 };
+
+}  // namespace w64

@@ -2,7 +2,7 @@
 // best recipe without roll-off and with the same transition band of 100 Hz, in doubles too, and libsamplerate's
 // best, which takes floats. Making these of the doubles is not counted.
 
-#include "audio/XAudioFreqConv.h"
+#include "audio/resample/XAudioFreqConv.h"
 
 #include <benchmark/benchmark.h>
 #include <samplerate.h>
@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <random>
 #include <vector>
+
+namespace w64 {
 
 namespace {
 
@@ -114,3 +116,5 @@ RESAMPLE(96000, 48000);
 RESAMPLE(48000, 96000);
 
 }  // namespace
+
+}  // namespace w64

@@ -9,6 +9,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace w64 {
+
 namespace {
 
 constexpr int kChunks = 100000;
@@ -56,3 +58,5 @@ void WalkHeaders(benchmark::State& state) {
 BENCHMARK(WalkHeaders)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
+
+}  // namespace w64

@@ -7,6 +7,8 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+namespace w64 {
+
 namespace {
 
 constexpr int64_t kBytes = 10'000'000;
@@ -54,3 +56,5 @@ void ParseAndPrintNlohmann(benchmark::State& state) {
 BENCHMARK(ParseAndPrintNlohmann)->Unit(benchmark::kMillisecond);
 
 }  // namespace
+
+}  // namespace w64

@@ -6,6 +6,8 @@
 #include <benchmark/benchmark.h>
 #include <vector>
 
+namespace w64 {
+
 namespace {
 
 constexpr int kTags = 100000;
@@ -68,3 +70,5 @@ BENCHMARK(Merge<1>)->Name("Merge100kTags")->Unit(benchmark::kMicrosecond);
 BENCHMARK(Merge<10>)->Name("MergeTenTimes10kTags")->Unit(benchmark::kMicrosecond);
 
 }  // namespace
+
+}  // namespace w64

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+namespace w64 {
+
 void RatioReporter::ReportRuns(const std::vector<Run>& runs) {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
@@ -27,6 +29,10 @@ bool RatioReporter::PrintRatios(std::initializer_list<Ratio> ratios) const {
     }
     return allWithin;
 }
+
+}  // namespace w64
+
+using namespace w64;
 
 int main(int count, char** arguments) {
     benchmark::Initialize(&count, arguments);

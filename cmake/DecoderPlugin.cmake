@@ -1,5 +1,5 @@
 # A decoder plug-in: a library that a host loads. Those of this family are named extension + ".dll" on every
-# platform, export the nine functions (plugin/interface/KvExports.cpp) and show nothing beyond exports.linux or
+# platform, export the nine functions (interface/KvExports.cpp) and show nothing beyond exports.linux or
 # exports.macos; templates of the standard library would show themselves otherwise.
 #
 #   add_decoder_plugin(plugin EXTENSION w64 SOURCES a.cpp b.cpp LINKS engine)

@@ -13,7 +13,7 @@ file(CREATE_LINK ${program} ${PROJECT_BINARY_DIR}/install/w64 SYMBOLIC)
 install(FILES ${PROJECT_BINARY_DIR}/install/w64 TYPE BIN)
 
 # For those who write hosts.
-install(FILES plugin/interface/w64_decoder.h TYPE INCLUDE)
+install(FILES interface/w64_decoder.h TYPE INCLUDE)
 install(FILES examples/CMakeLists.txt examples/decode.c DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 file(RELATIVE_PATH W64_PREFIX_FROM_PC /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 string(REGEX REPLACE "/$" "" W64_PREFIX_FROM_PC ${W64_PREFIX_FROM_PC})

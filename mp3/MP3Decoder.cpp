@@ -1,11 +1,13 @@
 #include "mp3/MP3Decoder.h"
 
 #include "base/Saturating.h"
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 
 #include <algorithm>
 #include <cstring>
 #include <string_view>
+
+namespace w64 {
 
 namespace {
 
@@ -167,3 +169,5 @@ bool MP3Decoder::Fail(std::wstring_view message, const char* functionName) {
     StdReport::WriteERROR(message, report_, functionName);
     return false;
 }
+
+}  // namespace w64

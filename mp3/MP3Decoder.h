@@ -1,10 +1,12 @@
 #pragma once
 
-#include "audio/XAudioBufferNew.h"
+#include "audio/buffer/XAudioBufferNew.h"
 #include "base/XFile.h"
 #include "base/XStr.h"
+#include "interface/KvDecoder.h"
 #include "mp3/MPEGStream.h"
-#include "plugin/interface/KvDecoder.h"
+
+namespace w64 {
 
 // The object behind an instance handle: an MPEG stream as the hosts of this family see it. It is fed with
 // packets (kvOpenPackets) or reads a file. Tags are neither read nor written.
@@ -56,3 +58,5 @@ private:
     int64_t to_ = 0;
     int64_t position_ = 0;  // of the next block
 };
+
+}  // namespace w64

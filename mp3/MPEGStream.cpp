@@ -1,12 +1,14 @@
 #include "mp3/MPEGStream.h"
 
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 
 #include <algorithm>
 #include <cmath>
 #include <fcntl.h>
 #include <limits>
 #include <unistd.h>
+
+namespace w64 {
 
 namespace {
 
@@ -207,3 +209,5 @@ bool MPEGStream::Fail(std::wstring_view message) {
     StdReport::WriteERROR(message, report_, kName);
     return false;
 }
+
+}  // namespace w64

@@ -1,13 +1,15 @@
 #pragma once
 
-#include "audio/XAudioBufferNew.h"
+#include "audio/buffer/XAudioBufferNew.h"
 #include "base/XFile.h"
-#include "plugin/interface/w64_decoder.h"
+#include "interface/w64_decoder.h"
 
 #include <cstdio>
 #include <memory>
 #include <mpg123.h>
 #include <span>
+
+namespace w64 {
 
 // What one step of decoding came to.
 enum class MPEGStep { Decoded, InputUsedUp, Failed };
@@ -89,3 +91,5 @@ private:
     int64_t storedBytes_ = 0;
     uint32_t averageBytesPerSec_ = 0;
 };
+
+}  // namespace w64

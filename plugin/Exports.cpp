@@ -4,6 +4,6 @@
 extern "C" __attribute__((visibility("default"))) void* gInstance;
 void* gInstance = nullptr;
 
-std::unique_ptr<KvDecoder> NewDecoder(const STNStdReport& report) {
+std::unique_ptr<w64::KvDecoder> w64::NewDecoder(const STNStdReport& report) {
     return std::make_unique<clDecoder>(report);
 }

@@ -2,6 +2,8 @@
 
 #include <span>
 
+namespace w64 {
+
 namespace {
 
 // `list` at `index`, or null when it ends before.
@@ -34,3 +36,5 @@ const TagOption* FindTagOption(int index) {
     };
     return At<TagOption>(options, index);
 }
+
+}  // namespace w64

@@ -2,6 +2,8 @@
 
 #include <vector>
 
+namespace w64 {
+
 // A choice that the tag writer offers. The host keeps the user's setting under the key, and 0 is the default.
 struct TagOption {
     const wchar_t* Title;
@@ -12,3 +14,5 @@ struct TagOption {
 };
 
 const TagOption* FindTagOption(int index);  // null outside the list
+
+}  // namespace w64

@@ -1,10 +1,12 @@
 #include "plugin/clDecoder.h"
 
+#include "interface/StdReport.h"
 #include "plugin/TagOptions.h"
-#include "plugin/interface/StdReport.h"
 
 #include <new>
 #include <string_view>
+
+namespace w64 {
 
 bool clDecoder::Open(STKvOpenDecoder& open) {
     constexpr const char* name = "Open";
@@ -134,3 +136,5 @@ bool clDecoder::DeleteATag(const wchar_t* fileName, const wchar_t* names) {
     StdReport::WriteDEBUG(L"<-<-", report_, "DeleteATag", true);
     return done;
 }
+
+}  // namespace w64

@@ -2,8 +2,10 @@
 
 #include "base/XFile.h"
 #include "base/XStr.h"
-#include "plugin/interface/KvDecoder.h"
+#include "interface/KvDecoder.h"
 #include "wave64/engine/clWaveDecoder.h"
+
+namespace w64 {
 
 // The object behind an instance handle: the vocabulary that a host sees, around one engine and its file.
 // Units:  the decode range counts frames from the start of the audio data; it applies to every later Open.
@@ -34,3 +36,5 @@ private:
     int64_t rangeStart_ = 0;
     int64_t rangeEnd_ = -1;  // to the end of the data
 };
+
+}  // namespace w64

@@ -2,6 +2,8 @@
 
 #include "settings/XRegistryTree.h"
 
+namespace w64 {
+
 bool STRegistryTransactionEntry::Apply(XJSON::Object& root) const {
     switch (operation) {
     case Operation::SetValue:
@@ -16,3 +18,5 @@ bool STRegistryTransactionEntry::Apply(XJSON::Object& root) const {
     }
     return false;
 }
+
+}  // namespace w64

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+namespace w64 {
+
 // One change of a settings tree that is still to be made.
 struct STRegistryTransactionEntry {
     enum class Operation { SetValue, DeleteValue, DeleteKey, CopyKey };
@@ -17,3 +19,5 @@ struct STRegistryTransactionEntry {
     // Whether the tree changed. XJSON::Error when it would become too deep.
     bool Apply(XJSON::Object& root) const;
 };
+
+}  // namespace w64

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
-namespace XJSON {
+namespace w64::XJSON {
 
 namespace {
 
@@ -223,4 +223,4 @@ const Null& Null::TheNull() {
 
 void Null::AppendText(XStr& out, int) const { out += L"null"; }
 
-}  // namespace XJSON
+}  // namespace w64::XJSON

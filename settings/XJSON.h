@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+namespace w64 {
+
 // A small JSON document model: a tree of typed values, a parser and a writer of indented text. It is narrow on
 // purpose: numbers are 64-bit integers, and member names keep their order and may repeat.
 // Owner:  containers own their children. References to children live until the container is changed.
@@ -245,3 +247,5 @@ void SkipSpacing(std::wstring_view text, int& position);
 bool MatchKeyword(std::wstring_view text, int& position, std::wstring_view keyword);
 
 }  // namespace XJSON
+
+}  // namespace w64

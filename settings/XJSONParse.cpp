@@ -1,6 +1,6 @@
 #include "settings/XJSON.h"
 
-namespace XJSON {
+namespace w64::XJSON {
 
 namespace {
 
@@ -137,4 +137,4 @@ AnyPtr Parse(std::wstring_view text, int& position, bool* lossy) {
     return value;
 }
 
-}  // namespace XJSON
+}  // namespace w64::XJSON

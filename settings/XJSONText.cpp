@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cwchar>
 
-namespace XJSON {
+namespace w64::XJSON {
 
 namespace {
 
@@ -136,4 +136,4 @@ bool MatchKeyword(std::wstring_view text, int& position, std::wstring_view keywo
     return true;
 }
 
-}  // namespace XJSON
+}  // namespace w64::XJSON

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <mutex>
 
+namespace w64 {
+
 struct XRegistryMainKey {
     const wchar_t* name;
 };
@@ -185,3 +187,5 @@ std::vector<XStr> XRegistry::ImportKeyPath(MainKey mainKey, const wchar_t* keyPa
     while (names.size() > 1 && names.back().empty()) names.pop_back();
     return names;
 }
+
+}  // namespace w64

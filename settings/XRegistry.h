@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace w64 {
+
 struct XRegistryMainKey;
 
 // The settings of the user, as a registry of keys and values in one file.
@@ -84,3 +86,5 @@ public:
     // The names on the way from the root of the file to a key, the main key first.
     static std::vector<XStr> ImportKeyPath(MainKey mainKey, const wchar_t* keyPath);
 };
+
+}  // namespace w64

@@ -8,6 +8,8 @@
 #include <thread>
 #include <unistd.h>
 
+namespace w64 {
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -90,3 +92,5 @@ bool XRegistryFile::Replace(const std::string& text) {
     if (!done) ::unlink(ToUTF8(beside).c_str());
     return done;
 }
+
+}  // namespace w64

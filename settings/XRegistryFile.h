@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+namespace w64 {
+
 // One holding of the settings file: other processes may read it together, or one may read and replace it.
 // Replacing: the new text is brought to the disk in a file beside and renamed over the old one, so the path
 //            names a whole text at every moment. Links are followed; owner, mode and attributes stay.
@@ -33,3 +35,5 @@ private:
     XStr path_;
     XFile file_;
 };
+
+}  // namespace w64

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <optional>
 
+namespace w64 {
+
 namespace {
 
 using FileTime = std::filesystem::file_time_type;
@@ -105,3 +107,5 @@ bool regWriteScope::Commit() {
     copy.written.reset();
     return written;
 }
+
+}  // namespace w64

@@ -6,6 +6,8 @@
 #include <memory>
 #include <mutex>
 
+namespace w64 {
+
 // The settings as they are in the file, locked for this thread while the scope lives: one reading, however many
 // values are asked for. All readers of the process share one parsed copy, which is loaded again when the file
 // has changed.
@@ -41,3 +43,5 @@ private:
     XRegistryFile file_;
     std::unique_ptr<XJSON::Object> root_;
 };
+
+}  // namespace w64

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+namespace w64 {
+
 using Operation = STRegistryTransactionEntry::Operation;
 
 namespace {
@@ -139,3 +141,5 @@ void XRegistryTransaction::Set(XJSON::AnyPtr value, const wchar_t* valueName, Ma
                         .valueName = valueName,
                         .value = std::move(value)});
 }
+
+}  // namespace w64

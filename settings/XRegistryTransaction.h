@@ -6,6 +6,8 @@
 #include <memory>
 #include <vector>
 
+namespace w64 {
+
 // Changes to the settings that are made together: all of them in one write, or none. What is not committed is
 // dropped. Everything else is as in XRegistry; the getters see the changes made here so far. For one thread.
 class XRegistryTransaction {
@@ -55,3 +57,5 @@ private:
 
     std::vector<STRegistryTransactionEntry> entries_;
 };
+
+}  // namespace w64

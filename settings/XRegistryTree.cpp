@@ -6,7 +6,7 @@
 #include <cstring>
 #include <optional>
 
-namespace XRegistryTree {
+namespace w64::XRegistryTree {
 
 using XJSON::AnyType;
 using XJSON::Object;
@@ -150,4 +150,4 @@ size_t CopyData(const XMem& data, void* buffer, size_t bytes) {
     return data.Size();
 }
 
-}  // namespace XRegistryTree
+}  // namespace w64::XRegistryTree

@@ -6,6 +6,8 @@
 
 #include <span>
 
+namespace w64 {
+
 // Keys and values within the tree of a settings file. A key is an object: its object members are its subkeys
 // and its other members its values. Steps are the names on the way from the root to a key, the main key first.
 // Names are found ignoring case, and of several alike the first.
@@ -50,3 +52,5 @@ XStrList ToStringList(const XJSON::AnyType* value, bool* missing);
 size_t CopyData(const XMem& data, void* buffer, size_t bytes);
 
 }  // namespace XRegistryTree
+
+}  // namespace w64

@@ -2,10 +2,12 @@
 
 #include "base/LittleEndian.h"
 #include "base/Saturating.h"
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 #include "tags/clRIFFSUMMARYLISTChunk.h"
 
 #include <algorithm>
+
+namespace w64 {
 
 namespace {
 
@@ -136,3 +138,5 @@ bool ChunkTags::ReadFileIntoMemory(XMem& buffer, size_t skip, int64_t bytes, int
     }
     return true;
 }
+
+}  // namespace w64

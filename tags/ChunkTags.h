@@ -1,12 +1,14 @@
 #pragma once
 
 #include "base/XFile.h"
-#include "plugin/interface/w64_decoder.h"
+#include "interface/w64_decoder.h"
 #include "tags/NTag.h"
 #include "tags/TaggingOptions.h"
 #include "wave64/container/clWave64Handler.h"
 
 #include <vector>
+
+namespace w64 {
 
 // What the summary lists of a file hold.
 struct SummaryLists {
@@ -47,3 +49,5 @@ public:
     [[nodiscard]] static bool ReadFileIntoMemory(XMem& buffer, size_t skip, int64_t bytes, int64_t offset,
                                                  XFile& file, const STNStdReport& report);
 };
+
+}  // namespace w64

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+namespace w64 {
+
 namespace {
 
 XStr Trimmed(const XStr& text) {
@@ -190,3 +192,5 @@ XStr NTag::PaddedTrackNum(const wchar_t* name) const {
     if (count != 0) padded += (count < 10 ? L"/0" : L"/") + Int2Str(count);
     return padded;
 }
+
+}  // namespace w64

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+namespace w64 {
+
 // One tag: a text, or binary data under a name.
 struct STInternalTag {
     XStr Name;
@@ -85,3 +87,5 @@ public:
 private:
     XObj<STInternalTag> tags_;
 };
+
+}  // namespace w64

@@ -2,6 +2,8 @@
 
 #include <array>
 
+namespace w64 {
+
 namespace {
 
 constexpr std::wstring_view kPrefix = L"_albumart_";
@@ -74,3 +76,5 @@ STInternalTag* NTag::GetAlbumArt(int index, XStr& description, XStr& subDescript
     }
     return nullptr;
 }
+
+}  // namespace w64

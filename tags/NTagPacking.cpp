@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+namespace w64 {
+
 namespace {
 
 constexpr size_t kSizeFieldBytes = 4;
@@ -153,3 +155,5 @@ void NTag::ToRawMemoryUTF8(XMem& block) const { block = Pack<UTF8Text>(tags_); }
 void NTag::InitFromRawMemoryUTF8(const unsigned char* block, long size) {
     tags_ = Unpack<UTF8Text>(block, size);
 }
+
+}  // namespace w64

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace w64 {
+
 // One entry of a table of contents.
 struct TOCTrack {
     static constexpr uint8_t kDataTrack = 4;  // a bit of the control nibble
@@ -26,3 +28,5 @@ struct TOC {
 };
 
 static_assert(sizeof(TOC) == 804, "the record is exchanged as bytes");
+
+}  // namespace w64

@@ -1,13 +1,15 @@
 #include "tags/TagWriter.h"
 
 #include "base/LittleEndian.h"
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 #include "settings/XRegistry.h"
 #include "tags/clRIFFSUMMARYLISTChunk.h"
 
 #include <algorithm>
 #include <cstring>
 #include <vector>
+
+namespace w64 {
 
 bool TagWriter::Edit(const XStr& fileName, TagEdit edit, NTag& tags) {
     if (!OpenFile(fileName)) return false;
@@ -120,3 +122,5 @@ bool TagWriter::Fail(const XStr& message) {
     StdReport::WriteERROR(message, report_, "IDTagWriter");
     return false;
 }
+
+}  // namespace w64

@@ -3,13 +3,15 @@
 #include "base/XFile.h"
 #include "base/XMem.h"
 #include "base/XStr.h"
-#include "plugin/interface/w64_decoder.h"
+#include "interface/w64_decoder.h"
 #include "tags/ChunkTags.h"
 #include "tags/NTag.h"
 #include "tags/TaggingOptions.h"
 #include "wave64/container/clWave64Handler.h"
 
 #include <span>
+
+namespace w64 {
 
 enum class TagEdit {
     Merge,        // new values win, tags that are not named stay
@@ -43,3 +45,5 @@ private:
     clWave64Handler chunks_;
     SummaryLists lists_;
 };
+
+}  // namespace w64

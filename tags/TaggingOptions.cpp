@@ -4,6 +4,8 @@
 #include "settings/XRegistryScopes.h"
 #include "settings/XRegistryTree.h"
 
+namespace w64 {
+
 namespace {
 
 int PaddingBytes(uint32_t setting) {
@@ -46,3 +48,5 @@ TaggingOptions TaggingOptions::Read() {
     options.rules.text = TextForm(setting(LISTTextName));
     return options;
 }
+
+}  // namespace w64

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace w64 {
+
 // The user's choices for tags. Every one is 0 until it is set.
 struct TaggingOptions {
     // Where the settings store keeps them, under the current user.
@@ -26,3 +28,5 @@ struct TaggingOptions {
     int paddingSize = 0;  // bytes; 0 leaves it to the chunk editor
     EditRules rules;
 };
+
+}  // namespace w64

@@ -1,7 +1,7 @@
 #include "tags/clRIFFSUMMARYLISTChunk.h"
 
 #include "base/LittleEndian.h"
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 #include "wave64/container/ChunkCodes.h"
 
 #include <algorithm>
@@ -14,6 +14,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+
+namespace w64 {
 
 namespace {
 
@@ -335,3 +337,5 @@ std::vector<const wchar_t*> clRIFFSUMMARYLISTChunk::Names() {
     for (const IdentifierAndName& row : kPlainNames) names.push_back(row.name);
     return names;
 }
+
+}  // namespace w64

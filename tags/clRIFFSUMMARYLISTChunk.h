@@ -2,11 +2,13 @@
 
 #include "base/XMem.h"
 #include "base/XStr.h"
-#include "plugin/interface/w64_decoder.h"
+#include "interface/w64_decoder.h"
 #include "tags/NTag.h"
 #include "wave64/container/EditRules.h"
 
 #include <vector>
+
+namespace w64 {
 
 // The data of a summary-list chunk: a 32-bit count of entries, each a four-character INFO identifier, a
 // 32-bit size in bytes and that many bytes of text, without padding anywhere.
@@ -38,3 +40,5 @@ public:
     // All of those names.
     static std::vector<const wchar_t*> Names();
 };
+
+}  // namespace w64

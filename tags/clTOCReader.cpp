@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+namespace w64 {
+
 namespace {
 
 constexpr int kFramesPerSecond = 75;
@@ -199,3 +201,5 @@ void clTOCReader::MicrosoftStrTOCToCDExtraLBA(const wchar_t* text, TOC& toc) {
     toc.Length = static_cast<uint16_t>(2 + written * int{sizeof(TOCTrack)});
     BYTESWAPWORD(&toc.Length);
 }
+
+}  // namespace w64

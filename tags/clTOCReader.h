@@ -3,6 +3,8 @@
 #include "base/XStr.h"
 #include "tags/TOC.h"
 
+namespace w64 {
+
 // Answers questions about a CD's table of contents, and converts addresses and tables.
 //
 // Addresses are frames, 75 to a second: as LBA, or as minute, second and frame, which count from two seconds
@@ -48,3 +50,5 @@ public:
 private:
     TOC toc_;
 };
+
+}  // namespace w64

@@ -9,6 +9,8 @@
 #include <numbers>
 #include <stdexcept>
 
+namespace w64 {
+
 namespace {
 
 constexpr int kWidth = 1200;
@@ -139,3 +141,5 @@ void Chart::Draw(const std::filesystem::path& path) const {
     if (cairo_surface_write_to_png(surface.get(), path.c_str()) != CAIRO_STATUS_SUCCESS)
         throw std::runtime_error("cannot write " + path.string());
 }
+
+}  // namespace w64

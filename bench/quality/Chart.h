@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+namespace w64 {
+
 // Curves in one or two panels side by side, under a common title and legend.
 struct Chart {
     struct Axis {
@@ -30,3 +32,5 @@ struct Chart {
     // A PNG of 1200 x 700. Throws std::runtime_error when it cannot be written.
     void Draw(const std::filesystem::path& path) const;
 };
+
+}  // namespace w64

@@ -1,11 +1,13 @@
 #include "IntegerOutput.h"
 
 #include "Resamplers.h"
-#include "audio/XAudioConv.h"
+#include "audio/pipeline/XAudioConv.h"
 
 #include <cmath>
 #include <random>
 #include <stdexcept>
+
+namespace w64 {
 
 double WorstErrorIn24Bits(const RatePair& pair) {
     const XAudioWFX format(2, pair.source, 24);
@@ -34,3 +36,5 @@ double WorstErrorIn24Bits(const RatePair& pair) {
     }
     return worst;
 }
+
+}  // namespace w64

@@ -8,6 +8,8 @@
 #include <numbers>
 #include <numeric>
 
+namespace w64 {
+
 namespace {
 
 constexpr double kToneSeconds = 2;
@@ -149,3 +151,5 @@ std::array<Stretch, 2> Measurement::ConvertTones(std::array<double, 2> hertz) co
     const Stereo out = resampler_.convert(in, pair_.target);
     return {Stretch(out, 0), Stretch(out, 1)};
 }
+
+}  // namespace w64

@@ -6,6 +6,8 @@
 
 #include <array>
 
+namespace w64 {
+
 // What a resampler does to full-scale test signals at a pair of rates.
 // Units:  levels in dB of a sine of full scale, frequencies and distances in Hz.
 class Measurement {
@@ -44,3 +46,5 @@ private:
     const Resampler& resampler_;
     RatePair pair_;
 };
+
+}  // namespace w64

@@ -1,10 +1,12 @@
 #include "OwnDesign.h"
 
-#include "audio/XAudioFreqConvDesign.h"
+#include "audio/resample/XAudioFreqConvDesign.h"
 
 #include <cmath>
 #include <numbers>
 #include <stdexcept>
+
+namespace w64 {
 
 double DesignedLeak(const RatePair& pair, double distance) {
     const auto design = FreqConvDesign::Create(pair.source, pair.target, UpwardEdge::SourceHalf);
@@ -17,3 +19,5 @@ double DesignedLeak(const RatePair& pair, double distance) {
         response += 2 * taps[i] * std::cos(omega * static_cast<double>(i));
     return 20 * std::log10(std::abs(response));
 }
+
+}  // namespace w64

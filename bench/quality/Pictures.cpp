@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+namespace w64 {
+
 namespace {
 
 constexpr RatePair kPair{96000, 44100};
@@ -127,3 +129,5 @@ void WriteSweeps(const std::filesystem::path& folder) {
         WriteLeft(candidate.resampler.convert(sweep, kPair.target), folder / name);
     }
 }
+
+}  // namespace w64

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace w64 {
+
 struct RatePair {
     int source;
     int target;
@@ -10,3 +12,5 @@ struct RatePair {
     double LowerNyquist() const { return std::min(source, target) / 2.0; }
     double PassBand() const { return std::min(20000.0, 0.9 * LowerNyquist()); }  // where ripple is measured
 };
+
+}  // namespace w64

@@ -8,6 +8,8 @@
 #include <span>
 #include <string>
 
+namespace w64 {
+
 namespace {
 
 struct Column {
@@ -107,3 +109,5 @@ bool PrintTable(const std::vector<Measured>& all) {
     std::printf("\n");
     return allHold;
 }
+
+}  // namespace w64

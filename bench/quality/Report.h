@@ -5,6 +5,8 @@
 
 #include <vector>
 
+namespace w64 {
+
 // The figures of a resampler at a pair of rates, in the units of Measurement, or the bounds for them, whose
 // defaults these are. error24, in steps of 24 bits, is NaN where it is not measured.
 struct Figures {
@@ -37,3 +39,5 @@ void Measure(const Resampler& resampler, int coincidentTones, Row& row);
 // Prints Markdown, the resamplers one below the other for each pair. The first one must keep its bounds: the
 // defaults are printed first, others in brackets, and figures beyond them are marked. False if there are any.
 bool PrintTable(const std::vector<Measured>& all);
+
+}  // namespace w64

@@ -1,7 +1,7 @@
 #include "Resamplers.h"
 
 #include "Signals.h"
-#include "audio/XAudioFreqConv.h"
+#include "audio/resample/XAudioFreqConv.h"
 
 #include <samplerate.h>
 #include <soxr.h>
@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
+
+namespace w64 {
 
 namespace {
 
@@ -95,3 +97,5 @@ const Resampler kSteepSoxr{"libsoxr, VHQ, no roll-off, 100 Hz", BySteepSoxr};
 const Resampler kSampleRate{"libsamplerate, best sinc", BySampleRate};
 const Resampler kNone{"nothing but a delay", ByDelay};
 const Resampler kAlmostNone{"a delay and a tone of -200 dB", ByDelayWithTone};
+
+}  // namespace w64

@@ -2,6 +2,8 @@
 
 #include "Stereo.h"
 
+namespace w64 {
+
 // A converter under test. `convert` converts a whole stream, or throws std::runtime_error.
 struct Resampler {
     const char* name;
@@ -22,3 +24,5 @@ extern const Resampler kSampleRate;
 // of 1 kHz at -200 dB, which the measurement must show.
 extern const Resampler kNone;
 extern const Resampler kAlmostNone;
+
+}  // namespace w64

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <numbers>
 
+namespace w64 {
+
 // Test signals of full scale. Their angles are whole fractions of a turn, exact at any frame: the rounding
 // errors of a running sum or product would exceed what is measured here.
 
@@ -53,3 +55,5 @@ Stereo Sines(const Angle& left, const Angle& right, int rate, double seconds) {
     }
     return audio;
 }
+
+}  // namespace w64

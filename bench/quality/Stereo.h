@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace w64 {
+
 // Interleaved stereo in doubles, full scale at 1.
 struct Stereo {
     int rate = 0;
@@ -10,3 +12,5 @@ struct Stereo {
 
     int64_t Frames() const { return static_cast<int64_t>(samples.size() / 2); }
 };
+
+}  // namespace w64

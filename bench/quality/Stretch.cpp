@@ -12,6 +12,8 @@
 #include <mutex>
 #include <vector>
 
+namespace w64 {
+
 namespace {
 
 constexpr double kKaiserBeta = 30;
@@ -157,3 +159,5 @@ std::array<double, 2> Stretch::Fit(double hertz) const {
     const double determinant = ss * cc - sc * sc;
     return {(xs * cc - xc * sc) / determinant, (xc * ss - xs * sc) / determinant};
 }
+
+}  // namespace w64

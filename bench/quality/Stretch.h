@@ -5,6 +5,8 @@
 #include <array>
 #include <cstddef>
 
+namespace w64 {
+
 // A stretch of one channel, seen through a Kaiser window with side lobes at -238 dB.
 // Units:  levels in dB of a sine of full scale; frequencies in Hz, of tones multiples of 1/64 Hz.
 // Errors: std::out_of_range if the audio is too short.
@@ -35,3 +37,5 @@ private:
     int64_t first_;
     std::vector<double> samples_;
 };
+
+}  // namespace w64

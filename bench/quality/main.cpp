@@ -17,6 +17,8 @@
 #include <thread>
 #include <vector>
 
+namespace w64 {
+
 namespace {
 
 // Conversions with 192 kHz here are designed at half the rates, which doubles all distances from the lower
@@ -138,6 +140,10 @@ bool MeasureAll() {
 }
 
 }  // namespace
+
+}  // namespace w64
+
+using namespace w64;
 
 int main(int argc, char** argv) try {
     CLI::App app(

@@ -1,9 +1,11 @@
 #include "Formats.h"
-#include "audio/XAudioChannelConv.h"
+#include "audio/pipeline/XAudioChannelConv.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+
+namespace w64 {
 
 namespace {
 
@@ -126,3 +128,5 @@ TEST(XAudioChannelConv, MixesAsSingleSamplesDo) {
 }
 
 }  // namespace
+
+}  // namespace w64

@@ -1,11 +1,13 @@
 #include "Formats.h"
-#include "audio/XAudioACMDecoder.h"
-#include "audio/XAudioConv.h"
+#include "audio/pipeline/XAudioConv.h"
+#include "audio/samples/XAudioACMDecoder.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <tuple>
+
+namespace w64 {
 
 namespace {
 
@@ -185,3 +187,5 @@ TEST(XAudioACMEncoder, MakesFloatOfIntegersOnly) {
 }
 
 }  // namespace
+
+}  // namespace w64

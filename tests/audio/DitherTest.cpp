@@ -1,9 +1,11 @@
 #include "Formats.h"
-#include "audio/XAudioBitsConv.h"
+#include "audio/samples/XAudioBitsConv.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+
+namespace w64 {
 
 namespace {
 
@@ -63,3 +65,5 @@ TEST(NOneChannelDither, ErrorDoesNotDependOnTheSignal) {
 }
 
 }  // namespace
+
+}  // namespace w64

@@ -1,10 +1,12 @@
-#include "audio/FFT.h"
+#include "audio/fft/FFT.h"
 #include "Formats.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <numbers>
+
+namespace w64 {
 
 namespace {
 
@@ -153,3 +155,5 @@ TEST(FFT, TablesOfOneSizeServeSmallerOnesAndGrow) {
 }
 
 }  // namespace
+
+}  // namespace w64

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "Bytes.h"
-#include "audio/XAudioRdWr.h"
+#include "audio/samples/XAudioRdWr.h"
 
 #include <random>
+
+namespace w64 {
 
 inline Bytes Used(const XAudioBufferNew& buffer) {
     return {buffer.BufferStart(), buffer.BufferStart() + buffer.GetUsedByte()};
@@ -40,3 +42,5 @@ inline XAudioBufferNew Noise(int64_t frames, const XAudioWFX& format) {
     XAudioRdWr(audio, 0, nullptr).PutDbls(0, std::ssize(samples), samples.data());
     return audio;
 }
+
+}  // namespace w64

@@ -1,8 +1,8 @@
 #include "Formats.h"
-#include "audio/FFT.h"
-#include "audio/OverlapFreqConv.h"
-#include "audio/SpectralFreqConv.h"
-#include "audio/XAudioFreqConv.h"
+#include "audio/fft/FFT.h"
+#include "audio/resample/OverlapFreqConv.h"
+#include "audio/resample/SpectralFreqConv.h"
+#include "audio/resample/XAudioFreqConv.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +12,8 @@
 #include <numbers>
 #include <numeric>
 #include <tuple>
+
+namespace w64 {
 
 namespace {
 
@@ -340,3 +342,5 @@ TEST(XAudioFreqConv, EmptyBlocksEndAStreamAndBeginAnother) {
 }
 
 }  // namespace
+
+}  // namespace w64

@@ -1,11 +1,13 @@
 #include "Formats.h"
-#include "audio/SampleKernels.h"
-#include "audio/XAudioBitsConv.h"
+#include "audio/samples/SampleKernels.h"
+#include "audio/samples/XAudioBitsConv.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <tuple>
+
+namespace w64 {
 
 namespace {
 
@@ -195,3 +197,5 @@ TEST(XAudioBitsConv, TakesSamplesThatAreNotKnownForSilence) {
 }
 
 }  // namespace
+
+}  // namespace w64

@@ -1,10 +1,12 @@
 #include "Formats.h"
-#include "audio/XAudioDataStream.h"
-#include "audio/XAudioMaintainBuffer.h"
+#include "audio/buffer/XAudioDataStream.h"
+#include "audio/buffer/XAudioMaintainBuffer.h"
 
 #include <gtest/gtest.h>
 
 #include <numeric>
+
+namespace w64 {
 
 namespace {
 
@@ -102,3 +104,5 @@ TEST(XAudioMaintainBuffer, KeepsTheNewestBytes) {
 }
 
 }  // namespace
+
+}  // namespace w64

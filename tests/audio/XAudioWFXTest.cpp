@@ -5,6 +5,8 @@
 #include <cstring>
 #include <tuple>
 
+namespace w64 {
+
 namespace {
 
 TEST(XAudioWFX, ShortFormsAreCompleted) {
@@ -106,3 +108,5 @@ TEST(XAudioWFX, SizeAndTimeArithmetic) {
 }
 
 }  // namespace
+
+}  // namespace w64

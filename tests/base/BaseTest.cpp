@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <limits>
 
+namespace w64 {
+
 using Access = XFile::Access;
 
 TEST(Text, GoesToUTF8AndBack) {
@@ -138,3 +140,5 @@ TEST_F(File, ShuffleStopsAtWhatCannotBeDone) {
         file.Close();
     }
 }
+
+}  // namespace w64

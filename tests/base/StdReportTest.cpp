@@ -1,7 +1,9 @@
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 #include "ReportCapture.h"
 
 #include <gtest/gtest.h>
+
+namespace w64 {
 
 namespace {
 
@@ -52,3 +54,5 @@ TEST_F(Trace, KeepsTrackWhileNobodyListens) {
     StdReport::WriteDEBUG(build, report, "F");
     EXPECT_EQ(capture.Trace(), " continued\r\n  built  [F]\r\n");
 }
+
+}  // namespace w64

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+namespace w64 {
+
 namespace {
 
 Bytes Converted(std::string_view code) {
@@ -33,3 +35,5 @@ TEST(ChunkCodes, BecomeTheStoredIdentifiers) {
     EXPECT_EQ(RIFFChnkID("fmt "), 0x20746D66u);
     EXPECT_EQ(GetPaddingBytes(-1), 0);
 }
+
+}  // namespace w64

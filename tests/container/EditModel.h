@@ -4,6 +4,8 @@
 
 #include <string>
 
+namespace w64 {
+
 inline Bytes Slice(const Bytes& bytes, size_t at, size_t size) {
     return {bytes.data() + at, bytes.data() + at + size};
 }
@@ -202,3 +204,5 @@ private:
     bool isSafe_;
     std::vector<Record> list_;
 };
+
+}  // namespace w64

@@ -14,6 +14,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+namespace w64 {
+
 namespace {
 
 constexpr EditRules kSafe{.safe = true};
@@ -383,3 +385,5 @@ TEST(Edit, WhatPaddingAbsorbsMovesNoAudio) {
         }
     }
 }
+
+}  // namespace w64

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+namespace w64 {
+
 namespace {
 
 struct Scan {
@@ -134,3 +136,5 @@ TEST(Scan, RemembersThatThereWereTooManyChunks) {
     EXPECT_EQ(handler.Count(), most);
     EXPECT_TRUE(handler.IsScanLimited());
 }
+
+}  // namespace w64

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+namespace w64 {
+
 namespace {
 
 struct NewFile {
@@ -113,3 +115,5 @@ TEST(Writer, ResumesAfterAFailureWhereItStopped) {
     EXPECT_TRUE(made.handler.WriteChunkHeaders(false));
     EXPECT_EQ(made.SizeFieldAt(80), 16u + 24);
 }
+
+}  // namespace w64

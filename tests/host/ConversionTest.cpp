@@ -1,10 +1,10 @@
-#include "host/Conversion.h"
+#include "host/convert/Conversion.h"
 #include "HostWorkshop.h"
 #include "SoundFile.h"
 #include "Wave64Bytes.h"
-#include "audio/XAudioConv.h"
-#include "host/Failure.h"
-#include "host/FormatText.h"
+#include "audio/pipeline/XAudioConv.h"
+#include "host/terminal/Failure.h"
+#include "host/terminal/FormatText.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +12,8 @@
 #include <complex>
 #include <limits>
 #include <numbers>
+
+namespace w64 {
 
 namespace {
 
@@ -234,3 +236,5 @@ TEST_F(ConversionTest, WhatCannotBeDoneIsTold) {
         }
     }
 }
+
+}  // namespace w64

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+namespace w64 {
+
 namespace {
 
 using Damage = HostTest;
@@ -118,3 +120,5 @@ TEST_F(Damage, OneReadThatFailsFailsTheEncoding) {
     }
     EXPECT_GE(failures, 6);
 }
+
+}  // namespace w64

@@ -1,10 +1,12 @@
 #include "HostWorkshop.h"
 #include "SoundFile.h"
 #include "Wave64Bytes.h"
-#include "host/TimePoint.h"
+#include "host/terminal/TimePoint.h"
 
 #include <csignal>
 #include <gtest/gtest.h>
+
+namespace w64 {
 
 namespace {
 
@@ -235,3 +237,5 @@ TEST_F(DecodeTest, FailedWritesAndInterruptsLeaveNothingBehind) {
     EXPECT_EQ(outcome.status, 128 + SIGTERM);
     EXPECT_EQ(shop.Files(), std::set<std::string>{"a.w64"});
 }
+
+}  // namespace w64

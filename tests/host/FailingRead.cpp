@@ -8,6 +8,8 @@
 #include <string>
 #include <unistd.h>
 
+namespace w64 {
+
 extern "C" __attribute__((visibility("default"))) ssize_t read(int descriptor, void* data, size_t bytes) {
     static const auto plainRead = reinterpret_cast<decltype(&read)>(dlsym(RTLD_NEXT, "read"));
     static int left = std::atoi(std::getenv("FAILING_READ"));
@@ -17,3 +19,5 @@ extern "C" __attribute__((visibility("default"))) ssize_t read(int descriptor, v
     errno = EIO;
     return -1;
 }
+
+}  // namespace w64

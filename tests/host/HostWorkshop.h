@@ -7,6 +7,8 @@
 #include <initializer_list>
 #include <map>
 
+namespace w64 {
+
 using testing::IsSubstring;
 using Folder = std::map<std::string, Bytes>;  // what is in files, by name
 
@@ -86,3 +88,5 @@ class HostTest : public testing::Test {
 protected:
     const HostWorkshop shop;
 };
+
+}  // namespace w64

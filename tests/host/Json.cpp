@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+namespace w64 {
+
 bool IsJson(const std::string& text) { return nlohmann::json::accept(text); }
 
 std::string JsonAt(const std::string& text, const std::string& pointer) {
@@ -11,3 +13,5 @@ std::string JsonAt(const std::string& text, const std::string& pointer) {
     const auto& value = json.at(at);
     return value.is_string() ? value.get<std::string>() : value.dump();
 }
+
+}  // namespace w64

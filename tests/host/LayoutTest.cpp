@@ -1,10 +1,12 @@
 #include "HostWorkshop.h"
 #include "Wave64Bytes.h"
-#include "host/ChunkBar.h"
-#include "host/InputFile.h"
-#include "host/LayoutCheck.h"
+#include "host/files/InputFile.h"
+#include "host/layout/ChunkBar.h"
+#include "host/layout/LayoutCheck.h"
 
 #include <gtest/gtest.h>
+
+namespace w64 {
 
 namespace {
 
@@ -214,3 +216,5 @@ TEST(ChunkBar, EveryKindIsSeen) {
     EXPECT_EQ(line.size(), 24u);
     for (const char letter : {'O', 'S', 'A'}) EXPECT_NE(line.find(letter), std::string::npos) << line;
 }
+
+}  // namespace w64

@@ -2,9 +2,11 @@
 #include "MPEGBytes.h"
 #include "SoundFile.h"
 #include "Wave64Bytes.h"
-#include "host/FormatText.h"
+#include "host/terminal/FormatText.h"
 
 #include <gtest/gtest.h>
+
+namespace w64 {
 
 namespace {
 
@@ -153,3 +155,5 @@ TEST_F(MPEG, ASubDecoderThatIsMissingOrWrongIsNamed) {
         EXPECT_PRED_FORMAT2(IsSubstring, "MPEG audio is decoded by mp3.dll in the folder of w64", errors);
     }
 }
+
+}  // namespace w64

@@ -1,13 +1,15 @@
 #include "HostWorkshop.h"
 #include "SoundFile.h"
-#include "host/AxisTicks.h"
-#include "host/Envelope.h"
-#include "host/Spectrogram.h"
+#include "host/plot/AxisTicks.h"
+#include "host/plot/Envelope.h"
+#include "host/plot/Spectrogram.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 #include <numbers>
+
+namespace w64 {
 
 namespace {
 
@@ -164,3 +166,5 @@ TEST_F(Plot, LosesAndPretendsNothing) {
             "whole/cut.w64");
     EXPECT_TRUE(shop.Read("cut.png") == shop.Read("whole/cut.png")) << "not all that is there";
 }
+
+}  // namespace w64

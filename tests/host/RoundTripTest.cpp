@@ -1,13 +1,15 @@
 #include "HostWorkshop.h"
 #include "SoundFile.h"
 #include "Wave64Bytes.h"
-#include "host/SampleKind.h"
-#include "host/SpeakerMap.h"
-#include "host/Wave64Writer.h"
+#include "host/formats/SampleKind.h"
+#include "host/formats/SpeakerMap.h"
+#include "host/formats/Wave64Writer.h"
 
 #include <array>
 #include <cmath>
 #include <gtest/gtest.h>
+
+namespace w64 {
 
 namespace {
 
@@ -187,3 +189,5 @@ TEST_F(RoundTrip, SizesPast4GiBAreWhole) {
     EXPECT_EQ(rf64.Container(), SF_FORMAT_RF64);
     EXPECT_EQ(rf64.Info().frames, fiveGiB / 4 + 1);
 }
+
+}  // namespace w64

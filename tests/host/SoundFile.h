@@ -8,6 +8,8 @@
 #include <sndfile.h>
 #include <stdexcept>
 
+namespace w64 {
+
 // The kinds of samples that are not compressed, and their bytes.
 inline const std::map<int, size_t> kLinearKinds = {{SF_FORMAT_PCM_U8, 1}, {SF_FORMAT_PCM_16, 2},
                                                    {SF_FORMAT_PCM_24, 3}, {SF_FORMAT_PCM_32, 4},
@@ -70,3 +72,5 @@ private:
     SF_INFO info_{};
     std::unique_ptr<SNDFILE, Close> file_;
 };
+
+}  // namespace w64

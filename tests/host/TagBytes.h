@@ -5,6 +5,8 @@
 #include <initializer_list>
 #include <utility>
 
+namespace w64 {
+
 // The data of a summary list.
 inline Bytes List(std::initializer_list<std::pair<std::string_view, Bytes>> entries) {
     Bytes list;
@@ -30,3 +32,5 @@ Bytes Text(const Unit* text) {
 inline Wave64Bytes Recording(const Bytes& audio) {
     return Wave64Bytes().Fmt(1, 2, 48000, 24).Chunk("bext", Bytes(701, 'b')).Data(audio);
 }
+
+}  // namespace w64

@@ -1,10 +1,10 @@
 #include "HostWorkshop.h"
 #include "TagBytes.h"
-#include "host/Failure.h"
-#include "host/InputFile.h"
-#include "host/Interrupt.h"
-#include "host/KeptChunks.h"
-#include "host/Replacement.h"
+#include "host/files/InputFile.h"
+#include "host/files/Replacement.h"
+#include "host/tagging/KeptChunks.h"
+#include "host/terminal/Failure.h"
+#include "host/terminal/Interrupt.h"
 
 #include <array>
 #include <chrono>
@@ -17,6 +17,8 @@
 #include <sys/file.h>
 #include <thread>
 #include <unistd.h>
+
+namespace w64 {
 
 namespace {
 
@@ -272,3 +274,5 @@ TEST_F(TagSafety, TheCheckOfACopySeesEveryByteThatIsToStay) {
         EXPECT_EQ(difference.empty(), told.empty());
     }
 }
+
+}  // namespace w64

@@ -9,6 +9,8 @@
 #include <sys/xattr.h>
 #endif
 
+namespace w64 {
+
 namespace {
 
 using Tags = HostTest;
@@ -354,3 +356,5 @@ TEST_F(Options, AreListedSetAndKept) {
     for (const std::string command : {"options 'LIST Text=1'", "tags set a.w64 Title=x"})
         shop.ExpectRefused({{command, 1, "settings in " + file + " cannot be read; nothing was changed\n"}});
 }
+
+}  // namespace w64

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <random>
 
+namespace w64 {
+
 namespace {
 
 class MPEGFile : public testing::Test {
@@ -104,3 +106,5 @@ TEST_F(MPEGFile, AnswersWhatThePluginIs) {
     EXPECT_EQ(Plugin().Set(host.handle, L"IDTags", &record) | Plugin().DeleteATag(host.handle, L"a", nullptr),
               0);
 }
+
+}  // namespace w64

@@ -5,6 +5,8 @@
 #include <random>
 #include <span>
 
+namespace w64 {
+
 namespace {
 
 // An instance that is fed with packets.
@@ -175,3 +177,5 @@ TEST_F(Packets, TimesAreThoseOfTheAudio) {
         EXPECT_EQ(host.Feed(stereo, false), 1);
     }
 }
+
+}  // namespace w64

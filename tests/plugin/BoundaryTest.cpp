@@ -4,6 +4,8 @@
 #include <array>
 #include <gtest/gtest.h>
 
+namespace w64 {
+
 namespace {
 
 Bytes SmallFile() { return Wave64Bytes().Fmt(1, 2, 44100, 16).Data(Pattern(400)).File(); }
@@ -143,3 +145,5 @@ TEST(Boundary, TheTraceTellsWhatIsDoneAndEndsWhereItBegan) {
     };
     for (const std::string line : lines) EXPECT_NE(trace.find(line + "\r\n"), std::string::npos) << trace;
 }
+
+}  // namespace w64

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <limits>
 
+namespace w64 {
+
 namespace {
 
 constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
@@ -152,3 +154,5 @@ TEST_F(Decode, ReachesWhatLiesBeyond4GiB) {
     EXPECT_EQ(host.DecodeAll(), Bytes({'t', 'a', 'i', 'l'}));
     EXPECT_EQ(host.block.PositionMilliseconds, static_cast<int64_t>(audioBytes - 4) * 1000 / 176400);
 }
+
+}  // namespace w64

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+namespace w64 {
+
 namespace {
 
 Bytes Cut(Bytes bytes, size_t size) {
@@ -82,3 +84,5 @@ TEST(HostileInput, SurvivesEveryChangedByte) {
         }
     }
 }
+
+}  // namespace w64

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+namespace w64 {
+
 namespace {
 
 using Sections = std::vector<std::pair<XStr, XStr>>;
@@ -172,3 +174,5 @@ TEST_F(PropertyReport, ListsTheSectionsThatAreAnnouncedAndTracesThem) {
 
     EXPECT_EQ(Report(Wave64Bytes().Fmt(1, 2, 44100, 16).File()), Sections()) << "no audio, no report";
 }
+
+}  // namespace w64

@@ -2,6 +2,8 @@
 
 #include <random>
 
+namespace w64 {
+
 namespace {
 
 bool Holds(const Tags& tags, const XStr& name) {
@@ -237,3 +239,5 @@ TEST_F(TagWalk, SafelyBehind4GiBOfAudio) {
         EXPECT_TRUE(Read() == BlockOf(*SoundChunksOf(FileOf("fmt data:9")), grown != 0 ? half : Tags()));
     }
 }
+
+}  // namespace w64

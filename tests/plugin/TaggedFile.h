@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <sstream>
 
+namespace w64 {
+
 // "INAM=Hello,IART=Abba" as a list of texts: whole as 32-bit characters ("wide") or as 16-bit units and a zero
 // ("utf16"), or 32-bit characters in half the room that they need ("half"). Nothing for no entries.
 inline Bytes ListData(const std::string& form, const std::string& entries) {
@@ -120,3 +122,5 @@ protected:
     const XStr name = FromUTF8(path.native());
     std::optional<PluginHost> host;  // of the last call
 };
+
+}  // namespace w64

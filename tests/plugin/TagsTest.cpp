@@ -5,6 +5,8 @@
 #include <sys/file.h>
 #include <sys/resource.h>
 
+namespace w64 {
+
 namespace {
 
 class TagsOfFile : public TaggedFile {
@@ -305,3 +307,5 @@ TEST_F(TagsOfFile, TellWhenThereIsNoRoom) {
     }
     EXPECT_EQ(host->capture.Errors(), "Error writing to file, disk full?  [WriteThisCompleteChunk]\r\n");
 }
+
+}  // namespace w64

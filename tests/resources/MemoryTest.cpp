@@ -35,3 +35,5 @@ TEST(Memory, StaysBoundedWhateverTheFileClaims) {
     EXPECT_LT(largest.ru_maxrss, 64 * 1024);
 }
 #endif
+
+namespace w64 {}  // namespace w64

@@ -6,6 +6,8 @@
 #include <mutex>
 #include <thread>
 
+namespace w64 {
+
 TEST(Threads, DecodeIndependentlyWithAnInstanceEach) {
     const TempFolder folder;
     const Bytes audio = Pattern(4 * 50000);
@@ -40,3 +42,5 @@ TEST(Threads, OfTheCommandGoOnAfterABadFile) {
         EXPECT_EQ(shop.Read(name), audio);
     EXPECT_EQ(shop.Run("ls out | wc -l").output, "5\n");
 }
+
+}  // namespace w64

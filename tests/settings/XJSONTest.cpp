@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+namespace w64 {
+
 using namespace XJSON;
 
 namespace {
@@ -158,3 +160,5 @@ TEST(JSON, TakesTextsApart) {
     EXPECT_EQ(digits, L"A");
     EXPECT_FALSE(IsSpacing(0) || IsSpacing(33) || IsSpacing(0xA0));
 }
+
+}  // namespace w64

@@ -14,6 +14,8 @@
 #include <thread>
 #include <unistd.h>
 
+namespace w64 {
+
 namespace {
 
 constexpr const wchar_t* kPath = L"Software\\Maker\\Product";
@@ -370,3 +372,5 @@ TEST(Base64, GoesToTextAndBackAndTakesNothingElse) {
     for (const XStr text : {L"Zg=", L"Zg", L"====", L"Z===", L"Zh==", L"Zm9=", L"Zg==Zg==", L"Z g=", L"-_-_"})
         EXPECT_FALSE(FromBase64(text)) << ToUTF8(text);
 }
+
+}  // namespace w64

@@ -1,7 +1,7 @@
 // A sub-decoder that shows what it was given: audio is the packets with every bit turned, as 8-bit mono at
 // 16 kHz. What it lacks or does wrong goes by its name.
 
-#include "plugin/interface/w64_decoder.h"
+#include "interface/w64_decoder.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+namespace w64 {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -153,3 +155,5 @@ TEST_F(SubDecoder, OfMPEGAudioGivesTheSameSamplesAndStartsAnew) {
     EXPECT_EQ(host.capture.Errors(), "Error no MPEG audio found.  [MPEGStream]\r\n"
                                      "Error decoding audio with external Decoder.  [ExternalDecodeData]\r\n");
 }
+
+}  // namespace w64

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+namespace w64 {
+
 using Bytes = std::vector<uint8_t>;
 
 template <class T>
@@ -22,3 +24,5 @@ inline Bytes Pattern(size_t size) {
     for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<uint8_t>(i % 251);
     return bytes;
 }
+
+}  // namespace w64

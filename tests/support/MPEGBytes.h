@@ -7,6 +7,8 @@
 #include <mpg123.h>
 #include <stdexcept>
 
+namespace w64 {
+
 // A second of sound as SoX encodes it: LAME for "mp3", whose rates above 32000 Hz are MPEG-1, above 12000 Hz MPEG-2
 // and below MPEG-2.5; TwoLAME (layer 2) for "mp2". A negative quality is a variable bit rate, and the stream then
 // begins with an MPEG frame that tells about it.
@@ -44,3 +46,5 @@ inline Bytes operator+(Bytes bytes, const Bytes& more) {
     bytes.insert(bytes.end(), more.begin(), more.end());
     return bytes;
 }
+
+}  // namespace w64

@@ -4,10 +4,12 @@
 #include "ReportCapture.h"
 #include "TempFolder.h"
 #include "base/XStr.h"
-#include "plugin/interface/w64_decoder.h"
+#include "interface/w64_decoder.h"
 
 #include <dlfcn.h>
 #include <stdexcept>
+
+namespace w64 {
 
 // The plug-in as a host sees it: nine names in a library.
 struct PluginLibrary {
@@ -100,3 +102,5 @@ public:
     STKvOpenDecoder open{};
     STKvAudioBlock block{};
 };
+
+}  // namespace w64

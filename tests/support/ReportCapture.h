@@ -1,11 +1,13 @@
 #pragma once
 
-#include "plugin/interface/w64_decoder.h"
+#include "interface/w64_decoder.h"
 
 #include <array>
 #include <cstdio>
 #include <string>
 #include <unistd.h>
+
+namespace w64 {
 
 // Three report channels that remember what was written to them.
 class ReportCapture {
@@ -33,3 +35,5 @@ private:
 
     std::array<std::FILE*, 3> files_;
 };
+
+}  // namespace w64

@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <string>
 
+namespace w64 {
+
 // A folder that goes away with its contents.
 class TempFolder {
 public:
@@ -46,3 +48,5 @@ inline Bytes ReadBytes(const std::filesystem::path& path) {
     const std::string text = ReadText(path);
     return {text.begin(), text.end()};
 }
+
+}  // namespace w64

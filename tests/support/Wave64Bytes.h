@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+namespace w64 {
+
 // A Wave64 file in memory, put together without any of the code under test: identifiers are spelt out as a
 // hex dump of such a file shows them.
 class Wave64Bytes {
@@ -80,3 +82,5 @@ private:
                     'w',  'a',  'v',  'e',  0xF3, 0xAC, 0xD3, 0x11,  //
                     0x8C, 0xD1, 0x00, 0xC0, 0x4F, 0x8E, 0xDB, 0x8A};
 };
+
+}  // namespace w64

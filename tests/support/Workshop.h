@@ -6,6 +6,8 @@
 #include <string>
 #include <sys/wait.h>
 
+namespace w64 {
+
 // What one run of a program left behind.
 struct Outcome {
     int status = -1;  // exit status, 128 plus the signal when killed
@@ -45,3 +47,5 @@ inline Bytes Slice(const Bytes& bytes, size_t from, size_t to) {
     };
     return {at(from), at(to)};
 }
+
+}  // namespace w64

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <random>
 
+namespace w64 {
+
 using namespace std::string_view_literals;
 
 namespace {
@@ -234,3 +236,5 @@ TEST(AlbumArt, IsFoundByIndexAndItsNameSplit) {
     NTag::SpiltAlbumArtDesctiptionLine(L"_albumart__Media", description, subDescription);
     EXPECT_EQ(description, L"Media");
 }
+
+}  // namespace w64

@@ -12,6 +12,8 @@
 #include <sstream>
 #include <unistd.h>
 
+namespace w64 {
+
 namespace {
 
 using Pairs = std::vector<std::pair<XStr, XStr>>;
@@ -296,3 +298,5 @@ TEST(SummaryList, SurvivesRandomDamage) {
     }
     EXPECT_GT(read, 20000u);
 }
+
+}  // namespace w64

@@ -8,6 +8,8 @@
 #include <memory>
 #include <vector>
 
+namespace w64 {
+
 namespace {
 
 constexpr int kMost = std::numeric_limits<int>::max();
@@ -143,3 +145,5 @@ TEST(TOCReader, ReadsTheTextForm) {
         EXPECT_EQ(std::memcmp(toc.get(), &expected, sizeof expected), 0) << ToUTF8(text.substr(0, 40));
     }
 }
+
+}  // namespace w64

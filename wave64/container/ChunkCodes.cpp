@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace w64 {
+
 namespace {
 
 constexpr uint32_t Code(const char (&fourcc)[5]) {
@@ -78,3 +80,5 @@ bool CompareID(uint32_t code, std::string_view fourcc, bool anyCase) {
 }
 
 int GetPaddingBytes(int64_t n) { return n <= 0 ? 0 : static_cast<int>((8 - n % 8) % 8); }
+
+}  // namespace w64

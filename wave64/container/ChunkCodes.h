@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+namespace w64 {
+
 // The two names of a chunk: callers speak in four-character codes (32-bit values of the characters in memory
 // order, "fmt " is 0x20746D66), a Wave64 file stores GUIDs. Codes are turned into GUIDs to be compared; the
 // way back exists for log text only.
@@ -29,3 +31,5 @@ bool CompareID(uint32_t code, std::string_view fourcc, bool anyCase);
 
 // Bytes from n up to the next multiple of 8; 0 when n is not positive.
 int GetPaddingBytes(int64_t n);
+
+}  // namespace w64

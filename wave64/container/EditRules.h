@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace w64 {
+
 // How the texts of a summary list are stored.
 enum class LISTText : uint32_t {
     Half = 0,   // 32-bit characters in half the room that they need: values lose their second half
@@ -15,3 +17,5 @@ struct EditRules {
     bool safe = false;
     LISTText text = LISTText::Half;
 };
+
+}  // namespace w64

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+namespace w64 {
+
 // A chunk as it lies in the file. Positions are absolute byte offsets. A copy has its own data.
 struct STRIFFChunk {
     GUID ChunkGUID{};
@@ -14,3 +16,5 @@ struct STRIFFChunk {
     bool WriteHeader = false;      // the header on disk is out of date
     XMem ChunkData;                // waiting to be written; empty when the data is on disk already
 };
+
+}  // namespace w64

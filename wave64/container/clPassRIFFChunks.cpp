@@ -2,6 +2,8 @@
 
 #include "wave64/container/ChunkCodes.h"
 
+namespace w64 {
+
 bool clPassRIFFChunks::AddInternal(uint32_t code, const void* data, uint32_t size, bool beforeData) {
     STPassRIFFChunks chunk{code, {}};
     if (data && !chunk.Data.Assign(data, size)) return false;
@@ -23,3 +25,5 @@ int clPassRIFFChunks::FindChunk(std::string_view fourcc, bool anyCase) const {
     }
     return -1;
 }
+
+}  // namespace w64

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string_view>
 
+namespace w64 {
+
 // A chunk of another file on its way into a new one.
 struct STPassRIFFChunks {
     uint32_t ChunkID = 0;  // four-character code
@@ -28,3 +30,5 @@ public:
 private:
     XObj<STPassRIFFChunks> chunks_;
 };
+
+}  // namespace w64

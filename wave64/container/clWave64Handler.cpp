@@ -1,9 +1,11 @@
 #include "wave64/container/clWave64Handler.h"
 
 #include "base/Saturating.h"
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 
 #include <algorithm>
+
+namespace w64 {
 
 bool clWave64Handler::Initialize(void* fileHandle, const STNStdReport& report) {
     report_ = report;
@@ -64,3 +66,5 @@ bool clWave64Handler::Fail(std::wstring_view message, const char* functionName) 
     StdReport::WriteERROR(message, report_, functionName);
     return false;
 }
+
+}  // namespace w64

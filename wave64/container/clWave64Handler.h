@@ -1,14 +1,16 @@
 #pragma once
 
-#include "audio/WaveFormat.h"
+#include "audio/format/WaveFormat.h"
 #include "base/XFile.h"
 #include "base/XObj.h"
 #include "base/XStr.h"
-#include "plugin/interface/w64_decoder.h"
+#include "interface/w64_decoder.h"
 #include "wave64/container/ChunkCodes.h"
 #include "wave64/container/EditRules.h"
 #include "wave64/container/STRIFFChunk.h"
 #include "wave64/container/clPassRIFFChunks.h"
+
+namespace w64 {
 
 // A Wave64 file: 40 bytes of outer header, then chunks, each a 24-byte header, data, and zero bytes up to the
 // next multiple of 8. The handler keeps one record per chunk, in file order, and reads or writes through a
@@ -119,3 +121,5 @@ private:
     XObj<STRIFFChunk> chunks_;
     STNStdReport report_;
 };
+
+}  // namespace w64

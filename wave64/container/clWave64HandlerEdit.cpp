@@ -3,11 +3,13 @@
 
 #include "base/LittleEndian.h"
 #include "base/Saturating.h"
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 #include "wave64/container/clWave64Handler.h"
 
 #include <algorithm>
 #include <array>
+
+namespace w64 {
 
 namespace {
 
@@ -184,3 +186,5 @@ int64_t clWave64Handler::Room(const STRIFFChunk& chunk) const {
 int64_t clWave64Handler::Slack(const STRIFFChunk& padding) const {
     return rules_.safe ? padding.DataSize : static_cast<int32_t>(static_cast<uint32_t>(padding.DataSize));
 }
+
+}  // namespace w64

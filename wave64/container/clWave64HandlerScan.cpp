@@ -2,12 +2,14 @@
 
 #include "base/LittleEndian.h"
 #include "base/Saturating.h"
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 #include "wave64/container/clWave64Handler.h"
 
 #include <algorithm>
 #include <array>
 #include <limits>
+
+namespace w64 {
 
 namespace {
 
@@ -169,3 +171,5 @@ XStr clWave64Handler::FaultOfLength(int64_t outerSize, int64_t fileSize) const {
     return L"the chunks end at " + Int2Str(riffSize_) + L", the file at " + Int2Str(fileSize) +
            L", and its header says " + Int2Str(outerSize);
 }
+
+}  // namespace w64

@@ -1,13 +1,15 @@
 // Writing a new file, and the headers of an edited one.
 
-#include "audio/XAudioWFX.h"
+#include "audio/format/XAudioWFX.h"
 #include "base/LittleEndian.h"
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 #include "wave64/container/clWave64Handler.h"
 
 #include <algorithm>
 #include <array>
 #include <new>
+
+namespace w64 {
 
 namespace {
 
@@ -165,3 +167,5 @@ bool clWave64Handler::HoldsItsData(const STRIFFChunk& chunk) {
 uint64_t clWave64Handler::SizeField(int64_t bytes) const {
     return rules_.safe ? static_cast<uint64_t>(bytes) : static_cast<uint32_t>(bytes);
 }
+
+}  // namespace w64

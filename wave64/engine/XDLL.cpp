@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+namespace w64 {
+
 void XDLL::FreeDLL() {
     if (library_) ::dlclose(library_);
     library_ = nullptr;
@@ -10,3 +12,5 @@ void XDLL::FreeDLL() {
 void* XDLL::_Load(const wchar_t* path) { return ::dlopen(ToUTF8(path).c_str(), RTLD_NOW | RTLD_LOCAL); }
 
 void* XDLL::_GetProc(void* library, const char* name) { return library ? ::dlsym(library, name) : nullptr; }
+
+}  // namespace w64

@@ -2,6 +2,8 @@
 
 #include "base/XStr.h"
 
+namespace w64 {
+
 // A dynamic library, loaded privately and with all its symbols resolved at once. Unloaded by the destructor.
 class XDLL {
 public:
@@ -22,3 +24,5 @@ protected:
 
     void* library_ = nullptr;
 };
+
+}  // namespace w64

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace w64 {
+
 template <class Function>
 bool clKvDecoder::Find(Function& function, const char* name) {
     function = reinterpret_cast<Function>(_GetProc(library_, name));
@@ -64,3 +66,5 @@ void clKvDecoder::Destroy() {
     } catch (...) {  // NOLINT(bugprone-empty-catch): it is gone either way
     }
 }
+
+}  // namespace w64

@@ -1,7 +1,9 @@
 #pragma once
 
-#include "plugin/interface/w64_decoder.h"
+#include "interface/w64_decoder.h"
 #include "wave64/engine/XDLL.h"
+
+namespace w64 {
 
 // Another decoder plug-in of this family, driven as a host drives this one. It goes from loaded (library open,
 // entry points found) to created (an instance exists) and back; one instance at a time.
@@ -53,3 +55,5 @@ private:
     KvSetModulePathFn setModulePath_ = nullptr;
     void* instance_ = nullptr;
 };
+
+}  // namespace w64

@@ -3,10 +3,12 @@
 #include "wave64/engine/clWaveDecoder.h"
 
 #include "base/XApplication.h"
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 #include "wave64/engine/WaveFormatCopy.h"
 
 #include <algorithm>
+
+namespace w64 {
 
 namespace {
 
@@ -186,3 +188,5 @@ bool clWaveDecoder::Fail(std::wstring_view message, const char* functionName) {
     StdReport::WriteERROR(message, report_, functionName);
     return false;
 }
+
+}  // namespace w64

@@ -1,15 +1,17 @@
 #pragma once
 
-#include "audio/XAudioACMDecoder.h"
-#include "audio/XAudioBufferNew.h"
-#include "audio/XAudioWFX.h"
+#include "audio/buffer/XAudioBufferNew.h"
+#include "audio/format/XAudioWFX.h"
+#include "audio/samples/XAudioACMDecoder.h"
 #include "base/XFile.h"
 #include "base/XMem.h"
 #include "base/XStrList.h"
-#include "plugin/interface/w64_decoder.h"
+#include "interface/w64_decoder.h"
 #include "tags/NTag.h"
 #include "wave64/container/clWave64Handler.h"
 #include "wave64/engine/clKvDecoder.h"
+
+namespace w64 {
 
 // Decodes one Wave64 file: what its format and data chunks say, the decode range, and audio block by block.
 // PCM and float are handed out as they are stored; MPEG audio goes through a sub-decoder plug-in "mp3.dll"
@@ -121,3 +123,5 @@ private:
     int64_t currentOffset_ = 0;  // of the next byte to read
     int64_t bytesLeft_ = 0;      // no part of a frame is ever read
 };
+
+}  // namespace w64

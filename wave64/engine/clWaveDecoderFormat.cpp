@@ -1,11 +1,13 @@
 // What the format, data and fact chunks say.
 
 #include "base/Saturating.h"
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 #include "wave64/engine/WaveFormatCopy.h"
 #include "wave64/engine/clWaveDecoder.h"
 
 #include <algorithm>
+
+namespace w64 {
 
 namespace {
 
@@ -147,3 +149,5 @@ int64_t clWaveDecoder::OffsetOfFrame(int64_t origin, int64_t frame) {
 int64_t clWaveDecoder::ClampToData(int64_t offset) const { return std::clamp(offset, dataStart_, dataEnd_); }
 
 uint32_t clWaveDecoder::BitRate() const { return stored_.AvgBytesPerSec() * 8u; }
+
+}  // namespace w64

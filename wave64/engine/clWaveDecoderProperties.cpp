@@ -1,10 +1,12 @@
 // The file in words, section by section.
 
 #include "base/XInternational.h"
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 #include "wave64/engine/clWaveDecoder.h"
 
 #include <algorithm>
+
+namespace w64 {
 
 namespace {
 
@@ -138,3 +140,5 @@ XStr clWaveDecoder::ChunkListText() {
     }
     return list;
 }
+
+}  // namespace w64

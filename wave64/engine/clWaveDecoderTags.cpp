@@ -1,9 +1,11 @@
 // Tags on their way between a host and a file.
 
-#include "plugin/interface/StdReport.h"
+#include "interface/StdReport.h"
 #include "tags/ChunkTags.h"
 #include "tags/TagWriter.h"
 #include "wave64/engine/clWaveDecoder.h"
+
+namespace w64 {
 
 const XMem* clWaveDecoder::ReadIDTags(XStr& chunkNames) {
     StdReport::WriteDEBUG(L"->->", report_, "ReadIDTags", true);
@@ -52,3 +54,5 @@ bool clWaveDecoder::IDTagWriter(const wchar_t* fileName, NTag& tags, bool delete
     const TagEdit edit = deleteAll ? TagEdit::DeleteAll : deleteNamed ? TagEdit::DeleteNamed : TagEdit::Merge;
     return TagWriter(report).Edit(fileName, edit, tags);
 }
+
+}  // namespace w64

@@ -1,0 +1,292 @@
+#include "audio/resample/SpectralFreqConv.h"
+
+#include "audio/fft/VectorComplex.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace w64 {
+
+namespace {
+
+constexpr double kMaxDelay = 0.4;            // seconds, for sources from kUsualRate up
+constexpr double kMaxDelayAtLowRates = 1.0;  // seconds
+constexpr double kUsualRate = 44100;         // Hz
+constexpr int64_t kMaxPoints = 98304;        // keeps a converter within a few MiB
+constexpr double kMinResponse = 1e-15;       // a double would not show less
+
+constexpr int64_t kMaxSamples = int64_t{1} << 16;  // of the short filter's response
+
+// Tiles from 0 to the stop-band edge of a filter.
+int64_t PassBandTiles(const LowPass& filter, int64_t tilesOfRate) {
+    const double share = filter.StopEdge() / static_cast<double>(filter.rate);
+    if (share >= 0.5) return tilesOfRate / 2;
+    return static_cast<int64_t>(share * static_cast<double>(tilesOfRate)) + 1;
+}
+
+// Eight floats.
+using Floats = float __attribute__((vector_size(32)));
+using FloatsInMemory [[gnu::aligned(4), gnu::may_alias]] = Floats;
+using FourFloats = float __attribute__((vector_size(16)));
+using FourFloatsInMemory [[gnu::aligned(4), gnu::may_alias]] = FourFloats;
+static_assert(alignof(FloatsInMemory) == 4 && alignof(FourFloatsInMemory) == 4);
+
+W64_INLINE Floats LoadFloats(const float* from) { return *reinterpret_cast<const FloatsInMemory*>(from); }
+W64_INLINE Vector LoadAsDoubles(const float* from) {
+    return __builtin_convertvector(FourFloats(*reinterpret_cast<const FourFloatsInMemory*>(from)), Vector);
+}
+W64_INLINE void StoreAsFloats(float* to, const Vector& value) {
+    *reinterpret_cast<FourFloatsInMemory*>(to) = __builtin_convertvector(value, FourFloats);
+}
+
+// Sums of a tile's bins.
+struct Tile {
+    Floats re[kTile / kFloats];
+    Floats im[kTile / kFloats];
+
+    // Adds the tile of a source times a response.
+    template <class Response>
+    W64_INLINE void Add(const float* source, Response response) {
+        for (int64_t i = 0; i < kTile / kFloats; ++i) {
+            const Floats by = response.Next();
+            re[i] += by * LoadFloats(source + kFloats * i);
+            im[i] += by * LoadFloats(source + kFloats * i + kTile);
+        }
+    }
+
+    W64_INLINE void Multiply(const float* response) {
+        for (int64_t i = 0; i < kTile / kFloats; ++i) {
+            const Floats by = LoadFloats(response + kFloats * i);
+            re[i] *= by;
+            im[i] *= by;
+        }
+    }
+
+    W64_INLINE Complex At(int64_t k) const {
+        return {LoadAsDoubles(reinterpret_cast<const float*>(re) + k),
+                LoadAsDoubles(reinterpret_cast<const float*>(im) + k)};
+    }
+};
+
+struct SpectraView {
+    int64_t inPoints;
+    int64_t outPoints;
+    const double* in;
+    const double* passBand;
+    double* out;
+    float* inTiles;
+    float* outTiles;  // null for images of the input
+    const float* longResponse;
+    const SpectralTiles& tiles;
+
+    // The input bin at the same frequency as output bin k, which is negative from half the points on.
+    W64_INLINE int64_t InputBin(int64_t k) const {
+        return (k < outPoints / 2 ? k : k + outPoints * (inPoints - 1)) % inPoints;
+    }
+};
+
+W64_INLINE Complex InPassBand(const SpectraView& view, int64_t from, int64_t k) {
+    const Vector by = LoadVector(view.passBand + k);
+    const Complex value = LoadGroup(view.in + 2 * from);
+    return {by * value.re, by * value.im};
+}
+
+W64_INLINE void StoreInTile(const Complex& value, float* to) {
+    StoreAsFloats(to, value.re);
+    StoreAsFloats(to + kTile, value.im);
+}
+
+W64_VECTOR_CLONES void FillTiles(const SpectraView& view) {
+    for (int64_t tile = 0; tile < view.inPoints / kTile; ++tile) {
+        float* const to = view.inTiles + view.tiles.inOrder.PlaceOf(tile);
+        for (int64_t k = 0; k < kTile; k += kLanes) {
+            StoreInTile(LoadGroup(view.in + 2 * (tile * kTile + k)), to + k);
+        }
+    }
+    if (!view.outTiles) return;
+    for (int64_t tile = 0; tile < view.outPoints / kTile; ++tile) {
+        float* const to = view.outTiles + view.tiles.outOrder.PlaceOf(tile);
+        const int64_t first = tile * kTile;
+        const int64_t from = view.InputBin(first);
+        for (int64_t k = 0; k < kTile; k += kLanes) {
+            StoreInTile(InPassBand(view, from + k, first + k), to + k);
+        }
+    }
+}
+
+// Responses to multiply images and aliases with, eight bins at a time.
+struct CurvedResponse {
+    Floats at;
+    Floats slope;
+    float curvature;
+
+    W64_INLINE explicit CurvedResponse(const SpectralTiles::Image& image) : curvature(image.curvature) {
+        const Floats u = Floats{0, 1, 2, 3, 4, 5, 6, 7} / kFloats;
+        at = image.start + u * image.slope + u * u / 2 * curvature;
+        slope = image.slope + (u + 0.5F) * curvature;
+    }
+
+    W64_INLINE Floats Next() {
+        const Floats responses = at;
+        at += slope;
+        slope += curvature;
+        return responses;
+    }
+};
+struct TabledResponse {
+    const float* at;
+
+    W64_INLINE Floats Next() {
+        const Floats responses = LoadFloats(at);
+        at += kFloats;
+        return responses;
+    }
+};
+
+W64_VECTOR_CLONES void MultiplySpectra(const SpectraView& view) {
+    const float* const images = view.outTiles ? view.outTiles : view.inTiles;
+    const SpectralTiles::Image* image = view.tiles.images.data();
+    const int32_t* alias = view.tiles.aliases.data();
+    const float* responses = view.tiles.responses.data();
+    for (const auto [firstBin, passes, imageCount, aliasCount] : view.tiles.sums) {
+        Tile sum = {};
+        for (const SpectralTiles::Image* const end = image + imageCount; image != end; ++image) {
+            sum.Add(images + image->place, CurvedResponse(*image));
+        }
+        if (imageCount > 0 && !view.outTiles) sum.Multiply(view.longResponse + firstBin);
+        for (const int32_t* const end = alias + aliasCount; alias != end; ++alias, responses += kTile) {
+            sum.Add(view.inTiles + *alias, TabledResponse{responses});
+        }
+        const int64_t inputBin = view.InputBin(firstBin);
+        for (int64_t k = 0; k < kTile; k += kLanes) {
+            const Complex stopped = sum.At(k);
+            StoreGroup(view.out + 2 * (firstBin + k),
+                       passes ? InPassBand(view, inputBin + k, firstBin + k) + stopped : stopped);
+        }
+    }
+}
+
+}  // namespace
+
+std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqConvDesign& design) {
+    const LowPass& shortFilter = design.shortFilter;
+    if (SmoothResponse::SamplesFor(shortFilter) > kMaxSamples) return std::nullopt;
+    Block block{design.step, design.shortFirst ? design.phases : design.phases * design.branches, 0, 0};
+    const int64_t spacing = (design.shortFirst ? block.inPeriod : block.outPeriod) / design.branches;
+    const int64_t reach = shortFilter.length / 2 + design.longFilter.length / 2 * spacing;
+    const int64_t period = block.inPeriod * block.outPeriod;
+    block.margin = (reach + period - 1) / period;
+
+    const double periodsPerSecond = static_cast<double>(design.longRate) /
+                                    static_cast<double>(design.shortFirst ? block.outPeriod : block.inPeriod);
+    const double sourceRate = periodsPerSecond * static_cast<double>(block.inPeriod);
+    const double delay =
+        std::clamp(kMaxDelay * kUsualRate / sourceRate, kMaxDelay, kMaxDelayAtLowRates) * periodsPerSecond;
+
+    // Both spectra must consist of whole tiles, half of them at negative frequencies.
+    const auto work = [](int64_t points) {
+        return static_cast<double>(points) * (5 + std::log2(static_cast<double>(points)));
+    };
+    double minWork = std::numeric_limits<double>::infinity();
+    const int64_t maxPeriods = std::min(kMaxPoints / std::max(block.inPeriod, block.outPeriod),
+                                        block.margin + static_cast<int64_t>(delay));
+    int64_t best = 0;
+    for (block.periods = 2 * kTile; block.periods <= maxPeriods; block.periods += 2 * kTile) {
+        if (block.Hop() <= 0 || !FFTGrid::Takes(block.InPoints()) || !FFTGrid::Takes(block.OutPoints()))
+            continue;
+        const double workPerPeriod =
+            (work(block.InPoints()) + work(block.OutPoints())) / static_cast<double>(block.Hop());
+        if (workPerPeriod >= minWork) continue;
+        minWork = workPerPeriod;
+        best = block.periods;
+    }
+    block.periods = best;
+    if (best == 0) return std::nullopt;
+    return block;
+}
+
+std::unique_ptr<SpectralFreqConv> SpectralFreqConv::Create(const FreqConvDesign& design, int channels) {
+    const std::optional<Block> block = ChooseBlock(design);
+    if (!block) return nullptr;
+    return std::unique_ptr<SpectralFreqConv>(new SpectralFreqConv(design, *block, channels));
+}
+
+SpectralFreqConv::SpectralFreqConv(const FreqConvDesign& design, const Block& block, int channels)
+    : FreqConvEngine(channels), block_(block), inGrid_(block.InPoints()), outGrid_(block.OutPoints()),
+      imagesOfInput_(design.shortFirst) {
+    Design(design);
+    const auto inPoints = static_cast<size_t>(block.InPoints());
+    const auto outPoints = static_cast<size_t>(block.OutPoints());
+    in_.resize(2 * inPoints);
+    out_.resize(2 * outPoints);
+    work_.resize(std::max(in_.size(), out_.size()));
+    inTiles_.resize(2 * inPoints);
+    if (!imagesOfInput_) outTiles_.resize(2 * outPoints);
+    Restart();
+}
+
+void SpectralFreqConv::Design(const FreqConvDesign& design) {
+    const int64_t inPoints = block_.InPoints();
+    const int64_t outPoints = block_.OutPoints();
+    const int64_t longPoints = design.branches * (imagesOfInput_ ? outPoints : inPoints);
+    const int64_t commonPoints = inPoints * block_.outPeriod;
+    // 1 / N. The gains of both filters together are outPeriod.
+    const double gain = design.longScale * static_cast<double>(design.phases) /
+                        static_cast<double>(block_.inPeriod * outPoints);
+    const SmoothResponse shortResponse(design.shortFilter, gain, static_cast<double>(commonPoints));
+    const AlignedDoubles longResponse = ResponseOf(design.longFilter, 1, longPoints);
+
+    const SpectralTiles::Sizes sizes = {inPoints / kTile, outPoints / kTile, commonPoints / kTile,
+                                        PassBandTiles(design.longFilter, longPoints / kTile),
+                                        PassBandTiles(design.shortFilter, commonPoints / kTile)};
+    passBand_.resize(static_cast<size_t>(outPoints));
+    longResponse_.resize(passBand_.size());
+    for (int64_t k = 0; k <= std::min(sizes.longPassBand * kTile, outPoints / 2); ++k) {
+        const double ofLong = longResponse[static_cast<size_t>(k % longPoints)];
+        const double ofShort = shortResponse.At<16>(k);
+        for (const int64_t either : {k, (outPoints - k) % outPoints}) {
+            passBand_[static_cast<size_t>(either)] = ofLong * ofShort;
+            longResponse_[static_cast<size_t>(either)] = static_cast<float>(ofLong);
+        }
+    }
+    tiles_ = SpectralTiles::List(sizes, imagesOfInput_, longResponse, shortResponse, kMinResponse * gain);
+}
+
+int64_t SpectralFreqConv::Needed(int64_t blocks) const {
+    if (blocks == 0) return 0;
+    return ((blocks - 1) * block_.Hop() + block_.periods - block_.margin) * block_.inPeriod;
+}
+
+int64_t SpectralFreqConv::Produced(int64_t blocks) const { return blocks * block_.Hop() * block_.outPeriod; }
+
+void SpectralFreqConv::RestartPairs(size_t pairs) {
+    overlap_.assign(pairs, AlignedDoubles(static_cast<size_t>(2 * block_.margin * block_.inPeriod), 0.0));
+}
+
+double* SpectralFreqConv::InputOf(size_t pair, int64_t /*frames*/) {
+    return std::copy(overlap_[pair].begin(), overlap_[pair].end(), in_.data());
+}
+
+const double* SpectralFreqConv::Convert(size_t pair, int64_t frames) {
+    overlap_[pair].assign(in_.end() - 4 * block_.margin * block_.inPeriod, in_.end());
+    inGrid_.Forward(in_.data(), in_.data(), work_.data());
+    const SpectraView view = {block_.InPoints(),
+                              block_.OutPoints(),
+                              in_.data(),
+                              passBand_.data(),
+                              out_.data(),
+                              inTiles_.data(),
+                              imagesOfInput_ ? nullptr : outTiles_.data(),
+                              longResponse_.data(),
+                              tiles_};
+    FillTiles(view);
+    MultiplySpectra(view);
+    const int64_t first = block_.margin * block_.outPeriod;
+    const int64_t aligned = first / kLanes * kLanes;
+    const int64_t end = (first + frames + kLanes - 1) / kLanes * kLanes;
+    outGrid_.Inverse(out_.data(), out_.data(), aligned, end, work_.data());
+    return out_.data() + 2 * (first - aligned);
+}
+
+}  // namespace w64

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "audio/fft/FFTGrid.h"
+#include "audio/resample/FreqConvEngine.h"
+#include "audio/resample/SpectralTiles.h"
+#include "audio/resample/XAudioFreqConvDesign.h"
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace w64 {
+
+// Both filters of a conversion and the change of rate, as one product of spectra per block (overlap-save).
+// docs/resampler.md walks a block through it.
+//
+// A block is N input frames and M output frames of the same duration. On the finest common grid of both
+// rates, with L = N * outPeriod = M * inPeriod points a block, the input's spectrum repeats every N bins (its
+// frames with zeros between them), and keeping every inPeriod-th point adds up all bins that are M apart:
+//
+//     Y[k] = 1 / N * sum over i = 0 .. inPeriod - 1 of X[j mod N] * H_long[j mod P] * H_short[j]
+//                    with j = (k + i M) mod L, counted from -L / 2 to L / 2
+//
+//     X        N bins   spectrum of the input block
+//     Y        M bins   spectrum of the output block
+//     H_long   P bins   response of the long filter: P = branches * M, or branches * N where it comes first
+//     H_short  L bins   response of the short filter
+//
+// Both responses are 1 in the pass band. The factor 1 / N is outPeriod for the zeros put between the frames,
+// 1 / inPeriod for the frames dropped, and 1 / M for the inverse transform, which is unscaled.
+//
+// What adds up in a bin:
+//
+//     pass band   j = k, where both filters pass.
+//     images      j near +-P, +-2 P, ..., where the long filter passes again. The short filter stops them.
+//     aliases     the other j that the short filter passes. The long filter stops them.
+//     the rest    is stopped by both filters and left out.
+//
+// Only the pass-band term needs double precision; images and aliases are 170 dB lower, so float is exact
+// enough for them. They are summed in tiles of 32 bins (SpectralTiles).
+//
+// Images differ by direction. Upwards P is a multiple of M: all images in bin k have the same H_long[k],
+// which is multiplied with the sum of X * H_short. Downwards P is a multiple of N: X * H_long of an image is
+// that of the pass-band term that it repeats, so the pass-band terms themselves are multiplied with H_short
+// and summed. Down to a whole part of the rate the short filter is 1 and P = L: there are no images.
+//
+// A. V. Oppenheim, R. W. Schafer: Discrete-Time Signal Processing (overlap-save). R. E. Crochiere, L. R.
+// Rabiner: Multirate Digital Signal Processing, 1983. M. Borgerding: Turning Overlap-Save into a Multiband
+// Mixing, Downsampling Filter Bank, IEEE Signal Processing Magazine 23 (2), 2006.
+class SpectralFreqConv : public FreqConvEngine {
+public:
+    // Null when no block size suits both rates; OverlapFreqConv takes any rates.
+    static std::unique_ptr<SpectralFreqConv> Create(const FreqConvDesign& design, int channels);
+
+    int64_t Needed(int64_t blocks) const override;
+    int64_t Produced(int64_t blocks) const override;
+
+private:
+    // A period is the shortest time that is a whole number of frames at both rates.
+    struct Block {
+        int64_t inPeriod;   // frames
+        int64_t outPeriod;  // frames
+        int64_t periods;
+        int64_t margin;  // periods at either end that wrap-around spoils
+
+        int64_t InPoints() const { return periods * inPeriod; }    // N
+        int64_t OutPoints() const { return periods * outPeriod; }  // M
+        int64_t Hop() const { return periods - 2 * margin; }
+    };
+
+    static std::optional<Block> ChooseBlock(const FreqConvDesign& design);
+
+    SpectralFreqConv(const FreqConvDesign& design, const Block& block, int channels);
+
+    void RestartPairs(size_t pairs) override;
+    double* InputOf(size_t pair, int64_t frames) override;
+    const double* Convert(size_t pair, int64_t frames) override;
+
+    void Design(const FreqConvDesign& design);
+
+    Block block_;
+    FFTGrid inGrid_;              // N points
+    FFTGrid outGrid_;             // M points
+    bool imagesOfInput_;          // or else of the pass-band terms
+    AlignedDoubles passBand_;     // M: H_long[k] * H_short[k] / N, set where the long filter passes
+    AlignedFloats longResponse_;  // M: H_long[k], likewise
+    SpectralTiles tiles_;         // images and aliases
+    std::vector<AlignedDoubles>
+        overlap_;         // frames that a pair's next block begins with: 2 margins, at first 1
+    AlignedDoubles in_;   // 2 N: frames of a pair, then X
+    AlignedDoubles out_;  // 2 M: Y, then frames
+    AlignedDoubles work_;
+    AlignedFloats inTiles_;   // 2 N: X
+    AlignedFloats outTiles_;  // 2 M: pass-band terms; empty for images of the input
+};
+
+}  // namespace w64

@@ -1,0 +1,145 @@
+#include "audio/resample/SpectralTiles.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <utility>
+
+namespace w64 {
+
+namespace {
+
+constexpr int64_t kSteps = kTile / kFloats;
+
+// The short filter's response at the corners of tiles, computed on first use.
+class TileCorners {
+public:
+    TileCorners(const SmoothResponse& response, int64_t tiles)
+        : response_(response), tiles_(tiles),
+          corners_(static_cast<size_t>(tiles / 2 + 1), std::numeric_limits<double>::quiet_NaN()) {}
+
+    double At(int64_t tile) {
+        const int64_t distance = std::abs(tile);
+        const int64_t folded = std::min(distance, tiles_ - distance);
+        double& corner = corners_[static_cast<size_t>(folded)];
+        if (std::isnan(corner)) corner = response_.At<6>(folded * kTile);
+        return corner;
+    }
+
+private:
+    const SmoothResponse& response_;
+    int64_t tiles_;
+    std::vector<double> corners_;
+};
+
+// For each output tile, goes through the tiles of the common grid that fall onto it: those a multiple of the
+// output's period away.
+class TileLister {
+public:
+    TileLister(const SpectralTiles::Sizes& sizes, bool imagesOfInput, std::span<const double> longResponse,
+               const SmoothResponse& shortResponse, double threshold)
+        : sizes_(sizes), long_(static_cast<int64_t>(longResponse.size()) / kTile),
+          imagesOfInput_(imagesOfInput), longResponse_(longResponse), corners_(shortResponse, sizes.common),
+          threshold_(threshold) {
+        for (size_t k = 0; k < longResponse.size(); k += kTile) {
+            const auto [low, high] = std::minmax_element(&longResponse[k], &longResponse[k] + kTile);
+            largest_.push_back(std::max(-*low, *high));
+        }
+        const int64_t apart = std::gcd(long_, imagesOfInput ? sizes.in : sizes.out);
+        tiles_.inOrder = {sizes.in, imagesOfInput ? apart : 1};
+        tiles_.outOrder = {sizes.out, apart};
+        for (int64_t first = 0; first < apart; ++first) {
+            for (int64_t tile = first - sizes.out / 2; tile < sizes.out / 2; tile += apart) AddSum(tile);
+        }
+    }
+
+    SpectralTiles Listed() { return std::move(tiles_); }
+
+private:
+    // A tile's number in a spectrum with a period of `tiles`, from 0 on or, centred, from -tiles / 2 on.
+    static int64_t Wrapped(int64_t tile, int64_t tiles) {
+        const int64_t rest = tile % tiles;
+        return rest < 0 ? rest + tiles : rest;
+    }
+    static int64_t Centred(int64_t tile, int64_t tiles) {
+        const int64_t wrapped = Wrapped(tile, tiles);
+        return wrapped < tiles / 2 ? wrapped : wrapped - tiles;
+    }
+
+    static bool IsWithin(int64_t tile, int64_t tiles) { return -tiles <= tile && tile < tiles; }
+
+    void AddSum(int64_t tile) {
+        const bool passes = IsWithin(tile, sizes_.longPassBand);
+        const int64_t first = Wrapped(tile, sizes_.out) * kTile;
+        tiles_.sums.push_back({static_cast<int32_t>(first), passes, 0, 0});
+        if (passes) AddImages(tile);
+        AddAliases(tile, passes);
+    }
+
+    // Around the multiples of the long filter's rate, where its response repeats the pass band.
+    void AddImages(int64_t tile) {
+        // Pass-band terms have been multiplied with the short filter's response already, which is flat there.
+        const double applied = imagesOfInput_ ? 1 : corners_.At(0);
+        for (int64_t centre = long_; centre < sizes_.common; centre += long_) {
+            const int64_t from = Centred(tile - centre, sizes_.out);
+            const int64_t at = centre + from;
+            const double start = corners_.At(at);
+            const double end = corners_.At(at + 1);
+            if (IsNegligible(start, end, from)) continue;
+            const double curvature =
+                (corners_.At(at - 1) - start - end + corners_.At(at + 2)) / (2 * kSteps * kSteps);
+            const double slope = (end - start) / kSteps - curvature * kSteps / 2;
+            const int32_t source = imagesOfInput_ ? tiles_.inOrder.PlaceOf(at % sizes_.in)
+                                                  : tiles_.outOrder.PlaceOf(Wrapped(from, sizes_.out));
+            tiles_.images.push_back({source, static_cast<float>(start / applied),
+                                     static_cast<float>(slope / applied),
+                                     static_cast<float>(curvature / applied)});
+            ++tiles_.sums.back().imageCount;
+        }
+    }
+
+    // Around 0, where the short filter passes, without the pass band and the images.
+    void AddAliases(int64_t tile, bool passes) {
+        const int64_t first = Wrapped(tile + sizes_.shortPassBand, sizes_.out) - sizes_.shortPassBand;
+        for (int64_t at = first; at < sizes_.shortPassBand; at += sizes_.out) {
+            const int64_t inLong = Wrapped(at, long_);
+            if (passes && IsWithin(Centred(at, long_), sizes_.out / 2)) continue;
+            const double start = corners_.At(at);
+            const double end = corners_.At(at + 1);
+            if (IsNegligible(start, end, inLong)) continue;
+            tiles_.aliases.push_back(tiles_.inOrder.PlaceOf(Wrapped(at, sizes_.in)));
+            const double slope = (end - start) / kTile;
+            const double* ofLong = &longResponse_[static_cast<size_t>(inLong * kTile)];
+            for (int64_t k = 0; k < kTile; ++k) {
+                tiles_.responses.push_back(
+                    static_cast<float>((start + slope * static_cast<double>(k)) * ofLong[k]));
+            }
+            ++tiles_.sums.back().aliasCount;
+        }
+    }
+
+    bool IsNegligible(double start, double end, int64_t inLong) const {
+        const double response = std::max(std::abs(start), std::abs(end));
+        return response * largest_[static_cast<size_t>(Wrapped(inLong, long_))] < threshold_;
+    }
+
+    SpectralTiles::Sizes sizes_;
+    int64_t long_;
+    bool imagesOfInput_;
+    std::span<const double> longResponse_;
+    TileCorners corners_;
+    double threshold_;
+    std::vector<double> largest_;  // of the long filter's response, in each tile
+    SpectralTiles tiles_;
+};
+
+}  // namespace
+
+SpectralTiles SpectralTiles::List(const Sizes& sizes, bool imagesOfInput,
+                                  std::span<const double> longResponse, const SmoothResponse& shortResponse,
+                                  double threshold) {
+    return TileLister(sizes, imagesOfInput, longResponse, shortResponse, threshold).Listed();
+}
+
+}  // namespace w64

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "audio/fft/CacheLineAllocator.h"
+#include "audio/resample/SmoothResponse.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace w64 {
+
+// Spectra are processed in tiles.
+constexpr int64_t kTile = 32;   // bins
+constexpr int64_t kFloats = 8;  // bins in a vector of floats
+
+// Where the tiles of a spectrum are in memory as floats: each has 32 real parts, then 32 imaginary ones.
+// Tiles whose numbers differ by multiples of `apart` are neighbours: they are images of one another.
+struct TileOrder {
+    int64_t tiles;
+    int64_t apart;
+
+    int32_t PlaceOf(int64_t tile) const {
+        return static_cast<int32_t>((tile % apart * (tiles / apart) + tile / apart) * 2 * kTile);
+    }
+};
+
+// For each output tile, the input tiles that fall onto it as images or aliases, and both filters' combined
+// response there (see SpectralFreqConv). Neither the pass band nor what both filters stop is listed.
+struct SpectralTiles {
+    // A tile of the output. It takes the next `imageCount` images and the next `aliasCount` aliases.
+    struct Sum {
+        int32_t firstBin;
+        bool passes;  // the long filter
+        int32_t imageCount;
+        int32_t aliasCount;
+    };
+
+    // Stopped by the short filter alone. Its response over the tile is start + slope * u + curvature * u^2 /
+    // 2, where u counts vectors of bins.
+    struct Image {
+        int32_t place;
+        float start;
+        float slope;
+        float curvature;
+    };
+
+    // In tiles.
+    struct Sizes {
+        int64_t in;             // N
+        int64_t out;            // M
+        int64_t common;         // L, the period of the short filter's response
+        int64_t longPassBand;   // from 0 to the stop-band edge of the long filter
+        int64_t shortPassBand;  // likewise of the short filter
+    };
+
+    // `longResponse` is one period of the long filter's response. Images are either of the input, or of the
+    // pass-band terms. Responses below the threshold are left out.
+    static SpectralTiles List(const Sizes& sizes, bool imagesOfInput, std::span<const double> longResponse,
+                              const SmoothResponse& shortResponse, double threshold);
+
+    TileOrder inOrder;
+    TileOrder outOrder;
+    std::vector<Sum> sums;         // those that share images come one after the other
+    std::vector<Image> images;     // places in inOrder or, of pass-band terms, in outOrder
+    std::vector<int32_t> aliases;  // places in inOrder
+    AlignedFloats responses;       // kTile for each of the aliases
+};
+
+}  // namespace w64

@@ -1,0 +1,159 @@
+#include "host/commands/Commands.h"
+#include "host/commands/ReportOnFiles.h"
+#include "host/files/InputFile.h"
+#include "host/layout/ChunkBar.h"
+#include "host/layout/ChunkWalk.h"
+#include "host/terminal/Failure.h"
+#include "host/terminal/FormatText.h"
+#include "host/terminal/Terminal.h"
+
+#include <algorithm>
+#include <array>
+#include <iomanip>
+#include <iostream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+#include <utility>
+
+namespace w64 {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// One file, as far as chunks can be told in it.
+struct ChunkList {
+    const std::string& name;
+    int64_t fileBytes;
+    std::vector<WalkedChunk> chunks;
+    int64_t bytesInNoChunk;  // from the last chunk to the end of the file
+    bool isDamaged;
+};
+
+ChunkList ListChunks(const std::string& name) {
+    InputFile file(name);
+    ChunkList list{name, file.Size(), {}, 0, false};
+    ChunkWalk walk(file, ReadOuterSize(file));
+    while (const auto chunk = walk.Next()) {
+        list.chunks.push_back(*chunk);
+        list.isDamaged = list.isDamaged || chunk->fit != ChunkFit::Whole;
+    }
+    list.bytesInNoChunk = walk.BytesLeft();
+    list.isDamaged = list.isDamaged || walk.StoppedBy() != ChunkWalk::Stop::FileEnd;
+    return list;
+}
+
+void Describe(const ChunkList& list, Json& json) {
+    json["bytes"] = list.fileBytes;
+    json["chunks"] = Json::array();
+    for (const WalkedChunk& chunk : list.chunks) {
+        json["chunks"].push_back({{"name", ChunkName(chunk.identifier)},
+                                  {"offset", chunk.position},
+                                  {"bytes", chunk.dataBytes},
+                                  {"padding", chunk.paddingBytes},
+                                  {"kind", NameOf(KindOfChunk(chunk.identifier))}});
+        if (chunk.fit != ChunkFit::Whole) json["chunks"].back()["sizeField"] = chunk.sizeField;
+    }
+    if (list.bytesInNoChunk != 0) json["bytesInNoChunk"] = list.bytesInNoChunk;
+}
+
+// Columns as wide as what stands in them.
+class Table {
+public:
+    explicit Table(const std::vector<WalkedChunk>& chunks) {
+        for (const WalkedChunk& chunk : chunks) Fit(Cells(chunk));
+    }
+
+    void Print(const WalkedChunk& chunk) const { Print(Cells(chunk)); }
+    void PrintTitles() const { Print(kTitles); }
+
+private:
+    using Row = std::array<std::string, 5>;
+
+    static Row Cells(const WalkedChunk& chunk) {
+        return {ChunkName(chunk.identifier), NameOf(KindOfChunk(chunk.identifier)), Grouped(chunk.position),
+                Grouped(chunk.dataBytes), Grouped(chunk.paddingBytes)};
+    }
+
+    void Fit(const Row& row) {
+        for (size_t i = 0; i < row.size(); ++i) widths_[i] = std::max(widths_[i], row[i].size());
+    }
+
+    void Print(const Row& row) const {
+        for (size_t i = 0; i < row.size(); ++i) {
+            std::cout << "  " << (i < 2 ? std::left : std::right) << std::setw(static_cast<int>(widths_[i]))
+                      << row[i];
+        }
+        std::cout << "\n";
+    }
+
+    inline static const Row kTitles = {"Chunk", "Kind", "Offset", "Bytes", "Padding"};
+    std::array<size_t, kTitles.size()> widths_ = {5, 6, 6, 5, 7};
+};
+
+const char* Meaning(ChunkKind kind) {
+    switch (kind) {
+    case ChunkKind::Format:
+        return ", how to read the audio";
+    case ChunkKind::Tags:
+        return ", texts that go with the audio";
+    case ChunkKind::Slack:
+        return ", kept free so that tags can grow";
+    case ChunkKind::None:
+        return ", in no chunk";
+    default:
+        return "";
+    }
+}
+
+void PrintBar(const ChunkList& list) {
+    constexpr size_t kLeastColumns = 24;
+    constexpr size_t kColumnsOfNoTerminal = 72;
+    constexpr size_t kIndent = 2;
+    ChunkBar bar;
+    std::map<ChunkKind, int64_t> bytesOf;
+    for (const WalkedChunk& chunk : list.chunks) {
+        const ChunkKind kind = KindOfChunk(chunk.identifier);
+        bar.Add(kind, chunk.End() - chunk.position);
+        bytesOf[kind] += chunk.dataBytes;
+    }
+    if (list.bytesInNoChunk != 0) {
+        bar.Add(ChunkKind::None, list.bytesInNoChunk);
+        bytesOf[ChunkKind::None] = list.bytesInNoChunk;
+    }
+    const size_t columns = TerminalColumns(STDOUT_FILENO).value_or(kColumnsOfNoTerminal);
+    const bool colored = ShowsColors(STDOUT_FILENO);
+    std::cout << "\n  " << bar.Line(std::max(columns, kLeastColumns) - kIndent, colored) << "\n";
+    const auto width = static_cast<int>(Grouped(list.fileBytes).size());
+    for (const auto& [kind, bytes] : bytesOf) {
+        std::cout << "  " << ChunkBar::Symbol(kind, colored) << "  " << std::left << std::setw(6)
+                  << NameOf(kind) << "  " << std::right << std::setw(width) << Grouped(bytes) << " bytes"
+                  << Meaning(kind) << "\n";
+    }
+}
+
+void Print(const ChunkList& list, bool isFirst) {
+    std::cout << (isFirst ? "" : "\n") << Visible(list.name) << ", " << Grouped(list.fileBytes) << " bytes\n";
+    const Table table(list.chunks);
+    table.PrintTitles();
+    for (const WalkedChunk& chunk : list.chunks) table.Print(chunk);
+    if (list.fileBytes > kOuterHeaderBytes) PrintBar(list);
+}
+
+}  // namespace
+
+bool ChunksCommand(const ChunksOptions& options, CommandContext context) {
+    bool isFirst = true;
+    return ReportOnFiles(options.inputs, options.json, context.console, [&](size_t i, Json* json) {
+        const ChunkList list = ListChunks(options.inputs[i]);
+        if (json) {
+            Describe(list, *json);
+        } else {
+            Print(list, std::exchange(isFirst, false));
+        }
+        if (list.isDamaged) throw Failure("the layout is damaged; w64 check tells how");
+    });
+}
+
+}  // namespace w64

@@ -1,0 +1,102 @@
+#pragma once
+
+#include "host/convert/Conversion.h"
+#include "host/formats/AudioSink.h"
+#include "host/plot/PlotLayout.h"
+#include "host/terminal/CommandContext.h"
+#include "host/terminal/TimePoint.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace w64 {
+
+struct DecodeOptions {
+    std::vector<std::string> inputs;
+    std::string output;  // a file, an existing folder, "-", or empty for a name beside each input
+    std::optional<AudioFileType> type;
+    std::optional<TimePoint> start;
+    std::optional<TimePoint> end;
+    ConversionOptions conversion;
+    bool salvage = false;
+    bool force = false;
+    unsigned jobs = 1;
+};
+
+struct InfoOptions {
+    std::vector<std::string> inputs;
+    bool json = false;
+};
+
+struct ChunksOptions {
+    std::vector<std::string> inputs;
+    bool json = false;
+};
+
+struct LayoutOptions {
+    std::vector<std::string> inputs;
+};
+
+struct EncodeOptions {
+    std::string input;
+    std::string output;
+    ConversionOptions conversion;
+    bool force = false;
+};
+
+struct SampleOptions {
+    std::string output;
+    unsigned rate = 48000;
+    unsigned channels = 2;
+    std::optional<unsigned> bits;  // else 24, or 32 of floats
+    bool isFloat = false;
+    double seconds = 5;
+    bool force = false;
+};
+
+struct PlotOptions {
+    std::string input;
+    std::string output;  // empty for a name beside the input
+    PictureSize size;
+    double floor = -120;  // of the spectrogram, in dBFS
+    bool force = false;
+};
+
+struct TagsOptions {
+    std::vector<std::string> inputs;
+    bool chunks = false;  // show the other chunks too
+    bool json = false;
+};
+
+struct TagEditOptions {
+    std::string file;
+    std::vector<std::string> tags;  // Name=Value to set, names to remove
+    bool all = false;
+    bool inPlace = false;
+    bool force = false;  // although tags get lost that cannot be written again
+};
+
+struct OptionsOptions {
+    std::string assignment;  // empty, a name, or name=value
+    bool unset = false;      // the one of that name
+    bool all = false;        // with unset, every one
+};
+
+// The commands of `w64`. Each reports what goes wrong with a file on the console and returns whether all of
+// them are done.
+// Errors: UsageError before anything is done.
+[[nodiscard]] bool DecodeCommand(const DecodeOptions& options, CommandContext context);
+[[nodiscard]] bool InfoCommand(const InfoOptions& options, CommandContext context);
+[[nodiscard]] bool ChunksCommand(const ChunksOptions& options, CommandContext context);
+[[nodiscard]] bool CheckCommand(const LayoutOptions& options,
+                                CommandContext context);  // false for faults too
+[[nodiscard]] bool EncodeCommand(const EncodeOptions& options, CommandContext context);
+[[nodiscard]] bool SampleCommand(const SampleOptions& options, CommandContext context);
+[[nodiscard]] bool PlotCommand(const PlotOptions& options, CommandContext context);
+[[nodiscard]] bool TagsCommand(const TagsOptions& options, CommandContext context);
+[[nodiscard]] bool SetTagsCommand(const TagEditOptions& options, CommandContext context);
+[[nodiscard]] bool RemoveTagsCommand(const TagEditOptions& options, CommandContext context);
+[[nodiscard]] bool OptionsCommand(const OptionsOptions& options, CommandContext context);
+
+}  // namespace w64

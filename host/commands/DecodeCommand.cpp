@@ -1,0 +1,251 @@
+#include "base/Saturating.h"
+#include "host/commands/Commands.h"
+#include "host/commands/DecodeJobs.h"
+#include "host/convert/Conversion.h"
+#include "host/decoder/DecoderInstance.h"
+#include "host/files/InputFile.h"
+#include "host/files/OutputFile.h"
+#include "host/layout/DecoderNotes.h"
+#include "host/layout/Salvage.h"
+#include "host/layout/Wave64File.h"
+#include "host/terminal/Failure.h"
+#include "host/terminal/ForEachFile.h"
+#include "host/terminal/FormatText.h"
+#include "host/terminal/Interrupt.h"
+#include "host/terminal/Progress.h"
+
+#include <algorithm>
+#include <array>
+#include <unistd.h>
+
+namespace w64 {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kSalvageHint = "the file is cut off or damaged; --salvage keeps what it still holds";
+constexpr const char* kSubDecoderHint =
+    "MPEG audio is decoded by mp3.dll in the folder of w64; both come from the same build or package";
+
+// Of decoded audio.
+struct ByteRange {
+    int64_t start = 0;
+    int64_t end = INT64_MAX;
+
+    // What lies in the range of `audio`, which begins at `position`.
+    std::span<const uint8_t> PartOf(std::span<const uint8_t> audio, int64_t position) const {
+        const auto size = static_cast<int64_t>(audio.size());
+        const int64_t from = std::clamp<int64_t>(start - position, 0, size);
+        const int64_t to = std::clamp(end - position, from, size);
+        return audio.subspan(static_cast<size_t>(from), static_cast<size_t>(to - from));
+    }
+};
+
+struct FrameRange {
+    int64_t start = 0;
+    int64_t end = -1;  // to the end
+
+    void LimitTo(int64_t frames) {
+        end = end < 0 ? frames : std::min(end, frames);
+        start = std::min(start, end);
+    }
+
+    ByteRange InBytes(int64_t frameBytes) const {
+        return {SaturatingMultiply(start, frameBytes),
+                end < 0 ? INT64_MAX : SaturatingMultiply(end, frameBytes)};
+    }
+};
+
+FrameRange RangeOf(const DecodeOptions& options, uint32_t framesPerSecond) {
+    FrameRange range;
+    if (options.start) range.start = options.start->Frame(framesPerSecond);
+    if (options.end) range.end = options.end->Frame(framesPerSecond);
+    if (options.end && range.start > range.end) throw Failure("--start lies behind --end");
+    return range;
+}
+
+void RequireStartWithin(int64_t start, int64_t frames, uint32_t framesPerSecond) {
+    if (start == 0 || start < frames) return;
+    throw Failure("--start is at or past the end: the audio lasts " +
+                  FormatDuration(SaturatingMultiply(frames, 1000) / framesPerSecond) + " (" +
+                  Counted(frames, "frame") + ")");
+}
+
+bool IsMPEG(const std::optional<XAudioWFX>& stored) {
+    return stored && (stored->FormatTag() == kTagMPEG || stored->FormatTag() == kTagMPEGLayer3);
+}
+
+// Whether the decoder says so.
+bool LacksSubDecoder(std::string_view error) {
+    return std::ranges::any_of(std::array{"loading", "creating", "opening"}, [&](const std::string& step) {
+        return error.find("Error " + step + " external Decoder") != std::string_view::npos;
+    });
+}
+
+// Bytes of audio to come; not known where the audio is stored compressed.
+std::optional<int64_t> ExpectedBytes(const DecoderInstance& decoder, const std::optional<XAudioWFX>& stored,
+                                     const Conversion& conversion) {
+    if (!stored || !IsLinear(stored->WFXFormatTag())) return std::nullopt;
+    return conversion.ExpectedBytes(XAudioWFX(*stored).BlockAlignBuffer(decoder.Info().LengthBytes));
+}
+
+std::unique_ptr<AudioSink> MakeSink(AudioFileType type, SinkTarget target, const XAudioWFX& format,
+                                    std::optional<int64_t> expectedBytes) {
+    switch (type) {
+    case AudioFileType::Wav:
+        return MakeWavSink(target, format, expectedBytes);
+    case AudioFileType::Flac:
+        return MakeFlacSink(target, format);
+    case AudioFileType::Raw:
+        break;
+    }
+    return MakeRawSink(target);
+}
+
+int64_t SizeOf(const std::string& file) {
+    std::error_code error;
+    const auto size = fs::file_size(file, error);
+    return error ? 0 : static_cast<int64_t>(size);
+}
+
+// The decoding of one file.
+class FileDecoding {
+public:
+    FileDecoding(const DecodeJob& job, const DecodeOptions& options, CommandContext context,
+                 const PluginLibrary& library, Progress& progress)
+        : job_(job), options_(options), context_(context), library_(library),
+          progress_(progress, SizeOf(job.input)) {}
+
+    void Run() {
+        RequireReadable(job_.input);
+        if (job_.IsStream()) {
+            XFile stream;
+            stream.Open(reinterpret_cast<void*>(intptr_t{STDOUT_FILENO}));
+            DecodeInto({stream, false});
+            return;
+        }
+        if (std::error_code error; fs::equivalent(job_.input, job_.output, error)) {
+            throw Failure("the output would replace this file itself; -o gives it another name");
+        }
+        OutputFile output(job_.output, options_.force);
+        DecodeInto({output.File(), true});
+        output.Commit();
+        context_.console.Summary(job_.output.native(), progress_.Outcome());
+    }
+
+private:
+    void DecodeInto(SinkTarget target) {
+        const auto salvage = options_.salvage ? PlanSalvage(job_.input, CopyFolder()) : std::nullopt;
+        const fs::path source = salvage ? salvage->source : fs::path(job_.input);
+        Wave64File file(source);
+        const std::optional<XAudioWFX>& stored = file.Format();
+        const FrameRange asked = RangeOf(options_, stored ? stored->SamplesPerSec() : 1);
+        // To the decoder a frame is a stored block, which MPEG audio has no fixed number of frames in.
+        FrameRange range = IsMPEG(stored) ? FrameRange{0, DecoderInstance::kPastTheEnd} : asked;
+        if (salvage && salvage->isToStop) range.LimitTo(salvage->frames);
+
+        DecoderInstance decoder(library_, context_.traceDescriptor);
+        if (range.start != 0 || range.end >= 0) decoder.SetDecodeRange(range.start, range.end);
+
+        bool opened = false;
+        try {
+            decoder.Open(source, kvOpenDecode | kvOpenAudioInfo);
+            opened = true;
+            if (!salvage) RefuseDamage(decoder);
+            RefuseNonsense(decoder.Format());
+            if (const auto announced = file.Frames()) {
+                RequireStartWithin(asked.start, salvage ? salvage->frames : *announced,
+                                   stored->SamplesPerSec());
+            }
+            Conversion conversion(decoder.Format(), options_.conversion);
+            const auto sink =
+                MakeSink(job_.type, target, conversion.Target(), ExpectedBytes(decoder, stored, conversion));
+            const int frameBytes = decoder.Format().BlockAlign();
+            CopyAudio(decoder, IsMPEG(stored) ? asked.InBytes(frameBytes) : ByteRange{}, conversion, *sink);
+            sink->Finish();
+            PassOnNotes(decoder, job_.input, context_.console);
+        } catch (const DecoderFailure& failure) {
+            if (LacksSubDecoder(failure.what())) {
+                throw Failure(std::string(failure.what()) + "\n" + kSubDecoderHint);
+            }
+            const bool isDamaged = opened || HidesAudio(source) || Wave64File(source).MissingBytes() > 0;
+            if (options_.salvage || !isDamaged) throw;
+            throw Failure(std::string(failure.what()) + "\n" + kSalvageHint);
+        }
+        if (salvage) Note(Describe(*salvage, !IsMPEG(stored)));
+        const std::vector<std::string> extras = Wave64File(job_.input).Extras();
+        if (!extras.empty()) Note("not carried over: " + Joined(extras, ", "));
+    }
+
+    // Where a repaired copy may be as large as the input.
+    fs::path CopyFolder() const {
+        return job_.IsStream() ? fs::temp_directory_path() : job_.output.parent_path();
+    }
+
+    // What the decoder complains about and then leaves out is not to go unnoticed.
+    void RefuseDamage(const DecoderInstance& decoder) const {
+        const auto errors = decoder.Errors();
+        if (!errors.empty()) throw DecoderFailure(JoinLines(errors));
+        if (decoder.Info().LengthBytes == 0 && HidesAudio(job_.input)) {
+            throw DecoderFailure("The audio chunk is empty, but more follows it.");
+        }
+    }
+
+    static void RefuseNonsense(const XAudioWFX& format) {
+        if (format.Channels() == 0 || format.SamplesPerSec() == 0) {
+            throw Failure("the format chunk is wrong: " + DescribeFormat(format));
+        }
+    }
+
+    void CopyAudio(DecoderInstance& decoder, ByteRange range, Conversion& conversion, AudioSink& sink) {
+        const double bytesPerSecond = decoder.Format().AvgBytesPerSec();
+        const Conversion::Write write = [&sink](std::span<const uint8_t> frames) { sink.Write(frames); };
+        progress_.Expect(XAudioWFX(decoder.Format()).CalcBufferSize(decoder.Info().LengthMilliseconds));
+        for (int64_t position = 0; position < range.end;) {
+            const auto audio = decoder.Read();
+            if (!audio) {
+                const int frameBytes = decoder.Format().BlockAlign();
+                RequireStartWithin(range.start / frameBytes, position / frameBytes,
+                                   decoder.Format().SamplesPerSec());
+                break;
+            }
+            Interrupt::Check();
+            conversion.Convert(range.PartOf(*audio, position), write);
+            const auto bytes = static_cast<int64_t>(audio->size());
+            progress_.Advance(bytes, static_cast<double>(bytes) / bytesPerSecond);
+            position += bytes;
+        }
+        conversion.Finish(write);
+    }
+
+    static std::string Describe(const Salvage& salvage, bool countsFrames) {
+        const std::string duration = FormatDuration(salvage.milliseconds);
+        return "salvaged " +
+               (countsFrames ? Counted(salvage.frames, "frame") + " (" + duration + ")" : duration) +
+               (static_cast<uint64_t>(salvage.lostBytes) > kLongestRecording
+                    ? "; whether more is lost cannot be told, the size of the audio in the file is wrong"
+                    : ", lost " + Counted(salvage.lostBytes, "byte"));
+    }
+
+    void Note(const std::string& text) const { context_.console.Note(job_.input, "note: " + text); }
+
+    const DecodeJob& job_;
+    const DecodeOptions& options_;
+    CommandContext context_;
+    const PluginLibrary& library_;
+    Progress::Share progress_;
+};
+
+}  // namespace
+
+bool DecodeCommand(const DecodeOptions& options, CommandContext context) {
+    options.conversion.Check();
+    const std::vector<DecodeJob> jobs = PlanDecodeJobs(options);
+    const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
+    Progress progress(context.console, fs::path(options.inputs[0]).filename(), static_cast<int>(jobs.size()));
+    return ForEachFile(options.inputs, options.jobs, context.console,
+                       [&](size_t i) { FileDecoding(jobs[i], options, context, library, progress).Run(); });
+}
+
+}  // namespace w64

@@ -1,0 +1,92 @@
+#include "host/commands/Commands.h"
+#include "host/formats/AudioSource.h"
+#include "host/formats/MPEGSource.h"
+#include "host/formats/Wave64Writer.h"
+#include "host/layout/Wave64File.h"
+#include "host/terminal/Failure.h"
+#include "host/terminal/ForEachFile.h"
+#include "host/terminal/FormatText.h"
+#include "host/terminal/Interrupt.h"
+#include "host/terminal/Progress.h"
+
+#include <filesystem>
+
+namespace w64 {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// libsndfile knows nothing of what lies beside the audio of a Wave64 file.
+void NoteExtras(const std::string& input, const AudioSource& source, CommandContext context) {
+    std::vector<std::string> extras = source.Extras();
+    if (std::error_code error; extras.empty() && fs::is_regular_file(input, error)) {
+        extras = Wave64File(input).Extras();
+    }
+    if (!extras.empty()) context.console.Note(input, "note: not carried over: " + Joined(extras, ", "));
+}
+
+void Convert(const EncodeOptions& options, CommandContext context, Progress& progress) {
+    AudioSource source(options.input);
+    const tWAVEFORMATEX& format = source.Format().Format;
+    Conversion conversion(XAudioWFX(&source.Format()), options.conversion);
+    Wave64Writer writer(options.output, options.force, conversion.Target(), context.traceDescriptor);
+    const Conversion::Write write = [&writer](std::span<const uint8_t> frames) { writer.Write(frames); };
+    Progress::Share share(progress, source.Frames());
+    for (auto bytes = source.Read(); !bytes.empty(); bytes = source.Read()) {
+        Interrupt::Check();
+        conversion.Convert(bytes, write);
+        const auto frames = static_cast<int64_t>(bytes.size()) / format.nBlockAlign;
+        share.Advance(frames, static_cast<double>(frames) / format.nSamplesPerSec);
+    }
+    conversion.Finish(write);
+    writer.Finish();
+    NoteExtras(options.input, source, context);
+    context.console.Summary(options.output, share.Outcome());
+}
+
+void Wrap(const EncodeOptions& options, CommandContext context, Progress& progress) {
+    MPEGSource source(options.input);
+    const bool countFits = source.Frames() <= UINT32_MAX;
+    Wave64Writer writer(options.output, options.force, source.Format(), context.traceDescriptor,
+                        countFits ? static_cast<uint32_t>(source.Frames()) : 0);
+    Progress::Share share(progress, source.Bytes());
+    for (auto bytes = source.Read(); !bytes.empty(); bytes = source.Read()) {
+        Interrupt::Check();
+        writer.Write(bytes);
+        share.Advance(static_cast<int64_t>(bytes.size()),
+                      static_cast<double>(bytes.size()) / source.Format().AvgBytesPerSec());
+    }
+    writer.Finish();
+    for (const std::string& note : source.DescribeRest())
+        context.console.Note(options.input, "note: " + note);
+    context.console.Summary(options.output, share.Outcome());
+}
+
+// MPEG audio stays as it is where nothing else is asked for. A pipe cannot be looked into first.
+bool IsToBeWrapped(const EncodeOptions& options) {
+    if (options.conversion != ConversionOptions{}) return false;
+    if (std::error_code error; !fs::is_regular_file(options.input, error)) return false;
+    const auto kind = AudioSource::Container(options.input);
+    return kind ? *kind == SF_FORMAT_MPEG : MPEGSource::Recognises(options.input);
+}
+
+}  // namespace
+
+bool EncodeCommand(const EncodeOptions& options, CommandContext context) {
+    if (fs::path(options.output).extension() != ".w64") {
+        throw UsageError("'" + options.output + "' should end in .w64");
+    }
+    options.conversion.Check();
+    const std::vector<std::string> inputs = {options.input};
+    Progress progress(context.console, fs::path(options.input).filename(), 1);
+    return ForEachFile(inputs, 1, context.console, [&](size_t) {
+        if (std::error_code error; fs::equivalent(options.input, options.output, error)) {
+            throw Failure("the output would replace this file itself");
+        }
+        const auto encode = IsToBeWrapped(options) ? Wrap : Convert;
+        encode(options, context, progress);
+    });
+}
+
+}  // namespace w64

@@ -1,0 +1,148 @@
+#include "host/commands/Commands.h"
+#include "host/commands/ReportOnFiles.h"
+#include "host/decoder/DecoderInstance.h"
+#include "host/decoder/OwnSettings.h"
+#include "host/layout/DecoderNotes.h"
+#include "host/layout/Wave64File.h"
+#include "host/tagging/TagTexts.h"
+#include "host/terminal/Failure.h"
+#include "host/terminal/FormatText.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+namespace w64 {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// What the decoder has to say, complaints that did not stop it included.
+struct Answer {
+    STKvAudioInfo info;
+    NTag report;
+    std::vector<std::string> errors;
+};
+
+Answer AskDecoder(const PluginLibrary& library, const std::string& name, CommandContext context) {
+    DecoderInstance decoder(library, context.traceDescriptor);
+    decoder.Open(name, kvOpenAudioInfo | kvOpenProperties);
+    PassOnNotes(decoder, name, context.console);
+    return {decoder.Info(), decoder.Properties(), decoder.Errors()};
+}
+
+// Frames are counted where a stored block is a frame.
+std::optional<int64_t> FrameCount(int64_t bytes, const XAudioWFX& stored) {
+    if (!IsLinear(stored.WFXFormatTag()) || stored.BlockAlign() == 0) return std::nullopt;
+    return bytes / stored.BlockAlign();
+}
+
+// One file and everything that is known about it.
+struct Subject {
+    const std::string& name;
+    const STKvAudioInfo& info;
+    const NTag& report;
+    const XAudioWFX& stored;
+    Wave64File& file;
+};
+
+Json ChunkList(clWave64Handler& chunks) {
+    Json list = Json::array();
+    for (int i = 0; i < chunks.Count(); ++i) {
+        const STRIFFChunk& chunk = chunks[i];
+        list.push_back({{"name", ChunkName(chunk.ChunkGUID)},
+                        {"offset", chunk.ChunkPosition},
+                        {"bytes", chunk.DataSize}});
+    }
+    return list;
+}
+
+// What a file still has that is cut off.
+Json DescribeRest(const Subject& subject) {
+    const int64_t bytes = subject.file.PresentAudioBytes();
+    Json json = {{"milliseconds", XAudioWFX(subject.stored).CalcmsTime(bytes)}};
+    if (const auto frames = FrameCount(bytes, subject.stored)) json["frames"] = *frames;
+    json["bytes"] = bytes;
+    return json;
+}
+
+void Describe(const Subject& subject, Json& json) {
+    const XAudioWFX& stored = subject.stored;
+    json["format"] = DescribeFormat(stored);
+    json["encoding"] = NameOfTag(stored.WFXFormatTag());
+    json["bits"] = stored.BitsPerSample();
+    json["channels"] = stored.Channels();
+    json["rate"] = stored.SamplesPerSec();
+    if (const uint32_t mask = ChannelMaskOf(stored)) {
+        json["channelMask"] = mask;
+        json["speakers"] = SpeakerNames(mask);
+    }
+    json["milliseconds"] = int64_t{subject.info.LengthMilliseconds};
+    if (const auto frames = FrameCount(subject.info.LengthBytes, stored)) json["frames"] = *frames;
+    json["bitRate"] = uint32_t{subject.info.BitRate};
+    json["bytes"] = subject.file.FileBytes();
+    if (const int64_t missing = subject.file.MissingBytes(); missing > 0) {
+        json["missingBytes"] = missing;
+        json["audioPresent"] = DescribeRest(subject);
+    }
+    json["chunks"] = ChunkList(subject.file.Chunks());
+    for (int i = 0; i < subject.report.Count(); ++i) {
+        json["report"][ToPrintable(subject.report[i].Name)] = ToPrintable(subject.report[i].Value);
+    }
+}
+
+void Print(const Subject& subject) {
+    const auto line = [](const char* label, const std::string& text) {
+        std::cout << "  " << std::left << std::setw(10) << label << text << "\n";
+    };
+    std::cout << Visible(subject.name) << "\n";
+    line("Format", DescribeFormat(subject.stored));
+    const uint32_t mask = ChannelMaskOf(subject.stored);
+    if (mask != 0) line("Speakers", Joined(SpeakerNames(mask), ", "));
+    const auto frames = FrameCount(subject.info.LengthBytes, subject.stored);
+    const std::string inFrames = frames ? " (" + Counted(*frames, "frame") + ")" : "";
+    line("Duration", FormatDuration(subject.info.LengthMilliseconds) + inFrames);
+    line("Bit rate", Grouped(subject.info.BitRate / 1000) + " kbit/s");
+    line("Size", Grouped(subject.file.FileBytes()) + " bytes");
+    std::cout << "  Report\n";
+    for (int i = 0; i < subject.report.Count(); ++i) {
+        const STInternalTag& section = subject.report[i];
+        std::cout << "    " << std::left << std::setw(18) << ToPrintable(section.Name)
+                  << Visible(ToPrintable(section.Value)) << "\n";
+    }
+    std::cout << "  Chunks\n";
+    clWave64Handler& chunks = subject.file.Chunks();
+    int nameWidth = 14;
+    for (int i = 0; i < chunks.Count(); ++i)
+        nameWidth = std::max(nameWidth, static_cast<int>(ChunkName(chunks[i].ChunkGUID).size()));
+    for (int i = 0; i < chunks.Count(); ++i) {
+        std::cout << "    " << std::left << std::setw(nameWidth) << ChunkName(chunks[i].ChunkGUID)
+                  << std::right << std::setw(18) << Grouped(chunks[i].DataSize) << " bytes at "
+                  << Grouped(chunks[i].ChunkPosition) << "\n";
+    }
+}
+
+}  // namespace
+
+bool InfoCommand(const InfoOptions& options, CommandContext context) {
+    const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
+    const OwnSettings settings;  // so that lists of every form are read
+    return ReportOnFiles(options.inputs, options.json, context.console, [&](size_t i, Json* json) {
+        const std::string& name = options.inputs[i];
+        const Answer answer = AskDecoder(library, name, context);
+        Wave64File file(name);
+        if (!file.Format()) throw Failure("cannot read the file");
+        const Subject subject = {name, answer.info, answer.report, *file.Format(), file};
+        if (json) {
+            Describe(subject, *json);
+        } else {
+            Print(subject);
+        }
+        if (!answer.errors.empty()) throw Failure(JoinLines(answer.errors));
+        if (const std::string cut = file.DescribeCut(); !cut.empty()) throw Failure(cut);
+    });
+}
+
+}  // namespace w64

@@ -1,0 +1,42 @@
+#include "host/commands/NearestName.h"
+
+#include <algorithm>
+#include <numeric>
+#include <utility>
+
+namespace w64 {
+
+namespace {
+
+// How many letters to add, leave out, replace or swap with their neighbours make one of the other.
+size_t Distance(std::string_view a, std::string_view b) {
+    std::vector<size_t> beforeLast(b.size() + 1);
+    std::vector<size_t> last(b.size() + 1);
+    std::iota(last.begin(), last.end(), size_t{0});
+    for (size_t i = 1; i <= a.size(); ++i) {
+        std::vector<size_t> row = {i};
+        for (size_t j = 1; j <= b.size(); ++j) {
+            const size_t replaced = last[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+            row.push_back(std::min({last[j] + 1, row[j - 1] + 1, replaced}));
+            const bool swapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
+            if (swapped) row[j] = std::min(row[j], beforeLast[j - 2] + 1);
+        }
+        beforeLast = std::exchange(last, std::move(row));
+    }
+    return last.back();
+}
+
+size_t Cost(std::string_view typed, std::string_view name) {
+    return name.starts_with(typed) ? 1 : Distance(typed, name);  // people shorten names
+}
+
+}  // namespace
+
+std::optional<std::string> NearestName(std::string_view typed, const std::vector<std::string>& names) {
+    const auto cost = [typed](const std::string& name) { return Cost(typed, name); };
+    const auto nearest = std::ranges::min_element(names, {}, cost);
+    const size_t affordable = std::max<size_t>(typed.size() / 3, 1);
+    return nearest == names.end() || cost(*nearest) > affordable ? std::nullopt : std::optional(*nearest);
+}
+
+}  // namespace w64

@@ -1,0 +1,146 @@
+#include "host/commands/Commands.h"
+#include "host/decoder/OwnSettings.h"
+#include "host/decoder/PluginLibrary.h"
+#include "host/decoder/ReportChannels.h"
+#include "host/terminal/Failure.h"
+#include "settings/XRegistryTransaction.h"
+#include "tags/TaggingOptions.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <iostream>
+#include <span>
+
+namespace w64 {
+
+namespace {
+
+struct Option {
+    std::string title;
+    std::string name;                // in the settings store
+    std::vector<std::string> texts;  // by setting
+    std::string unset;               // what it means here that it is not set
+};
+
+// The options that the decoder announces, in its own words.
+std::vector<Option> AnnouncedOptions(const PluginLibrary& library) {
+    const ReportChannels channels(0);
+    STNStdReport report = channels.Report();
+    const std::unique_ptr<void, KvDestroyFn> decoder(library.Create(&report), library.Destroy);
+    std::vector<Option> options;
+    STKvCodecGetSet record{};
+    for (; library.Get(decoder.get(), kvGetTagOptions, &record) == 1; ++record.Index) {
+        const std::string key = ToUTF8(record.Text2);
+        Option& option =
+            options.emplace_back(Option{ToUTF8(record.Text1), key.substr(key.find('\\') + 1), {}, "not set"});
+        for (; library.Get(decoder.get(), kvGetTagOptions, &record) == 1; ++record.Value) {
+            option.texts.push_back(ToUTF8(record.Text3));
+        }
+        record.Value = 0;
+    }
+    return options;
+}
+
+std::vector<Option> AllOptions(const std::string& plugin) {
+    std::vector<Option> options = AnnouncedOptions(PluginLibrary::OfWave64(plugin));
+    options.push_back({"Safe Editing",
+                       ToUTF8(TaggingOptions::SafeEditName),
+                       {"off", "on"},
+                       "not set; w64 edits safely all the same"});
+    options.push_back({"LIST Text",
+                       ToUTF8(TaggingOptions::LISTTextName),
+                       {"32-bit, half of each value", "32-bit", "16-bit"},
+                       "not set; w64 writes 16-bit text"});
+    return options;
+}
+
+bool Matches(const std::string& a, const std::string& b) { return EqualNoCase(FromUTF8(a), FromUTF8(b)); }
+
+const Option& Find(const std::vector<Option>& options, const std::string& name) {
+    const auto found = std::ranges::find_if(options, [&](const Option& option) {
+        return Matches(option.title, name) || Matches(option.name, name);
+    });
+    if (found == options.end()) throw UsageError("there is no option '" + name + "', see w64 options");
+    return *found;
+}
+
+// By its text or its number.
+uint32_t SettingOf(const Option& option, const std::string& value) {
+    for (uint32_t i = 0; i < option.texts.size(); ++i) {
+        if (Matches(option.texts[i], value) || std::to_string(i) == value) return i;
+    }
+    std::string choices = "'" + option.title + "' is one of";
+    for (size_t i = 0; i < option.texts.size(); ++i) {
+        choices += "\n  " + std::to_string(i) + "  " + option.texts[i];
+    }
+    throw UsageError(choices);
+}
+
+std::string CurrentText(const Option& option) {
+    bool missing = false;
+    const uint32_t setting = XRegistry::GetDWORD(FromUTF8(option.name).c_str(), XRegistry::CurrentUser,
+                                                 TaggingOptions::KeyPath, &missing);
+    const std::string text =
+        setting < option.texts.size() ? option.texts[setting] : std::to_string(setting) + " (unknown)";
+    return missing ? text + "  (" + option.unset + ")" : text;
+}
+
+void Show(const Option& option) {
+    std::cout << std::left << std::setw(22) << option.title << CurrentText(option) << "\n";
+}
+
+void ShowChoices(const Option& option) {
+    Show(option);
+    for (size_t i = 0; i < option.texts.size(); ++i)
+        std::cout << "  " << i << "  " << option.texts[i] << "\n";
+}
+
+void RequireWritten(bool isWritten) {
+    if (isWritten) return;
+    throw Failure(
+        "cannot write the settings to '" + ToUTF8(XRegistry::RegFileLocation()) +
+        "', the file is as it was: no file can be written beside it, it is in use, or it holds what "
+        "would be lost, such as a number of more than 64 bits");
+}
+
+void Store(const Option& option, const std::string& value) {
+    RequireWritten(XRegistry::SetDWORD(SettingOf(option, value), FromUTF8(option.name).c_str(),
+                                       XRegistry::CurrentUser, TaggingOptions::KeyPath));
+}
+
+void Unset(std::span<const Option> options) {
+    XRegistryTransaction changes;
+    for (const Option& option : options) {
+        changes.DeleteVal(FromUTF8(option.name).c_str(), XRegistry::CurrentUser, TaggingOptions::KeyPath);
+    }
+    RequireWritten(changes.Commit());
+    std::ranges::for_each(options, Show);
+}
+
+}  // namespace
+
+bool OptionsCommand(const OptionsOptions& options, CommandContext context) {
+    if (options.all && !options.unset) throw UsageError("--all is for --unset");
+    if (options.unset && options.all != options.assignment.empty()) {
+        throw UsageError("either the name of an option to unset or --all, please");
+    }
+    RequireReadableSettings();
+    const std::vector<Option> all = AllOptions(context.plugin);
+    const size_t sign = options.assignment.find('=');
+    if (options.unset) {
+        Unset(options.all ? std::span(all) : std::span(&Find(all, options.assignment), 1));
+    } else if (options.assignment.empty()) {
+        std::ranges::for_each(all, Show);
+    } else if (sign == options.assignment.npos) {
+        ShowChoices(Find(all, options.assignment));
+    } else {
+        const Option& option = Find(all, options.assignment.substr(0, sign));
+        Store(option, options.assignment.substr(sign + 1));
+        Show(option);
+    }
+    std::cout.flush();
+    if (!std::cout) throw Failure("cannot write to standard output");
+    return true;
+}
+
+}  // namespace w64

@@ -1,0 +1,98 @@
+#include "host/commands/Commands.h"
+#include "host/files/OutputFile.h"
+#include "host/formats/FrameReader.h"
+#include "host/plot/Envelope.h"
+#include "host/plot/PlotPicture.h"
+#include "host/plot/Spectrogram.h"
+#include "host/terminal/Failure.h"
+#include "host/terminal/ForEachFile.h"
+#include "host/terminal/FormatText.h"
+#include "host/terminal/Interrupt.h"
+#include "host/terminal/Progress.h"
+
+#include <cmath>
+#include <filesystem>
+
+namespace w64 {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kMostChannels = 1024;  // what one takes is known, and not much
+constexpr int kMostLanes = 8;
+
+// A lane for each channel, unless there are too many.
+std::vector<std::string> LaneNames(const XAudioWFX& format) {
+    const int channels = format.Channels();
+    if (channels == 1) return {"mono"};
+    if (channels > kMostLanes) return {"all channels"};
+    auto speakers = SpeakerNames(ChannelMaskOf(format));
+    if (static_cast<int>(speakers.size()) == channels) return speakers;
+    if (channels == 2) return {"left", "right"};
+    std::vector<std::string> names;
+    for (int i = 1; i <= channels; ++i) names.push_back("channel " + std::to_string(i));
+    return names;
+}
+
+void ReadAll(FrameReader& reader, Envelope& envelope, Spectrogram& spectrogram, Progress::Share& share) {
+    for (auto frames = reader.Read(); !frames.empty(); frames = reader.Read()) {
+        Interrupt::Check();
+        envelope.Add(frames);
+        spectrogram.Add(frames);
+        const auto count = static_cast<int64_t>(frames.size()) / reader.Format().Channels();
+        share.Advance(count, static_cast<double>(count) / reader.Format().SamplesPerSec());
+    }
+    spectrogram.Finish();
+}
+
+// A file that breaks off is drawn as far as it goes, and then complained about.
+void Plot(const PlotOptions& options, const fs::path& target, CommandContext context, Progress& progress) {
+    FrameReader reader(options.input, target.parent_path(), context);
+    const XAudioWFX& format = reader.Format();
+    if (format.Channels() > kMostChannels) throw Failure("has too many channels: " + DescribeFormat(format));
+    if (std::error_code error; fs::equivalent(options.input, target, error)) {
+        throw Failure("the picture would replace this file itself");
+    }
+    OutputFile output(target, options.force);
+
+    const std::vector<std::string> lanes = LaneNames(format);
+    const PlotLayout layout(options.size, lanes.size());
+    const auto columns = static_cast<size_t>(layout.Spectrogram().width);
+    const auto rows = static_cast<size_t>(layout.Spectrogram().height);
+    Envelope envelope(format.Channels(), lanes.size() == 1, columns);
+    Spectrogram spectrogram({format.Channels(), rows, columns, options.floor, reader.ExpectedFrames()});
+    Progress::Share share(progress, reader.ExpectedFrames());
+    ReadAll(reader, envelope, spectrogram, share);
+    const std::string complaint = reader.Complaint();
+    if (envelope.Frames() == 0) throw Failure(complaint.empty() ? "holds no audio" : complaint);
+
+    const double rate = format.SamplesPerSec();
+    const double seconds = static_cast<double>(envelope.Frames()) / rate;
+    const std::string details = DescribeFormat(format) + ", " + FormatDuration(std::llround(seconds * 1000));
+    PlotPicture picture(layout, {Visible(fs::path(options.input).filename().native()), details, lanes,
+                                 seconds, rate / 2, options.floor});
+    picture.Draw(envelope, spectrogram);
+    picture.WritePNG(output.File());
+    output.Commit();
+    if (reader.NoNumbers() > 0) {
+        const char* are =
+            reader.NoNumbers() == 1 ? " is infinite or no number" : " are infinite or no numbers";
+        context.console.Note(options.input, "note: " + Counted(reader.NoNumbers(), "sample") + are);
+    }
+    context.console.Summary(target.native(), share.Outcome());
+    if (!complaint.empty()) throw Failure(complaint);
+}
+
+}  // namespace
+
+bool PlotCommand(const PlotOptions& options, CommandContext context) {
+    fs::path target = options.output;
+    if (target.empty()) target = fs::path(options.input).replace_extension(".png");
+    if (target.extension() != ".png") throw UsageError("'" + options.output + "' should end in .png");
+    const std::vector<std::string> inputs = {options.input};
+    Progress progress(context.console, fs::path(options.input).filename(), 1);
+    return ForEachFile(inputs, 1, context.console, [&](size_t) { Plot(options, target, context, progress); });
+}
+
+}  // namespace w64

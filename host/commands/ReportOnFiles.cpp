@@ -1,0 +1,40 @@
+#include "host/commands/ReportOnFiles.h"
+
+#include "host/terminal/Failure.h"
+#include "host/terminal/ForEachFile.h"
+
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+namespace w64 {
+
+using Json = nlohmann::ordered_json;
+
+bool ReportOnFiles(std::span<const std::string> files, bool asJSON, Console& console,
+                   const std::function<void(size_t, Json*)>& describe) {
+    const char* separator = "\n";
+    const auto print = [&](const Json& json) {
+        // A name need not be UTF-8.
+        std::cout << separator << json.dump(2, ' ', false, Json::error_handler_t::replace);
+        separator = ",\n";
+    };
+    if (asJSON) std::cout << "[";
+    const bool allDone = ForEachFile(files, 1, console, [&](size_t i) {
+        if (!asJSON) return describe(i, nullptr);
+        Json json = {{"file", files[i]}};
+        try {
+            describe(i, &json);
+        } catch (const std::exception& failure) {
+            json["error"] = failure.what();
+            print(json);
+            throw;
+        }
+        print(json);
+    });
+    if (asJSON) std::cout << "\n]\n";
+    std::cout.flush();
+    if (!std::cout) throw Failure("cannot write to standard output");
+    return allDone;
+}
+
+}  // namespace w64

@@ -1,0 +1,157 @@
+#include "host/commands/Commands.h"
+#include "host/commands/ReportOnFiles.h"
+#include "host/decoder/DecoderInstance.h"
+#include "host/decoder/OwnSettings.h"
+#include "host/files/InputFile.h"
+#include "host/layout/ChunkKind.h"
+#include "host/layout/DecoderNotes.h"
+#include "host/layout/Wave64File.h"
+#include "host/tagging/TagEditor.h"
+#include "host/tagging/TagTexts.h"
+#include "host/terminal/Failure.h"
+#include "host/terminal/ForEachFile.h"
+#include "host/terminal/FormatText.h"
+#include "tags/clRIFFSUMMARYLISTChunk.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+namespace w64 {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+bool IsRawChunk(const STInternalTag& tag) { return BeginsWithNoCase(tag.Name, L"_riff_"); }
+
+// A raw chunk as it is handed over: its four-character code, then its data. The format and the audio come
+// without data, to mark their places.
+struct RawChunk {
+    explicit RawChunk(const STInternalTag& tag)
+        : code(reinterpret_cast<const char*>(tag.Data.Data()), std::min<size_t>(tag.Data.Size(), 4)),
+          bytes(tag.Data.Size() - code.size()) {}
+
+    bool IsPlace() const { return code == "fmt " || code == "data"; }
+
+    std::string code;
+    size_t bytes;
+};
+
+void Describe(const NTag& tags, Json& json) {
+    json["tags"] = Json::array();
+    json["chunks"] = Json::array();
+    for (int i = 0; i < tags.Count(); ++i) {
+        const STInternalTag& tag = tags[i];
+        if (IsRawChunk(tag)) {
+            const RawChunk chunk(tag);
+            json["chunks"].push_back({{"name", ToPrintable(tag.Name)},
+                                      {"code", ToUTF8(Widen(chunk.code))},
+                                      {"bytes", chunk.bytes}});
+        } else {
+            json["tags"].push_back({{"name", ToPrintable(tag.Name)}, {"value", ToPrintable(tag.Value)}});
+        }
+    }
+}
+
+// A value of several lines goes on under its beginning.
+std::string Indented(const std::string& value, size_t columns) {
+    std::string text;
+    std::istringstream lines(value);
+    for (std::string line; std::getline(lines, line);) {
+        text += (text.empty() ? "" : "\n" + std::string(columns, ' ')) + Visible(line);
+    }
+    return text;
+}
+
+void PrintChunks(const NTag& tags) {
+    std::cout << "  Chunks\n";
+    for (int i = 0; i < tags.Count(); ++i) {
+        if (!IsRawChunk(tags[i])) continue;
+        const RawChunk chunk(tags[i]);
+        std::cout << "    " << ContentOf(chunk.code)
+                  << (chunk.IsPlace() ? "" : ", " + Counted(chunk.bytes, "byte")) << "\n";
+    }
+}
+
+void Print(const std::string& name, const NTag& tags, bool withChunks) {
+    constexpr int kNameColumns = 20;
+    std::cout << Visible(name) << "\n" << std::left;
+    bool anyText = false;
+    for (int i = 0; i < tags.Count(); ++i) {
+        if (IsRawChunk(tags[i])) continue;
+        anyText = true;
+        std::cout << "  " << std::setw(kNameColumns) << Visible(ToPrintable(tags[i].Name)) << " "
+                  << Indented(ToPrintable(tags[i].Value), kNameColumns + 3) << "\n";
+    }
+    if (!anyText) std::cout << "  no tags\n";
+    if (withChunks) PrintChunks(tags);
+}
+
+// "Title=Song": everything behind the first "=" is the value.
+void AddAssignment(NTag& tags, const std::string& assignment) {
+    const size_t sign = assignment.find('=');
+    if (sign == 0 || sign == assignment.npos) throw UsageError("'" + assignment + "' is not Name=Value");
+    const XStr name = ToTagText(assignment.substr(0, sign));
+    const XStr value = ToTagText(assignment.substr(sign + 1));
+    if (!clRIFFSUMMARYLISTChunk::HasIdentifier(name)) {
+        throw UsageError("a Wave64 file has no place for '" + ToUTF8(name) +
+                         "'; w64 tags set --help lists what it has places for");
+    }
+    if (tags.FindElement(name.c_str())) throw UsageError("'" + ToUTF8(name) + "' is set twice");
+    tags.AddTag(name.c_str(), value.c_str());
+}
+
+bool Edit(const TagEditOptions& options, const TagChange& change, CommandContext context) {
+    RequireReadableSettings();  // the file is to be edited as the user wants it
+    const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
+    OwnSettings settings;
+    TagEditor editor(library, settings, context);
+    return ForEachFile({&options.file, 1}, 1, context.console, [&](size_t) {
+        RequireReadable(options.file);
+        if (options.inPlace) {
+            editor.EditInPlace(options.file, change);
+        } else {
+            editor.EditCopy(options.file, change);
+        }
+    });
+}
+
+}  // namespace
+
+bool TagsCommand(const TagsOptions& options, CommandContext context) {
+    const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
+    const OwnSettings settings;
+    return ReportOnFiles(options.inputs, options.json, context.console, [&](size_t i, Json* json) {
+        const std::string& name = options.inputs[i];
+        DecoderInstance decoder(library, context.traceDescriptor);
+        decoder.Open(name, kvOpenTags);
+        if (json) {
+            Describe(decoder.Tags(), *json);
+        } else {
+            Print(name, decoder.Tags(), options.chunks);
+        }
+        PassOnNotes(decoder, name, context.console);
+        if (const auto errors = decoder.Errors(); !errors.empty()) throw Failure(JoinLines(errors));
+        if (const std::string cut = Wave64File(name).DescribeCut(); !cut.empty()) throw Failure(cut);
+    });
+}
+
+bool SetTagsCommand(const TagEditOptions& options, CommandContext context) {
+    TagChange change;
+    change.dropUnwritable = options.force;
+    for (const std::string& assignment : options.tags) AddAssignment(change.set, assignment);
+    return Edit(options, change, context);
+}
+
+bool RemoveTagsCommand(const TagEditOptions& options, CommandContext context) {
+    if (options.all == !options.tags.empty()) throw UsageError("either names of tags or --all, please");
+    TagChange change;
+    change.dropUnwritable = options.force;
+    change.removeAll = options.all;
+    for (const std::string& name : options.tags) change.remove.push_back(ToTagText(name));
+    return Edit(options, change, context);
+}
+
+}  // namespace w64

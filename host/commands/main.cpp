@@ -1,0 +1,418 @@
+// The `w64` command: reads the command line and hands over to the commands.
+
+#include "host/commands/Commands.h"
+#include "host/commands/NearestName.h"
+#include "host/convert/ConversionLimits.h"
+#include "host/tagging/TagTexts.h"
+#include "host/terminal/Failure.h"
+#include "host/terminal/Interrupt.h"
+#include "host/terminal/TraceFile.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <fcntl.h>
+#include <iostream>
+#include <thread>
+#include <unistd.h>
+
+namespace w64 {
+
+namespace {
+
+constexpr int kFileFailed = 1;
+constexpr int kWrongUsage = 2;
+constexpr int kSignalled = 128;  // plus the signal, as shells have it
+
+struct CommandLine {
+    bool quiet = false;
+    std::string trace;
+    std::string plugin;
+    DecodeOptions decode;
+    InfoOptions info;
+    ChunksOptions chunks;
+    LayoutOptions check;
+    EncodeOptions encode;
+    TagsOptions tags;
+    TagEditOptions setTags;
+    TagEditOptions removeTags;
+    OptionsOptions options;
+    SampleOptions sample;
+    PlotOptions plot;
+    std::vector<std::string> help;
+};
+
+constexpr const char* kExamples = R"(Examples:
+  w64 decode song.w64                   song.wav beside it
+  w64 decode song.w64 -o song.flac      another kind of file, by its ending
+  w64 decode *.w64 -o converted/        many files, all processor cores
+  w64 decode song.w64 --start 1:30 --end 2:00 -o - | aplay
+  w64 decode song.w64 --rate 44100 --bits 16 --dither
+  w64 decode broken.w64 --salvage       whatever a cut-off recording still holds
+  w64 info song.w64
+  w64 chunks song.w64                   where the audio, the tags and free space lie
+  w64 check *.w64                       what is wrong or odd about files
+  w64 tags set song.w64 "Title=The Song" Artist=Somebody
+  w64 encode song.wav song.w64
+  w64 sample test.w64 --channels 6
+  w64 plot song.w64 -o song.png         a picture: waveform and spectrogram
+)";
+
+constexpr const char* kAlso = "-q, --trace and --plugin work here too, see w64 --help.\n";
+constexpr const char* kAboutPlaces =
+    "START and END are times, in seconds (90) or with minutes and hours (1:30,\n"
+    "1:02:03.5), or frames (12345f). END itself is not decoded.\n\n";
+constexpr const char* kAboutCheck =
+    "What is wrong endangers the audio, or programs that read or edit the file;\n"
+    "the exit code is then 1. What is odd does no harm; -q leaves it out.\n"
+    "Nothing is changed, and the audio itself is not listened to.\n\n";
+
+constexpr const char* kAboutTags =
+    "An edit is made in a copy, the copy is compared with the file, and then takes its\n"
+    "place: an edit that goes wrong leaves the file as it was, unless it is in place.\n\n";
+constexpr const char* kAboutPlot =
+    "The waveform has a lane for each channel, or one for all where there are more than 8:\n"
+    "what the samples reach in pale blue, their RMS in dark blue. The spectrogram below is\n"
+    "the mean over all channels; a sine that reaches full scale in them has 0 dBFS in it.\n\n";
+constexpr const char* kAboutOptions =
+    "The settings are those of every program that uses the decoder. This one edits\n"
+    "safely whatever they say, and writes 16-bit text unless LIST Text is set.\n\n";
+
+std::optional<TimePoint> ParsePlace(const std::string& text) {
+    auto place = TimePoint::Parse(text);
+    if (!place)
+        throw CLI::ValidationError("'" + text + "' is neither a time (90, 1:30.5) nor a frame (12345f)");
+    return place;
+}
+
+PictureSize ParseSize(const std::string& text) {
+    PictureSize size;
+    int end = 0;
+    const int found = std::sscanf(text.c_str(), "%5dx%5d%n", &size.width, &size.height, &end);
+    if (found != 2 || static_cast<size_t>(end) != text.size()) {
+        throw CLI::ValidationError("'" + text + "' is no size (1600x900)");
+    }
+    constexpr PictureSize kSmallest = PlotLayout::kSmallest;
+    constexpr PictureSize kLargest = PlotLayout::kLargest;
+    if (size.width < kSmallest.width || size.height < kSmallest.height || size.width > kLargest.width ||
+        size.height > kLargest.height) {
+        throw CLI::ValidationError("pictures have 640x400 to 8000x4000 pixels");
+    }
+    return size;
+}
+
+void AddForce(CLI::App* command, bool& force) {
+    command->add_flag("-f,--force", force, "Replace files that exist already");
+}
+
+void AddConversion(CLI::App* command, ConversionOptions& options) {
+    const auto add = [command](const char* name, auto& value, const char* help, const CLI::Validator& check) {
+        command->add_option(name, value, help)->check(check)->type_name("N")->group("Conversion");
+    };
+    add("--rate", options.rate, "Frames per second, 1 to 10000000",
+        CLI::Range(1u, kMostRate).description(""));
+    add("--channels", options.channels, "1 to 8", CLI::Range(1u, 8u).description(""));
+    add("--bits", options.bits, "8, 16, 24 or 32 of integers; 32 or 64 with --float",
+        CLI::IsMember({8u, 16u, 24u, 32u, 64u}).description(""));
+    command->add_flag("--float", options.isFloat, "Floating-point samples, 32-bit without --bits")
+        ->group("Conversion");
+    command->add_flag("--dither", options.dither, "Noise where bits get lost, at 16 and 24 bits")
+        ->group("Conversion");
+}
+
+void AddDecode(CLI::App& app, DecodeOptions& options) {
+    CLI::App* command = app.add_subcommand("decode", "Turn Wave64 files into WAV, FLAC or raw samples");
+    options.jobs = std::max(std::thread::hardware_concurrency(), 1u);
+    command->add_option("IN", options.inputs, "Wave64 files")->required()->type_name("");
+    command
+        ->add_option(
+            "-o,--output", options.output,
+            "A .wav, .flac, .raw or .pcm file, a folder,\n- for standard output; else a .wav beside IN")
+        ->check([](const std::string& name) { return name.empty() ? "a name is missing" : ""; })
+        ->type_name("OUT");
+    command
+        ->add_option_function<std::string>(
+            "--format", [&options](const std::string& kind) { options.type = AudioFileTypeOf("." + kind); },
+            "wav, flac or raw, whatever the output is called")
+        ->check(CLI::IsMember({"wav", "flac", "raw"}).description(""))
+        ->type_name("KIND");
+    const auto addPlace = [command](const char* name, std::optional<TimePoint>& place, const char* help,
+                                    const char* type) {
+        command
+            ->add_option_function<std::string>(
+                name, [&place](const std::string& text) { place = ParsePlace(text); }, help)
+            ->type_name(type);
+    };
+    addPlace("--start", options.start, "Where to begin", "START");
+    addPlace("--end", options.end, "Where to stop", "END");
+    AddConversion(command, options.conversion);
+    command->add_flag("--salvage", options.salvage, "Keep what a damaged file still holds");
+    AddForce(command, options.force);
+    command->add_option("-j,--jobs", options.jobs, "Files to work on at a time")
+        ->check(CLI::Range(1u, 1024u).description(""))
+        ->type_name("N")
+        ->capture_default_str();
+    command->footer(std::string(kAboutPlaces) + kAlso);
+}
+
+void AddInfo(CLI::App& app, InfoOptions& options) {
+    CLI::App* command = app.add_subcommand("info", "Show format, length and chunks");
+    command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
+    command->add_flag("--json", options.json, "Write a JSON array with an object per file");
+}
+
+void AddChunks(CLI::App& app, ChunksOptions& options) {
+    CLI::App* command = app.add_subcommand("chunks", "Show where in a file its chunks lie");
+    command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
+    command->add_flag("--json", options.json, "Write a JSON array with an object per file");
+}
+
+void AddCheck(CLI::App& app, LayoutOptions& options) {
+    CLI::App* command = app.add_subcommand("check", "Tell what is wrong or odd about a file's layout");
+    command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
+    command->footer(std::string(kAboutCheck) + kAlso);
+}
+
+void AddTagEdit(CLI::App* command, TagEditOptions& options, const char* tags, const char* help) {
+    command->add_option("FILE", options.file, "A Wave64 file")->required()->type_name("");
+    command->add_option(tags, options.tags, help)->type_name("");
+    command->add_flag("--in-place", options.inPlace,
+                      "Edit the file itself, not a copy that replaces it; no copy means less safety");
+    command->add_flag("-f,--force", options.force, "Edit although tags get lost that cannot be kept");
+}
+
+void AddTags(CLI::App& app, CommandLine& line) {
+    CLI::App* command = app.add_subcommand("tags", "Show tags, set and remove them");
+    command->require_subcommand(0, 1);
+    command->add_option("FILE", line.tags.inputs, "Wave64 files")->type_name("");
+    command->add_flag("--chunks", line.tags.chunks, "Show what other chunks there are too");
+    command->add_flag("--json", line.tags.json, "Write a JSON array with an object per file");
+    command->final_callback([command, &line] {
+        if (command->get_subcommands().empty() && line.tags.inputs.empty()) throw CLI::RequiredError("FILE");
+    });
+    command->footer(std::string(kAboutTags) + kAlso);
+
+    CLI::App* set = command->add_subcommand("set", "Set tags; an empty value removes");
+    AddTagEdit(set, line.setTags, "NAME=VALUE", "What to set");
+    set->get_option("NAME=VALUE")->required();
+    set->footer("Names:\n" + TagNamesInColumns() + "\n" + kAboutTags + kAlso);
+    CLI::App* remove = command->add_subcommand("remove", "Remove tags");
+    AddTagEdit(remove, line.removeTags, "NAME", "What to remove");
+    remove->add_flag("--all", line.removeTags.all, "Remove every tag");
+}
+
+void AddOptions(CLI::App& app, OptionsOptions& options) {
+    CLI::App* command = app.add_subcommand("options", "Show and change how tags are stored");
+    command->add_option("NAME=VALUE", options.assignment, "An option to show, or to set")->type_name("");
+    command->add_flag("--unset", options.unset, "Unset the option, as if it had never been set");
+    command->add_flag("--all", options.all, "With --unset, every option");
+    command->footer(std::string(kAboutOptions) + kAlso);
+}
+
+void AddEncode(CLI::App& app, EncodeOptions& options) {
+    CLI::App* command = app.add_subcommand("encode", "Make a Wave64 file of any audio file");
+    command->add_option("IN", options.input, "WAV, RF64, AIFF, FLAC, CAF ...")->required()->type_name("");
+    command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
+    AddConversion(command, options.conversion);
+    AddForce(command, options.force);
+}
+
+void AddSample(CLI::App& app, SampleOptions& options) {
+    CLI::App* command = app.add_subcommand("sample", "Make a test file: a chord, note by note");
+    command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
+    const auto add = [command](const char* name, auto& value, const char* help, const CLI::Validator& check) {
+        command->add_option(name, value, help)->check(check)->type_name("N")->capture_default_str();
+    };
+    add("--rate", options.rate, "Frames per second, 1000 to 768000",
+        CLI::Range(1000u, 768000u).description(""));
+    add("--channels", options.channels, "Up to 1024", CLI::Range(1u, 1024u).description(""));
+    command->add_option("--bits", options.bits, "8, 16, 24 or 32, else 24; with --float 32 or 64, else 32")
+        ->check(CLI::IsMember({8u, 16u, 24u, 32u, 64u}).description(""))
+        ->type_name("N");
+    add("--seconds", options.seconds, "Length", CLI::Range(0.001, 1e6).description(""));
+    command->add_flag("--float", options.isFloat, "Floating-point samples");
+    AddForce(command, options.force);
+}
+
+void AddPlot(CLI::App& app, PlotOptions& options) {
+    CLI::App* command = app.add_subcommand("plot", "Draw the waveform and the spectrogram of any audio file");
+    command->add_option("IN", options.input, "Wave64, WAV, RF64, AIFF, FLAC, CAF ...")
+        ->required()
+        ->type_name("");
+    command->add_option("-o,--output", options.output, "A .png file; else one beside IN")->type_name("OUT");
+    command
+        ->add_option_function<std::string>(
+            "--size", [&options](const std::string& size) { options.size = ParseSize(size); },
+            "Pixels, 640x400 to 8000x4000")
+        ->type_name("WxH")
+        ->default_str("1600x900");
+    command->add_option("--floor", options.floor, "The level that is drawn black, in dBFS, -220 to -60")
+        ->check(CLI::Range(-220.0, -60.0).description(""))
+        ->type_name("DB")
+        ->capture_default_str();
+    AddForce(command, options.force);
+    command->footer(std::string(kAboutPlot) + kAlso);
+}
+
+void AddHelp(CLI::App& app, std::vector<std::string>& names) {
+    CLI::App* command = app.add_subcommand("help", "Show help on a command");
+    command->add_option("COMMAND", names, "A command, as \"tags set\"")->type_name("");
+}
+
+// "w64 tags set"
+std::string TitleOf(const CLI::App& command) {
+    const CLI::App* parent = command.get_parent();
+    return (parent ? TitleOf(*parent) + " " : "") + command.get_name();
+}
+
+std::string NoSuch(const char* what, const std::string& typed, const std::vector<std::string>& names,
+                   const CLI::App& command) {
+    const auto meant = NearestName(typed, names);
+    return std::string("there is no ") + what + " '" + typed + "'; " +
+           (meant ? "did you mean '" + *meant + "'?" : "see " + TitleOf(command) + " --help");
+}
+
+std::string NoCommand(const std::string& name, const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+    return NoSuch("command", name, names, app);
+}
+
+// Those of the whole program may follow a command.
+std::string NoOption(const std::string& argument, const CLI::App& command) {
+    std::vector<std::string> names;
+    for (const CLI::App* app = &command; app; app = app->get_parent()) {
+        for (const CLI::Option* option : app->get_options()) {
+            for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+        }
+    }
+    return NoSuch("option", argument.substr(0, argument.find('=')), names, command);
+}
+
+// What is missing is often there, but mistyped.
+std::string Explanation(const CLI::App& app, const CLI::Error& error) {
+    const CLI::App* command = &app;
+    while (!command->get_subcommands().empty()) command = command->get_subcommands()[0];
+    const auto code = static_cast<CLI::ExitCodes>(error.get_exit_code());
+    const auto unknown = app.remaining(true);
+    if (!unknown.empty() && (code == CLI::ExitCodes::ExtrasError || code == CLI::ExitCodes::RequiredError)) {
+        if (unknown[0].starts_with('-')) return NoOption(unknown[0], *command);
+        if (command == &app) return NoCommand(unknown[0], app);
+    }
+    return std::string(error.what()) + "; see " + TitleOf(*command) + " --help";
+}
+
+void Describe(CLI::App& app, CommandLine& line) {
+    app.require_subcommand(1);
+    app.get_formatter()->label("REQUIRED", "");
+    app.fallthrough();  // options of the whole program may follow the command
+    app.set_version_flag("--version", "w64 " W64_VERSION);
+    app.add_flag("-q,--quiet", line.quiet, "Show errors only");
+    app.add_option("--trace", line.trace, "Write the decoder's trace to FILE, - for standard error")
+        ->type_name("FILE");
+    app.add_option("--plugin", line.plugin,
+                   "Decode by this plug-in, a file or a folder with w64.dll;\n"
+                   "else by that of W64_PLUGIN, else by the one beside w64")
+        ->envname("W64_PLUGIN")
+        ->option_text("PLACE");
+    app.footer(kAlso);  // inherited by the commands
+
+    app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
+        return "w64: " + Explanation(*failed, error) + "\n";
+    });
+    AddDecode(app, line.decode);
+    AddInfo(app, line.info);
+    AddChunks(app, line.chunks);
+    AddCheck(app, line.check);
+    AddTags(app, line);
+    AddOptions(app, line.options);
+    AddEncode(app, line.encode);
+    AddSample(app, line.sample);
+    AddPlot(app, line.plot);
+    AddHelp(app, line.help);
+    app.footer(kExamples);
+}
+
+// A program that is started without one of them would open some file under its number and then talk into it.
+// The stand-ins fail when they are used.
+void OccupyStandardStreams() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(descriptor, F_GETFD) >= 0) continue;
+        // Descriptors are given out in ascending order.
+        [[maybe_unused]] const int standIn =
+            ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
+bool ShowHelp(const CLI::App& app, const std::vector<std::string>& names) {
+    const CLI::App* command = &app;
+    for (const std::string& name : names) {
+        const auto found = command->get_subcommands([&](auto* each) { return each->get_name() == name; });
+        if (found.empty()) throw UsageError(NoCommand(name, *command));
+        command = found[0];
+    }
+    std::cout << app.get_formatter()->make_help(command, TitleOf(*command), CLI::AppFormatMode::Normal);
+    std::cout.flush();
+    if (!std::cout) throw Failure("cannot write to standard output");
+    return true;
+}
+
+bool Run(const CLI::App& app, const CommandLine& line, Console& console) {
+    if (app.got_subcommand("help")) return ShowHelp(app, line.help);
+    const TraceFile trace(line.trace);
+    const CommandContext context = {console, trace.Descriptor(), line.plugin};
+    if (app.got_subcommand("decode")) return DecodeCommand(line.decode, context);
+    if (app.got_subcommand("info")) return InfoCommand(line.info, context);
+    if (app.got_subcommand("chunks")) return ChunksCommand(line.chunks, context);
+    if (app.got_subcommand("check")) return CheckCommand(line.check, context);
+    if (app.got_subcommand("options")) return OptionsCommand(line.options, context);
+    if (app.got_subcommand("tags")) {
+        const CLI::App* tags = app.get_subcommand("tags");
+        if (tags->got_subcommand("set")) return SetTagsCommand(line.setTags, context);
+        if (tags->got_subcommand("remove")) return RemoveTagsCommand(line.removeTags, context);
+        return TagsCommand(line.tags, context);
+    }
+    if (app.got_subcommand("encode")) return EncodeCommand(line.encode, context);
+    if (app.got_subcommand("plot")) return PlotCommand(line.plot, context);
+    return SampleCommand(line.sample, context);
+}
+
+int ExitStatus(const CLI::App& app, const CommandLine& line) {
+    Interrupt::Install();
+    Console console(line.quiet, line.trace != "-");
+    try {
+        const bool allDone = Run(app, line, console);
+        if (Interrupt::Signal() != 0) return kSignalled + Interrupt::Signal();
+        return allDone ? 0 : kFileFailed;
+    } catch (const UsageError& error) {
+        console.Error("", error.what());
+        return kWrongUsage;
+    } catch (const std::exception& error) {
+        console.Error("", error.what());
+        return kFileFailed;
+    }
+}
+
+}  // namespace
+
+}  // namespace w64
+
+using namespace w64;
+
+int main(int argc, char** argv) try {
+    OccupyStandardStreams();
+    CommandLine line;
+    CLI::App app("Wave64 audio files: decode, look into, and make them.", "w64");
+    Describe(app, line);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (app.exit(error) != 0) return kWrongUsage;
+        if (std::cout.flush()) return 0;
+        throw SystemFailure("cannot write to standard output");
+    }
+    return ExitStatus(app, line);
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "w64: %s\n", error.what());
+    return kFileFailed;
+}

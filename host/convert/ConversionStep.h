@@ -1,0 +1,32 @@
+#pragma once
+
+#include "audio/buffer/XAudioBufferNew.h"
+
+#include <memory>
+
+namespace w64 {
+
+// A step of a conversion: audio of one format becomes that of another, block by block.
+// Errors: std::bad_alloc.
+class ConversionStep {
+public:
+    // Dither is noise where bits of integers get lost.
+    // Errors: Failure when there is no way between the formats.
+    static std::unique_ptr<ConversionStep> Make(const XAudioWFX& source, const XAudioWFX& target,
+                                                bool dither);
+
+    explicit ConversionStep(const XAudioWFX& target) : target_(target) {}
+    ConversionStep(const ConversionStep&) = delete;  // it is in the middle of a stream
+    ConversionStep& operator=(const ConversionStep&) = delete;
+    virtual ~ConversionStep() = default;
+
+    const XAudioWFX& Target() const { return target_; }
+
+    // The result is valid until the next call.
+    virtual XAudioBufferNew& Run(XAudioBufferNew& audio, bool last) = 0;
+
+private:
+    XAudioWFX target_;
+};
+
+}  // namespace w64

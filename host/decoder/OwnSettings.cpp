@@ -1,0 +1,62 @@
+#include "host/decoder/OwnSettings.h"
+
+#include "base/Platform.h"
+#include "base/XFile.h"
+#include "host/terminal/Failure.h"
+#include "settings/XRegistry.h"
+#include "settings/XRegistryScopes.h"
+#include "settings/XRegistryTree.h"
+
+namespace w64 {
+
+namespace {
+
+constexpr const char* kCannotOffer = "cannot hand the tagging options to the decoder";
+constexpr auto kUTF16 = static_cast<uint32_t>(LISTText::UTF16);
+
+std::vector<XStr> TaggingKey() {
+    return XRegistry::ImportKeyPath(XRegistry::CurrentUser, TaggingOptions::KeyPath);
+}
+
+// The user's tagging options, with safe editing on.
+std::unique_ptr<XJSON::Object> SafeSettings() {
+    auto root = std::make_unique<XJSON::Object>();
+    XJSON::Object& key = XRegistryTree::CreateKey(*root, TaggingKey());
+    const sharedRegReadScope settings;
+    const XJSON::Object* user = XRegistryTree::FindKey(settings.Root(), TaggingKey());
+    for (int i = 0; user && i < user->Count(); ++i) key.AddAny(user->NameAt(i), user->ItemAt(i).Clone());
+    XRegistryTree::SetValue(key, TaggingOptions::SafeEditName, std::make_unique<XJSON::Number>(1));
+    return root;
+}
+
+}  // namespace
+
+void RequireReadableSettings() {
+    if (XRegistry::IsFileReadable()) return;
+    throw Failure("the settings in '" + ToUTF8(XRegistry::RegFileLocation()) +
+                  "' cannot be read; nothing was changed");
+}
+
+OwnSettings::OwnSettings() : file_(Platform::MemoryFile()), root_(SafeSettings()) {
+    if (file_.Number() < 0) throw SystemFailure(kCannotOffer);
+    bool missing = false;
+    const auto* text = XRegistryTree::FindValue(*root_, TaggingKey(), TaggingOptions::LISTTextName);
+    const auto chosen = static_cast<uint32_t>(XRegistryTree::ToInteger(text, &missing));
+    listText_ = missing ? kUTF16 : chosen;
+    XRegistry::SetRegFileLocation(L"/dev/fd/" + std::to_wstring(file_.Number()), true);
+    EndEdit();
+    if (!TaggingOptions::Read().rules.safe) throw Failure(kCannotOffer);
+}
+
+void OwnSettings::Offer(uint32_t listText) {
+    XJSON::Object& key = XRegistryTree::CreateKey(*root_, TaggingKey());
+    XRegistryTree::SetValue(key, TaggingOptions::LISTTextName, std::make_unique<XJSON::Number>(listText));
+    const std::string text = ToUTF8(JoinUnits(root_->ToText()));
+    XFile file;
+    file.Open(reinterpret_cast<void*>(intptr_t{file_.Number()}));
+    if (!file.SetFileSize(0) || !file.SetPosition(0) || !file.Write(text.data(), text.size())) {
+        throw SystemFailure(kCannotOffer);
+    }
+}
+
+}  // namespace w64

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <unistd.h>
+#include <utility>
+
+namespace w64 {
+
+// Closes a file descriptor with the object; a negative one is none.
+class Descriptor {
+public:
+    explicit Descriptor(int number = -1) : number_(number) {}
+    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    Descriptor& operator=(Descriptor&&) = delete;
+    ~Descriptor() {
+        if (number_ >= 0) ::close(number_);
+    }
+
+    int Number() const { return number_; }
+
+private:
+    int number_;
+};
+
+}  // namespace w64

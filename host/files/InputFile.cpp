@@ -1,0 +1,27 @@
+#include "host/files/InputFile.h"
+
+#include "base/XStr.h"
+#include "host/terminal/Failure.h"
+
+#include <filesystem>
+
+namespace w64 {
+
+namespace fs = std::filesystem;
+
+InputFile::InputFile(const std::string& name) {
+    const XStr wideName = FromUTF8(name);
+    if (ToUTF8(wideName) != name) throw Failure("is no UTF-8 file name");
+    if (Open(wideName, Access::Read)) return;
+    auto reason = static_cast<std::errc>(errno);
+    std::error_code error;
+    const fs::file_status status = fs::status(name, error);
+    if (fs::is_directory(status)) reason = std::errc::is_a_directory;
+    if (fs::is_other(status)) throw Failure("is a pipe or a device, not a file");
+    if (reason == std::errc::operation_would_block) throw Failure("is in use by another program");
+    throw Failure(std::make_error_code(reason).message());
+}
+
+void RequireReadable(const std::string& name) { const InputFile file(name); }
+
+}  // namespace w64

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "base/XFile.h"
+
+#include <string>
+
+namespace w64 {
+
+// A file that is only read.
+// Errors: Failure that says what is in the way, in the system's words where it has any.
+class InputFile : public XFile {
+public:
+    explicit InputFile(const std::string& name);
+};
+
+// The same look at a file that somebody else is to open.
+void RequireReadable(const std::string& name);
+
+}  // namespace w64

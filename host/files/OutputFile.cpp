@@ -1,0 +1,55 @@
+#include "host/files/OutputFile.h"
+
+#include "base/XStr.h"
+#include "host/terminal/Failure.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace w64 {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Looked at before any work is done; that the name is still free is made sure of at the end.
+fs::path Usable(fs::path path, bool replace) {
+    const std::string name = "'" + path.native() + "'";
+    if (ToUTF8(FromUTF8(path.native())) != path.native()) throw Failure(name + " is no UTF-8 file name");
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (!fs::exists(status)) return path;
+    if (!fs::is_regular_file(status)) throw Failure(name + " is not a regular file");
+    if (!replace) throw Failure(name + " exists already; --force replaces it");
+    return path;
+}
+
+}  // namespace
+
+OutputFile::OutputFile(fs::path path, bool replace)
+    : path_(Usable(std::move(path), replace)), replace_(replace), temp_(path_.parent_path()) {}
+
+void OutputFile::Commit() {
+    const int descriptor = File().Descriptor();
+    if (::fsync(descriptor) != 0) throw SystemFailure("cannot write '" + path_.native() + "'");
+    if (!replace_) return MoveToFreeName();
+    struct stat old {};
+    if (::stat(path_.c_str(), &old) == 0) ::fchmod(descriptor, old.st_mode & 07777);  // who may read it stays
+    if (::rename(temp_.Path().c_str(), path_.c_str()) != 0) {
+        throw SystemFailure("cannot replace '" + path_.native() + "'");
+    }
+}
+
+// A link never replaces what has come under the name meanwhile, as a rename would.
+void OutputFile::MoveToFreeName() {
+    if (::link(temp_.Path().c_str(), path_.c_str()) == 0) return;
+    std::error_code ignored;
+    if (errno == EEXIST || fs::exists(path_, ignored))
+        throw Failure("'" + path_.native() + "' exists already; --force replaces it");
+    // Some file systems know no links.
+    if (::rename(temp_.Path().c_str(), path_.c_str()) != 0) {
+        throw SystemFailure("cannot create '" + path_.native() + "'");
+    }
+}
+
+}  // namespace w64

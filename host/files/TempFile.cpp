@@ -1,0 +1,41 @@
+#include "host/files/TempFile.h"
+
+#include "base/XStr.h"
+#include "host/terminal/Failure.h"
+
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <unistd.h>
+
+namespace w64 {
+
+namespace {
+
+std::filesystem::path NextName() {
+    static std::atomic<unsigned> count = 0;
+    return ".w64-" + std::to_string(::getpid()) + "-" + std::to_string(++count) + ".part";
+}
+
+}  // namespace
+
+TempFile::TempFile(const std::filesystem::path& folder, XFile::Access access) {
+    constexpr int kTries = 100;  // names that a killed process of the same number has left behind
+    for (int i = 0; i < kTries; ++i) {
+        path_ = folder / NextName();
+        if (file_.Open(FromUTF8(path_.native()), access)) return;
+        if (errno != EEXIST) break;
+    }
+    throw SystemFailure("cannot create a file in '" + (folder.empty() ? "." : folder.native()) + "'");
+}
+
+bool TempFile::IsLeftover(const std::string& name) {
+    int process = 0;
+    int end = 0;
+    const int found = std::sscanf(name.c_str(), ".w64-%d-%*u.part%n", &process, &end);
+    return found == 1 && static_cast<size_t>(end) == name.size() && ::kill(process, 0) != 0 && errno == ESRCH;
+}
+
+TempFile::~TempFile() { ::unlink(path_.c_str()); }
+
+}  // namespace w64

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "audio/format/XAudioWFX.h"
+#include "host/decoder/ReportChannels.h"
+#include "host/files/OutputFile.h"
+#include "wave64/container/clWave64Handler.h"
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace w64 {
+
+// A new Wave64 file of one format.
+// Order:  Write any number of times, then Finish; without Finish there is no file.
+// Errors: Failure.
+class Wave64Writer {
+public:
+    // Compressed audio has a count of its frames beside it, 0 where that is not known.
+    Wave64Writer(const std::string& path, bool replace, const XAudioWFX& format, int traceDescriptor,
+                 std::optional<uint32_t> frameCount = std::nullopt);
+
+    // Interleaved frames in WAVE layout, or compressed audio.
+    void Write(std::span<const uint8_t> audio);
+    void Finish();
+
+private:
+    void Check(bool done) const;
+
+    OutputFile output_;
+    ReportChannels channels_;
+    clWave64Handler chunks_;
+};
+
+}  // namespace w64

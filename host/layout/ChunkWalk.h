@@ -1,0 +1,92 @@
+#pragma once
+
+#include "base/XFile.h"
+#include "wave64/container/ChunkCodes.h"
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace w64 {
+
+// How a chunk's size field goes with the file.
+enum class ChunkFit {
+    Whole,
+    TooSmall,     // claims fewer bytes than its own header
+    Outside,      // claims more bytes than the file has left
+    CutTo32Bits,  // holds the low 32 bits of what is there
+};
+
+// A chunk as it lies in the file: what its header says, and what is there.
+struct WalkedChunk {
+    GUID identifier{};
+    int64_t position = 0;      // of the header
+    uint64_t sizeField = 0;    // as stored; it counts the header
+    int64_t dataBytes = 0;     // up to the end of the file at most
+    int64_t paddingBytes = 0;  // the same
+    bool zeroPadding = true;
+    ChunkFit fit = ChunkFit::Whole;
+
+    uint64_t ClaimedBytes() const { return sizeField - kChunkHeaderBytes; }  // unless it is TooSmall
+    bool HasKnownEnd() const { return fit == ChunkFit::Whole || fit == ChunkFit::CutTo32Bits; }
+    int64_t DataPosition() const { return position + kChunkHeaderBytes; }
+    int64_t DataEnd() const { return DataPosition() + dataBytes; }
+    int64_t End() const { return DataEnd() + paddingBytes; }
+};
+
+// The size field of a Wave64 file's outer header.
+// Errors: Failure, as a sentence, when the file does not begin like one.
+uint64_t ReadOuterSize(XFile& file);
+
+// The chunks of a file one after the other, by what is there: a wrong outer size hides none of them, and no
+// size leads out of the file or back. Reads a few bytes at the end of each chunk and nothing else of its data.
+class ChunkWalk {
+public:
+    enum class Stop {
+        FileEnd,      // or so close to it that no header fits before it
+        OuterEnd,     // the chunks end where the outer header says so, the file does not
+        FaultyChunk,  // nobody knows where the last chunk ends
+        NoChunk,      // there is something else where a header should be
+        TooMany,      // more than any reader takes
+        Unreadable,
+    };
+    static constexpr int64_t kMostChunks = 450'000;  // as many as the decoder takes
+
+    ChunkWalk(XFile& file, uint64_t outerSize);
+
+    std::optional<WalkedChunk> Next();
+
+    // Once there is no next one. From Position on bytes belong to no chunk that could be told.
+    Stop StoppedBy() const { return *stop_; }
+    int64_t Position() const { return position_; }
+    int64_t BytesLeft() const { return fileBytes_ - position_; }
+    const std::string& ReadError() const { return readError_; }
+
+    // Whether a chunk of a known name that fits the file begins there.
+    bool ChunkBeginsAt(int64_t position);
+
+private:
+    const uint8_t* At(int64_t position, int64_t bytes);
+    std::optional<WalkedChunk> ReadHeader(int64_t position);
+    bool IsWholeAt(int64_t position);
+    void MeasureData(WalkedChunk& chunk);
+    void MeasurePadding(WalkedChunk& chunk);
+    bool IsAtOuterEnd() const;
+
+    XFile& file_;
+    const int64_t fileBytes_;
+    const uint64_t outerSize_;
+    int64_t position_ = kOuterHeaderBytes;
+    int64_t lastDataEnd_ = 0;  // of the chunk before
+    int64_t count_ = 0;
+    std::optional<Stop> stop_;
+    std::string readError_;
+
+    // A stretch of the file, so that neighbouring small chunks cost one read together.
+    std::array<uint8_t, 4096> window_;
+    int64_t windowStart_ = 0;
+    int64_t windowBytes_ = 0;
+};
+
+}  // namespace w64

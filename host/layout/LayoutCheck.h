@@ -1,0 +1,88 @@
+#pragma once
+
+#include "host/layout/ChunkWalk.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace w64 {
+
+// Something about a file's layout, in a sentence.
+struct LayoutFinding {
+    bool isFault = false;  // endangers the audio or those who read or edit the file; else only odd
+    std::string text;
+    int64_t alike = 0;  // that are left out, so that a file of a million faults is told in a few lines
+};
+
+// A strict look at the layout of a Wave64 file: the headers, what lies between the chunks, and whether format
+// and audio go together. Of the audio only the end is read.
+// Errors: none; whatever is wrong is a finding.
+class LayoutCheck {
+public:
+    explicit LayoutCheck(XFile& file);
+
+    const std::vector<LayoutFinding>& Findings() const { return findings_; }
+    bool HasFaults() const;
+
+    // There is audio, and reading it by the rules fails or ends too soon.
+    bool CallsForSalvage() const { return data_ && structureIsFaulty_; }
+
+    // "3 chunks, 60,112 bytes, tags before the audio"
+    std::string Summary() const;
+
+private:
+    void CheckChunk(const WalkedChunk& chunk);
+    void CheckFit(const WalkedChunk& chunk);
+    void CheckPadding(const WalkedChunk& chunk);
+    bool EndsWithoutPadding() const;
+    void CheckKind(const WalkedChunk& chunk);
+    void CheckSummaryList(const WalkedChunk& list);
+    void RememberFirst(std::optional<WalkedChunk>& first, std::string_view sortOfOthers,
+                       const WalkedChunk& chunk);
+    void CheckStop(ChunkWalk& walk);
+    void CheckEnd(ChunkWalk& walk);
+    bool BeginsUnpadded(ChunkWalk& walk) const;
+    std::string NoChunkFault(ChunkWalk& walk) const;
+    void CheckOuterSize(ChunkWalk::Stop stop);
+    bool OuterSizeFitsLastPadding() const;
+    std::string OuterFault(ChunkWalk::Stop stop) const;
+    void CheckWhatIsThere();
+    void CheckFormat();
+    void CheckFrames(int64_t frameBytes);
+    void CheckFact(int64_t frames, int64_t frameBytes);
+    bool EndsInCountedPadding(int64_t bytes);
+    bool Read(int64_t position, std::span<uint8_t> bytes);
+
+    void Fault(std::string_view sort, std::string text) { Add(true, sort, std::move(text)); }
+    void Structure(std::string_view sort, std::string text);  // a fault that calls for salvage
+    void Odd(std::string_view sort, std::string text) { Add(false, sort, std::move(text)); }
+    void Add(bool isFault, std::string_view sort, std::string text);
+
+    XFile& file_;
+    const int64_t fileBytes_;
+    uint64_t outerSize_ = 0;
+    int64_t chunks_ = 0;
+    int64_t slackBytes_ = 0;
+    bool tagsBeforeAudio_ = false;
+    bool tagsBehindAudio_ = false;
+    bool structureIsFaulty_ = false;
+    std::optional<WalkedChunk> format_;  // the first of its kind
+    std::optional<WalkedChunk> data_;
+    std::optional<WalkedChunk> fact_;
+    std::optional<WalkedChunk> summaryList_;
+    std::optional<WalkedChunk> last_;
+
+    struct Sort {
+        int64_t count = 0;
+        size_t lastTold = 0;  // in findings_
+    };
+    std::map<std::string_view, Sort> sorts_;
+    std::vector<LayoutFinding> findings_;
+};
+
+}  // namespace w64

@@ -1,0 +1,128 @@
+#include "host/layout/Salvage.h"
+
+#include "host/files/FileCopy.h"
+#include "host/layout/ChunkKind.h"
+#include "host/layout/ChunkWalk.h"
+#include "host/layout/Wave64File.h"
+#include "host/terminal/Failure.h"
+
+#include <algorithm>
+#include <array>
+
+namespace w64 {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int64_t kSizeFieldOffset = 16;  // in the outer header and in a chunk's
+
+// The audio chunk as it lies in the file, whatever the outer header says.
+struct AudioExtent {
+    WalkedChunk chunk;
+    int64_t present;  // bytes from its data to the end of the file
+    bool fits;        // other chunks follow its data, up to where the file ends
+
+    uint64_t Announced() const { return chunk.fit == ChunkFit::TooSmall ? 0 : chunk.ClaimedBytes(); }
+    // A recorder that has crashed leaves the size it started with, none, or an older one.
+    int64_t Usable() const { return chunk.dataBytes == 0 || !fits ? present : chunk.dataBytes; }
+};
+
+// Whether chunk after chunk leads from where the walk is to `end`, or past it.
+bool ChunksReach(ChunkWalk& walk, int64_t end) {
+    while (walk.Position() < end) {
+        const auto chunk = walk.Next();
+        if (!chunk) return walk.StoppedBy() == ChunkWalk::Stop::TooMany;  // audio does not look like that
+        if (!chunk->HasKnownEnd()) return false;
+    }
+    return true;
+}
+
+// Where the outer header says that the file ends, when that is after the audio and in the file; else its end.
+int64_t OuterEnd(uint64_t outerSize, const WalkedChunk& audio, int64_t fileBytes) {
+    const bool isUsable =
+        outerSize >= static_cast<uint64_t>(audio.DataEnd()) && outerSize < static_cast<uint64_t>(fileBytes);
+    return isUsable ? static_cast<int64_t>(outerSize) : fileBytes;
+}
+
+// Nothing where there is none; what does not begin like a Wave64 file is left to the decoder, which says so.
+std::optional<AudioExtent> FindAudio(const fs::path& path) try {
+    XFile file;
+    if (!file.Open(FromUTF8(path.native()), XFile::Access::Read)) return std::nullopt;
+    const int64_t fileBytes = file.Size();
+    const uint64_t outerSize = ReadOuterSize(file);
+    ChunkWalk walk(file, 0);  // the outer size of a crashed recorder may end anywhere
+    auto chunk = walk.Next();
+    while (chunk && KindOfChunk(chunk->identifier) != ChunkKind::Audio) chunk = walk.Next();
+    if (!chunk) return std::nullopt;
+    const bool fits = !chunk->HasKnownEnd() || ChunksReach(walk, OuterEnd(outerSize, *chunk, fileBytes));
+    return AudioExtent{*chunk, fileBytes - chunk->DataPosition(), fits};
+} catch (const Failure&) {
+    return std::nullopt;
+}
+
+// The decoder finds all of it by itself; at most it is to be told where to stop.
+bool DecoderSees(Wave64File& file, const AudioExtent& audio) {
+    const STRIFFChunk* data = file.Chunks().FindChunkForRead("data");
+    return data && data->DataSize >= audio.Usable();
+}
+
+void PutSize(XFile& file, int64_t headerPosition, int64_t size) {
+    if (!file.SetPosition(headerPosition + kSizeFieldOffset) || !file.Write(&size, sizeof size)) {
+        throw SystemFailure("cannot write a repaired copy");
+    }
+}
+
+// The file up to the end of its audio, with sizes that say so.
+std::unique_ptr<TempFile> RepairedCopy(const fs::path& path, const AudioExtent& audio,
+                                       const fs::path& folder) {
+    XFile original;
+    if (!original.Open(FromUTF8(path.native()), XFile::Access::Read))
+        throw SystemFailure("cannot open the file");
+    auto copy = std::make_unique<TempFile>(folder);
+    const int64_t end = audio.chunk.DataPosition() + audio.Usable();
+    CopyBeginning(original, copy->File(), end);
+    PutSize(copy->File(), 0, end);
+    PutSize(copy->File(), audio.chunk.position, end - audio.chunk.position);
+    copy->File().Close();  // the decoder gets it, and the lock with it
+    return copy;
+}
+
+}  // namespace
+
+std::optional<Salvage> PlanSalvage(const fs::path& path, const fs::path& copyFolder) {
+    const auto audio = FindAudio(path);
+    if (!audio) return std::nullopt;
+    Salvage salvage;
+    salvage.source = path;
+    Wave64File file(path);
+    const bool emptyByRight = audio->Announced() == 0 && file.IsWhole();
+    auto format = file.Format();
+    if (!emptyByRight && !DecoderSees(file, *audio)) {
+        salvage.repaired = RepairedCopy(path, *audio, copyFolder);
+        salvage.source = salvage.repaired->Path();
+        format = Wave64File(salvage.source).Format();
+    }
+    if (!format) return std::nullopt;
+
+    const int64_t usable = emptyByRight ? 0 : audio->Usable();
+    const STRIFFChunk* data = file.Chunks().FindChunkForRead("data");
+    salvage.isToStop = !salvage.repaired && data && data->DataSize > usable;
+    const bool inFrames = salvage.isToStop || IsLinear(format->WFXFormatTag());
+    const int64_t kept = inFrames ? format->BlockAlignBuffer(usable) : usable;
+    const auto announced = static_cast<int64_t>(std::min<uint64_t>(audio->Announced(), INT64_MAX));
+    salvage.frames = kept / format->BlockAlign();
+    salvage.lostBytes = std::max(announced, usable) - kept;
+    salvage.milliseconds = format->CalcmsTime(kept);
+    return salvage;
+}
+
+bool HidesAudio(const fs::path& path) {
+    const auto audio = FindAudio(path);
+    if (!audio || audio->present == 0) return false;
+    Wave64File file(path);
+    if (!file.IsOpen()) return false;
+    return audio->Announced() == 0 ? !file.IsWhole() : !DecoderSees(file, *audio);
+}
+
+}  // namespace w64

@@ -1,0 +1,62 @@
+#include "host/plot/AxisTicks.h"
+
+#include "host/terminal/FormatText.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+namespace w64 {
+
+namespace {
+
+constexpr double kMinute = 60;
+constexpr double kHour = 3600;
+
+std::string Print(const char* pattern, int decimals, double value) {
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), pattern, decimals, value);
+    return text.data();
+}
+
+}  // namespace
+
+double RoundStep(double least) {
+    const double power = std::pow(10, std::floor(std::log10(least)));
+    for (const double step : {power, 2 * power, 5 * power}) {
+        if (step >= least) return step;
+    }
+    return 10 * power;
+}
+
+double TimeStep(double least) {
+    if (least <= 10) return RoundStep(least);
+    for (const double step :
+         {15.0, 30.0, kMinute, 2 * kMinute, 5 * kMinute, 10 * kMinute, 15 * kMinute, 30 * kMinute}) {
+        if (step >= least) return step;
+    }
+    return kHour * RoundStep(least / kHour);
+}
+
+TimeLabels::TimeLabels(double end, double step) {
+    if (end >= kMinute) {
+        unit_ = end < kHour ? "min:s" : "h:min:s";
+        return;
+    }
+    unit_ = end < 0.1 ? "ms" : "s";
+    perSecond_ = end < 0.1 ? 1000 : 1;
+    decimals_ = std::max(0, -static_cast<int>(std::floor(std::log10(step * perSecond_ * 1.001))));
+}
+
+std::string TimeLabels::operator()(double seconds) const {
+    if (unit_.find(':') != std::string::npos) return FormatMinutes(seconds);
+    return Print("%.*f", decimals_, seconds * perSecond_);
+}
+
+std::string FrequencyLabel(double hertz) {
+    if (hertz < 1e3) return Print("%.*g", 6, hertz);
+    return hertz < 1e6 ? Print("%.*g", 6, hertz / 1e3) + "k" : Print("%.*g", 6, hertz / 1e6) + "M";
+}
+
+}  // namespace w64

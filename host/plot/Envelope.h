@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace w64 {
+
+// The outline of audio of any length: for each stretch of frames how low and how high the samples reach, and
+// their power. A stretch is a power of two of frames. When the columns are used up, neighbours become one, so
+// that a long signal has between `columns` and twice as many.
+class Envelope {
+public:
+    struct Column {
+        double low = 0;
+        double high = 0;
+        double squares = 0;  // their sum
+        int64_t samples = 0;
+
+        double RootMeanSquare() const;
+    };
+
+    // A lane per channel, or one lane for all of them together.
+    Envelope(int channels, bool together, size_t columns);
+
+    // Interleaved frames.
+    void Add(std::span<const double> frames);
+
+    int64_t Frames() const { return frames_; }
+    int64_t FramesPerColumn() const { return framesPerColumn_; }
+    size_t Lanes() const { return lanes_.size(); }
+    std::span<const Column> Lane(size_t lane) const { return lanes_[lane]; }
+    double Peak() const;
+
+private:
+    void BeginColumn();
+
+    const size_t channels_;
+    const size_t mostColumns_;
+    int64_t framesPerColumn_ = 1;
+    int64_t frames_ = 0;
+    std::vector<std::vector<Column>> lanes_;
+};
+
+}  // namespace w64

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+
+namespace w64 {
+
+struct PictureSize {
+    int width = 1600;
+    int height = 900;
+};
+
+// A place in the picture, in pixels from its upper left corner.
+struct PictureArea {
+    int left;
+    int top;
+    int width;
+    int height;
+
+    int Right() const { return left + width; }
+    int Bottom() const { return top + height; }
+    double Middle() const { return top + height / 2.0; }
+};
+
+// Where in a picture of audio its parts lie: a title, the lanes of the waveform, and below them, on the same
+// time axis, the spectrogram with its scale of colours beside it.
+class PlotLayout {
+public:
+    static constexpr PictureSize kSmallest = {640, 400};
+    static constexpr PictureSize kLargest = {8000, 4000};
+
+    PlotLayout(PictureSize size, size_t lanes);
+
+    PictureSize Size() const { return size_; }
+    size_t Lanes() const { return lanes_; }
+    PictureArea Lane(size_t lane) const;
+    const PictureArea& Waveform() const { return waveform_; }  // all lanes
+    const PictureArea& Spectrogram() const { return spectrogram_; }
+    PictureArea ColourScale() const;
+
+    // Pixels for a length in a picture of the usual size. Larger ones are drawn larger, smaller ones are not
+    // drawn smaller, or nobody could read them.
+    double Scaled(double pixels) const { return pixels * scale_; }
+    int Pixels(double pixels) const;
+
+private:
+    PictureSize size_;
+    size_t lanes_;
+    double scale_;
+    PictureArea waveform_{};
+    PictureArea spectrogram_{};
+};
+
+}  // namespace w64

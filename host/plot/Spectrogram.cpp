@@ -1,0 +1,170 @@
+#include "host/plot/Spectrogram.h"
+
+#include "audio/fft/FFT.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <numeric>
+
+namespace w64 {
+
+namespace {
+
+// Two to four bins to a band.
+size_t PointsFor(size_t rows) { return std::bit_floor(8 * rows); }
+
+// In proportion to the root of the length, a window is about as wide in the picture as its lines are high,
+// or somewhat wider, which suits music. Finer lines than the bands are not asked for.
+size_t WindowSize(int64_t frames, size_t points) {
+    const double fitting =
+        std::clamp(6 * std::sqrt(static_cast<double>(frames)), 64.0, static_cast<double>(points));
+    return std::bit_floor(static_cast<size_t>(fitting));
+}
+
+// Modified Bessel function of order 0, by its series.
+double BesselI0(double x) {
+    double sum = 0;
+    double term = 1;
+    for (int k = 1; term > sum * 1e-17; ++k) {
+        sum += term;
+        term *= x / (2 * k) * (x / (2 * k));
+    }
+    return sum;
+}
+
+// A Kaiser window whose side lobes are `attenuation` dB, at least 60, below its main lobe; scaled so that a
+// sine of amplitude 1 has a peak of 1.
+std::vector<double> KaiserWindow(size_t size, double attenuation) {
+    const double beta = 0.12438 * (attenuation + 6.3);
+    std::vector<double> window(size);
+    for (size_t i = 0; i < size; ++i) {
+        const double x = static_cast<double>(2 * i + 1) / static_cast<double>(size) - 1;
+        window[i] = BesselI0(beta * std::sqrt(1 - x * x));
+    }
+    const double sum = std::accumulate(window.begin(), window.end(), 0.0);
+    for (double& weight : window) weight *= 2 / sum;
+    return window;
+}
+
+}  // namespace
+
+Spectrogram::Spectrogram(const Shape& shape)
+    : channels_(static_cast<size_t>(shape.channels)), rows_(shape.rows), mostColumns_(2 * shape.columns),
+      numbers_(PointsFor(rows_)), tables_(numbers_.size() / 2), bins_(numbers_.size() / 2 + 1) {
+    constexpr double kMargin = 10;  // for several lines that leak to the same place
+    const auto frames = std::max<int64_t>(shape.expectedFrames, 0);
+    window_ = KaiserWindow(WindowSize(frames, numbers_.size()), kMargin - shape.floor);
+    latest_.resize(channels_);
+
+    // Windows a quarter of their size apart see every frame about as well as any other. That makes as many of
+    // them as the length asks for, which takes a few times as long as reading the audio.
+    const auto columns = static_cast<uint64_t>(frames) / shape.columns;
+    framesPerColumn_ =
+        static_cast<int64_t>(std::clamp<uint64_t>(std::bit_floor(columns), 1, window_.size() / 4));
+    framesPerWindow_ = framesPerColumn_;
+}
+
+void Spectrogram::Add(std::span<const double> frames) {
+    while (frames.size() >= channels_) {
+        const size_t count = std::min(window_.size(), frames.size() / channels_) * channels_;
+        Append(frames.first(count));
+        frames = frames.subspan(count);
+        const auto fits = frames_ - static_cast<int64_t>(window_.size());
+        while (WindowStart() <= fits) AddWindow(WindowStart());
+    }
+}
+
+// Near the ends of the audio the window stays inside, where it sees no sudden beginning or end.
+void Spectrogram::Finish() {
+    if (frames_ < static_cast<int64_t>(window_.size())) PadToWindow();
+    const int64_t last = std::max<int64_t>(frames_ - static_cast<int64_t>(window_.size()), 0);
+    while (position_ < frames_) AddWindow(std::min(WindowStart(), last));
+    if (windows_ > 0) EndColumn();
+}
+
+void Spectrogram::Append(std::span<const double> frames) {
+    const size_t count = frames.size() / channels_;
+    for (size_t channel = 0; channel < channels_; ++channel) {
+        std::vector<double>& latest = latest_[channel];
+        if (latest.size() > window_.size()) {
+            latest.erase(latest.begin(), latest.end() - static_cast<std::ptrdiff_t>(window_.size()));
+        }
+        for (size_t i = 0; i < count; ++i) latest.push_back(frames[i * channels_ + channel]);
+    }
+    frames_ += static_cast<int64_t>(count);
+}
+
+// All there is goes to the middle of the window.
+void Spectrogram::PadToWindow() {
+    for (std::vector<double>& latest : latest_) {
+        latest.insert(latest.begin(), (window_.size() - latest.size()) / 2, 0.0);
+        latest.resize(window_.size());
+    }
+}
+
+// The middle of the window is that of the frames it stands for.
+int64_t Spectrogram::WindowStart() const {
+    return std::max<int64_t>(position_ + framesPerWindow_ / 2 - static_cast<int64_t>(window_.size() / 2), 0);
+}
+
+void Spectrogram::AddWindow(int64_t start) {
+    const int64_t beforeEnd = std::max(frames_, static_cast<int64_t>(window_.size())) - start;
+    for (const std::vector<double>& latest : latest_) AddPower(latest.data() + latest.size() - beforeEnd);
+    ++windows_;
+    position_ += framesPerWindow_;
+    if (position_ % framesPerColumn_ == 0) EndColumn();
+}
+
+void Spectrogram::AddPower(const double* samples) {
+    for (size_t i = 0; i < window_.size(); ++i) numbers_[i] = samples[i] * window_[i];
+    std::fill(numbers_.begin() + static_cast<std::ptrdiff_t>(window_.size()), numbers_.end(), 0.0);
+    rdft(static_cast<int>(numbers_.size()), 1, numbers_.data(), tableSizes_.data(), tables_.data());
+    const auto square = [this](size_t i) { return numbers_[i] * numbers_[i]; };
+    bins_.front() += square(0);
+    bins_.back() += square(1);
+    for (size_t k = 1; k + 1 < bins_.size(); ++k) bins_[k] += square(2 * k) + square(2 * k + 1);
+}
+
+void Spectrogram::EndColumn() {
+    const double mean = 1.0 / static_cast<double>(windows_ * channels_);
+    for (size_t row = 0; row < rows_; ++row) {
+        const auto bin = [&](size_t r) {
+            return bins_.begin() + static_cast<std::ptrdiff_t>(r * (bins_.size() - 1) / rows_);
+        };
+        const auto highest = std::max_element(bin(row), bin(row + 1));
+        powers_.push_back(static_cast<float>(PeakPower(static_cast<size_t>(highest - bins_.begin())) * mean));
+    }
+    std::ranges::fill(bins_, 0.0);
+    windows_ = 0;
+    if (Columns() == mostColumns_) MergePairs();
+}
+
+// A line between two bins is higher than either: in dB it is a parabola through three of them. More than
+// this window's loss is not made up for, should it be something else than a line.
+double Spectrogram::PeakPower(size_t bin) const {
+    constexpr double kMostLoss = 0.3;  // in nepers of power
+    const double power = bins_[bin];
+    if (bin == 0 || bin + 1 == bins_.size()) return power;
+    const double below = bins_[bin - 1];
+    const double above = bins_[bin + 1];
+    if (!(below > 0 && above > 0 && power > below && power >= above)) return power;
+    const double slope = std::log(above) - std::log(below);
+    const double bend = 2 * std::log(power) - std::log(above) - std::log(below);
+    return bend > 0 ? power * std::exp(std::min(slope * slope / (8 * bend), kMostLoss)) : power;
+}
+
+void Spectrogram::MergePairs() {
+    const size_t pairs = Columns() / 2;
+    for (size_t pair = 0; pair < pairs; ++pair) {
+        for (size_t row = 0; row < rows_; ++row) {
+            const size_t from = 2 * pair * rows_ + row;
+            powers_[pair * rows_ + row] = (powers_[from] + powers_[from + rows_]) / 2;
+        }
+    }
+    powers_.resize(pairs * rows_);
+    framesPerColumn_ *= 2;
+    framesPerWindow_ = std::min(framesPerColumn_, static_cast<int64_t>(window_.size() / 4));
+}
+
+}  // namespace w64

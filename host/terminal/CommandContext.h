@@ -1,0 +1,16 @@
+#pragma once
+
+#include "host/terminal/Console.h"
+
+#include <string>
+
+namespace w64 {
+
+// What every command works with.
+struct CommandContext {
+    Console& console;
+    int traceDescriptor;        // 0 for none
+    const std::string& plugin;  // a file or a folder; empty: beside the program
+};
+
+}  // namespace w64

@@ -1,0 +1,84 @@
+#include "host/terminal/Console.h"
+
+#include "base/XFile.h"
+#include "base/XStr.h"
+#include "host/terminal/Terminal.h"
+
+#include <algorithm>
+#include <unistd.h>
+
+namespace w64 {
+
+namespace {
+
+void Put(std::string_view text) {
+    XFile standardError;
+    standardError.Open(reinterpret_cast<void*>(intptr_t{STDERR_FILENO}));
+    // There is nobody left to tell when it fails.
+    [[maybe_unused]] const bool written = standardError.Write(text.data(), text.size());
+}
+
+}  // namespace
+
+std::string Visible(std::string_view text) {
+    XStr visible = FromUTF8(text);
+    const auto isControl = [](wchar_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); };
+    std::ranges::replace_if(visible, isControl, L'?');
+    return ToUTF8(visible);
+}
+
+Console::Console(bool quiet, bool statusLine)
+    : quiet_(quiet), statusLine_(statusLine && !quiet && ::isatty(STDERR_FILENO) == 1) {}
+
+Console::~Console() { ClearStatus(); }
+
+void Console::Error(std::string_view subject, std::string_view message) { Print(subject, message); }
+
+void Console::Note(std::string_view subject, std::string_view message) {
+    if (!quiet_) Print(subject, message);
+}
+
+void Console::Summary(std::string_view subject, std::string_view text) {
+    if (!statusLine_) return;
+    const std::lock_guard lock(access_);
+    EraseStatus();
+    Put(Visible(subject) + "  " + Visible(text) + "\n");
+}
+
+void Console::ShowStatus(const std::string& line) {
+    if (!statusLine_) return;
+    const std::lock_guard lock(access_);
+    std::string text = "\r";
+    text += Visible(line);
+    text += "\x1B[K";  // what is left of a longer line goes
+    Put(text);
+    statusShown_ = true;
+}
+
+void Console::ClearStatus() {
+    const std::lock_guard lock(access_);
+    EraseStatus();
+}
+
+size_t Console::Columns() { return TerminalColumns(STDERR_FILENO).value_or(80); }
+
+void Console::Print(std::string_view subject, std::string_view message) {
+    const std::lock_guard lock(access_);
+    EraseStatus();
+    std::string text;
+    while (!message.empty()) {
+        const size_t end = std::min(message.find('\n'), message.size());
+        text += "w64: ";
+        if (!subject.empty()) text.append(Visible(subject)).append(": ");
+        text.append(Visible(message.substr(0, end))).append("\n");
+        message.remove_prefix(std::min(end + 1, message.size()));
+    }
+    Put(text);
+}
+
+void Console::EraseStatus() {
+    if (statusShown_) Put("\r\x1B[K");
+    statusShown_ = false;
+}
+
+}  // namespace w64

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <string_view>
+
+namespace w64 {
+
+// UTF-8 text with a question mark for each control character, which a hostile file can bring along.
+std::string Visible(std::string_view text);
+
+// Standard error as a person sees it: messages, and below them one line that is redrawn while work goes on.
+// Threads: any.
+class Console {
+public:
+    // A quiet console shows errors only. The status line appears on a terminal alone.
+    Console(bool quiet, bool statusLine);
+    Console(const Console&) = delete;  // there is one standard error
+    Console& operator=(const Console&) = delete;
+    ~Console();
+
+    // "w64: subject: message", both made Visible; a message of several lines is several messages.
+    void Error(std::string_view subject, std::string_view message);
+    void Note(std::string_view subject, std::string_view message);
+
+    // The outcome of some work; on a terminal only.
+    void Summary(std::string_view subject, std::string_view text);
+
+    bool HasStatusLine() const { return statusLine_; }
+    void ShowStatus(const std::string& line);
+    void ClearStatus();
+    bool IsQuiet() const { return quiet_; }
+    static size_t Columns();
+
+private:
+    void Print(std::string_view subject, std::string_view message);
+    void EraseStatus();
+
+    std::mutex access_;
+    bool quiet_;
+    bool statusLine_;
+    bool statusShown_ = false;
+};
+
+}  // namespace w64

@@ -1,0 +1,99 @@
+#include "host/terminal/Progress.h"
+
+#include "base/XStr.h"
+#include "host/terminal/FormatText.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace w64 {
+
+namespace {
+
+// Names are cut to the part that differs most often, their end.
+std::string Shortened(const std::string& name) {
+    constexpr size_t kLongest = 32;  // characters
+    const XStr characters = FromUTF8(name);
+    if (characters.size() <= kLongest) return name;
+    return "..." + ToUTF8(characters.substr(characters.size() - kLongest + 3));
+}
+
+std::string Percent(double share) {
+    const std::string number = std::to_string(static_cast<int>(share * 100));
+    return std::string(3 - number.size(), ' ') + number + "%";
+}
+
+// What the terminal has left beside `used` characters and the gaps; nothing when that is too little to see.
+std::string Bar(double share, size_t columns, size_t used) {
+    constexpr size_t kFrame = 8;  // brackets, gaps, and the last column, which would wrap
+    constexpr size_t kSmallest = 8;
+    constexpr size_t kLargest = 40;
+    if (columns < used + kFrame + kSmallest) return "";
+    const size_t width = std::min(columns - used - kFrame, kLargest);
+    const auto filled = static_cast<size_t>(share * static_cast<double>(width));
+    std::string bar(width, ' ');
+    std::fill_n(bar.begin(), filled, '=');
+    if (filled < width) bar[filled] = '>';
+    return "[" + bar + "] ";
+}
+
+}  // namespace
+
+Progress::Progress(Console& console, std::string name, int files)
+    : console_(console), name_(std::move(name)), files_(files) {}
+
+Progress::Share::Share(Progress& progress, int64_t work) : progress_(progress), work_(work) {
+    progress_.work_ += work;
+}
+
+Progress::Share::~Share() {
+    Expect(done_);
+    ++progress_.filesDone_;
+}
+
+void Progress::Share::Expect(int64_t work) {
+    progress_.work_ += work - work_;
+    work_ = work;
+}
+
+void Progress::Share::Advance(int64_t work, double audioSeconds) {
+    done_ += work;
+    audioSeconds_ += audioSeconds;
+    progress_.done_ += work;
+    progress_.audioMicroseconds_ += std::llround(audioSeconds * 1e6);
+    progress_.DrawSometimes();
+}
+
+std::string Progress::Share::Outcome() const {
+    const double took = std::chrono::duration<double>(Clock::now() - start_).count();
+    return FormatDuration(std::llround(audioSeconds_ * 1000)) + ", " + FormatSpeed(audioSeconds_ / took);
+}
+
+void Progress::DrawSometimes() {
+    if (!console_.HasStatusLine()) return;
+    const std::unique_lock lock(drawing_, std::try_to_lock);
+    const auto now = Clock::now();
+    if (!lock || now - drawn_ < std::chrono::milliseconds(100)) return;
+    drawn_ = now;
+    console_.ShowStatus(Line());
+}
+
+std::string Progress::Line() const {
+    const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
+    const auto work = std::max(static_cast<double>(work_), 1.0);
+    const double share = std::clamp(static_cast<double>(done_) / work, 0.0, 1.0);
+    const double left = share > 0 ? seconds / share - seconds : 0;
+    const double speed = static_cast<double>(audioMicroseconds_) / 1e6 / seconds;
+
+    const std::string before = files_ == 1
+                                   ? Shortened(name_)
+                                   : std::to_string(filesDone_) + " of " + std::to_string(files_) + " files";
+    const std::string after =
+        Percent(share) + "  " + FormatSpeed(speed) + "  " + FormatMinutes(left) + " left";
+    const std::string line =
+        before + "  " + Bar(share, Console::Columns(), before.size() + after.size()) + after;
+    // A line that wraps could not be drawn over.
+    return line.size() < Console::Columns() ? line : after.substr(0, Console::Columns() - 1);
+}
+
+}  // namespace w64

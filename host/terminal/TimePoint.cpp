@@ -1,0 +1,73 @@
+#include "host/terminal/TimePoint.h"
+
+#include <charconv>
+
+namespace w64 {
+
+namespace {
+
+constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
+constexpr int64_t kLongestSeconds = 1'000'000'000;  // times any frame rate still a 64-bit number
+
+// Digits and nothing else.
+std::optional<int64_t> Number(std::string_view text) {
+    if (text.empty() || text[0] == '-') return std::nullopt;
+    int64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return number;
+}
+
+// From the digits behind a decimal point; those too fine to matter are dropped.
+std::optional<int64_t> Nanoseconds(std::string_view digits) {
+    if (digits.find_first_not_of("0123456789") != digits.npos) return std::nullopt;
+    digits = digits.substr(0, 9);
+    auto number = Number(digits);
+    for (size_t i = digits.size(); number && i < 9; ++i) *number *= 10;
+    return number;
+}
+
+// "h:m:s", "m:s" or "s"; what follows a colon is below 60.
+std::optional<int64_t> Seconds(std::string_view text) {
+    int64_t seconds = 0;
+    for (int part = 0; part < 3; ++part) {
+        const size_t colon = text.find(':');
+        const auto number = Number(text.substr(0, colon));
+        if (!number || *number > kLongestSeconds || (part > 0 && *number >= 60)) return std::nullopt;
+        seconds = seconds * 60 + *number;
+        if (colon == text.npos) return seconds;
+        text.remove_prefix(colon + 1);
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<TimePoint> TimePoint::Parse(std::string_view text) {
+    TimePoint point;
+    point.isTime_ = !text.ends_with('f');
+    if (!point.isTime_ || text.ends_with('s')) text.remove_suffix(1);
+
+    std::optional<int64_t> whole;
+    std::optional<int64_t> nanoseconds = 0;
+    if (point.isTime_) {
+        const size_t dot = text.find('.');
+        whole = Seconds(text.substr(0, dot));
+        if (dot != text.npos) nanoseconds = Nanoseconds(text.substr(dot + 1));
+        if (whole && *whole > kLongestSeconds) return std::nullopt;
+    } else {
+        whole = Number(text);
+    }
+    if (!whole || !nanoseconds) return std::nullopt;
+    point.whole_ = *whole;
+    point.nanoseconds_ = *nanoseconds;
+    return point;
+}
+
+int64_t TimePoint::Frame(uint32_t framesPerSecond) const {
+    if (!isTime_) return whole_;
+    const int64_t rest = (nanoseconds_ * framesPerSecond + kNanosecondsPerSecond / 2) / kNanosecondsPerSecond;
+    return whole_ * framesPerSecond + rest;
+}
+
+}  // namespace w64
