@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace w64 {
+namespace w64::base {
 
 static_assert(std::endian::native == std::endian::little,
               "the file formats and sample layouts are little-endian");
@@ -22,4 +22,4 @@ void Store(void* to, T value) {
     std::memcpy(to, &value, sizeof value);
 }
 
-}  // namespace w64
+}  // namespace w64::base

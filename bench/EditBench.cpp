@@ -31,7 +31,7 @@ private:
 void MoveAudioByEdits(benchmark::State& state) {
     static const MovedFile file("w64-edit");
     std::vector<char> tag(kTagBytes);
-    Store(tag.data(), RIFFChnkID("LIST"));
+    base::Store(tag.data(), RIFFChnkID("LIST"));
     const auto edit = [&](bool insert) {
         clWave64Handler handler;
         if (!handler.Initialize(reinterpret_cast<void*>(intptr_t{file.Descriptor()}), {})) return false;

@@ -31,7 +31,7 @@ int Walk(int descriptor) {
             held = ::pread(descriptor, window.data(), window.size(), start);
             if (held < 24) return chunks;
         }
-        const auto size = Load<uint64_t>(window.data() + (position - start) + 16);
+        const auto size = base::Load<uint64_t>(window.data() + (position - start) + 16);
         position += static_cast<int64_t>((size + 7) / 8 * 8);
     }
 }

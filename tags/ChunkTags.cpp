@@ -26,7 +26,7 @@ bool ReadRawChunk(const STRIFFChunk& chunk, XMem& raw, XFile& file, const STNStd
                                        report)) {
         return false;
     }
-    Store(raw.Data(), code);
+    base::Store(raw.Data(), code);
     return true;
 }
 
@@ -53,12 +53,12 @@ XStr DescribeData(const XMem& data) {
 SummaryLists ChunkTags::ReadSummaryLists(XFile& file, clWave64Handler& handler, const TaggingOptions& options,
                                          const STNStdReport& report) {
     SummaryLists lists;
-    lists.text = options.rules.text;
+    lists.text = options.text;
     for (int i = 0; i < handler.Count(); ++i) {
         if (!IsSummaryList(handler[i])) continue;
         NTag listed;
         XMem data;
-        LISTText text = options.rules.text;
+        LISTText text = options.text;
         const bool isRead = ReadSummaryList(handler[i], file, data, report);
         const auto bytes = static_cast<unsigned>(data.Size());
         const bool isWhole = isRead && handler[i].DataSize == bytes;

@@ -36,14 +36,15 @@ struct UTF16Text {
 
     static uint8_t* Put(uint8_t* to, const XStr& text) {
         const wchar_t* characters = text.c_str();
-        for (size_t i = 0; i <= text.size(); ++i) Store(to + 2 * i, static_cast<uint16_t>(characters[i]));
+        for (size_t i = 0; i <= text.size(); ++i)
+            base::Store(to + 2 * i, static_cast<uint16_t>(characters[i]));
         return to + Bytes(text);
     }
 
     static XStr Take(Cursor& cursor) {
         const size_t claimed = cursor.itemLeft < 0 ? SIZE_MAX : static_cast<size_t>(cursor.itemLeft);
         const size_t limit = std::min(claimed, cursor.ahead.size()) / 2;
-        const auto unit = [&](size_t i) { return Load<uint16_t>(cursor.ahead.data() + 2 * i); };
+        const auto unit = [&](size_t i) { return base::Load<uint16_t>(cursor.ahead.data() + 2 * i); };
         size_t length = 0;
         while (length < limit && unit(length) != 0) ++length;
         XStr text(length, 0);
@@ -84,7 +85,7 @@ uint8_t* PutItem(uint8_t* to, const STInternalTag& tag) {
     uint8_t* end = Text::Put(to + kSizeFieldBytes, tag.Name);
     end = Text::Put(end, tag.Value);
     end = std::copy_n(tag.Data.Data(), tag.Data.Size(), end);
-    Store(to, static_cast<uint32_t>(end - to));
+    base::Store(to, static_cast<uint32_t>(end - to));
     return end;
 }
 
@@ -100,7 +101,7 @@ XMem Pack(const XObj<STInternalTag>& tags) {
     }
     XMem block;
     if (!block.Resize(bytes)) throw std::bad_alloc();
-    Store(block.Data(), static_cast<uint32_t>(packed.size()));
+    base::Store(block.Data(), static_cast<uint32_t>(packed.size()));
     uint8_t* to = block.Data() + kCountBytes;
     for (const STInternalTag* tag : packed) to = PutItem<Text>(to, *tag);
     return block;
@@ -123,10 +124,10 @@ XObj<STInternalTag> Unpack(const uint8_t* block, long size) {
     XObj<STInternalTag> tags;
     if (!block || size < static_cast<long>(kCountBytes)) return tags;
     std::span<const uint8_t> ahead(block, static_cast<size_t>(size));
-    const auto count = Load<int32_t>(ahead.data());
+    const auto count = base::Load<int32_t>(ahead.data());
     ahead = ahead.subspan(kCountBytes);
     while (tags.Count() < count && ahead.size() >= kSizeFieldBytes) {
-        const auto itemBytes = Load<int32_t>(ahead.data());
+        const auto itemBytes = base::Load<int32_t>(ahead.data());
         if (itemBytes < 0 || std::cmp_greater(itemBytes, ahead.size())) break;
         if (!TakeItem<Text>(tags.Append(), {ahead, itemBytes})) break;
         ahead = ahead.subspan(static_cast<size_t>(itemBytes));

@@ -98,8 +98,8 @@ bool TagWriter::PutIntoFile(const XMem& data) {
     XMem image;
     const size_t size = kChunkHeaderBytes + data.Size();
     if (size > UINT32_MAX || !image.Resize(size)) return false;
-    Store(image.Data(), ConvertToGUID(kSummaryListCode));
-    Store(image.Data() + sizeof(GUID), uint64_t{data.Size()});
+    base::Store(image.Data(), ConvertToGUID(kSummaryListCode));
+    base::Store(image.Data() + sizeof(GUID), uint64_t{data.Size()});
     if (!data.IsEmpty()) std::memcpy(image.Data() + kChunkHeaderBytes, data.Data(), data.Size());
     const auto bytes = static_cast<uint32_t>(size);
     const int mode = options_.paddingMode;

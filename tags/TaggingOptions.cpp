@@ -45,7 +45,7 @@ TaggingOptions TaggingOptions::Read() {
     options.paddingMode = static_cast<int>(setting(L"Wave64LISTPadding"));
     options.paddingSize = PaddingBytes(setting(L"Wave64LISTPaddingSize"));
     options.rules.safe = setting(SafeEditName) == 1;
-    options.rules.text = TextForm(setting(LISTTextName));
+    options.text = TextForm(setting(LISTTextName));
     return options;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tags/LISTText.h"
 #include "wave64/container/EditRules.h"
 
 #include <cstdint>
@@ -24,8 +25,9 @@ struct TaggingOptions {
     bool listBeforeAudio = false;  // a new one; else it goes to the end
     int albumOption = 0;           // identifiers, as the codec has them
     int trackOption = 0;
-    int paddingMode = 0;  // as the chunk editor has it: 0 "JUNK", 1 "PAD ", 2 none
-    int paddingSize = 0;  // bytes; 0 leaves it to the chunk editor
+    int paddingMode = 0;             // as the chunk editor has it: 0 "JUNK", 1 "PAD ", 2 none
+    int paddingSize = 0;             // bytes; 0 leaves it to the chunk editor
+    LISTText text = LISTText::Half;  // of new lists
     EditRules rules;
 };
 

@@ -102,12 +102,13 @@ struct Entry {
 // The entries of a list of kCountBytes at least, one after the other.
 class EntryWalk {
 public:
-    explicit EntryWalk(Bytes list) : left_(Load<uint32_t>(list.data())), rest_(list.subspan(kCountBytes)) {}
+    explicit EntryWalk(Bytes list)
+        : left_(base::Load<uint32_t>(list.data())), rest_(list.subspan(kCountBytes)) {}
 
     std::optional<Entry> Next() {
         if (left_ == 0 || rest_.size() < kEntryHeaderBytes) return {};
-        const auto identifier = Load<uint32_t>(rest_.data());
-        const auto bytes = Load<uint32_t>(rest_.data() + sizeof identifier);
+        const auto identifier = base::Load<uint32_t>(rest_.data());
+        const auto bytes = base::Load<uint32_t>(rest_.data() + sizeof identifier);
         isWhole_ = bytes <= rest_.size() - kEntryHeaderBytes;
         left_ = isWhole_ ? left_ - 1 : 0;
         if (!isWhole_) return {};
@@ -256,7 +257,7 @@ void AppendEntry(std::string& out, uint32_t identifier, const XStr& value, LISTT
     const size_t at = out.size();
     AppendBytes(out, header, sizeof header);
     AppendText(out, value, form);
-    Store(out.data() + at + sizeof identifier, static_cast<uint32_t>(out.size() - at - sizeof header));
+    base::Store(out.data() + at + sizeof identifier, static_cast<uint32_t>(out.size() - at - sizeof header));
 }
 
 // The count, then an entry for every tag that can be stored; empty when none can.
@@ -269,7 +270,7 @@ std::string BuildList(const NTag& tags, bool albumInISRC, bool trackInTRCK, LIST
         AppendEntry(list, identifier, tags[i].Value, form);
         ++count;
     }
-    Store(list.data(), count);
+    base::Store(list.data(), count);
     return count == 0 ? std::string() : list;
 }
 

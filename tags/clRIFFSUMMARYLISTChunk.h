@@ -3,8 +3,8 @@
 #include "base/XMem.h"
 #include "base/XStr.h"
 #include "interface/w64_decoder.h"
+#include "tags/LISTText.h"
 #include "tags/NTag.h"
-#include "wave64/container/EditRules.h"
 
 #include <vector>
 

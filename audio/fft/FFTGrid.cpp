@@ -9,6 +9,8 @@
 
 namespace w64 {
 
+using namespace fft;
+
 namespace {
 
 // exp(2 pi i numerator / denominator). The numerator is reduced first, which keeps large ones exact.

@@ -8,6 +8,8 @@
 
 namespace w64 {
 
+using namespace fft;
+
 namespace {
 
 constexpr ptrdiff_t kCachedGroups = 256;  // 16 KiB: stays in the first-level cache from level to level

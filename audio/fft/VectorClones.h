@@ -1,6 +1,6 @@
 #pragma once
 
-namespace w64 {
+namespace w64::fft {
 
 // Vectors of four doubles, in the syntax that GCC and Clang share, and functions compiled three times: for
 // plain x86-64, for AVX2 with FMA and for AVX-512 with its 32 registers. An ifunc resolver picks one when the
@@ -32,4 +32,4 @@ W64_INLINE void StoreVector(double* to, const Vector& value) {
 }
 W64_INLINE Vector Broadcast(double value) { return Vector{value, value, value, value}; }
 
-}  // namespace w64
+}  // namespace w64::fft

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-namespace w64 {
+namespace w64::fft {
 
 // Four complex numbers at a time.
 
@@ -69,4 +69,4 @@ W64_INLINE void Transpose(Complex (&c)[4]) {
     Transpose(c[0].im, c[1].im, c[2].im, c[3].im);
 }
 
-}  // namespace w64
+}  // namespace w64::fft

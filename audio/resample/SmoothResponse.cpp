@@ -9,6 +9,8 @@
 
 namespace w64 {
 
+using namespace fft;
+
 namespace {
 
 constexpr int64_t kSamplesPerTap = 20;  // of one half, whose last tap is the fastest oscillation

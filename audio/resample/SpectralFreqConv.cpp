@@ -8,6 +8,8 @@
 
 namespace w64 {
 
+using namespace fft;
+
 namespace {
 
 constexpr double kMaxDelay = 0.4;            // seconds, for sources from kUsualRate up

@@ -11,6 +11,8 @@
 
 namespace w64 {
 
+using namespace fft;
+
 namespace {
 
 // Up to this magnitude all sums of a block stay within the range of float.

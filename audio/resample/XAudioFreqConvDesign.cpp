@@ -88,6 +88,8 @@ std::optional<LowPass> LongFilter(int64_t below, int64_t rate) {
 
 }  // namespace
 
+namespace resample {
+
 double alpha(double attenuation) {
     if (attenuation <= 21) return 0;
     if (attenuation <= 50) return 0.5842 * std::pow(attenuation - 21, 0.4) + 0.07886 * (attenuation - 21);
@@ -118,6 +120,8 @@ double hn_lpf(double n, double lpf, double fs) {
     return 2 * lpf / fs * sinc(n * omega);
 }
 
+}  // namespace resample
+
 double LowPass::StopEdge() const {
     if (length == 1) return std::numeric_limits<double>::infinity();
     return edge + static_cast<double>(rate) * kLengthFactor / static_cast<double>(length - 1) / 2;
@@ -125,13 +129,13 @@ double LowPass::StopEdge() const {
 
 std::vector<double> LowPass::HalfOfTaps() const {
     if (length == 1) return {1.0};
-    const double shape = alpha(kStopBandAttenuation);
-    const double iza = izero(shape);
+    const double shape = resample::alpha(kStopBandAttenuation);
+    const double iza = resample::izero(shape);
     std::vector<double> taps(static_cast<size_t>(length / 2 + 1));
     for (size_t i = 0; i < taps.size(); ++i) {
         const auto n = static_cast<double>(i);
-        taps[i] =
-            win(n, static_cast<double>(length), shape, iza) * hn_lpf(n, edge, static_cast<double>(rate));
+        taps[i] = resample::win(n, static_cast<double>(length), shape, iza) *
+                  resample::hn_lpf(n, edge, static_cast<double>(rate));
     }
     return taps;
 }

@@ -10,11 +10,15 @@ namespace w64 {
 // attenuation.
 // Units:  rates and edges in Hz.
 
+namespace resample {
+
 double alpha(double attenuation);  // beta of the Kaiser window for an attenuation in dB
 double izero(double x);            // modified Bessel function I0, by 15 terms of its series
 double win(double n, double length, double alpha, double iza);  // Kaiser window; iza is izero(alpha)
 double sinc(double x);
 double hn_lpf(double n, double lpf, double fs);  // impulse response of the ideal low-pass
+
+}  // namespace resample
 
 // A linear-phase low-pass of odd length.
 struct LowPass {

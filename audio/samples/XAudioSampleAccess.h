@@ -16,7 +16,7 @@ namespace w64 {
 inline int32_t _RD8(const void* data, int64_t i) { return static_cast<const uint8_t*>(data)[i] - 128; }
 
 inline int32_t _RD16(const void* data, int64_t i) {
-    return Load<int16_t>(static_cast<const uint8_t*>(data) + 2 * i);
+    return base::Load<int16_t>(static_cast<const uint8_t*>(data) + 2 * i);
 }
 
 inline int32_t _RD24(const void* data, int64_t i) {
@@ -25,15 +25,15 @@ inline int32_t _RD24(const void* data, int64_t i) {
 }
 
 inline int32_t _RD32(const void* data, int64_t i) {
-    return Load<int32_t>(static_cast<const uint8_t*>(data) + 4 * i);
+    return base::Load<int32_t>(static_cast<const uint8_t*>(data) + 4 * i);
 }
 
 inline double _RDFlt(const void* data, int64_t i) {
-    return static_cast<double>(Load<float>(static_cast<const uint8_t*>(data) + 4 * i));
+    return static_cast<double>(base::Load<float>(static_cast<const uint8_t*>(data) + 4 * i));
 }
 
 inline double _RDDBL(const void* data, int64_t i) {
-    return Load<double>(static_cast<const uint8_t*>(data) + 8 * i);
+    return base::Load<double>(static_cast<const uint8_t*>(data) + 8 * i);
 }
 
 inline void _WR8(void* data, int64_t i, int32_t value) {
@@ -41,7 +41,7 @@ inline void _WR8(void* data, int64_t i, int32_t value) {
 }
 
 inline void _WR16(void* data, int64_t i, int32_t value) {
-    Store(static_cast<uint8_t*>(data) + 2 * i, static_cast<int16_t>(value));
+    base::Store(static_cast<uint8_t*>(data) + 2 * i, static_cast<int16_t>(value));
 }
 
 inline void _WR24(void* data, int64_t i, int32_t value) {
@@ -51,13 +51,17 @@ inline void _WR24(void* data, int64_t i, int32_t value) {
     bytes[2] = static_cast<uint8_t>(value >> 16);
 }
 
-inline void _WR32(void* data, int64_t i, int32_t value) { Store(static_cast<uint8_t*>(data) + 4 * i, value); }
-
-inline void _WRFlt(void* data, int64_t i, double value) {
-    Store(static_cast<uint8_t*>(data) + 4 * i, static_cast<float>(value));
+inline void _WR32(void* data, int64_t i, int32_t value) {
+    base::Store(static_cast<uint8_t*>(data) + 4 * i, value);
 }
 
-inline void _WRDBL(void* data, int64_t i, double value) { Store(static_cast<uint8_t*>(data) + 8 * i, value); }
+inline void _WRFlt(void* data, int64_t i, double value) {
+    base::Store(static_cast<uint8_t*>(data) + 4 * i, static_cast<float>(value));
+}
+
+inline void _WRDBL(void* data, int64_t i, double value) {
+    base::Store(static_cast<uint8_t*>(data) + 8 * i, value);
+}
 
 inline double _INT32ToDBL(int32_t value) { return value / 2147483648.0; }
 
@@ -114,7 +118,7 @@ struct FloatSamples {
     static int32_t GetIntRaw(const void* data, int64_t i) { return GetInt(data, i); }
     static void PutIntRaw(void* data, int64_t i, int32_t value) { PutInt(data, i, value); }
     static int32_t GetInt(const void* data, int64_t i) {
-        return TruncToInt32(Load<Float>(static_cast<const uint8_t*>(data) + kBits / 8 * i));
+        return TruncToInt32(base::Load<Float>(static_cast<const uint8_t*>(data) + kBits / 8 * i));
     }
     static void PutInt(void* data, int64_t i, int32_t value) { Write(data, i, _INT32ToDBL(value)); }
     static double GetDbl(const void* data, int64_t i) { return Read(data, i); }

@@ -18,7 +18,7 @@ namespace {
 void BlankPeaks(std::string& header) {
     if (!header.starts_with("RIFF") && !header.starts_with("RF64")) return;
     for (size_t at = 12; at + 8 <= header.size();) {
-        const size_t size = Load<uint32_t>(header.data() + at + 4);
+        const size_t size = base::Load<uint32_t>(header.data() + at + 4);
         if (size > header.size() - at - 8) return;
         if (header.compare(at, 4, "PEAK") == 0) {
             header.replace(at, 4, "JUNK");

@@ -26,7 +26,7 @@ uint64_t ReadOuterSize(XFile& file) {
     if (static_cast<int64_t>(got) < std::min<int64_t>(fileBytes, header.size())) {
         throw SystemFailure("The file cannot be read");
     }
-    const auto identifier = Load<GUID>(header.data());
+    const auto identifier = base::Load<GUID>(header.data());
     if (RIFFChnkGUID2CHR(identifier) == "RIFF" || RIFFChnkGUID2CHR(identifier) == "RF64") {
         throw Failure(kNoWave64 + ("it begins with '" + RIFFChnkGUID2CHR(identifier)) +
                       "', as WAV files do.");
@@ -38,10 +38,10 @@ uint64_t ReadOuterSize(XFile& file) {
     if (!CompareGUID(identifier, RIFFChnkID("RIFF"))) {
         throw Failure(kNoWave64 + std::string("its first 16 bytes are others than those of such a file."));
     }
-    if (!CompareGUID(Load<GUID>(header.data() + 24), RIFFChnkID("WAVE"))) {
+    if (!CompareGUID(base::Load<GUID>(header.data() + 24), RIFFChnkID("WAVE"))) {
         throw Failure(kNoWave64 + std::string("the 16 bytes at 24 do not say that it holds audio (WAVE)."));
     }
-    return Load<uint64_t>(header.data() + 16);
+    return base::Load<uint64_t>(header.data() + 16);
 }
 
 ChunkWalk::ChunkWalk(XFile& file, uint64_t outerSize)
@@ -95,9 +95,9 @@ std::optional<WalkedChunk> ChunkWalk::ReadHeader(int64_t position) {
     const uint8_t* header = At(position, kChunkHeaderBytes);
     if (!header) return std::nullopt;
     WalkedChunk chunk;
-    chunk.identifier = Load<GUID>(header);
+    chunk.identifier = base::Load<GUID>(header);
     chunk.position = position;
-    chunk.sizeField = Load<uint64_t>(header + 16);
+    chunk.sizeField = base::Load<uint64_t>(header + 16);
     return chunk;
 }
 

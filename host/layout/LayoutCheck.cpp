@@ -281,7 +281,7 @@ void LayoutCheck::CheckFormat() {
                             " of data, too few to say how to read the audio, which takes 14 at least.");
         return;
     }
-    const auto stored = Load<WAVEFORMAT>(record->data());
+    const auto stored = base::Load<WAVEFORMAT>(record->data());
     const XAudioWFX format(record->data(), static_cast<unsigned>(record->size()));
     if (stored.nChannels == 0 || stored.nSamplesPerSec == 0) {
         Fault("format", Named(*format_) + " says " + DescribeFormat(format) + ", which cannot be.");
@@ -321,7 +321,7 @@ void LayoutCheck::CheckFact(int64_t frames, int64_t frameBytes) {
         return;
     }
     // With 32 bits it cannot say more than these.
-    const auto said = Load<uint64_t>(field.data());
+    const auto said = base::Load<uint64_t>(field.data());
     const auto expected = static_cast<uint64_t>(frames);
     if (said == (fieldBytes == 4 ? static_cast<uint32_t>(expected) : expected)) return;
     const uint64_t framesMore = expected - said;

@@ -78,7 +78,7 @@ std::vector<std::string> Wave64File::Extras() {
     }
     if (extras.size() == kMax) extras.back() = "others";
     TaggingOptions options;
-    options.rules.text = LISTText::UTF16;  // every form is read
+    options.text = LISTText::UTF16;  // every form is read
     if (hasTags) {
         const SummaryLists lists = ChunkTags::ReadSummaryLists(file_, chunks_, options, {});
         extras.insert(extras.begin(), DescribeTags(lists));

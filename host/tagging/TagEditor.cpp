@@ -23,7 +23,7 @@ namespace {
 NTag WrittenAndRead(const NTag& tags, const TaggingOptions& options) {
     XMem list;
     NTag read;
-    LISTText text = options.rules.text;
+    LISTText text = options.text;
     if (!clRIFFSUMMARYLISTChunk::TagsToLIST(list, tags, {}, options.albumOption, options.trackOption, text)) {
         throw std::bad_alloc();
     }
@@ -42,14 +42,14 @@ std::string InTheWay(const std::vector<std::string>& options) {
 // The options by which alone tags are not written as they are, by title.
 std::vector<std::string> OptionsInTheWay(const NTag& tags, const TaggingOptions& options) {
     TaggingOptions harmless = options;
-    harmless.rules.text = LISTText::UTF16;
+    harmless.text = LISTText::UTF16;
     harmless.albumOption = 0;
     const auto faults = [&tags](const TaggingOptions& tried) {
         return DifferencesOfTags(tags, WrittenAndRead(tags, tried)).size();
     };
     std::vector<std::string> titles;
     TaggingOptions tried = harmless;
-    tried.rules.text = options.rules.text;
+    tried.text = options.text;
     if (faults(tried) > faults(harmless)) titles.emplace_back("LIST Text");
     tried = harmless;
     tried.albumOption = options.albumOption;

@@ -42,8 +42,8 @@ std::string Print(const char* pattern, Values... values) {
 
 std::string GUIDText(const GUID& guid) {
     const auto* bytes = guid.bytes.data();
-    std::string text =
-        Print("%08X-%04X-%04X-", Load<uint32_t>(bytes), Load<uint16_t>(bytes + 4), Load<uint16_t>(bytes + 6));
+    std::string text = Print("%08X-%04X-%04X-", base::Load<uint32_t>(bytes), base::Load<uint16_t>(bytes + 4),
+                             base::Load<uint16_t>(bytes + 6));
     for (size_t i = 8; i < 16; ++i) text += Print(i == 10 ? "-%02X" : "%02X", bytes[i]);
     return text;
 }

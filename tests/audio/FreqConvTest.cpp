@@ -44,11 +44,11 @@ struct PlainFilter {
 
 Samples Taps(int64_t length, double edge, int64_t rate, int64_t scale) {
     Samples taps;
-    const double shape = alpha(kAttenuation);
+    const double shape = resample::alpha(kAttenuation);
     for (int64_t i = -(length / 2); i <= length / 2; ++i) {
         const auto n = static_cast<double>(i);
-        taps.push_back(win(n, static_cast<double>(length), shape, izero(shape)) *
-                       hn_lpf(n, edge, static_cast<double>(rate)) * static_cast<double>(scale));
+        taps.push_back(resample::win(n, static_cast<double>(length), shape, resample::izero(shape)) *
+                       resample::hn_lpf(n, edge, static_cast<double>(rate)) * static_cast<double>(scale));
     }
     return taps;
 }

@@ -29,13 +29,14 @@ struct Edit {
 class EditModel {
 public:
     EditModel(Bytes bytes, bool isSafe) : file(std::move(bytes)), isSafe_(isSafe) {
-        const auto end = Load<int64_t>(file.data() + 16);
+        const auto end = base::Load<int64_t>(file.data() + 16);
         // By default a header with nothing behind it does not count.
         const int64_t lastHeader = std::min(end - (isSafe ? 24 : 25), std::ssize(file) - 24);
         for (int64_t at = 40; at <= lastHeader;) {
             const uint8_t* header = file.data() + at;
-            if (Load<uint64_t>(header + 16) < 24) break;
-            const auto size = static_cast<int64_t>(std::min(Load<uint64_t>(header + 16), uint64_t(end - at)));
+            if (base::Load<uint64_t>(header + 16) < 24) break;
+            const auto size =
+                static_cast<int64_t>(std::min(base::Load<uint64_t>(header + 16), uint64_t(end - at)));
             list_.push_back({Bytes(header, header + 16), size - 24, 0, false});
             at = Up(at + size);
         }
@@ -185,7 +186,7 @@ private:
             Append<uint64_t>(header, uint32_t(At(i).size) + uint64_t{24});
             Write(At(i).position, header);
         }
-        Store<uint64_t>(file.data() + 16, uint32_t(end));
+        base::Store<uint64_t>(file.data() + 16, uint32_t(end));
         if (isSafe_ || std::ssize(file) > end) file.resize(static_cast<size_t>(end));
     }
 

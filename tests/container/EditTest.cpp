@@ -86,7 +86,7 @@ public:
     void Put(int64_t position, int64_t value) {
         EXPECT_TRUE(SetPosition(position) && Write(&value, sizeof value));
     }
-    int64_t ValueAt(int64_t position) { return Load<int64_t>(At(position, 8).data()); }
+    int64_t ValueAt(int64_t position) { return base::Load<int64_t>(At(position, 8).data()); }
 
 private:
     TempFolder folder_;
@@ -123,7 +123,7 @@ TEST(Edit, ByDefaultAFileIsCutToItsOuterSize) {
     const Bytes before = FileOf("data:2000");
     for (const uint64_t outer : {0u, 40u + 24 + 100}) {
         Bytes wrong = before;
-        Store<uint64_t>(wrong.data() + 16, outer);
+        base::Store<uint64_t>(wrong.data() + 16, outer);
         EditedFile file(wrong);
         ASSERT_TRUE(file.Apply({Op::Insert, -1, 1024}));
         Wave64Bytes expected;
@@ -199,7 +199,7 @@ using Chunks = std::vector<std::pair<std::string, Bytes>>;
 Chunks ChunksOf(const Bytes& file) {
     Chunks chunks;
     for (size_t at = 40; at < file.size();) {
-        const auto size = Load<uint64_t>(file.data() + at + 16);
+        const auto size = base::Load<uint64_t>(file.data() + at + 16);
         chunks.emplace_back(std::string(reinterpret_cast<const char*>(file.data() + at), 4),
                             Slice(file, at + 24, size - 24));
         at += (size + 7) / 8 * 8;
@@ -242,7 +242,7 @@ public:
         }
         Bytes file = FileOf(layout);
         const size_t unpadded = file.size() - (8 - ChunksOf(file).back().second.size() % 8) % 8;
-        if (Below(2) == 0) Store<uint64_t>(file.data() + 16, unpadded);
+        if (Below(2) == 0) base::Store<uint64_t>(file.data() + 16, unpadded);
         if (Below(2) == 0) file.resize(unpadded);
         return file;
     }
@@ -283,7 +283,7 @@ TEST(Edit, WalksAgreeWithTheModelAndSafeOnesLoseNothing) {
             ASSERT_TRUE(after == model.file) << "walk " << walk << ", step " << step;
             if (!safe) continue;
             ASSERT_EQ(file.Fault(), L"");
-            ASSERT_EQ(Load<uint64_t>(after.data() + 16), after.size());
+            ASSERT_EQ(base::Load<uint64_t>(after.data() + 16), after.size());
             ASSERT_EQ(after.size() % 8, 0u);
             ASSERT_TRUE(WithoutPadding(ChunksOf(after)) == WithoutPadding(Edited(ChunksOf(before), edit)))
                 << "walk " << walk << ", step " << step;

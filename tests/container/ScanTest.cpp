@@ -101,7 +101,7 @@ TEST(Scan, FindsALayoutSoundWhereOnlyTheLastPaddingIsMissing) {
     for (const int outer : differences) {
         for (const int length : differences) {
             Bytes file = whole;
-            Store<uint64_t>(file.data() + 16, whole.size() + outer);
+            base::Store<uint64_t>(file.data() + 16, whole.size() + outer);
             file.resize(whole.size() + length);
             EXPECT_EQ(isSound(file), fits(whole.size() + outer) && fits(file.size()))
                 << outer << ", " << length;

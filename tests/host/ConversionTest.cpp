@@ -142,7 +142,7 @@ TEST_F(ConversionTest, OnlyWhatIsAskedForChanges) {
     };
     for (const auto& c : cases) {
         Bytes record = Wave64Bytes::ExtensibleBody(c.tag, c.channels, 48000, c.bits, c.mask);
-        Store(record.data() + 18, c.valid);
+        base::Store(record.data() + 18, c.valid);
         const Conversion conversion({record.data(), static_cast<unsigned>(record.size())}, c.options);
         EXPECT_EQ(DescribeFormat(conversion.Target()), c.format);
         EXPECT_EQ(conversion.Target().wfxex()->dwChannelMask, c.newMask) << c.format;

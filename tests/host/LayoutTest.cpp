@@ -25,7 +25,7 @@ Wave64Bytes Good() { return Start().Data(kAudio); }
 
 template <class T>
 Bytes With(Bytes bytes, size_t at, T value) {
-    Store(bytes.data() + at, value);
+    base::Store(bytes.data() + at, value);
     return bytes;
 }
 

@@ -19,7 +19,7 @@ Bytes ID3v2Tag() { return Resized(Text("ID3\4") + Bytes(4) + Bytes{1, 200 - 128}
 
 // The data of the chunk at a position, and behind it the next position.
 Bytes TakeChunk(const Bytes& file, size_t& position) {
-    const auto size = static_cast<size_t>(Load<uint64_t>(file.data() + position + 16));
+    const auto size = static_cast<size_t>(base::Load<uint64_t>(file.data() + position + 16));
     const Bytes data = Slice(file, position + 24, position + size);
     position += (size + 7) / 8 * 8;
     return data;
@@ -27,8 +27,8 @@ Bytes TakeChunk(const Bytes& file, size_t& position) {
 
 Bytes Wave64(const Bytes& stream, uint16_t blockAlign = 1) {
     Bytes format = Wave64Bytes::FmtBody(85, 2, 44100, 0);
-    Store<uint32_t>(format.data() + 8, 16000);
-    Store<uint16_t>(format.data() + 12, blockAlign);
+    base::Store<uint32_t>(format.data() + 8, 16000);
+    base::Store<uint16_t>(format.data() + 12, blockAlign);
     return Wave64Bytes().Chunk("fmt ", format).Data(stream).File();
 }
 
@@ -63,11 +63,11 @@ TEST_F(MPEG, IsWrappedAsItIsAndDecodesToTheSameSamples) {
         const Bytes file = shop.Read("a.w64");
         size_t position = 40;
         const Bytes format = TakeChunk(file, position);
-        EXPECT_EQ(Load<uint32_t>(TakeChunk(file, position).data()), frames);
+        EXPECT_EQ(base::Load<uint32_t>(TakeChunk(file, position).data()), frames);
         EXPECT_TRUE(TakeChunk(file, position) == stream);
 
-        const auto number = [&](size_t at) { return Load<uint16_t>(format.data() + at); };
-        const auto bytesPerSecond = Load<uint32_t>(format.data() + 8);
+        const auto number = [&](size_t at) { return base::Load<uint16_t>(format.data() + at); };
+        const auto bytesPerSecond = base::Load<uint32_t>(format.data() + 8);
         const double average = static_cast<double>(stream.size()) * c.rate / static_cast<double>(frames);
         EXPECT_NEAR(bytesPerSecond, average, 0.02 * average);
         EXPECT_TRUE(c.bytesPerSecond == 0 || bytesPerSecond == c.bytesPerSecond) << bytesPerSecond;
@@ -84,7 +84,7 @@ TEST_F(MPEG, IsWrappedAsItIsAndDecodesToTheSameSamples) {
             EXPECT_EQ(number(0), 80);
             EXPECT_EQ(encoding, "MPEG Layer 1 or 2");
             EXPECT_EQ(number(18), 2);
-            EXPECT_EQ(Load<uint32_t>(format.data() + 20), 192000u);
+            EXPECT_EQ(base::Load<uint32_t>(format.data() + 20), 192000u);
         }
 
         EXPECT_EQ(shop.Do("w64 decode -qf a.w64 && w64 decode a.w64 -o - | cat >pipe.wav &&"

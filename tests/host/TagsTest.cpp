@@ -66,7 +66,7 @@ TEST_F(Tags, AreSetChangedAndRemoved) {
             EXPECT_EQ(outcome.output + outcome.errors, "");
             EXPECT_EQ(shop.Tags("a.w64"), shown);
             Bytes rest = Slice(shop.Read("a.w64"), 0, kUntagged.size());
-            Store<uint64_t>(rest.data() + 16, kUntagged.size());
+            base::Store<uint64_t>(rest.data() + 16, kUntagged.size());
             EXPECT_EQ(rest, kUntagged);
             EXPECT_EQ(shop.Contents() == (Folder{{"a.w64", kUntagged}}), shown.empty());
         }
@@ -156,7 +156,7 @@ TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
     const Bytes hidden = Tagged(List({{"IART", two}, {"INAM", Text(u"Song")}}));
     const Bytes twice = Tagged(List({{"itrk", Text(u"1")}, {"TRCK", Text(u"2")}}));
     Bytes corrupt = plain;
-    Store<uint32_t>(corrupt.data() + corrupt.size() - 16, 99);  // the value's size
+    base::Store<uint32_t>(corrupt.data() + corrupt.size() - 16, 99);  // the value's size
     const auto expectRefused = [&](const Bytes& file, std::initializer_list<HostWorkshop::Refusal> edits,
                                    const std::string& options = {}) {
         SCOPED_TRACE(options);

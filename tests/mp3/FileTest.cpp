@@ -32,7 +32,7 @@ TEST_F(MPEGFile, GivesWhatWasEncodedFromAnyPositionOfAnyRange) {
         ASSERT_EQ(Open(file), 1) << host.capture.Errors();
         EXPECT_EQ(host.open.AudioInfo.LengthMilliseconds,
                   static_cast<int64_t>(all.size()) / 8 * 1000 / 44100);
-        EXPECT_EQ(Load<uint16_t>(host.open.AudioInfo.WaveFormat.Bytes), 3);
+        EXPECT_EQ(base::Load<uint16_t>(host.open.AudioInfo.WaveFormat.Bytes), 3);
         EXPECT_TRUE(host.DecodeAll() == all);
         EXPECT_EQ(host.DecodeBlock(), 1);
         EXPECT_EQ(host.block.Data, nullptr);
@@ -73,9 +73,9 @@ TEST_F(MPEGFile, AudioInformationIsOfTheStoredAudioUnlessItIsDecoded) {
         const Bytes bytes = Encoded(48000, 2, "128", kind);
         ASSERT_EQ(Open(bytes, kvOpenAudioInfo), 1);
         const STKvAudioInfo& info = host.open.AudioInfo;
-        EXPECT_EQ(Load<uint16_t>(info.WaveFormat.Bytes), tag);
-        EXPECT_EQ(Load<uint16_t>(info.WaveFormat.Bytes + 2), 2);
-        EXPECT_EQ(Load<uint32_t>(info.WaveFormat.Bytes + 8), 16000u);
+        EXPECT_EQ(base::Load<uint16_t>(info.WaveFormat.Bytes), tag);
+        EXPECT_EQ(base::Load<uint16_t>(info.WaveFormat.Bytes + 2), 2);
+        EXPECT_EQ(base::Load<uint32_t>(info.WaveFormat.Bytes + 8), 16000u);
         EXPECT_EQ(info.BitRate, 128000u);
         EXPECT_EQ(info.LengthBytes, static_cast<int64_t>(bytes.size()));
     }

@@ -69,10 +69,10 @@ TEST_F(Packets, WhereverTheyAreCutTheSamplesAreTheSame) {
             ASSERT_TRUE(host.FeedAll(stream, most)) << host.capture.Errors();
             EXPECT_TRUE(host.audio == expected) << most;
             EXPECT_EQ(host.capture.Information(), "");
-            EXPECT_EQ(Load<uint16_t>(host.block.WaveFormat.Bytes), 3);
-            EXPECT_EQ(Load<uint16_t>(host.block.WaveFormat.Bytes + 2), c.channels);
-            EXPECT_EQ(Load<int32_t>(host.block.WaveFormat.Bytes + 4), c.rate);
-            EXPECT_EQ(Load<uint16_t>(host.block.WaveFormat.Bytes + 14), 32);
+            EXPECT_EQ(base::Load<uint16_t>(host.block.WaveFormat.Bytes), 3);
+            EXPECT_EQ(base::Load<uint16_t>(host.block.WaveFormat.Bytes + 2), c.channels);
+            EXPECT_EQ(base::Load<int32_t>(host.block.WaveFormat.Bytes + 4), c.rate);
+            EXPECT_EQ(base::Load<uint16_t>(host.block.WaveFormat.Bytes + 14), 32);
         }
     }
 }
@@ -86,8 +86,8 @@ TEST_F(Packets, DamageIsSkippedAndTold) {
     EXPECT_TRUE(host.audio == other.audio);
     EXPECT_TRUE(std::equal(decoded.begin(), decoded.begin() + 150'000, host.audio.begin()));
     for (size_t behind = 70'000; behind != 0; behind -= 4) {  // false headers in the damage shift roundings
-        ASSERT_NEAR(Load<float>(decoded.data() + decoded.size() - behind),
-                    Load<float>(host.audio.data() + host.audio.size() - behind), 1e-5);
+        ASSERT_NEAR(base::Load<float>(decoded.data() + decoded.size() - behind),
+                    base::Load<float>(host.audio.data() + host.audio.size() - behind), 1e-5);
     }
     EXPECT_NE(host.capture.Information().find("Skipped "), std::string::npos);
     EXPECT_EQ(host.capture.Errors(), "");

@@ -30,7 +30,9 @@ protected:
     PluginHost host;
 };
 
-uint16_t Field(const STKvWaveFormat& format, size_t offset) { return Load<uint16_t>(format.Bytes + offset); }
+uint16_t Field(const STKvWaveFormat& format, size_t offset) {
+    return base::Load<uint16_t>(format.Bytes + offset);
+}
 
 }  // namespace
 

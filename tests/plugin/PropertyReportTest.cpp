@@ -45,8 +45,8 @@ Bytes Linear(uint16_t tag, uint16_t bits, uint32_t rate) { return Wave64Bytes::F
 // The average alone tells how good it is.
 Bytes Compressed(uint16_t tag, uint16_t channels, uint32_t bytesPerSecond) {
     Bytes body = Wave64Bytes::FmtBody(tag, channels, 44100, 0);
-    Store(body.data() + 8, bytesPerSecond);
-    Store<uint16_t>(body.data() + 12, 12);
+    base::Store(body.data() + 8, bytesPerSecond);
+    base::Store<uint16_t>(body.data() + 12, 12);
     return body;
 }
 

@@ -40,15 +40,15 @@ using Chunks = std::vector<Chunk>;
 // Nothing unless every byte belongs to a chunk and every size is what it says; the last padding may be missing.
 std::optional<Chunks> SoundChunksOf(Bytes file) {
     if (file.size() < 40) return {};
-    const auto outer = Load<uint64_t>(file.data() + 16);
-    Store<uint64_t>(file.data() + 16, 40);
+    const auto outer = base::Load<uint64_t>(file.data() + 16);
+    base::Store<uint64_t>(file.data() + 16, 40);
     if (Bytes(file.begin(), file.begin() + 40) != Wave64Bytes().File()) return {};
     Chunks chunks;
     uint64_t end = 40, next = 40;
     while (next < std::max<uint64_t>(file.size(), outer)) {
         if (next + 24 > file.size()) return {};
         const uint8_t* header = file.data() + next;
-        const auto size = Load<uint64_t>(header + 16);
+        const auto size = base::Load<uint64_t>(header + 16);
         if (size < 24 || size > file.size() - next) return {};
         chunks.push_back({{header, header + 24}, {header + 24, header + size}});
         end = next + size;
@@ -126,7 +126,7 @@ protected:
     Bytes AnyFile(const std::string& layout) {
         Bytes file = FileOf(layout);
         const size_t unpadded = file.size() - (8 - SoundChunksOf(file)->back().data.size() % 8) % 8;
-        if (Below(2) == 0) Store<uint64_t>(file.data() + 16, unpadded);
+        if (Below(2) == 0) base::Store<uint64_t>(file.data() + 16, unpadded);
         if (Below(2) == 0) file.resize(unpadded);
         return file;
     }
@@ -178,7 +178,8 @@ TEST_F(TagWalk, SafeEditingLosesNothing) {
             const Bytes after = Contents();
             const auto chunks = SoundChunksOf(after);
             ASSERT_TRUE(chunks && ForeignOf(*chunks) == foreign);
-            const bool isPadded = after.size() % 8 == 0 && Load<uint64_t>(after.data() + 16) == after.size();
+            const bool isPadded =
+                after.size() % 8 == 0 && base::Load<uint64_t>(after.data() + 16) == after.size();
             ASSERT_TRUE(after == before || isPadded);
             ASSERT_TRUE(Read() == BlockOf(*chunks, tags));
         }
@@ -230,7 +231,7 @@ TEST_F(TagWalk, SafelyBehind4GiBOfAudio) {
     const Tags tags = {{L"Title", L"Hello"}};
     for (const uint64_t grown : {24 + 4 + 8 + 12, 0}) {
         ASSERT_EQ(grown != 0 ? Write(Pack(tags)) : Delete({}), 1);
-        Store(head.data() + 16, size + grown);
+        base::Store(head.data() + 16, size + grown);
         Bytes start(head.size());
         std::ifstream(path, std::ios::binary).read(reinterpret_cast<char*>(start.data()), std::ssize(start));
         EXPECT_EQ(start, head);

@@ -26,7 +26,7 @@ protected:
     void ResetSparse(const Wave64Bytes& chunks, int64_t lastDataBytes) {
         const auto bytes = static_cast<int64_t>(chunks.File().size()) + lastDataBytes;
         Bytes file = chunks.File(static_cast<uint64_t>(bytes));
-        Store<uint64_t>(file.data() + file.size() - 8, static_cast<uint64_t>(lastDataBytes) + 24);
+        base::Store<uint64_t>(file.data() + file.size() - 8, static_cast<uint64_t>(lastDataBytes) + 24);
         Reset(file);
         std::filesystem::resize_file(path, static_cast<uintmax_t>(bytes));
     }
@@ -180,7 +180,7 @@ TEST_F(TagsOfFile, ComeOnlyFromWhatIsThere) {
     // Chunks that are there, but do not fit together.
     ResetSparse(Wave64Bytes().Fmt(1, 2, 44100, 16).Data({}).Chunk("bext", Pattern(64)).Chunk("levl", {}),
                 (int64_t{1} << 31) - 200);
-    EXPECT_EQ(Load<uint32_t>(Read().data()), 3u);
+    EXPECT_EQ(base::Load<uint32_t>(Read().data()), 3u);
     EXPECT_EQ(host->capture.Information(),
               "Chunks that do not fit into 2 GiB of tags are left out of them.  [ReadIDTags]\r\n");
 }
@@ -256,8 +256,8 @@ TEST_F(TagsOfFile, StayInFilesThatAreNotSound) {
     const Bytes good = FileOf("fmt data:8 bext:16 half:INAM=A");
     const Bytes cutOff(good.begin(), good.end() - 8);
     Bytes overlong = good, corrupt = good;
-    Store<uint64_t>(overlong.data() + overlong.size() - 24, 41);
-    Store<uint32_t>(corrupt.data() + corrupt.size() - 8, 99);  // the size of its only text
+    base::Store<uint64_t>(overlong.data() + overlong.size() - 24, 41);
+    base::Store<uint32_t>(corrupt.data() + corrupt.size() - 8, 99);  // the size of its only text
     SetOptions("SafeEdit=1");
     for (const Bytes& file : {Bytes(), cutOff, overlong}) {
         Reset(file);

@@ -27,8 +27,8 @@ protected:
     // 16000 bytes per second, packets of one byte.
     fs::path File(const Bytes& audio, uint16_t tag = 85, uint16_t blockAlign = 1) const {
         Bytes format = Wave64Bytes::FmtBody(tag, 1, 44100, 0);
-        Store<uint32_t>(format.data() + 8, 16000);
-        Store<uint16_t>(format.data() + 12, blockAlign);
+        base::Store<uint32_t>(format.data() + 8, 16000);
+        base::Store<uint16_t>(format.data() + 12, blockAlign);
         return folder.Write("a.w64", Wave64Bytes().Chunk("fmt ", format).Data(audio).File());
     }
 
@@ -98,8 +98,9 @@ TEST_F(SubDecoder, APendingBlockOutlivesASeekButNotAClose) {
     InstallFake("complete");
     PluginHost host;
     ASSERT_EQ(host.Open(File(packets)), 1);
-    EXPECT_EQ(Load<uint32_t>(host.open.AudioInfo.WaveFormat.Bytes + 4), 16000u);  // the first block says so
-    EXPECT_EQ(Load<uint16_t>(host.open.AudioInfo.WaveFormat.Bytes + 14), 8);
+    EXPECT_EQ(base::Load<uint32_t>(host.open.AudioInfo.WaveFormat.Bytes + 4),
+              16000u);  // the first block says so
+    EXPECT_EQ(base::Load<uint16_t>(host.open.AudioInfo.WaveFormat.Bytes + 14), 8);
     ASSERT_EQ(Plugin().SetPosition(host.handle, 199000), 1);
     Bytes expected = Decoded();
     expected.resize(65536);
@@ -144,7 +145,7 @@ TEST_F(SubDecoder, OfMPEGAudioGivesTheSameSamplesAndStartsAnew) {
         const Bytes audio = DecodedAtOnce(stream);
         PluginHost host;
         ASSERT_EQ(host.Open(File(stream, tag)), 1) << host.capture.Errors();
-        EXPECT_EQ(Load<uint16_t>(host.open.AudioInfo.WaveFormat.Bytes), 3);
+        EXPECT_EQ(base::Load<uint16_t>(host.open.AudioInfo.WaveFormat.Bytes), 3);
         EXPECT_TRUE(host.DecodeAll() == audio);
         ASSERT_EQ(Plugin().SetPosition(host.handle, 0), 1);
         EXPECT_TRUE(host.DecodeAll() == audio);

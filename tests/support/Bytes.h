@@ -15,7 +15,7 @@ template <class T>
 void Append(Bytes& bytes, T value) {
     const size_t at = bytes.size();
     bytes.resize(at + sizeof value);
-    Store(bytes.data() + at, value);
+    base::Store(bytes.data() + at, value);
 }
 
 // Bytes that repeat only after 251, so that no block of a power of two looks like its neighbour.

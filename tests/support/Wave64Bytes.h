@@ -36,7 +36,7 @@ public:
     // The whole file, its outer size field right unless another value is wanted.
     Bytes File(std::optional<uint64_t> sizeField = {}) const {
         Bytes file = bytes_;
-        Store<uint64_t>(file.data() + 16, sizeField.value_or(file.size()));
+        base::Store<uint64_t>(file.data() + 16, sizeField.value_or(file.size()));
         return file;
     }
 
@@ -58,7 +58,7 @@ public:
     static Bytes ExtensibleBody(uint16_t tag, uint16_t channels, uint32_t rate, uint16_t bits,
                                 uint32_t mask) {
         Bytes body = FmtBody(0xFFFE, channels, rate, bits);
-        Store<uint16_t>(body.data() + 16, 22);
+        base::Store<uint16_t>(body.data() + 16, 22);
         Append(body, bits);
         Append(body, mask);
         Append(body, tag);

@@ -54,16 +54,18 @@ uint32_t CodeInCase(std::string_view fourcc, char (*convert)(char)) {
 uint32_t RIFFChnkID(std::string_view fourcc) {
     char characters[4] = {};
     fourcc.copy(characters, sizeof characters);
-    return Load<uint32_t>(characters);
+    return base::Load<uint32_t>(characters);
 }
 
 std::string RIFFChnkID2CHR(uint32_t code) {
     std::string characters(4, '\0');
-    Store(characters.data(), code);
+    base::Store(characters.data(), code);
     return characters;
 }
 
-std::string RIFFChnkGUID2CHR(const GUID& guid) { return RIFFChnkID2CHR(Load<uint32_t>(guid.bytes.data())); }
+std::string RIFFChnkGUID2CHR(const GUID& guid) {
+    return RIFFChnkID2CHR(base::Load<uint32_t>(guid.bytes.data()));
+}
 
 GUID ConvertToGUID(uint32_t code) {
     for (const CodeAndGUID& known : kKnownCodes) {

@@ -1,21 +1,11 @@
 #pragma once
 
-#include <cstdint>
-
 namespace w64 {
 
-// How the texts of a summary list are stored.
-enum class LISTText : uint32_t {
-    Half = 0,   // 32-bit characters in half the room that they need: values lose their second half
-    Wide = 1,   // whole values as 32-bit characters
-    UTF16 = 2,  // whole values as 16-bit characters and a zero, as other software writes and reads them
-};
-
-// What an edit of a file goes by. The defaults do exactly what files in circulation have seen, to their harm
-// at times; a safe edit counts every byte that a chunk takes up and refuses what it cannot do right.
+// What an edit of a file goes by. The defaults, the exact rules, do what files in circulation have seen, to their
+// harm at times; the safe rules count every byte that a chunk takes up and refuse what they cannot do right.
 struct EditRules {
     bool safe = false;
-    LISTText text = LISTText::Half;
 };
 
 }  // namespace w64

@@ -129,7 +129,7 @@ bool clWave64Handler::WriteThisCompleteChunk(int index, const void* chunk, uint3
     if (asNew) chunks_.Insert(std::min(index, Count()));
     STRIFFChunk* record = GetChunk(std::min(index, asNew ? Count() - 1 : index));
     if (!record) return false;
-    record->ChunkGUID = ConvertToGUID(Load<uint32_t>(chunk));
+    record->ChunkGUID = ConvertToGUID(base::Load<uint32_t>(chunk));
     record->DataSize = int64_t{size} - kChunkHeaderBytes;
     record->WriteHeader = true;
     CalcAllChunks();
@@ -153,8 +153,8 @@ bool clWave64Handler::WriteFreshPadding(int index, int mode, int64_t bytes) {
     XMem padding;
     if (!padding.Resize(static_cast<size_t>(bytes))) return false;
     std::fill_n(padding.Data(), padding.Size(), uint8_t{0});
-    Store(padding.Data(), ConvertToGUID(PaddingCode(mode)));
-    Store(padding.Data() + sizeof(GUID), bytes - kChunkHeaderBytes);
+    base::Store(padding.Data(), ConvertToGUID(PaddingCode(mode)));
+    base::Store(padding.Data() + sizeof(GUID), bytes - kChunkHeaderBytes);
     return WriteThisCompleteChunk(index, padding.Data(), static_cast<uint32_t>(bytes), true);
 }
 

@@ -74,9 +74,9 @@ bool clWave64Handler::ScanOuterHeader(int64_t fileSize) {
     if (Read(header.data(), header.size()) < header.size()) {
         return Fail(L"Error: File too small for RIFF.", kScanFile);
     }
-    const auto identifier = Load<GUID>(header.data());
-    const auto sizeField = Load<uint64_t>(header.data() + 16);
-    const auto formType = Load<GUID>(header.data() + 24);
+    const auto identifier = base::Load<GUID>(header.data());
+    const auto sizeField = base::Load<uint64_t>(header.data() + 16);
+    const auto formType = base::Load<GUID>(header.data() + 24);
     const XStr name = Widen(RIFFChnkGUID2CHR(identifier));
     if (!CompareGUID(identifier, RiffID) || !CompareGUID(formType, FormType)) {
         return Fail(L"Error RIFF chunk unknown '" + name + L"'", kScanFile);
@@ -115,8 +115,8 @@ void clWave64Handler::WalkChunks(int64_t fileSize) {
             Fail(L"File error reading chunk.", kScanFile);
             return;
         }
-        const auto identifier = Load<GUID>(header);
-        auto sizeField = Load<uint64_t>(header + 16);
+        const auto identifier = base::Load<GUID>(header);
+        auto sizeField = base::Load<uint64_t>(header + 16);
         StdReport::WriteDEBUG(
             [&] {
                 return L"  Got Chunk '" + Widen(RIFFChnkGUID2CHR(identifier)) + L"'  Length: " +

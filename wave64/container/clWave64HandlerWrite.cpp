@@ -136,8 +136,8 @@ bool clWave64Handler::WriteChunkHeader(STRIFFChunk& chunk) {
         return Fail(L"Error Setting File Chunk Position, lack of disk space?", kWriteChunkHeaders);
     }
     std::array<uint8_t, kChunkHeaderBytes> header;
-    Store(header.data(), chunk.ChunkGUID);
-    Store(header.data() + 16, SizeField(chunk.DataSize) + kChunkHeaderBytes);
+    base::Store(header.data(), chunk.ChunkGUID);
+    base::Store(header.data() + 16, SizeField(chunk.DataSize) + kChunkHeaderBytes);
     if (!Write(header.data(), header.size())) return Fail(kCannotWrite, kWriteChunkHeaders);
     chunk.WriteHeader = false;  // not before, so that a repeated call resumes where this one failed
     return true;
@@ -146,9 +146,9 @@ bool clWave64Handler::WriteChunkHeader(STRIFFChunk& chunk) {
 bool clWave64Handler::WriteOuterHeader(uint64_t sizeField) {
     if (!SetPosition(0)) return Fail(L"Error Setting File Position to 0.", kWriteChunkHeaders);
     std::array<uint8_t, kOuterHeaderBytes> header;
-    Store(header.data(), ConvertToGUID(RiffID));
-    Store(header.data() + 16, sizeField);
-    Store(header.data() + 24, ConvertToGUID(FormType));
+    base::Store(header.data(), ConvertToGUID(RiffID));
+    base::Store(header.data() + 16, sizeField);
+    base::Store(header.data() + 24, ConvertToGUID(FormType));
     return Write(header.data(), header.size()) || Fail(kCannotWrite, kWriteChunkHeaders);
 }
 
