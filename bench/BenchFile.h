@@ -17,7 +17,7 @@ class BenchFile {
 public:
     static constexpr int kAudioOffset = 104;  // without chunks before it
 
-    BenchFile(const std::string& name, int chunks, size_t chunkBytes, size_t audioBytes)
+    BenchFile(const std::string& name, size_t chunks, size_t chunkBytes, size_t audioBytes)
         : path_(std::filesystem::temp_directory_path() / (name + "-" + std::to_string(::getpid()) + ".w64")) {
         std::ofstream file(path_, std::ios::binary);
         Put(file, ConvertToGUID(RIFFChnkID("RIFF")));
@@ -27,7 +27,7 @@ public:
         constexpr uint16_t format[] = {1, 2, 48000, 0, 25856, 4, 6, 24};  // the 32-bit fields in halves
         Put(file, format);
         const std::vector<char> chunk(chunkBytes);
-        for (int i = 0; i < chunks; ++i) {
+        for (size_t i = 0; i < chunks; ++i) {
             PutHeader(file, "bext", chunkBytes);
             file.write(chunk.data(), static_cast<std::streamsize>(chunkBytes));
         }
