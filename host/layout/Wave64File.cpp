@@ -99,7 +99,7 @@ int64_t Wave64File::PresentAudioBytes() {
 std::string Wave64File::DescribeCut() {
     const int64_t missing = MissingBytes();
     if (missing == 0) return "";
-    const std::string text =
+    std::string text =
         "the file is cut off, " + Counted(missing, "byte") + (missing == 1 ? " is missing" : " are missing");
     if (!format_) return text;
     const int64_t milliseconds = XAudioWFX(*format_).CalcmsTime(PresentAudioBytes());
