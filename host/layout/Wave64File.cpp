@@ -19,6 +19,7 @@ std::string DescribeTags(const SummaryLists& lists) {
     if (!lists.areWhole || count == 0) return "tags";
     if (count > kNamed) return Counted(count, "tag");
     std::vector<std::string> names;
+    names.reserve(kNamed);
     for (int i = 0; i < count; ++i) names.push_back(ToPrintable(lists.tags[i].Name));
     return "tags (" + Joined(names, ", ") + ")";
 }

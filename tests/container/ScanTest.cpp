@@ -97,14 +97,14 @@ TEST(Scan, FindsALayoutSoundWhereOnlyTheLastPaddingIsMissing) {
     const auto isSound = [](const Bytes& file) { return Scan(file, true).handler.LayoutFault().empty(); };
     const Bytes whole = Wave64Bytes().Fmt(1, 2, 44100, 16).Data(Pattern(1001)).File();
     const auto fits = [&](size_t size) { return size >= whole.size() - 7 && size <= whole.size(); };
+    const auto sizeBy = [&](int difference) { return static_cast<size_t>(std::ssize(whole) + difference); };
     const int differences[] = {-9, -8, -7, -1, 0, 1, 8, 16, 23, 24, 32};
     for (const int outer : differences) {
         for (const int length : differences) {
             Bytes file = whole;
-            base::Store<uint64_t>(file.data() + 16, whole.size() + outer);
-            file.resize(whole.size() + length);
-            EXPECT_EQ(isSound(file), fits(whole.size() + outer) && fits(file.size()))
-                << outer << ", " << length;
+            base::Store<uint64_t>(file.data() + 16, sizeBy(outer));
+            file.resize(sizeBy(length));
+            EXPECT_EQ(isSound(file), fits(sizeBy(outer)) && fits(file.size())) << outer << ", " << length;
         }
     }
     EXPECT_TRUE(isSound(Plain().Chunk("bext", {}).File()));

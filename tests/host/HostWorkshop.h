@@ -86,7 +86,7 @@ private:
 // A test with a workshop of its own.
 class HostTest : public testing::Test {
 protected:
-    const HostWorkshop shop;
+    const HostWorkshop shop{};
 };
 
 }  // namespace w64

@@ -151,7 +151,7 @@ TEST_F(Layout, HostileFilesEnd) {
     int number = 0;
     const auto add = [&](const Bytes& file) { shop.Write(std::to_string(number++) + ".w64", file); };
     for (size_t size = 1; size < 250; size += 3) add(Resized(good, size));
-    for (const size_t chunkAt : {0, 40, 88, 128, 160, 6184}) {
+    for (const size_t chunkAt : {0u, 40u, 88u, 128u, 160u, 6184u}) {
         for (const uint64_t size :
              {uint64_t{0}, uint64_t{1}, uint64_t{23}, uint64_t{24}, uint64_t{25}, uint64_t{6000},
               uint64_t{UINT32_MAX}, uint64_t{INT64_MAX}, UINT64_MAX - 7, UINT64_MAX}) {

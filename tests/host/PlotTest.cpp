@@ -70,7 +70,7 @@ TEST(Spectrogram, SineIsALineOfItsLevelAndNothingElse) {
 }
 
 TEST(Spectrogram, FewFramesAreEnough) {
-    for (const size_t frames : {1, 2, 63, 64, 100}) {
+    for (const size_t frames : {1u, 2u, 63u, 64u, 100u}) {
         Spectrogram spectrogram({1, 300, 1000, -120, static_cast<int64_t>(frames)});
         spectrogram.Add(std::vector<double>(frames, 0.5));
         spectrogram.Finish();

@@ -64,7 +64,7 @@ TEST_F(Packets, WhereverTheyAreCutTheSamplesAreTheSame) {
         const Bytes stream = Encoded(c.rate, c.channels, c.quality, c.kind);
         const Bytes expected = DecodedAtOnce(stream);
         ASSERT_GE(expected.size(), static_cast<size_t>(c.rate * c.channels * 4));
-        for (const size_t most : {1, 3, 1000, 100000}) {
+        for (const size_t most : {1u, 3u, 1000u, 100000u}) {
             PacketHost host;
             ASSERT_TRUE(host.FeedAll(stream, most)) << host.capture.Errors();
             EXPECT_TRUE(host.audio == expected) << most;
@@ -95,7 +95,7 @@ TEST_F(Packets, DamageIsSkippedAndTold) {
 
 // At 4179 the tenth MPEG frame of stereo has ended; the first one of mono has 104 bytes.
 TEST_F(Packets, AForeignFrameIsDamageAndTwoAreAnotherFormat) {
-    const Bytes head = Part(stereo, 0, 4179), tail = Part(stereo, 4179, stereo.size());
+    const Bytes head = Part(stereo, 0, 4179), tail = Part(stereo, 4179, std::ssize(stereo));
     const std::string skipped = "Skipped 104 bytes at 4179 that hold no MPEG audio.  [MPEGStream]\r\n";
     PacketHost damaged;
     ASSERT_TRUE(damaged.FeedAll(head + Part(mono, 0, 104) + tail, 1000)) << damaged.capture.Errors();

@@ -229,7 +229,7 @@ TEST_F(TagWalk, SafelyBehind4GiBOfAudio) {
     std::filesystem::resize_file(path, size);
     SetOptions("SafeEdit=1");
     const Tags tags = {{L"Title", L"Hello"}};
-    for (const uint64_t grown : {24 + 4 + 8 + 12, 0}) {
+    for (const uint64_t grown : {24u + 4 + 8 + 12, 0u}) {
         ASSERT_EQ(grown != 0 ? Write(Pack(tags)) : Delete({}), 1);
         base::Store(head.data() + 16, size + grown);
         Bytes start(head.size());

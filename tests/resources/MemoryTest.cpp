@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+namespace w64 {
+
 // Sanitizers need memory of their own.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST(Memory, StaysBoundedWhateverTheFileClaims) {
@@ -36,4 +38,4 @@ TEST(Memory, StaysBoundedWhateverTheFileClaims) {
 }
 #endif
 
-namespace w64 {}  // namespace w64
+}  // namespace w64

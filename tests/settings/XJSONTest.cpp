@@ -71,8 +71,9 @@ TEST(JSON, TellsWhatIsWrongByTheAssertion) {
         {Repeated(L"{\"a\":", 100000), "depth <= MaxDepth"},
         {Repeated(L"[", MaxDepth + 1), "depth <= MaxDepth"},
     };
-    for (const auto& [text, error] : cases)
-        EXPECT_EQ(ErrorOf([&] { return Parse(text); }), error) << ToUTF8(text.substr(0, 20));
+    for (const auto& wrong : cases)
+        EXPECT_EQ(ErrorOf([&] { return Parse(wrong.first); }), wrong.second)
+            << ToUTF8(wrong.first.substr(0, 20));
     for (const XStr text : {L"", L" \n", L"[[1,", L"{", L"{\"a\":"})
         EXPECT_EQ(Printed(text), L"(nothing)") << ToUTF8(text);
 }
