@@ -45,7 +45,8 @@ Tree AsTree(XJSON::AnyPtr value) {
     return Tree(static_cast<XJSON::Object*>(value.release()));
 }
 
-// A text is not used where it is cut off, goes on after the tree, or is no UTF-8; what can be read of it is.
+// A text is not used where it is no tree, is cut off, goes on after the tree, or is no UTF-8; what can be read of it
+// is.
 Settings Understand(const std::string& text) {
     Settings settings;
     const XStr characters = FromUTF8(text);
@@ -55,7 +56,8 @@ Settings Understand(const std::string& text) {
         const bool isCutOff = !value && !std::ranges::all_of(characters, XJSON::IsSpacing);
         XJSON::SkipSpacing(characters, position);
         const bool isAll = static_cast<size_t>(position) > characters.size();
-        settings.usable = !isCutOff && isAll && ToUTF8(characters) == text;
+        const bool isTree = !value || value->TypeOf() == XJSON::Type::Object;
+        settings.usable = !isCutOff && isAll && isTree && ToUTF8(characters) == text;
         settings.root = AsTree(std::move(value));
     } catch (const XJSON::Error&) {
         return settings;

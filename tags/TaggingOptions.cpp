@@ -44,7 +44,7 @@ TaggingOptions TaggingOptions::Read() {
     options.trackOption = static_cast<int>(setting(L"Wave64LISTTrack"));
     options.paddingMode = static_cast<int>(setting(L"Wave64LISTPadding"));
     options.paddingSize = PaddingBytes(setting(L"Wave64LISTPaddingSize"));
-    options.rules.safe = setting(SafeEditName) == 1;
+    options.rules.safe = setting(SafeEditName) != 0;
     options.text = TextForm(setting(LISTTextName));
     return options;
 }

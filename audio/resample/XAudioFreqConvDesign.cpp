@@ -80,7 +80,7 @@ std::optional<LowPass> LongFilter(int64_t below, int64_t rate) {
         const double transition = static_cast<double>(rate) * kLengthFactor / static_cast<double>(length - 2);
         if (transition >= kTransitionBand) continue;
         const double edge = static_cast<double>(below) / 2 - transition / 2;
-        if (edge <= 0) return std::nullopt;
+        if (edge <= transition / 2) return std::nullopt;
         return LowPass{length - 1, edge, rate};
     }
     return std::nullopt;

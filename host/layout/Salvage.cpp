@@ -98,7 +98,11 @@ std::optional<Salvage> PlanSalvage(const fs::path& path, const fs::path& copyFol
     Wave64File file(path);
     const bool emptyByRight = audio->Announced() == 0 && file.IsWhole();
     auto format = file.Format();
-    if (!emptyByRight && !DecoderSees(file, *audio)) {
+    const bool isLinear = format && IsLinear(format->WFXFormatTag());
+    const STRIFFChunk* data = file.Chunks().FindChunkForRead("data");
+    const bool isCutOff = data && data->DataSize > audio->Usable();
+    // The decoder can be told to stop after a block, and packets may end within one.
+    if (!emptyByRight && (!DecoderSees(file, *audio) || (isCutOff && !isLinear))) {
         salvage.repaired = RepairedCopy(path, *audio, copyFolder);
         salvage.source = salvage.repaired->Path();
         format = Wave64File(salvage.source).Format();
@@ -106,10 +110,8 @@ std::optional<Salvage> PlanSalvage(const fs::path& path, const fs::path& copyFol
     if (!format) return std::nullopt;
 
     const int64_t usable = emptyByRight ? 0 : audio->Usable();
-    const STRIFFChunk* data = file.Chunks().FindChunkForRead("data");
-    salvage.isToStop = !salvage.repaired && data && data->DataSize > usable;
-    const bool inFrames = salvage.isToStop || IsLinear(format->WFXFormatTag());
-    const int64_t kept = inFrames ? format->BlockAlignBuffer(usable) : usable;
+    salvage.isToStop = !salvage.repaired && isCutOff;
+    const int64_t kept = IsLinear(format->WFXFormatTag()) ? format->BlockAlignBuffer(usable) : usable;
     const auto announced = static_cast<int64_t>(std::min<uint64_t>(audio->Announced(), INT64_MAX));
     salvage.frames = kept / format->BlockAlign();
     salvage.lostBytes = std::max(announced, usable) - kept;
