@@ -12,6 +12,10 @@ namespace w64 {
 // arrives.
 class FreqConvEngine {
 public:
+    // Limits of the transforms, where the filters allow them.
+    static constexpr double kMaxDelay = 0.4;      // seconds
+    static constexpr int64_t kMaxPoints = 98304;  // keeps a converter within a few MiB
+
     FreqConvEngine(const FreqConvEngine&) = delete;
     FreqConvEngine& operator=(const FreqConvEngine&) = delete;
     virtual ~FreqConvEngine() = default;

@@ -12,11 +12,9 @@ using namespace fft;
 
 namespace {
 
-constexpr double kMaxDelay = 0.4;      // seconds, if the long filter allows it
 constexpr int64_t kReachMultiple = 2;  // twice the reach and the block must be whole groups of four
 constexpr int64_t kBlockMultiple = 4;
 constexpr int64_t kPointMultiple = 64;
-constexpr int64_t kMaxPoints = 98304;  // if the filters allow it: keeps a converter within a few MiB
 constexpr int64_t kMinBlock = 128;
 constexpr int64_t kShortReach = 32;  // about how many frames the short filter looks ahead
 
@@ -147,8 +145,10 @@ LongFilter::Sizes LongFilter::ChooseSizes(const FreqConvDesign& design) {
     Sizes best{};
     best.reach = (design.longFilter.length / 2 + design.branches - 1) / design.branches;
     best.reach += best.reach % kReachMultiple;
-    const auto maxDelay = static_cast<int64_t>(kMaxDelay * static_cast<double>(design.longRate));
-    const int64_t wanted = std::min(maxDelay - best.reach - kShortReach, kMaxPoints - 2 * best.reach);
+    const auto maxDelay =
+        static_cast<int64_t>(FreqConvEngine::kMaxDelay * static_cast<double>(design.longRate));
+    const int64_t wanted =
+        std::min(maxDelay - best.reach - kShortReach, FreqConvEngine::kMaxPoints - 2 * best.reach);
     const int64_t allowed = std::max({wanted, best.reach, kMinBlock});
     double minWork = HUGE_VAL;
     for (int64_t points = 2 * best.reach / kPointMultiple * kPointMultiple;; points += kPointMultiple) {

@@ -12,10 +12,8 @@ using namespace fft;
 
 namespace {
 
-constexpr double kMaxDelay = 0.4;            // seconds, for sources from kUsualRate up
-constexpr double kMaxDelayAtLowRates = 1.0;  // seconds
+constexpr double kMaxDelayAtLowRates = 1.0;  // seconds; kMaxDelay holds for sources from kUsualRate up
 constexpr double kUsualRate = 44100;         // Hz
-constexpr int64_t kMaxPoints = 98304;        // keeps a converter within a few MiB
 constexpr double kMinResponse = 1e-15;       // a double would not show less
 
 constexpr int64_t kMaxSamples = int64_t{1} << 16;  // of the short filter's response
