@@ -32,6 +32,11 @@ void StdReport::WriteERROR(std::wstring_view message, const STNStdReport& report
     WriteLine(message, report, functionName, L"*** Error: ", report.Error);
 }
 
+bool StdReport::Fail(std::wstring_view message, const STNStdReport& report, const char* functionName) {
+    WriteERROR(message, report, functionName);
+    return false;
+}
+
 XStr StdReport::GetFinalMsg(std::wstring_view prefix, std::wstring_view message, const char* functionName,
                             bool endLine) {
     XStr line(prefix);

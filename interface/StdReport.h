@@ -46,6 +46,10 @@ public:
     static void WriteINFO(std::wstring_view message, const STNStdReport& report, const char* functionName);
     static void WriteERROR(std::wstring_view message, const STNStdReport& report, const char* functionName);
 
+    // Writes the error and returns false, which is what the failing function returns.
+    [[nodiscard]] static bool Fail(std::wstring_view message, const STNStdReport& report,
+                                   const char* functionName);
+
     static XStr GetFinalMsg(std::wstring_view prefix, std::wstring_view message, const char* functionName,
                             bool endLine);
     static void WriteFile(intptr_t handle, std::wstring_view text);

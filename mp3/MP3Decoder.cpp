@@ -37,7 +37,8 @@ bool MP3Decoder::OpenPackets() {
 bool MP3Decoder::OpenFile(const STKvOpenDecoder& open) {
     const XStr fileName = open.FileName ? open.FileName : L"";
     if (!open.FileName || !file_.Open(fileName, XFile::Access::Read)) {
-        return Fail(L"Error opening file '" + fileName + L"' check no other program has it open.", "Open");
+        return StdReport::Fail(L"Error opening file '" + fileName + L"' check no other program has it open.",
+                               report_, "Open");
     }
     StdReport::WriteDEBUG(L"Reading Audio Information", report_, nullptr, true);
     if (!stream_.OpenFile(file_)) return false;
@@ -73,7 +74,7 @@ bool MP3Decoder::Close(STKvEncoderFluid*) {
 }
 
 bool MP3Decoder::DecodeBlock(STKvAudioBlock& block) {
-    if (!stream_.IsOpen()) return Fail(L"Error no MPEG audio is open.", "DecodeBlock");
+    if (!stream_.IsOpen()) return StdReport::Fail(L"Error no MPEG audio is open.", report_, "DecodeBlock");
     audio_.SetUsedByte(0);
     if (!(packets_ ? DecodePacket(block) : DecodeRange(block))) return false;
     HandOut(block);
@@ -113,7 +114,7 @@ void MP3Decoder::HandOut(STKvAudioBlock& block) {
 
 bool MP3Decoder::SetPosition(int64_t frame) {
     StdReport::WriteDEBUG(L"->->", report_, "SetPosition", true);
-    if (!stream_.IsOpen()) return Fail(L"Error no MPEG audio is open.", "SetPosition");
+    if (!stream_.IsOpen()) return StdReport::Fail(L"Error no MPEG audio is open.", report_, "SetPosition");
     if (!GoTo(SaturatingAdd(from_, frame))) return false;
     StdReport::WriteDEBUG(L"<-<-", report_, "SetPosition", true);
     return true;
@@ -162,12 +163,7 @@ bool MP3Decoder::Set(const wchar_t* key, const STKvCodecGetSet& record) {
 }
 
 bool MP3Decoder::DeleteATag(const wchar_t*, const wchar_t*) {
-    return Fail(L"Error tags of MPEG files are not written.", "DeleteATag");
-}
-
-bool MP3Decoder::Fail(std::wstring_view message, const char* functionName) {
-    StdReport::WriteERROR(message, report_, functionName);
-    return false;
+    return StdReport::Fail(L"Error tags of MPEG files are not written.", report_, "DeleteATag");
 }
 
 }  // namespace w64

@@ -43,7 +43,6 @@ private:
     [[nodiscard]] bool GoTo(int64_t position);
     void TakeFormat();
     int64_t CalcmsTimeOfFrames(int64_t frames) { return audio_.CalcmsTime(audio_.SampleToBytes(frames)); }
-    bool Fail(std::wstring_view message, const char* functionName);
 
     STNStdReport report_;
     XFile file_;

@@ -205,9 +205,6 @@ bool MPEGStream::FailAsLibrary() {
     return Fail(L"Error from libmpg123: " + Widen(mpg123_strerror(handle_.get())));
 }
 
-bool MPEGStream::Fail(std::wstring_view message) {
-    StdReport::WriteERROR(message, report_, kName);
-    return false;
-}
+bool MPEGStream::Fail(std::wstring_view message) { return StdReport::Fail(message, report_, kName); }
 
 }  // namespace w64

@@ -12,17 +12,15 @@ bool clDecoder::Open(STKvOpenDecoder& open) {
     constexpr const char* name = "Open";
     StdReport::WriteDEBUG(L"->->", report_, name, true);
     if (open.OpenFlags & kvOpenPackets) {
-        StdReport::WriteERROR(L"Error cannot decode external-packet data.", report_, name);
-        return false;
+        return StdReport::Fail(L"Error cannot decode external-packet data.", report_, name);
     }
     const XStr fileName = open.FileName ? open.FileName : L"";
     StdReport::WriteDEBUG(L"Opening file '", report_, nullptr, false);
     StdReport::WriteDEBUG(fileName, report_, nullptr, false);
     StdReport::WriteDEBUG(L"' for read access: ", report_, nullptr, false);
     if (!open.FileName || !file_.Open(fileName, XFile::Access::Read)) {
-        StdReport::WriteERROR(L"Error opening file '" + fileName + L"' check no other program has it open.",
-                              report_, name);
-        return false;
+        return StdReport::Fail(L"Error opening file '" + fileName + L"' check no other program has it open.",
+                               report_, name);
     }
     StdReport::WriteDEBUG(L"Opened", report_, nullptr, true);
 
@@ -127,11 +125,11 @@ bool clDecoder::Set(const wchar_t* key, const STKvCodecGetSet& record) {
 }
 
 bool clDecoder::DeleteATag(const wchar_t* fileName, const wchar_t* names) {
-    constexpr size_t kMostCharacters = 2'000'000'000;
+    constexpr size_t kMaxCharacters = 2'000'000'000;
     StdReport::WriteDEBUG(L"->->", report_, "DeleteATag", true);
     const bool deleteAll = !names || names[0] == L'\0';
     XStrList list;
-    if (!deleteAll) list.SetFromPackedCharArray(names, L'\0', kMostCharacters);
+    if (!deleteAll) list.SetFromPackedCharArray(names, L'\0', kMaxCharacters);
     const bool done = clWaveDecoder::DeleteTags(fileName ? fileName : L"", list, deleteAll, report_);
     StdReport::WriteDEBUG(L"<-<-", report_, "DeleteATag", true);
     return done;

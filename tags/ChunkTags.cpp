@@ -126,15 +126,13 @@ bool ChunkTags::ReadFileIntoMemory(XMem& buffer, size_t skip, int64_t bytes, int
                                    const STNStdReport& report) {
     constexpr const char* name = "ReadFileIntoMemory";
     if (!file.SetPosition(offset)) {
-        StdReport::WriteERROR(L"Error SetPosition returned false.", report, name);
-        return false;
+        return StdReport::Fail(L"Error SetPosition returned false.", report, name);
     }
     const auto size = static_cast<size_t>(bytes);
     const bool isThere = bytes == 0 || file.Size() - offset >= bytes;
     if (isThere && !buffer.Resize(skip + size)) return false;
     if (!isThere || file.Read(buffer.Data() + skip, size) < size) {
-        StdReport::WriteERROR(L"Error cannot reading chunk from file.", report, name);
-        return false;
+        return StdReport::Fail(L"Error cannot reading chunk from file.", report, name);
     }
     return true;
 }

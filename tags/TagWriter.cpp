@@ -118,9 +118,6 @@ int TagWriter::IndexOfNewList() {
     return data;
 }
 
-bool TagWriter::Fail(const XStr& message) {
-    StdReport::WriteERROR(message, report_, "IDTagWriter");
-    return false;
-}
+bool TagWriter::Fail(const XStr& message) { return StdReport::Fail(message, report_, "IDTagWriter"); }
 
 }  // namespace w64

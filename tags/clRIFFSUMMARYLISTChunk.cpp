@@ -300,8 +300,7 @@ bool clRIFFSUMMARYLISTChunk::TagsToLIST(XMem& out, const NTag& tags, const STNSt
     }
     // Sizes in a list have 32 bits.
     if (list.size() > std::numeric_limits<uint32_t>::max() || !out.Assign(list.data(), list.size())) {
-        StdReport::WriteERROR(L"Error Allocating Memory.", report, kTagsToLIST);
-        return false;
+        return StdReport::Fail(L"Error Allocating Memory.", report, kTagsToLIST);
     }
     StdReport::WriteDEBUG(L"<-<-", report, kTagsToLIST, true);
     return true;

@@ -62,9 +62,4 @@ void clWave64Handler::CalcAllChunks() {
     StdReport::WriteDEBUG(L"Ok", report_, nullptr, true);
 }
 
-bool clWave64Handler::Fail(std::wstring_view message, const char* functionName) {
-    StdReport::WriteERROR(message, report_, functionName);
-    return false;
-}
-
 }  // namespace w64

@@ -112,7 +112,6 @@ private:
     bool HasDataAfter(int index) const;
     int64_t Room(const STRIFFChunk& chunk) const;
     int64_t Slack(const STRIFFChunk& padding) const;
-    bool Fail(std::wstring_view message, const char* functionName);
 
     int64_t riffSize_ = 0;
     EditRules rules_;

@@ -71,7 +71,7 @@ bool clWave64Handler::ResizeExistingChunkOnFile(int index, const void* chunk, ui
     if (size < kChunkHeaderBytes) return false;
     bool makePadding = HasDataAfter(index);
     const int64_t room = Room(chunks_[index]);
-    if (room < 0) return Fail(L"Error reading File Size.", "ResizeExistingChunkOnFile");
+    if (room < 0) return StdReport::Fail(L"Error reading File Size.", report_, "ResizeExistingChunkOnFile");
     int64_t delta = Padded(size) - room;
     int64_t reclaimed = 0;
     if (delta != 0 && IsPadding(index + 1)) {
@@ -103,7 +103,7 @@ bool clWave64Handler::RemoveChunkFromFile(int index, int paddingMode) {
     if (!GetChunk(index)) return false;
     STRIFFChunk& removed = chunks_[index];
     const int64_t room = Room(removed);
-    if (room < 0) return Fail(L"Error reading File Size.", "RemoveChunkFromFile");
+    if (room < 0) return StdReport::Fail(L"Error reading File Size.", report_, "RemoveChunkFromFile");
     if (IsPadding(index + 1)) {  // it starts where the chunk started, and covers it
         STRIFFChunk& next = chunks_[index + 1];
         next.DataSize = SaturatingAdd(next.DataSize, room);
@@ -134,12 +134,12 @@ bool clWave64Handler::WriteThisCompleteChunk(int index, const void* chunk, uint3
     record->WriteHeader = true;
     CalcAllChunks();
     if (!SetPosition(record->ChunkPosition)) {
-        return Fail(L"Error Setting File Position.", kWriteThisCompleteChunk);
+        return StdReport::Fail(L"Error Setting File Position.", report_, kWriteThisCompleteChunk);
     }
     constexpr std::array<uint8_t, 8> zeros{};
     const auto padding = static_cast<size_t>(GetPaddingBytes(size));
     return (Write(chunk, size) && Write(zeros.data(), padding)) ||
-           Fail(L"Error writing to file, disk full?", kWriteThisCompleteChunk);
+           StdReport::Fail(L"Error writing to file, disk full?", report_, kWriteThisCompleteChunk);
 }
 
 // Before anything is written over: a full disk then leaves the file as it was.

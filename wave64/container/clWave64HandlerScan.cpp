@@ -56,7 +56,7 @@ private:
 bool clWave64Handler::ScanFile() {
     StdReport::WriteDEBUG(L"->->", report_, kScanFile, true);
     const int64_t fileSize = Size();
-    if (fileSize < 0) return Fail(L"Error reading File Size.", kScanFile);
+    if (fileSize < 0) return StdReport::Fail(L"Error reading File Size.", report_, kScanFile);
     layoutFault_ = fileSize == 0 ? L"the file is empty" : L"";
     isScanLimited_ = false;
     if (fileSize == 0) return true;
@@ -69,17 +69,17 @@ bool clWave64Handler::ScanFile() {
 }
 
 bool clWave64Handler::ScanOuterHeader(int64_t fileSize) {
-    if (!SetPosition(0)) return Fail(L"Error Setting File Position to 0.", kScanFile);
+    if (!SetPosition(0)) return StdReport::Fail(L"Error Setting File Position to 0.", report_, kScanFile);
     std::array<uint8_t, kOuterHeaderBytes> header{};
     if (Read(header.data(), header.size()) < header.size()) {
-        return Fail(L"Error: File too small for RIFF.", kScanFile);
+        return StdReport::Fail(L"Error: File too small for RIFF.", report_, kScanFile);
     }
     const auto identifier = base::Load<GUID>(header.data());
     const auto sizeField = base::Load<uint64_t>(header.data() + 16);
     const auto formType = base::Load<GUID>(header.data() + 24);
     const XStr name = Widen(RIFFChnkGUID2CHR(identifier));
     if (!CompareGUID(identifier, RiffID) || !CompareGUID(formType, FormType)) {
-        return Fail(L"Error RIFF chunk unknown '" + name + L"'", kScanFile);
+        return StdReport::Fail(L"Error RIFF chunk unknown '" + name + L"'", report_, kScanFile);
     }
     StdReport::WriteDEBUG(
         [&] {
@@ -112,7 +112,7 @@ void clWave64Handler::WalkChunks(int64_t fileSize) {
         const uint8_t* header = window.HeaderAt(position);
         if (!header) {
             layoutFault_ = L"the file ends before the chunk at " + Int2Str(position);
-            Fail(L"File error reading chunk.", kScanFile);
+            StdReport::WriteERROR(L"File error reading chunk.", report_, kScanFile);
             return;
         }
         const auto identifier = base::Load<GUID>(header);
@@ -129,11 +129,11 @@ void clWave64Handler::WalkChunks(int64_t fileSize) {
             layoutFault_ = L"the chunk at " + Int2Str(position) +
                            (Count() == kMostChunks ? L" is one too many" : L" claims no bytes");
             isScanLimited_ = true;
-            Fail(L"File error reading chunk.", kScanFile);
+            StdReport::WriteERROR(L"File error reading chunk.", report_, kScanFile);
             return;
         }
         if (const auto left = static_cast<uint64_t>(riffSize_ - position); left < sizeField) {
-            Fail(L"Error Chunk is out of file.", kScanFile);
+            StdReport::WriteERROR(L"Error Chunk is out of file.", report_, kScanFile);
             layoutFault_ = L"the chunk at " + Int2Str(position) + L" reaches out of the file";
             sizeField = left;
         }
@@ -144,7 +144,7 @@ void clWave64Handler::WalkChunks(int64_t fileSize) {
         position = SaturatingAdd(position, GetPaddingBytes(position));
         // Within the file every position can be reached; the walk seeks only where it has to read.
         if (position > fileSize && !SetPosition(position)) {
-            Fail(L"Error Setting Position.", kScanFile);
+            StdReport::WriteERROR(L"Error Setting Position.", report_, kScanFile);
             return;
         }
     }

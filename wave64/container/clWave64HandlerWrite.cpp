@@ -82,7 +82,7 @@ bool clWave64Handler::WriteChunksUpToData() {
     for (const STRIFFChunk& chunk : chunks_) {
         if (CompareGUID(chunk.ChunkGUID, RIFFChnkID("data"))) {
             return SetPosition(chunk.FileDataPosition) ||
-                   Fail(L"Error Setting File Position.", kInitializeNewWAV);
+                   StdReport::Fail(L"Error Setting File Position.", report_, kInitializeNewWAV);
         }
         if (HoldsItsData(chunk) && !WriteChunkData(chunk, chunk.ChunkData.Data(), chunk.ChunkData.Size())) {
             return false;
@@ -124,39 +124,43 @@ bool clWave64Handler::WriteChunkHeaders(bool stopAtData) {
 // Safe rules also put the padding there that the last chunk may lack.
 bool clWave64Handler::CutToRiffSize() {
     const int64_t size = Size();
-    if (size < 0) return Fail(L"Error reading File Size.", kWriteChunkHeaders);
+    if (size < 0) return StdReport::Fail(L"Error reading File Size.", report_, kWriteChunkHeaders);
     if (size == riffSize_ || (size < riffSize_ && !rules_.safe)) return true;
-    return SetFileSize(riffSize_) || Fail(kCannotWrite, kWriteChunkHeaders);
+    return SetFileSize(riffSize_) || StdReport::Fail(kCannotWrite, report_, kWriteChunkHeaders);
 }
 
 bool clWave64Handler::WriteChunkHeader(STRIFFChunk& chunk) {
     StdReport::WriteDEBUG([&] { return DescribeChunk(L"Writing Chunk Header", chunk); }, report_,
                           kWriteChunkHeaders);
     if (!SetPosition(chunk.ChunkPosition)) {
-        return Fail(L"Error Setting File Chunk Position, lack of disk space?", kWriteChunkHeaders);
+        return StdReport::Fail(L"Error Setting File Chunk Position, lack of disk space?", report_,
+                               kWriteChunkHeaders);
     }
     std::array<uint8_t, kChunkHeaderBytes> header;
     base::Store(header.data(), chunk.ChunkGUID);
     base::Store(header.data() + 16, SizeField(chunk.DataSize) + kChunkHeaderBytes);
-    if (!Write(header.data(), header.size())) return Fail(kCannotWrite, kWriteChunkHeaders);
+    if (!Write(header.data(), header.size()))
+        return StdReport::Fail(kCannotWrite, report_, kWriteChunkHeaders);
     chunk.WriteHeader = false;  // not before, so that a repeated call resumes where this one failed
     return true;
 }
 
 bool clWave64Handler::WriteOuterHeader(uint64_t sizeField) {
-    if (!SetPosition(0)) return Fail(L"Error Setting File Position to 0.", kWriteChunkHeaders);
+    if (!SetPosition(0))
+        return StdReport::Fail(L"Error Setting File Position to 0.", report_, kWriteChunkHeaders);
     std::array<uint8_t, kOuterHeaderBytes> header;
     base::Store(header.data(), ConvertToGUID(RiffID));
     base::Store(header.data() + 16, sizeField);
     base::Store(header.data() + 24, ConvertToGUID(FormType));
-    return Write(header.data(), header.size()) || Fail(kCannotWrite, kWriteChunkHeaders);
+    return Write(header.data(), header.size()) || StdReport::Fail(kCannotWrite, report_, kWriteChunkHeaders);
 }
 
 bool clWave64Handler::WriteChunkData(const STRIFFChunk& chunk, const void* data, size_t size) {
     StdReport::WriteDEBUG([&] { return DescribeChunk(L"Writing Chunk Data", chunk); }, report_,
                           kWriteChunkData);
-    if (!SetPosition(chunk.FileDataPosition)) return Fail(L"Error Setting File Position.", kWriteChunkData);
-    return Write(data, size) || Fail(kCannotWrite, kWriteChunkData);
+    if (!SetPosition(chunk.FileDataPosition))
+        return StdReport::Fail(L"Error Setting File Position.", report_, kWriteChunkData);
+    return Write(data, size) || StdReport::Fail(kCannotWrite, report_, kWriteChunkData);
 }
 
 // Only data that fills its chunk is written.

@@ -57,7 +57,8 @@ bool clWaveDecoder::PrepareToDecodeAudio(STKvAudioInfo& info) {
 bool clWaveDecoder::PrepareStored() {
     StdReport::WriteDEBUG(L"Calling ACMDecoder.CreateNewConverter", report_, nullptr, true);
     if (!decoder_.CreateNewConverter(stored_, true)) {
-        return Fail(L"Error Cannot Create Wave Decoder (" + GetACMFormat() + L")?", kPrepare);
+        return StdReport::Fail(L"Error Cannot Create Wave Decoder (" + GetACMFormat() + L")?", report_,
+                               kPrepare);
     }
     StdReport::WriteDEBUG(L"Compressed WFX (on file): ", report_, nullptr, false);
     StdReport::WriteDEBUG([&] { return stored_.WFXToString(); }, report_, nullptr);
@@ -73,7 +74,7 @@ bool clWaveDecoder::LoadExternalDecoder() {
     const XStr folder = XApplication::ApplicationPath();
     const XStr path = folder + L"/mp3.dll";
     if (folder.empty() || !subDecoder_.LoadDecoder(path, L".mp3")) {
-        return Fail(L"Error loading external Decoder '" + path + L"'", kPrepare);
+        return StdReport::Fail(L"Error loading external Decoder '" + path + L"'", report_, kPrepare);
     }
     external_ = true;
     return true;
@@ -82,12 +83,14 @@ bool clWaveDecoder::LoadExternalDecoder() {
 bool clWaveDecoder::InitializeExternalDecoder() {
     StdReport::WriteDEBUG(L"->->", report_, kInitializeExternal, true);
     StdReport::WriteDEBUG(L"Creating External Decoder", report_, nullptr, true);
-    if (!subDecoder_.Create(report_)) return Fail(L"Error creating external Decoder.", kInitializeExternal);
+    if (!subDecoder_.Create(report_))
+        return StdReport::Fail(L"Error creating external Decoder.", report_, kInitializeExternal);
 
     StdReport::WriteDEBUG(L"Opening External Decoder", report_, nullptr, true);
     STKvOpenDecoder open{};
     open.OpenFlags = kvOpenPackets;
-    if (!subDecoder_.Open(&open)) return Fail(L"Error opening external Decoder.", kInitializeExternal);
+    if (!subDecoder_.Open(&open))
+        return StdReport::Fail(L"Error opening external Decoder.", report_, kInitializeExternal);
 
     StdReport::WriteDEBUG(L"Decoding until first data with External Decoder", report_, nullptr, true);
     if (!ExternalDecodeData()) return false;
@@ -120,7 +123,7 @@ bool clWaveDecoder::DecodeStoredData() {
     if (!ReadDataBlock()) return false;
     // In place: audio that is delivered as it is stored goes to the host from the buffer it was read into.
     if (!decoder_.ConvertData(input_, true, bytesLeft_ == 0, true)) {
-        return Fail(L"Error cannot decode data, audio file corrupt?", "DecodeBlock");
+        return StdReport::Fail(L"Error cannot decode data, audio file corrupt?", report_, "DecodeBlock");
     }
     pendingData_ = decoder_.Buffer().BufferStart();
     pendingSize_ = static_cast<uint32_t>(decoder_.Buffer().GetUsedByte());
@@ -136,7 +139,8 @@ bool clWaveDecoder::ExternalDecodeData() {
         block.DataSize = static_cast<uint32_t>(input_.GetUsedByte());
         block.EndOfStream = bytesLeft_ == 0;
         if (!subDecoder_.DecodeBlock(&block)) {
-            return Fail(L"Error decoding audio with external Decoder.", "ExternalDecodeData");
+            return StdReport::Fail(L"Error decoding audio with external Decoder.", report_,
+                                   "ExternalDecodeData");
         }
         if (!block.Data || block.DataSize == 0) continue;
         pendingData_ = block.Data;
@@ -151,11 +155,11 @@ bool clWaveDecoder::ReadDataBlock() {
     constexpr const char* name = "ReadDataBlock";
     const int64_t bytes = std::min(stored_.BlockAlignBuffer(kLargestRead), bytesLeft_);
     if (!input_.SetBufferByteSizeNew(bytes, false, false)) {
-        return Fail(L"Error allocating decoding buffer.", name);
+        return StdReport::Fail(L"Error allocating decoding buffer.", report_, name);
     }
     const auto wanted = static_cast<size_t>(bytes);
     if (file_.Read(input_.BufferStart(), wanted) < wanted)
-        return Fail(L"Error reading data from file.", name);
+        return StdReport::Fail(L"Error reading data from file.", report_, name);
     input_.SetUsedByte(bytes);
     bytesLeft_ -= bytes;
     currentOffset_ += bytes;
@@ -167,7 +171,8 @@ bool clWaveDecoder::SetPosition(int64_t frame) {
 }
 
 bool clWaveDecoder::GoToOffset(int64_t offset, const char* functionName) {
-    if (!file_.SetPosition(offset)) return Fail(L"Error SetPosition returned false.", functionName);
+    if (!file_.SetPosition(offset))
+        return StdReport::Fail(L"Error SetPosition returned false.", report_, functionName);
     currentOffset_ = offset;
     bytesLeft_ = WholeFrames(std::max<int64_t>(CalcDecodeTo() - offset, 0));
     return true;
@@ -182,11 +187,6 @@ void clWaveDecoder::SetOutputFormat(const XAudioWFX& format) {
 void clWaveDecoder::ForgetPendingOutput() {
     pendingData_ = nullptr;
     pendingSize_ = 0;
-}
-
-bool clWaveDecoder::Fail(std::wstring_view message, const char* functionName) {
-    StdReport::WriteERROR(message, report_, functionName);
-    return false;
 }
 
 }  // namespace w64

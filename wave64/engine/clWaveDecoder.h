@@ -96,7 +96,6 @@ private:
     void SetOutputFormat(const XAudioWFX& format);
     void ForgetPendingOutput();
     bool HasPendingOutput() const { return pendingData_ && pendingSize_; }
-    bool Fail(std::wstring_view message, const char* functionName);
 
     STNStdReport report_;
     XFile file_;

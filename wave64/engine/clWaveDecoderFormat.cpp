@@ -23,11 +23,11 @@ bool clWaveDecoder::PullOutFMTnDATA() {
 
     StdReport::WriteDEBUG(L"Finding 'fmt ' chunk.", report_, nullptr, true);
     const STRIFFChunk* fmt = chunks_.FindChunkForRead("FMT ");
-    if (!fmt) return Fail(L"Error cannot find 'fmt ' chunk.", kPullOut);
+    if (!fmt) return StdReport::Fail(L"Error cannot find 'fmt ' chunk.", report_, kPullOut);
 
     StdReport::WriteDEBUG(L"Finding 'data' chunk.", report_, nullptr, true);
     const STRIFFChunk* data = chunks_.FindChunkForRead("DATA");
-    if (!data) return Fail(L"Error cannot find 'data' chunk.", kPullOut);
+    if (!data) return StdReport::Fail(L"Error cannot find 'data' chunk.", report_, kPullOut);
     dataStart_ = data->FileDataPosition;
     dataEnd_ = SaturatingAdd(data->FileDataPosition, data->DataSize);
 
@@ -43,12 +43,13 @@ bool clWaveDecoder::PullOutFMTnDATA() {
 bool clWaveDecoder::ReadFormatChunk(const STRIFFChunk& chunk) {
     if (chunk.DataSize < kSmallestFmt || chunk.DataSize > kLargestFmt ||
         !fmt_.Resize(static_cast<size_t>(chunk.DataSize))) {
-        return Fail(L"Error 'fmt ' chunk is a bad size.", kPullOut);
+        return StdReport::Fail(L"Error 'fmt ' chunk is a bad size.", report_, kPullOut);
     }
-    if (!file_.SetPosition(chunk.FileDataPosition)) return Fail(L"Error cannot Set File Position.", kPullOut);
+    if (!file_.SetPosition(chunk.FileDataPosition))
+        return StdReport::Fail(L"Error cannot Set File Position.", report_, kPullOut);
     if (file_.Read(fmt_.Data(), fmt_.Size()) < fmt_.Size()) {
         fmt_.Clear();
-        return Fail(L"Error cannot read 'fmt ' chunk from file.", kPullOut);
+        return StdReport::Fail(L"Error cannot read 'fmt ' chunk from file.", report_, kPullOut);
     }
     return true;
 }
@@ -71,9 +72,9 @@ void clWaveDecoder::ReadFactChunk() {
     uint32_t count = 0;
     if (!fact || fact->DataSize < static_cast<int64_t>(sizeof count)) return;
     if (!file_.SetPosition(fact->FileDataPosition)) {
-        Fail(L"Error cannot Set File Position", kPullOut);
+        StdReport::WriteERROR(L"Error cannot Set File Position", report_, kPullOut);
     } else if (file_.Read(&count, sizeof count) < sizeof count) {
-        Fail(L"Error cannot read 'fact' chunk from file.", kPullOut);
+        StdReport::WriteERROR(L"Error cannot read 'fact' chunk from file.", report_, kPullOut);
     } else {
         factSamples_ = count;
         StdReport::WriteDEBUG(L"Read 'fact' chunk: ", report_, nullptr, false);
