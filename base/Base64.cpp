@@ -43,7 +43,7 @@ std::optional<XMem> FromBase64(std::wstring_view text) {
         held -= 8;
         *to++ = static_cast<uint8_t>(bits >> held);
     }
-    if (bits & ((1u << held) - 1)) return std::nullopt;  // bits that no byte takes up
+    if (bits & ((1u << held) - 1)) return std::nullopt;  // spare bits must be 0
     return bytes;
 }
 

@@ -6,7 +6,7 @@
 namespace w64 {
 
 // A 16-byte identifier in its stored byte order: a 32-bit group and two 16-bit groups, little-endian each,
-// then eight bytes in order. Read as bytes, so that it can be taken from and put into a file as it lies.
+// then eight bytes in order. Kept as bytes, so that it is read from and written to files unchanged.
 struct GUID {
     std::array<uint8_t, 16> bytes{};
 

@@ -6,25 +6,25 @@
 
 namespace w64 {
 
-// What differs from one operating system to the next; one source file per platform implements it.
+// What differs between operating systems. Each platform has one source file that implements it.
 namespace Platform {
 
-// The full path of the running executable; empty when the system does not tell.
+// The full path of the running executable; empty when it is unknown.
 XStr ExecutablePath();
 
-// An empty file without a name that lies in memory, as a descriptor that its taker closes; where the system has
-// none such, a temporary one. -1 with errno set.
+// An empty, unnamed file in memory, or a temporary one on systems that have no such files. The caller closes the
+// descriptor. -1 with errno set on failure.
 int MemoryFile();
 
-// Makes an empty file share the blocks of another, where the file system can; both are descriptors.
+// Makes an empty file share the blocks of another (a reflink). False where the file system cannot.
 bool ShareContents(int from, int to);
 
-// Copies at most `bytes` from `offset` to the same place, without a way through this program where possible.
-// The number copied, 0 at the end, -1 with errno set.
+// Copies at most `bytes` from `offset` to the same offset, within the kernel where possible. Returns the number
+// copied: 0 at the end, -1 with errno set on failure.
 int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes);
 
-// Gives a file the extended attributes of another, access lists included. False with errno set; a file system
-// that knows none has none to give.
+// Copies the extended attributes, access lists included. False with errno set on failure; a file system without
+// attributes is no failure.
 bool CopyAttributes(int from, int to);
 
 }  // namespace Platform

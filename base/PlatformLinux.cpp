@@ -22,12 +22,12 @@ int64_t CopyThroughMemory(int from, int to, int64_t offset, int64_t bytes) {
     return got <= 0 ? got : ::pwrite(to, block.data(), static_cast<size_t>(got), offset);
 }
 
-// The kernel or the file systems know no such copy; nothing is wrong with the files.
+// The kernel or the file system does not support the call; the files are fine.
 bool CannotCopyInKernel() {
     return errno == EXDEV || errno == ENOSYS || errno == EINVAL || errno == EOPNOTSUPP || errno == EPERM;
 }
 
-// A list or a value whose length is asked for first; empty when there is none.
+// Asks for the length first, then for the list or value. Empty when there is none.
 template <class Ask>
 bool ReadAttribute(std::string& bytes, const Ask& ask) {
     const ssize_t size = ask(nullptr, size_t{0});
@@ -41,7 +41,7 @@ auto ValueOf(int file, const std::string& name) {
     return [=](char* out, size_t size) { return ::fgetxattr(file, name.c_str(), out, size); };
 }
 
-// Names that each end in NUL.
+// Splits a list of NUL-terminated names.
 std::vector<std::string> Split(const std::string& names) {
     std::vector<std::string> list;
     for (const char* name = names.c_str(); *name; name += list.back().size() + 1) list.emplace_back(name);
@@ -77,7 +77,7 @@ bool CopyAttributes(int from, int to) {
     if (!ReadAttribute(names, namesOf(from)) || !ReadAttribute(oldNames, namesOf(to))) {
         return errno == EOPNOTSUPP;
     }
-    // A new file may have taken an access list over from its folder.
+    // A new file may have inherited an access list from its folder.
     for (const std::string& name : Split(oldNames)) {
         std::string value;
         const bool isWanted = ReadAttribute(value, ValueOf(from, name));
@@ -87,7 +87,7 @@ bool CopyAttributes(int from, int to) {
         std::string value;
         std::string old;
         if (!ReadAttribute(value, ValueOf(from, name))) return false;
-        // Some come with the file and cannot be set.
+        // Some are fixed and cannot be set.
         if (ReadAttribute(old, ValueOf(to, name)) && old == value) continue;
         if (::fsetxattr(to, name.c_str(), value.data(), value.size(), 0) != 0) return false;
     }

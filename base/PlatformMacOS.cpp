@@ -30,7 +30,7 @@ int MemoryFile() {
     return file;
 }
 
-// Files are cloned by their names only, and the copy is open already.
+// The system clones files by name only, and the copy is already open.
 bool ShareContents(int /*from*/, int /*to*/) { return false; }
 
 int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes) {

@@ -5,8 +5,8 @@
 
 namespace w64 {
 
-// Signed 64-bit arithmetic that stops at the ends of the range where it would overflow. Positions and ranges
-// come from callers and files; past the ends any value means "as far as can be".
+// Signed 64-bit arithmetic that saturates instead of overflowing. Positions and ranges come from callers and
+// files; values beyond the limits mean "as far as possible".
 
 inline int64_t SaturatingAdd(int64_t a, int64_t b) {
     int64_t sum = 0;

@@ -18,7 +18,7 @@ namespace w64 {
 
 namespace {
 
-using Block = std::array<std::byte, 65536>;  // of a move
+using Block = std::array<std::byte, 65536>;  // buffer of a move
 
 static_assert(sizeof(off_t) == 8, "positions are 64-bit");
 
@@ -39,19 +39,19 @@ constexpr Opening kOpenings[] = {
 
 int OpenDescriptor(const char* path, const Opening& how) {
     int descriptor = -1;
-    do {  // not blocking, as a pipe would keep us waiting
+    do {  // non-blocking, as opening a pipe would wait for its other end
         descriptor = ::open(path, how.flags | O_CLOEXEC | O_NONBLOCK, how.permissions);
     } while (descriptor < 0 && errno == EINTR);
     return descriptor;
 }
 
-// Something that has a size and positions: no folder, pipe or terminal, and no device, whose size is 0 here.
+// Regular files only: folders, pipes and terminals have no positions, and devices report a size of 0.
 bool IsFile(int descriptor) {
     struct stat status {};
     return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-// False only when somebody else holds the file: a file system without locks is accepted.
+// False only when the file is locked by another holder; a file system without locks is accepted.
 bool Lock(int descriptor, int operation) {
     int result = 0;
     do {
@@ -60,7 +60,7 @@ bool Lock(int descriptor, int operation) {
     return result == 0 || errno != EWOULDBLOCK;
 }
 
-// A new name ought to survive a power cut; the file itself is safe either way.
+// Makes a new name survive a power cut; the file itself is safe either way.
 void SyncFolder(const std::filesystem::path& folder) {
     const char* path = folder.empty() ? "." : folder.c_str();
     const int descriptor = ::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -95,7 +95,7 @@ bool XFile::Open(void* handle) {
 }
 
 void XFile::Close() {
-    if (owned_) ::close(descriptor_);  // also gives the lock up
+    if (owned_) ::close(descriptor_);  // also releases the lock
     descriptor_ = -1;
     owned_ = false;
 }
@@ -144,7 +144,7 @@ bool XFile::SetFileSize(int64_t size) { return ::ftruncate(descriptor_, size) ==
 bool XFile::Extend(int64_t size) {
     const int64_t old = Size();
     if (old < 0) return false;
-    // Too large a size is refused at once, and does not fill the disk first.
+    // Setting the size first refuses too large a size at once, before the disk fills up.
     if (SetFileSize(size) && FillWithZeros(old, size - old)) return true;
     static_cast<void>(SetFileSize(old));
     return false;
@@ -167,7 +167,7 @@ bool XFile::IsAt(std::wstring_view path) const {
            opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
-// The mode comes after the owner, as a change of the owner takes bits of it.
+// The mode comes after the owner, as chown clears mode bits.
 bool XFile::TakeAttributes(const XFile& from) {
     struct stat status {};
     return ::fstat(from.descriptor_, &status) == 0 &&
@@ -183,7 +183,7 @@ bool XFile::MoveOver(std::wstring_view name, std::wstring_view path) {
     return true;
 }
 
-// From the end backwards, so that nothing is written over before it has been read.
+// From the end backwards, so that nothing is overwritten before it is read.
 bool XFile::MoveTowardsEnd(int64_t position, int64_t end, int64_t delta) {
     Block block;
     while (end > position) {

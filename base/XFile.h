@@ -9,7 +9,7 @@ namespace w64 {
 
 // A file over one descriptor, with signed 64-bit sizes and positions in bytes.
 // Owner:  a file opened by name is closed by the object; a file attached by handle belongs to whoever opened
-//         it. A handle is the descriptor in a pointer; both ends of it share one file position.
+//         it. A handle is the descriptor in a pointer, and its users share one file position.
 // Errors: false, -1 or a short count, without a message; the caller knows what it was doing.
 class XFile {
 public:
@@ -26,9 +26,8 @@ public:
     XFile& operator=(const XFile&) = delete;
     ~XFile() { Close(); }
 
-    // What was open before is closed on success and kept on failure. Locks are advisory and not waited for: where
-    // another holder is in the way the open fails; a file system without locks is accepted. Only regular files
-    // are opened.
+    // Closes the previous file on success and keeps it on failure. Locks are advisory; a conflicting lock fails
+    // the open at once, and a file system without locks is accepted. Only regular files are opened.
     [[nodiscard]] bool Open(std::wstring_view path, Access access);
 
     // Attaches to an open file without owning it.
@@ -47,23 +46,23 @@ public:
     int64_t Size() const;
     [[nodiscard]] bool SetFileSize(int64_t size);
 
-    // Appends zeros up to `size` bytes, so that there is room on the disk for what will be written there; all
-    // of them, or the file stays as it was.
+    // Appends zeros up to `size` bytes to reserve disk space for later writes. A failure leaves the file
+    // unchanged.
     [[nodiscard]] bool Extend(int64_t size);
 
     // Moves everything from `position` to the end by `delta` bytes, towards the end when positive, and makes
     // the file that much longer or shorter. A gap that opens keeps its old bytes unless `zeroFill` is set.
-    // Nothing happens for a delta of 0 or a negative position. Room is taken before anything moves; a failure
-    // after that stops the move where it is.
+    // Does nothing for a delta of 0 or a negative position. Disk space is reserved before anything moves; a
+    // later failure leaves the move half done.
     [[nodiscard]] bool Shuffle(int64_t position, int64_t delta, bool zeroFill);
 
-    // Whether the path names this very file, and not another that has taken its place.
+    // Whether the path still names this file, not one that has replaced it.
     bool IsAt(std::wstring_view path) const;
 
-    // Takes owner, mode and extended attributes from another file.
+    // Copies owner, mode and extended attributes from another file.
     [[nodiscard]] bool TakeAttributes(const XFile& from);
 
-    // Renames the file over what is at `path`, in the same folder, once its contents are on the disk.
+    // Syncs the file to disk, then renames it from `name` to `path`, in the same folder, replacing what is there.
     [[nodiscard]] bool MoveOver(std::wstring_view name, std::wstring_view path);
 
 private:

@@ -16,7 +16,7 @@ XStr XInternational::FileSize2Str(int64_t bytes) {
     constexpr const wchar_t* units[] = {L" KB", L" MB", L" GB"};
     double amount = static_cast<double>(bytes) / 1024;
     const wchar_t* const* unit = units;
-    // In whole hundredths, so that 1,023.999 KB is shown as 1.00 MB.
+    // Rounded to hundredths first, so that 1,023.999 KB is shown as 1.00 MB.
     while (unit != std::end(units) - 1 && std::round(amount * 100) >= 1024 * 100) {
         amount /= 1024;
         ++unit;

@@ -6,7 +6,7 @@
 
 namespace w64 {
 
-// Numbers as people read them, alike in every locale.
+// Numbers for display, the same in every locale.
 class XInternational {
 public:
     // Digits in groups of three: 1,234,567.

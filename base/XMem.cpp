@@ -22,7 +22,7 @@ bool XMem::Resize(size_t size) {
         if (size > std::numeric_limits<size_t>::max() - sizeof(Block)) return false;
         auto* grown = static_cast<Block*>(std::realloc(block_.get(), sizeof(Block) + size));
         if (!grown) return false;
-        static_cast<void>(block_.release());  // realloc has taken the old block over
+        static_cast<void>(block_.release());  // realloc has freed or reused it
         block_.reset(grown);
         block_->capacity = size;
     }

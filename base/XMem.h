@@ -7,10 +7,10 @@
 
 namespace w64 {
 
-// A block of bytes that owns its memory and grows without being zeroed. One pointer wide, as long lists of
-// records carry one each, mostly empty.
-// Errors: sizing returns false when there is no memory, and the block is then as it was; a copy throws
-//         std::bad_alloc instead.
+// A block of bytes that owns its memory; new bytes are not zeroed. One pointer wide, as long lists hold one per
+// record, mostly empty.
+// Errors: Resize and Assign return false when out of memory and leave the block unchanged; copying throws
+//         std::bad_alloc.
 class XMem {
 public:
     XMem() = default;
@@ -26,14 +26,14 @@ public:
     size_t Size() const { return block_ ? block_->size : 0; }
     bool IsEmpty() const { return Size() == 0; }
 
-    // `size` bytes that keep what was held as far as it fits; new bytes are undefined. Memory is kept when
-    // the block shrinks, so that a buffer sized for every block of a stream is allocated once.
+    // Keeps the contents that fit; new bytes are undefined. Shrinking keeps the memory, so a buffer that is
+    // resized for every block of a stream is allocated once.
     [[nodiscard]] bool Resize(size_t size);
 
-    // A copy of `size` bytes, which may lie inside this block.
+    // Copies `size` bytes, which may lie inside this block.
     [[nodiscard]] bool Assign(const void* data, size_t size);
 
-    // Gives the memory back.
+    // Frees the memory.
     void Clear() { block_.reset(); }
 
 private:

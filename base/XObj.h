@@ -8,7 +8,7 @@ namespace w64 {
 
 // An ordered list that owns its records. Positions are 0-based and unchecked; a pointer or reference to a
 // record lives until one is inserted before the end or deleted.
-// A list of a hundred thousand records grows without moving them, which took longer than reading them.
+// A deque grows without moving its records, which for 100,000 of them takes longer than reading them.
 template <class T>
 class XObj {
 public:
@@ -22,7 +22,7 @@ public:
     }
     void DeletePos(int position) { records_.erase(records_.begin() + position); }
 
-    // All records that `unwanted` is true of, in one pass; how many there were.
+    // Deletes all unwanted records in one pass and returns their number.
     template <class Predicate>
     size_t DeleteIf(Predicate unwanted) {
         return std::erase_if(records_, unwanted);

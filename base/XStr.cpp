@@ -31,9 +31,9 @@ void AppendUTF8(std::string& out, uint32_t c) {
 }
 
 struct Sequence {
-    size_t length;   // bytes, the lead byte included; 0 when the byte cannot lead
-    uint32_t bits;   // payload of the lead byte
-    uint32_t least;  // smallest code point that needs this length
+    size_t length;  // bytes, the lead byte included; 0 when the byte cannot lead
+    uint32_t bits;  // payload of the lead byte
+    uint32_t min;   // smallest code point that needs this length
 };
 
 Sequence LeadByte(uint8_t byte) {
@@ -54,7 +54,7 @@ std::pair<uint32_t, size_t> FirstCodePoint(std::string_view text) {
         if ((byte & 0xC0) != 0x80) return {0, 0};
         c = c << 6 | (byte & 0x3Fu);
     }
-    if (c < lead.least || !IsScalarValue(c)) return {0, 0};
+    if (c < lead.min || !IsScalarValue(c)) return {0, 0};
     return {c, lead.length};
 }
 

@@ -10,8 +10,8 @@ namespace w64 {
 // An ordered list of texts.
 class XStrList : public XObj<XStr> {
 public:
-    // Texts that each end in `separator`; an empty one ends the list. At most `limit` characters are looked
-    // at, and a text that the limit cuts is taken as far as it goes.
+    // Texts that each end in `separator`; an empty one ends the list. Reads at most `limit` characters; a text
+    // that crosses the limit is cut there.
     void SetFromPackedCharArray(const wchar_t* texts, wchar_t separator, size_t limit);
 };
 

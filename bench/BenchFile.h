@@ -12,7 +12,7 @@
 namespace w64 {
 
 // A Wave64 file of 24-bit stereo in the temporary folder, removed at the end. `chunks` chunks of `chunkBytes`
-// bytes each, a multiple of 8, lie before the audio.
+// bytes each, a multiple of 8, precede the audio.
 class BenchFile {
 public:
     static constexpr int kAudioOffset = 104;  // without chunks before it

@@ -11,10 +11,10 @@
 
 namespace w64 {
 
-// The decoder plug-in as a host drives it. It stays loaded.
+// The decoder plug-in as a host uses it. It stays loaded.
 class BenchPlugin {
 public:
-    // From Open to the end of the stream: bytes of audio; nothing when the plug-in fails.
+    // Decodes from Open to the end of the stream. Returns the bytes of audio, or nothing if the plug-in fails.
     std::optional<int64_t> Decode(const std::filesystem::path& file) const {
         const XStr path = FromUTF8(file.native());
         STNStdReport report{};
@@ -34,7 +34,7 @@ public:
         return good ? std::optional(bytes) : std::nullopt;
     }
 
-    // Times the decoding of a file, over and over.
+    // Benchmarks the decoding of a file.
     void Measure(benchmark::State& state, const std::filesystem::path& file) const {
         int64_t bytes = 0;
         for ([[maybe_unused]] auto _ : state) {

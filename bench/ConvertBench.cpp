@@ -1,5 +1,5 @@
-// Changes of bit depth and of channels, against a memcpy of as many bytes as come out, or as the larger side
-// has. The audio is minutes long and in no cache.
+// Bit-depth and channel conversions, against a memcpy of the output's size or the larger side's. The audio is
+// minutes long, so it fits in no cache.
 
 #include "audio/pipeline/XAudioChannelConv.h"
 #include "audio/samples/XAudioBitsConv.h"
@@ -19,7 +19,7 @@ XAudioWFX Format(int channels, int bits, bool isFloat) {
     return format;
 }
 
-// Noise at full level, so that nothing can be foreseen; as float a little beyond.
+// Full-scale noise, so that branches are unpredictable; floats slightly exceed full scale.
 XAudioBufferNew Audio(const XAudioWFX& format, int64_t frames) {
     std::mt19937 random;
     XAudioBufferNew audio(frames, format, false);

@@ -1,4 +1,4 @@
-// From Open to the end of the stream, against reading the same blocks and doing nothing with them.
+// From Open to the end of the stream, against only reading the same blocks.
 
 #include "BenchFile.h"
 #include "BenchPlugin.h"

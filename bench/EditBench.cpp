@@ -1,4 +1,4 @@
-// An edit for which all of the audio has to move, against a bare loop that moves the same bytes as far.
+// An edit that moves all of the audio, against a bare loop that moves the same bytes by as much.
 
 #include "BenchFile.h"
 #include "base/XStr.h"
@@ -13,7 +13,7 @@ namespace w64 {
 namespace {
 
 constexpr size_t kAudioBytes = size_t{256} << 20;
-constexpr size_t kTagBytes = 4096;  // the chunk that comes and goes between the format and the audio
+constexpr size_t kTagBytes = 4096;  // of the chunk that is added and removed before the audio
 constexpr off_t kMovedFrom = 80;
 constexpr off_t kMovedBytes = off_t{kAudioBytes} + 24;
 

@@ -1,4 +1,4 @@
-// A real transform there and back, against a planned one of the peer library on the same numbers.
+// A real transform and its inverse, against the peer library's planned ones on the same numbers.
 
 #include "audio/fft/FFT.h"
 
@@ -26,7 +26,7 @@ void TransformByFFT(benchmark::State& state) {
     if (std::fabs(numbers[7] - 1) > 1e-6) state.SkipWithError("the way back leads elsewhere");
 }
 
-// Two transforms of which each undoes the other, up to the factor; scaled as ours, so that numbers stay finite.
+// A transform and its inverse, scaled like ours so that the numbers stay finite.
 template <int kSize>
 void TransformByFFTW(benchmark::State& state) {
     std::vector<double> numbers(kSize, 1.0);

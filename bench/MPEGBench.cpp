@@ -1,5 +1,4 @@
-// MPEG audio in a Wave64 file, from Open to the end of the stream, against libmpg123 that is fed with the same
-// blocks of the same file.
+// MPEG audio in a Wave64 file, from Open to the end of the stream, against libmpg123 fed with the same blocks.
 
 #include "BenchPlugin.h"
 #include "audio/format/XAudioWFX.h"

@@ -6,21 +6,19 @@
 
 namespace w64 {
 
-// Two benchmarks of one run whose times are compared: ours may take at most `limit` times as long as the
-// peer.
+// Two benchmarks of one run: ours may take at most `limit` times as long as the peer.
 struct Ratio {
     const char* ours;
     const char* peer;
     double limit;
 };
 
-// Prints the usual table, then every ratio of the fastest repetitions: what else the machine was doing only
-// ever adds time.
+// Prints the usual table, then the ratios of the fastest repetitions, as other load on the machine only adds time.
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override;
 
-    // False when a ratio is past its limit. A pair of which one was not run is passed over.
+    // False if a ratio exceeds its limit. Pairs that were not both run are skipped.
     bool PrintRatios(std::initializer_list<Ratio> ratios) const;
 
 private:

@@ -1,6 +1,6 @@
-// Twenty seconds of stereo at another sample rate, building the filters included, against two peers: libsoxr's
-// best recipe without roll-off and with the same transition band of 100 Hz, in doubles too, and libsamplerate's
-// best, which takes floats. Making these of the doubles is not counted.
+// Converts the rate of twenty seconds of stereo, filter design included, against two peers: libsoxr's best recipe
+// in doubles, without roll-off and with the same transition band of 100 Hz, and libsamplerate's best converter,
+// which takes floats. The conversion to floats is not timed.
 
 #include "audio/resample/XAudioFreqConv.h"
 

@@ -1,4 +1,4 @@
-// Scanning a file of 100,000 chunks, against a walk of the same headers that keeps nothing.
+// Scanning a file of 100,000 chunks, against a bare walk over the same headers.
 
 #include "BenchFile.h"
 #include "base/LittleEndian.h"

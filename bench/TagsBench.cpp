@@ -1,5 +1,5 @@
-// One collection of 100,000 tags against ten of 10,000: where time grows in proportion they take the same, as
-// they also fill the same memory.
+// One collection of 100,000 tags against ten of 10,000: linear algorithms take the same time for both, as they use
+// the same memory.
 
 #include "tags/NTag.h"
 
@@ -48,7 +48,7 @@ void Unpack(benchmark::State& state) {
     }
 }
 
-// Half of the names are there already.
+// Half of the names already exist.
 template <int count>
 void Merge(benchmark::State& state) {
     const std::vector<NTag> halves = Collections(count, kTags / count / 2);

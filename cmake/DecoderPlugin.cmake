@@ -1,6 +1,6 @@
 # A decoder plug-in: a library that a host loads. Those of this family are named extension + ".dll" on every
-# platform, export the nine functions (interface/KvExports.cpp) and show nothing beyond exports.linux or
-# exports.macos; templates of the standard library would show themselves otherwise.
+# platform, and export the nine functions (interface/KvExports.cpp) and nothing else: exports.linux and exports.macos
+# hide templates of the standard library.
 #
 #   add_decoder_plugin(plugin EXTENSION w64 SOURCES a.cpp b.cpp LINKS engine)
 function(add_decoder_plugin name)

@@ -1,10 +1,10 @@
-# A floor of the house: a folder that is one library and sees only the folders that it links.
+# A floor: a folder that is one library and sees only the folders that it links.
 #
-#   add_floor(container FOLDER wave64/container SOURCES a.cpp b.cpp LINKS base audio)
+#   add_floor(container FOLDER wave64/container SOURCES a.cpp b.cpp LINKS base audio_format)
 #
-# Headers are included by their path from the top of the tree ("audio/XAudioWFX.h"). Each library offers an
-# include folder of its own that holds nothing but a link to its source folder, so an include that climbs to a
-# floor which is not linked finds no file.
+# Headers are included by their path from the top of the tree ("audio/format/XAudioWFX.h"). Each library has its own
+# include folder, which contains only a link to its sources, so including a header of a floor that is not linked
+# fails.
 function(add_floor name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "FOLDER" "SOURCES;LINKS")
     set(view ${PROJECT_BINARY_DIR}/floors/${name})

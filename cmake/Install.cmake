@@ -1,5 +1,5 @@
-# What `cmake --install` puts where. The program lies with its plug-ins, which are looked for beside it, and a link in
-# the folder of programs leads to it.
+# Where `cmake --install` puts files. The program is in one folder with its plug-ins, where it looks for them; a link
+# in the folder of programs points to it.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -12,7 +12,7 @@ file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/install)
 file(CREATE_LINK ${program} ${PROJECT_BINARY_DIR}/install/w64 SYMBOLIC)
 install(FILES ${PROJECT_BINARY_DIR}/install/w64 TYPE BIN)
 
-# For those who write hosts.
+# For authors of hosts.
 install(FILES interface/w64_decoder.h TYPE INCLUDE)
 install(FILES examples/CMakeLists.txt examples/decode.c DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 file(RELATIVE_PATH W64_PREFIX_FROM_PC /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
@@ -27,7 +27,7 @@ write_basic_package_version_file(install/w64ConfigVersion.cmake COMPATIBILITY Sa
 install(FILES ${PROJECT_BINARY_DIR}/install/w64Config.cmake ${PROJECT_BINARY_DIR}/install/w64ConfigVersion.cmake
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/w64)
 
-# For those who use the command.
+# For users of the command.
 install(FILES docs/w64.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES host/completions/w64.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME w64)
 install(FILES host/completions/_w64 DESTINATION ${W64_ZSH_DIR})

@@ -1,4 +1,4 @@
-# What `cpack` makes of what is installed: a Debian package. The preset "package" has its folders.
+# `cpack` makes a Debian package of the installed files. The preset "package" sets its folders.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VENDOR w64)
 set(CPACK_PACKAGE_CONTACT "The w64 developers <w64@localhost>")
@@ -10,5 +10,5 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS fonts-dejavu-core) # plots have text
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS fonts-dejavu-core) # for text in plots
 include(CPack)

@@ -21,7 +21,7 @@ typedef struct Decoder {
     KvDecodeBlockFn decodeBlock;
 } Decoder;
 
-/* Sets a function pointer, which C cannot make of the address that dlsym gives. */
+/* Sets a function pointer; C has no conversion from the void* of dlsym. */
 static bool find(void* library, const char* name, void* function) {
     void* symbol = library ? dlsym(library, name) : NULL;
     memcpy(function, &symbol, sizeof symbol);
@@ -48,7 +48,7 @@ static void printFormat(const STKvAudioInfo* info) {
             little(format + 14, 2), (double)info->LengthMilliseconds / 1000);
 }
 
-/* Prints a text of 16-bit units and returns the place behind it. */
+/* Prints a text of 16-bit units and returns the position after it. */
 static const uint8_t* printText(const uint8_t* text, const uint8_t* end) {
     for (; end - text >= 2; text += 2) {
         const wchar_t character = (wchar_t)little(text, 2);

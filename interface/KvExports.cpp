@@ -13,7 +13,7 @@ using w64::StdReport;
 
 namespace {
 
-// Memory may be what has run out, so even the report of it can fail.
+// The report itself can fail when memory has run out.
 void ReportException(const KvDecoder& decoder, const char* what, const char* functionName) noexcept {
     try {
         StdReport::WriteERROR(L"Error exception: " + w64::Widen(what), decoder.Report(), functionName);
@@ -21,7 +21,7 @@ void ReportException(const KvDecoder& decoder, const char* what, const char* fun
     }
 }
 
-// Calls the instance behind `handle`; whatever goes wrong becomes 0.
+// Calls the instance that `handle` points to; a null handle or an exception gives 0.
 template <class Method>
 int32_t Forward(void* handle, const char* functionName, const Method& method) {
     if (!handle) return 0;
@@ -78,7 +78,7 @@ KV_EXPORT int32_t DeleteATag(void* handle, const wchar_t* file, const wchar_t* n
     return Forward(handle, "DeleteATag", [=](KvDecoder& decoder) { return decoder.DeleteATag(file, names); });
 }
 
-// What a host casts the names to.
+// Hosts cast the symbols to these types.
 static_assert(std::is_same_v<decltype(&Create), KvCreateFn>);
 static_assert(std::is_same_v<decltype(&Destroy), KvDestroyFn>);
 static_assert(std::is_same_v<decltype(&Open), KvOpenFn>);

@@ -17,7 +17,7 @@ STNStdReport StdReportToStdErr();
 // A routine announces itself with "->->" and a successful exit with "<-<-"; lines in between are indented by
 // two spaces per open level. Lines end in "\r\n"; text goes out as UTF-8, one write call each.
 // Threads: any; indentation and the trace are serialised process-wide, so traces of several instances share
-//          one level. Errors: none; a log that cannot be written never fails its caller.
+//          one level. Errors: none; a report that cannot be written does not fail the caller.
 class StdReport {
 public:
     // One piece of the trace. With `endLine` the function name, if any, follows in brackets and the line
@@ -25,14 +25,14 @@ public:
     static void WriteDEBUG(std::wstring_view message, const STNStdReport& report, const char* functionName,
                            bool endLine, const wchar_t* prefix = nullptr);
 
-    // The same for a text that costs something to put together: `build` is called only when somebody reads
-    // the trace. Such a text is never an entry or exit marker; one may go before it, as `marker`.
+    // The same for a text that is expensive to build: `build` is called only if the trace has a reader. The
+    // text is never an entry or exit marker; pass one as `marker` to put it in front.
     template <std::invocable Build>
     static void WriteDEBUG(const Build& build, const STNStdReport& report, const char* functionName,
                            bool endLine = true) {
         if (HasOutput(report.Debug)) {
             WriteDEBUG(build(), report, functionName, endLine);
-        } else if (LastWasCRLF != endLine) {  // else there is nothing to keep track of
+        } else if (LastWasCRLF != endLine) {  // else nothing changes
             KeepTrack(endLine);
         }
     }

@@ -7,7 +7,7 @@
  *     Create, Get and Set("Set Decode Range") or neither, Open, DecodeBlock until EndOfStream is 1 with
  *     SetPosition in between, Close, Destroy
  *
- * Tags are written by Set("IDTags") and deleted by DeleteATag, both of which need no Open.
+ * Set("IDTags") writes tags and DeleteATag deletes them; neither needs an Open.
  *
  * Results  1 is success, 0 failure; why it failed is a line on the error channel (STNStdReport). A null
  *          handle gives 0 and touches nothing. No exception comes out of a function but Create's
@@ -101,7 +101,7 @@ enum KvOpenFlag {
  *
  * Nothing is aligned. Names may repeat, and the case of A to Z does not matter in them. A name that begins
  * with "_" is no ordinary text: "_riff_1", "_riff_2" ... are the file's other chunks, a four-character code
- * and the chunk's data. By old custom only half of each value is kept; values are whole once the user's
+ * and the chunk's data. By default only half of each value is stored; values are whole once the user's
  * setting Wave64LISTText is 1 or 2 (w64 options "LIST Text=16-bit").
  *
  * The block of Properties has one tag for each section of kvGetPropertyElements that applies to the file,

@@ -1,6 +1,6 @@
 #include "mp3/MP3Decoder.h"
 
-// Nothing that lies beside the library is needed.
+// The plug-in needs no files from its folder.
 extern "C" __attribute__((visibility("default"))) void SetModulePath(const wchar_t*) {}
 
 std::unique_ptr<w64::KvDecoder> w64::NewDecoder(const STNStdReport& report) {

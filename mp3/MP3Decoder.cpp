@@ -11,7 +11,7 @@ namespace w64 {
 
 namespace {
 
-constexpr int64_t kBlockBytes = 65536;  // of a file, at least; the last MPEG frame is a whole one
+constexpr int64_t kBlockBytes = 65536;  // minimum block of a file, which ends with a whole MPEG frame
 
 void CopyFormat(const tWAVEFORMATEX& from, STKvWaveFormat& to) { std::memcpy(to.Bytes, &from, sizeof from); }
 
@@ -48,7 +48,7 @@ bool MP3Decoder::OpenFile(const STKvOpenDecoder& open) {
     return GoTo(from_);
 }
 
-// Without decoding it is the stored audio that the format describes.
+// Without decoding, the format describes the stored audio.
 void MP3Decoder::FillAudioInfo(STKvOpenDecoder& open) {
     tWAVEFORMATEX format = *audio_.wfx();
     if (!(open.OpenFlags & kvOpenDecode)) {

@@ -8,13 +8,13 @@
 
 namespace w64 {
 
-// The object behind an instance handle: an MPEG stream as the hosts of this family see it. It is fed with
-// packets (kvOpenPackets) or reads a file. Tags are neither read nor written.
-// Packets: the samples of all MPEG frames that a packet completes are one block, which may be empty. The last
-//          packet is marked by the end-of-stream field; one that follows all the same starts anew.
+// The object that an instance handle points to: an MPEG decoder for hosts of this family. It is fed with packets
+// (kvOpenPackets) or reads a file. Tags are neither read nor written.
+// Packets: a block holds the samples of all MPEG frames that a packet completes, and may be empty. The
+//          end-of-stream field marks the last packet; a packet after it starts a new stream.
 // Units:   positions and ranges are frames (one sample of every channel) of the decoded audio; a decode range
 //          applies to files, and to every later Open.
-// Owner:   texts handed out by Get live until the next Get, blocks until the next call.
+// Owner:   texts returned by Get are valid until the next Get, blocks until the next call.
 // Errors:  reported, then 0; Close and destruction are safe in every state.
 class MP3Decoder final : public KvDecoder {
 public:
@@ -24,7 +24,7 @@ public:
     bool Close(STKvEncoderFluid* fluid) override;
     bool DecodeBlock(STKvAudioBlock& block) override;
 
-    // From the start of the range. Of packets it tells where the next one, which continues none, belongs.
+    // From the start of the range. For packets it sets the position of the next one, which starts a new stream.
     bool SetPosition(int64_t frame) override;
 
     bool Get(const wchar_t* key, STKvCodecGetSet& record) override;
@@ -47,8 +47,8 @@ private:
     STNStdReport report_;
     XFile file_;
     MPEGStream stream_;
-    XAudioBufferNew audio_;   // the block that was handed out
-    XStr answer1_, answer2_;  // what Get hands out
+    XAudioBufferNew audio_;   // the last block returned
+    XStr answer1_, answer2_;  // texts returned by Get
     int64_t rangeStart_ = 0;
     int64_t rangeEnd_ = -1;  // to the end of the file
 

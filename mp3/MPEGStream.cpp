@@ -13,12 +13,12 @@ namespace w64 {
 namespace {
 
 constexpr const char* kName = "MPEGStream";
-constexpr int64_t kLargestFrame = int64_t{1152} * 2 * 4;  // bytes of samples
-constexpr int64_t kMostAudio = std::numeric_limits<uint32_t>::max();
-constexpr long kMostWaiting = 64 << 20;  // bytes
+constexpr int64_t kMaxFrameBytes = int64_t{1152} * 2 * 4;  // of decoded samples
+constexpr int64_t kMaxAudioBytes = std::numeric_limits<uint32_t>::max();
+constexpr long kMaxWaitingBytes = 64 << 20;
 
-// So many MPEG frames are decoded ahead of a position: layer 3 keeps up to 511 bytes of one in those before it,
-// and small ones hold few bytes each.
+// MPEG frames to decode before a seek position: a layer 3 frame keeps up to 511 of its bytes in the frames before
+// it, which may be small.
 constexpr long kFramesAhead = 32;
 
 bool SameFormat(const mpg123_frameinfo& a, const mpg123_frameinfo& b) {
@@ -30,7 +30,7 @@ XStr FormatText(const mpg123_frameinfo& frame) {
            (frame.mode == MPG123_M_MONO ? L" Hz with 1 channel" : L" Hz with 2 channels");
 }
 
-// The library reads a file in pieces of a few bytes, and steps back in it as it goes.
+// Buffered, as the library reads a few bytes at a time and often steps back.
 ssize_t ReadBuffered(void* file, void* to, size_t bytes) {
     return static_cast<ssize_t>(std::fread(to, 1, bytes, static_cast<std::FILE*>(file)));
 }
@@ -83,7 +83,7 @@ bool MPEGStream::NewHandle(long unwantedFlags) {
     return set || FailAsLibrary();
 }
 
-// What the headers of a file say about its length are claims.
+// Reads the file through, as its headers cannot be trusted about the length.
 bool MPEGStream::MeasureFile(int64_t fileSize) {
     mpg123_handle* handle = handle_.get();
     if (mpg123_info(handle, &frame_) != MPG123_OK) return Fail(L"Error no MPEG audio found.");
@@ -100,7 +100,7 @@ bool MPEGStream::Feed(const void* packet, size_t bytes) {
     mpg123_handle* handle = handle_.get();
     long waiting = 0;
     mpg123_getstate(handle, MPG123_BUFFERFILL, &waiting, nullptr);
-    if (waiting > kMostWaiting) return Fail(L"Error 64 MiB without an MPEG frame.");
+    if (waiting > kMaxWaitingBytes) return Fail(L"Error 64 MiB without an MPEG frame.");
     if (mpg123_feed(handle, static_cast<const uint8_t*>(packet), bytes) != MPG123_OK) return FailAsLibrary();
     fedBytes_ += static_cast<int64_t>(bytes);
     return true;
@@ -140,7 +140,7 @@ MPEGStep MPEGStream::DecodeFrame(XAudioBufferNew& audio) {
         frame_ = frame;
         if (nextByte_ != 0 || !HasEncoderNotes()) ReportGap(mpg123_framepos(handle_.get()));
         nextByte_ = mpg123_tell_stream(handle_.get());
-        // The library has gone back to memory of its own where it started anew.
+        // The library uses its own buffer again after it restarts.
         if (samples.data() != room) std::copy(samples.begin(), samples.end(), room);
         audio.SetUsedByte(audio.GetUsedByte() + static_cast<int64_t>(samples.size()));
         return step;
@@ -148,17 +148,17 @@ MPEGStep MPEGStream::DecodeFrame(XAudioBufferNew& audio) {
 }
 
 bool MPEGStream::MakeRoom(XAudioBufferNew& audio) {
-    const int64_t wanted = audio.GetUsedByte() + kLargestFrame;
-    if (wanted > kMostAudio) return Fail(L"Error packet holds more than 4 GiB of audio.");
+    const int64_t wanted = audio.GetUsedByte() + kMaxFrameBytes;
+    if (wanted > kMaxAudioBytes) return Fail(L"Error packet holds more than 4 GiB of audio.");
     if (wanted <= audio.TotalBytes()) return true;
-    const int64_t bytes = std::min(std::max(wanted, 2 * audio.TotalBytes()), kMostAudio);
+    const int64_t bytes = std::min(std::max(wanted, 2 * audio.TotalBytes()), kMaxAudioBytes);
     return audio.SetBufferByteSizeNew(bytes, false, true) || Fail(L"Error allocating decoding buffer.");
 }
 
-// The samples of the next MPEG frame: in `room`, as a rule.
+// Decodes the next MPEG frame, usually into `room`.
 MPEGStep MPEGStream::DecodeInto(uint8_t* room, std::span<const uint8_t>& samples) {
     for (;;) {
-        mpg123_replace_buffer(handle_.get(), room, kLargestFrame);
+        mpg123_replace_buffer(handle_.get(), room, kMaxFrameBytes);
         off_t number = 0;
         uint8_t* data = nullptr;
         size_t bytes = 0;
@@ -166,7 +166,7 @@ MPEGStep MPEGStream::DecodeInto(uint8_t* room, std::span<const uint8_t>& samples
         case MPG123_OK:
             samples = {data, bytes};
             return MPEGStep::Decoded;
-        case MPG123_NEW_FORMAT:  // of the MPEG frame that the next call decodes
+        case MPG123_NEW_FORMAT:  // applies to the MPEG frame that the next call decodes
             continue;
         case MPG123_NEED_MORE:
         case MPG123_DONE:
@@ -178,7 +178,7 @@ MPEGStep MPEGStream::DecodeInto(uint8_t* room, std::span<const uint8_t>& samples
     }
 }
 
-// Its bytes become part of the gap before the next MPEG frame that is taken.
+// Counts its bytes to the gap before the next MPEG frame that is accepted.
 bool MPEGStream::SkipStray(const mpg123_frameinfo& stray) {
     const bool follows = mpg123_framepos(handle_.get()) == strayEnd_ && SameFormat(stray, stray_);
     stray_ = stray;
@@ -187,7 +187,7 @@ bool MPEGStream::SkipStray(const mpg123_frameinfo& stray) {
     return Fail(L"Error MPEG audio changes from " + FormatText(frame_) + L" to " + FormatText(stray) + L".");
 }
 
-// They fill an MPEG frame at the beginning, which the library passes over.
+// They fill the first MPEG frame, which the library skips.
 bool MPEGStream::HasEncoderNotes() const {
     long delay = -1;
     mpg123_getstate(handle_.get(), MPG123_ENC_DELAY, &delay, nullptr);

@@ -1,6 +1,6 @@
 #include "plugin/clDecoder.h"
 
-// The module handle that a host may store.
+// A place where the host may store its handle of the module.
 extern "C" __attribute__((visibility("default"))) void* gInstance;
 void* gInstance = nullptr;
 

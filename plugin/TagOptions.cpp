@@ -6,7 +6,7 @@ namespace w64 {
 
 namespace {
 
-// `list` at `index`, or null when it ends before.
+// `list` at `index`, null outside it.
 template <class T>
 const T* At(std::span<const T> list, int index) {
     return index >= 0 && static_cast<size_t>(index) < list.size() ? &list[static_cast<size_t>(index)]

@@ -4,13 +4,13 @@
 
 namespace w64 {
 
-// A choice that the tag writer offers. The host keeps the user's setting under the key, and 0 is the default.
+// An option of the tag writer. The host stores the user's setting under the key; 0 is the default.
 struct TagOption {
     const wchar_t* Title;
     const wchar_t* SettingsKey;
-    std::vector<const wchar_t*> Settings;  // display texts, by value
+    std::vector<const wchar_t*> Settings;  // display texts, indexed by value
 
-    const wchar_t* DisplayText(int setting) const;  // empty for a value that does not exist
+    const wchar_t* DisplayText(int setting) const;  // empty for an invalid value
 };
 
 const TagOption* FindTagOption(int index);  // null outside the list

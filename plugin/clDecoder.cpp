@@ -43,7 +43,7 @@ bool clDecoder::Open(STKvOpenDecoder& open) {
     return true;
 }
 
-// The audio does not depend on them: what fails here leaves its fields as they were.
+// The audio does not depend on them, so a failure here only leaves their fields unchanged.
 void clDecoder::ReadTagsAndProperties(STKvOpenDecoder& open) {
     try {
         XStr tagDescription;

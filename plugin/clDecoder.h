@@ -7,9 +7,9 @@
 
 namespace w64 {
 
-// The object behind an instance handle: the vocabulary that a host sees, around one engine and its file.
+// The object that an instance handle points to: answers a host's calls with one engine and its file.
 // Units:  the decode range counts frames from the start of the audio data; it applies to every later Open.
-// Owner:  texts handed out by Get live until the next Get, blocks until the next call.
+// Owner:  texts returned by Get are valid until the next Get, blocks until the next call.
 // Errors: reported, then 0; Close and destruction are safe in every state.
 class clDecoder final : public KvDecoder {
 public:
@@ -31,7 +31,7 @@ private:
 
     XFile file_;
     clWaveDecoder engine_;
-    XStr answer1_, answer2_, answer3_;  // what Get hands out
+    XStr answer1_, answer2_, answer3_;  // texts returned by Get
     STNStdReport report_;
     int64_t rangeStart_ = 0;
     int64_t rangeEnd_ = -1;  // to the end of the data

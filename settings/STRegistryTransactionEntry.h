@@ -6,17 +6,17 @@
 
 namespace w64 {
 
-// One change of a settings tree that is still to be made.
+// One pending change of a settings tree.
 struct STRegistryTransactionEntry {
     enum class Operation { SetValue, DeleteValue, DeleteKey, CopyKey };
 
     Operation operation;
-    std::vector<XStr> key;             // the names on the way to the key that is changed
+    std::vector<XStr> key;             // path of the key that is changed
     XStr valueName = {};               // of SetValue and DeleteValue
     XJSON::AnyPtr value = {};          // of SetValue
     std::vector<XStr> sourceKey = {};  // of CopyKey
 
-    // Whether the tree changed. XJSON::Error when it would become too deep.
+    // True if the tree changed. Throws XJSON::Error if it would become too deep.
     bool Apply(XJSON::Object& root) const;
 };
 

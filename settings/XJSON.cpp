@@ -185,7 +185,7 @@ void Array::AppendText(XStr& out, int level) const {
     out += L']';
 }
 
-// Gives up at the limit, so that arrays within arrays do not cost more than their text.
+// Stops at the limit, so that nested arrays do not take quadratic time.
 bool Array::AppendLine(XStr& out) const {
     size_t length = 0;
     out += L'[';

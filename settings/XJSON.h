@@ -10,10 +10,11 @@
 
 namespace w64 {
 
-// A small JSON document model: a tree of typed values, a parser and a writer of indented text. It is narrow on
-// purpose: numbers are 64-bit integers, and member names keep their order and may repeat.
+// A small JSON document model: a tree of typed values, a parser and a writer of indented text. Numbers are
+// 64-bit integers only; member names keep their order and may repeat. The text helpers at the end and some
+// members have no caller here: they are for plug-ins that keep JSON documents of their own.
 // Owner:  containers own their children. References to children live until the container is changed.
-// Index:  members and items are counted from 0 and unchecked; positions in a text are counted from 1.
+// Index:  members and items are counted from 0, unchecked; positions in a text are counted from 1.
 namespace XJSON {
 
 // An assertion that failed; what() is its text. Thrown by the parser and the typed views only.
@@ -25,8 +26,8 @@ public:
 inline constexpr wchar_t EOL = L'\n';
 inline constexpr std::wstring_view theIndent = L"    ";
 
-// Containers within containers, the outermost counted. The parser takes no more, as cloning, printing and
-// destroying a tree recurse; code that builds trees keeps to it as well.
+// Nesting depth of containers, the outermost included. The parser refuses deeper trees, as cloning, printing and
+// destroying recurse; code that builds trees must respect it too.
 inline constexpr int MaxDepth = 256;
 
 enum class Type { Object, Array, String, Number, Boolean, Null };
@@ -50,10 +51,10 @@ public:
     AnyType(const AnyType&) = delete;
     AnyType& operator=(const AnyType&) = delete;
 
-    // How many containers deep the value is; 0 when it is none.
+    // Nesting depth of the value; 0 if it is not a container.
     virtual int Depth() const { return 0; }
 
-    // The value itself where it is of the type, else the shared empty one. Error when that is no longer empty.
+    // The value itself if it has that type, else the shared empty one. Throws Error if that one has been changed.
     const Object& AsObject() const;
     const Array& AsArray() const;
     const String& AsString() const;
@@ -70,12 +71,11 @@ private:
     // Appends the text, `level` indents deep.
     virtual void AppendText(XStr& out, int level) const = 0;
 
-    // Appends the text if it fits in an array of one line; what is appended otherwise is for the caller to
-    // take back.
+    // Appends the text if it fits in a one-line array. If not, the caller removes what was appended.
     virtual bool AppendLine(XStr& out) const;
 };
 
-// An owning holder of a new container while that is being built.
+// Owns a new container while it is being built.
 template <class Container>
 class Ptr {
 public:
@@ -97,13 +97,13 @@ public:
     AnyType& ItemAt(int i) { return *members_[static_cast<size_t>(i)].value; }
     const AnyType& ItemAt(int i) const { return *members_[static_cast<size_t>(i)].value; }
 
-    // The first member of the name, or the shared Null. "I" is for ignoring the case of A to Z.
+    // The first member of that name, or the shared Null. "I": ignoring the case of A to Z.
     const AnyType& ByName(std::wstring_view name) const;
     const AnyType& ByNameI(std::wstring_view name) const;
     bool HaveChildI(std::wstring_view name) const;
 
-    // Values are never null. Set replaces the value of the first member of the name, which keeps its own
-    // spelling, and appends where there is none.
+    // Values are never null. Set replaces the value of the first member of that name, keeping the member's
+    // spelling, or appends a member.
     void AddAny(XStr name, AnyPtr value);
     void SetAny(XStr name, AnyPtr value);
     void SetAnyI(XStr name, AnyPtr value);
@@ -111,7 +111,7 @@ public:
     Object& AddObject(XStr name);
     Array& AddArray(XStr name);
 
-    // Every member of the name.
+    // Delete every member of that name.
     void Delete(std::wstring_view name);
     void DeleteI(std::wstring_view name);
     void DeleteAt(int i);
@@ -203,17 +203,17 @@ private:
     void AppendText(XStr& out, int level) const override;
 };
 
-// Shared by the whole program and by all threads: never to be modified.
+// Shared by all threads of the program: never modify them.
 extern const Object& EmptyObject;
 extern const Array& EmptyArray;
 extern const String& EmptyString;
 extern const Number& EmptyNumber;
 extern const Boolean& EmptyBoolean;
 
-// The first value of a text, which is shorter than 2^30 characters; what follows it is not looked at. Null
-// where the text ends too early for a value to be told, Error where it does not read as one. A number that
-// needs more than 64 bits becomes a Null. The position is left after the value. `lossy`, where given, tells that
-// the value says less than the text: there was such a number, or an escape that is not known.
+// Parses the first value of a text of less than 2^30 characters and ignores what follows; the position is left
+// after the value. Returns null if the text ends before a value is recognised, throws Error if it is malformed.
+// A number of more than 64 bits becomes a Null. `lossy`, if given, is set when the value does not represent all
+// of its text: such a number, or an unknown escape.
 AnyPtr Parse(std::wstring_view text);
 AnyPtr Parse(std::wstring_view text, int& position, bool* lossy = nullptr);
 
@@ -221,29 +221,29 @@ bool IsSpacing(wchar_t c);
 bool IsDigit(wchar_t c);
 bool IsReservedChar(wchar_t c);
 
-// Digits and nothing else, but for a leading "-".
+// Digits only, with an optional leading "-".
 bool IsNumber(std::wstring_view text);
 
 XStr Escape(std::wstring_view text);
 XStr EscapeEnquote(std::wstring_view text);
 void AppendEnquoted(XStr& out, std::wstring_view text);
 
-// An escape that is not known vanishes; \u stands for one character, even where that is half a surrogate pair.
+// Unknown escapes are dropped; \u gives one character, even if it is half a surrogate pair.
 XStr UnEscape(std::wstring_view text);
-XStr UnEscape(std::wstring_view text, bool& lossy);  // set where an escape vanishes or is cut short
+XStr UnEscape(std::wstring_view text, bool& lossy);  // set if an escape is dropped or cut short
 
-// The same of what is between the double quotes around the text.
+// The same for a text in double quotes.
 XStr UnEscapeUnQuote(std::wstring_view text);
 
-// The value of up to four hexadecimal digits, which are taken off the front of the text.
+// Reads up to four hexadecimal digits and removes them from the front of the text.
 uint32_t GetHex(std::wstring_view& text);
 
-// The text with the indent after every line feed.
+// Inserts the indent after every line feed.
 XStr AddIndent(std::wstring_view text, std::wstring_view indent);
 
 void SkipSpacing(std::wstring_view text, int& position);
 
-// Whether the keyword, in either case, is at the position, which then moves past it.
+// Moves the position past the keyword, ignoring case; false if it is not there.
 bool MatchKeyword(std::wstring_view text, int& position, std::wstring_view keyword);
 
 }  // namespace XJSON

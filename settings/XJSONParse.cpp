@@ -5,9 +5,9 @@ namespace w64::XJSON {
 namespace {
 
 constexpr const char* kShouldNotGetHere = "!\"Should not get here!\"";
-constexpr size_t kMostText = size_t{1} << 30;  // keeps positions within an int
+constexpr size_t kMaxText = size_t{1} << 30;  // keeps positions within an int
 
-// Reads values off a text. Each returns null where the text ends too early.
+// Recursive-descent parser. Each function returns null if the text ends too early.
 class Parser {
 public:
     Parser(std::wstring_view text, int& position) : text_(text), position_(position) {}
@@ -28,7 +28,7 @@ private:
     }
     bool AtEnd() const { return static_cast<size_t>(position_) - 1 >= text_.size(); }
 
-    // Past the character, and the spacing before it, if it is what follows.
+    // Skips spacing, then the character if it is next.
     bool Skip(wchar_t c) {
         SkipSpacing(text_, position_);
         const bool there = Current() == c;
@@ -74,7 +74,7 @@ AnyPtr Parser::OneString() {
     throw Error("!\"Should not get here! Premature end-of-string\"");
 }
 
-// Digits are counted up without the sign, so that the lowest number of all reads as it was written.
+// Accumulates digits without the sign, so that the lowest 64-bit number can be read.
 AnyPtr Parser::OneNumber() {
     const bool negative = Current() == L'-';
     if (!IsDigit(Current())) ++position_;
@@ -86,8 +86,8 @@ AnyPtr Parser::OneNumber() {
         fits = fits && next / 10 == value;
         value = next;
     }
-    const uint64_t most = negative ? uint64_t{1} << 63 : INT64_MAX;
-    if (position_ == begin || !fits || value > most) {
+    const uint64_t max = negative ? uint64_t{1} << 63 : INT64_MAX;
+    if (position_ == begin || !fits || value > max) {
         lossy_ = true;
         return std::make_unique<Null>();
     }
@@ -130,7 +130,7 @@ AnyPtr Parse(std::wstring_view text) {
 }
 
 AnyPtr Parse(std::wstring_view text, int& position, bool* lossy) {
-    if (text.size() >= kMostText) throw Error("text.size() < kMostText");
+    if (text.size() >= kMaxText) throw Error("text.size() < kMaxText");
     Parser parser(text, position);
     AnyPtr value = parser.Any();
     if (lossy) *lossy = parser.IsLossy();

@@ -15,11 +15,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr const char* kLocationVariable = "XCLASS_XREGISTRY_LOCATION";
-constexpr size_t kMostBytes = size_t{1} << 28;
-constexpr std::chrono::seconds kPatience{5};
-constexpr std::chrono::milliseconds kPause{1};
+constexpr size_t kMaxBytes = size_t{1} << 28;
+constexpr std::chrono::seconds kMaxWait{5};  // for the lock
+constexpr std::chrono::milliseconds kRetryInterval{1};
 
-// Our use of the environment, which the system does not guard.
+// Guards our use of the environment, which is not thread-safe.
 std::mutex& Mutex() {
     static std::mutex mutex;
     return mutex;
@@ -51,12 +51,12 @@ void XRegistryFile::SetLocation(const XStr& path, bool overwrite) {
     ::setenv(kLocationVariable, ToUTF8(path).c_str(), overwrite);
 }
 
-// Who waited for the lock may have got that of a file that has been replaced meanwhile.
+// After waiting, the lock may be on a file that has been replaced meanwhile; then it is opened again.
 std::optional<std::string> XRegistryFile::Open(const XStr& path, XFile::Access access) {
     path_ = path;
-    const auto end = Clock::now() + kPatience;
+    const auto end = Clock::now() + kMaxWait;
     do {
-        errno = 0;  // what is no file fails without a reason
+        errno = 0;  // a path that is not a regular file fails without errno
         if (file_.Open(path, access)) {
             if (file_.IsAt(path)) return Text();
         } else if (errno == ENOENT || errno == ENOTDIR) {
@@ -64,15 +64,15 @@ std::optional<std::string> XRegistryFile::Open(const XStr& path, XFile::Access a
         } else if (errno != EWOULDBLOCK) {
             return std::nullopt;
         }
-        std::this_thread::sleep_for(kPause);
+        std::this_thread::sleep_for(kRetryInterval);
     } while (Clock::now() < end);
     return std::nullopt;
 }
 
-// From the start, as descriptors that share the file may share its position.
+// From the start, as opening a path like "/dev/fd/3" may share the position of another descriptor.
 std::optional<std::string> XRegistryFile::Text() {
     const int64_t size = file_.Size();
-    if (size < 0 || static_cast<size_t>(size) > kMostBytes || !file_.SetPosition(0)) return std::nullopt;
+    if (size < 0 || static_cast<size_t>(size) > kMaxBytes || !file_.SetPosition(0)) return std::nullopt;
     std::string text(static_cast<size_t>(size), '\0');
     if (file_.Read(text.data(), text.size()) != text.size()) return std::nullopt;
     return text;
@@ -81,10 +81,9 @@ std::optional<std::string> XRegistryFile::Text() {
 bool XRegistryFile::Replace(const std::string& text) {
     std::error_code error;
     const XStr path = FromUTF8(std::filesystem::canonical(ToUTF8(path_), error).native());
-    if (error || !file_.IsAt(path) || text.size() > kMostBytes) return false;
+    if (error || !file_.IsAt(path) || text.size() > kMaxBytes) return false;
     const XStr beside = path + L".w64-part";
-    ::unlink(
-        ToUTF8(beside).c_str());  // of a process that was killed, as only the holder of the lock writes it
+    ::unlink(ToUTF8(beside).c_str());  // left by a killed process: only the lock holder writes it
     XFile file;
     if (!file.Open(beside, XFile::Access::CreatePrivate)) return false;
     const bool done =

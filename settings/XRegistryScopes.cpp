@@ -12,20 +12,20 @@ namespace {
 using FileTime = std::filesystem::file_time_type;
 using Tree = std::unique_ptr<XJSON::Object>;
 
-// The coarsest steps of a last-write time. Within one of them a file may change twice and show it once.
+// Coarsest resolution of a last-write time. Two changes within one step may leave the same time.
 constexpr std::chrono::seconds kClockStep{2};
 
 struct Settings {
     Tree root = std::make_unique<XJSON::Object>();
-    bool usable = false;  // the tree is that of the whole text
-    bool lossy = false;   // but says less than the text
+    bool usable = false;  // the whole text was parsed
+    bool lossy = false;   // but the tree does not represent all of it
 };
 
 struct SharedCopy {
     std::mutex mutex;
     Settings settings;
     XStr location;
-    std::optional<FileTime> written;  // none while the copy is not to be relied on
+    std::optional<FileTime> written;  // none while the copy may be out of date
 };
 
 SharedCopy& Shared() {
@@ -39,14 +39,14 @@ std::optional<FileTime> LastWriteTime(const XStr& location) {
     return failure ? std::nullopt : std::optional(time);
 }
 
-// What stands for an empty tree too: a text that is nothing, or something else than an object.
+// An empty text, and one that is not an object, count as an empty tree.
 Tree AsTree(XJSON::AnyPtr value) {
     if (!value || value->TypeOf() != XJSON::Type::Object) return std::make_unique<XJSON::Object>();
     return Tree(static_cast<XJSON::Object*>(value.release()));
 }
 
-// A text is not used where it is no tree, is cut off, goes on after the tree, or is no UTF-8; what can be read of it
-// is.
+// A text that is no tree, is cut off, continues after the tree or is not UTF-8 is not usable, though what can be read
+// of it is kept.
 Settings Understand(const std::string& text) {
     Settings settings;
     const XStr characters = FromUTF8(text);
@@ -71,7 +71,7 @@ Settings Load(const XStr& location) {
     return text ? Understand(*text) : Settings();
 }
 
-// The time is taken before the file is read, so that a change in between is seen by the next reader.
+// Takes the time before reading, so that the next reader notices a change in between.
 void Refresh(SharedCopy& copy) {
     const XStr location = XRegistryFile::Location();
     const std::optional<FileTime> written = LastWriteTime(location);
@@ -100,7 +100,7 @@ regWriteScope::regWriteScope(bool makesFile) {
 }
 
 bool regWriteScope::Commit() {
-    const XStr characters = JoinUnits(root_->ToText());  // escapes come as units
+    const XStr characters = JoinUnits(root_->ToText());  // escapes give surrogates
     const std::string text = ToUTF8(characters);
     const bool written = FromUTF8(text) == characters && file_.Replace(text);
     file_.Close();

@@ -8,35 +8,35 @@
 
 namespace w64 {
 
-// The settings as they are in the file, locked for this thread while the scope lives: one reading, however many
-// values are asked for. All readers of the process share one parsed copy, which is loaded again when the file
-// has changed.
+// The settings in the file, locked for this thread while the scope lives, so that all values come from the same
+// state of the file. All readers of the process share one parsed copy, which is reloaded when the file changes.
 class sharedRegReadScope {
 public:
     sharedRegReadScope();
 
-    // Empty where the file cannot be opened or does not read as settings.
+    // Empty if the file cannot be opened or parsed.
     const XJSON::Object& Root() const;
 
-    // False for a file that is there but cannot be opened, or of which a part does not read as settings.
+    // False if the file exists but cannot be opened, or not parsed to its end.
     bool IsUsable() const;
 
 private:
     std::lock_guard<std::mutex> lock_;
 };
 
-// One read, change and write of the settings file, which nobody else reads or writes meanwhile.
+// One read, change and write of the settings file under an exclusive lock.
 class regWriteScope {
 public:
-    // A file that is missing is made, or else it is an empty tree that cannot be committed.
+    // A missing file is created if `makesFile` is set; otherwise it reads as an empty tree that cannot be
+    // committed.
     explicit regWriteScope(bool makesFile);
 
-    // Null where the file cannot be opened, does not read as settings, or holds what no tree does: there is
-    // nothing to commit to.
+    // Null if the file cannot be opened or parsed, or holds what the tree cannot represent; Commit must not be
+    // called then.
     XJSON::Object* Root() { return root_.get(); }
 
-    // Writes the changed tree and ends the scope, which otherwise leaves the file as it was. When false, so it
-    // is too: the file cannot be written, or the tree has text that UTF-8 does not.
+    // Writes the changed tree and unlocks the file. Fails, and leaves the file unchanged, if it cannot be
+    // written or the tree has text that UTF-8 cannot represent.
     [[nodiscard]] bool Commit();
 
 private:

@@ -109,8 +109,7 @@ void XRegistryTransaction::CopyKey(MainKey fromMainKey, const wchar_t* fromKeyPa
 bool XRegistryTransaction::Commit() {
     if (entries_.empty()) return true;
     const auto sets = [](const auto& entry) { return entry.operation == Operation::SetValue; };
-    regWriteScope scope(
-        std::ranges::any_of(entries_, sets));  // there is nothing to delete or copy in no file
+    regWriteScope scope(std::ranges::any_of(entries_, sets));  // a missing file has nothing to delete or copy
     if (!scope.Root()) return false;
     try {
         bool changed = false;
@@ -129,7 +128,7 @@ std::unique_ptr<XJSON::Object> XRegistryTransaction::Preview() const {
     try {
         for (const STRegistryTransactionEntry& entry : entries_) entry.Apply(*root);
     } catch (const XJSON::Error&) {
-        return root;  // as far as the changes can be made; Commit tells
+        return root;  // with the changes made so far; Commit reports the failure
     }
     return root;
 }

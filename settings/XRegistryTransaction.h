@@ -8,8 +8,8 @@
 
 namespace w64 {
 
-// Changes to the settings that are made together: all of them in one write, or none. What is not committed is
-// dropped. Everything else is as in XRegistry; the getters see the changes made here so far. For one thread.
+// Several changes to the settings, made in one write or not at all. Uncommitted changes are dropped. Otherwise
+// as XRegistry; the getters see the pending changes. For one thread.
 class XRegistryTransaction {
 public:
     using MainKey = XRegistry::MainKey;
@@ -41,16 +41,16 @@ public:
     void DeleteVal(const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath);
     void DeleteKeyAndSubKeys(MainKey mainKey, const wchar_t* keyPath);
 
-    // Copies a key with its subkeys and values into another, where values of the same name are replaced and
-    // all else stays. The one may lie within the other; of a missing key nothing is copied.
+    // Copies a key's subkeys and values into another key, replacing values of the same name and keeping the
+    // rest. One key may contain the other. A missing key copies nothing.
     void CopyKey(MainKey fromMainKey, const wchar_t* fromKeyPath, MainKey toMainKey,
                  const wchar_t* toKeyPath);
 
-    // Forgets the changes once they are written and keeps them otherwise.
+    // Clears the pending changes once they are written; a failure keeps them.
     [[nodiscard]] bool Commit();
 
 private:
-    // The settings with the changes made.
+    // The settings with the pending changes applied.
     std::unique_ptr<XJSON::Object> Preview() const;
 
     void Set(XJSON::AnyPtr value, const wchar_t* valueName, MainKey mainKey, const wchar_t* keyPath);

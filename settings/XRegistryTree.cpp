@@ -18,7 +18,7 @@ constexpr int kNone = -1;
 
 bool IsKey(const AnyType& member) { return member.TypeOf() == Type::Object; }
 
-// The first member that is, or is not, a key and has the name.
+// Index of the first key (or value) of that name.
 int Find(const Object& key, std::wstring_view name, bool subkey) {
     for (int i = 0; i < key.Count(); ++i)
         if (IsKey(key.ItemAt(i)) == subkey && EqualNoCase(key.NameAt(i), name)) return i;
@@ -32,7 +32,7 @@ bool DeleteAll(Object& key, std::wstring_view name, bool subkeys) {
     return key.Count() < count;
 }
 
-// `Key` is an object or a constant one.
+// `Key` is Object or const Object.
 template <class Key>
 Key* Walk(Key& root, std::span<const XStr> steps) {
     Key* key = &root;
@@ -44,7 +44,7 @@ Key* Walk(Key& root, std::span<const XStr> steps) {
     return key;
 }
 
-// Every step is one level, and `more` levels come on top.
+// Each step is one level; `more` levels come below.
 void BoundDepth(std::span<const XStr> steps, int more) {
     if (steps.size() + static_cast<size_t>(more) > XJSON::MaxDepth) throw XJSON::Error("depth <= MaxDepth");
 }
@@ -54,7 +54,7 @@ Object& Subkey(Object& key, const XStr& name) {
     return i == kNone ? key.AddObject(name) : static_cast<Object&>(key.ItemAt(i));
 }
 
-// Only what can be found is copied: a member behind another of its name would come to the front.
+// Copies only the first member of each name, the one that lookups find.
 void Merge(const Object& from, Object& to) {
     for (int i = 0; i < from.Count(); ++i) {
         const AnyType& member = from.ItemAt(i);
@@ -79,7 +79,7 @@ bool IsOf(const AnyType* value, Type type, bool* missing) {
 const Object* FindKey(const Object& root, std::span<const XStr> steps) { return Walk(root, steps); }
 
 Object& CreateKey(Object& root, std::span<const XStr> steps) {
-    BoundDepth(steps, 2);  // the root, and a value that is an array
+    BoundDepth(steps, 2);  // the root, and a value that may be an array
     Object* key = &root;
     for (const XStr& step : steps) key = &Subkey(*key, step);
     return *key;
@@ -94,7 +94,7 @@ bool CopyKey(Object& root, std::span<const XStr> from, std::span<const XStr> to)
     const Object* source = FindKey(root, from);
     if (!source) return false;
     BoundDepth(to, source->Depth());
-    const XJSON::AnyPtr copy = source->Clone();  // one key may lie within the other
+    const XJSON::AnyPtr copy = source->Clone();  // as one key may contain the other
     Merge(copy->AsObject(), CreateKey(root, to));
     return true;
 }

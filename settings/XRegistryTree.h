@@ -8,47 +8,47 @@
 
 namespace w64 {
 
-// Keys and values within the tree of a settings file. A key is an object: its object members are its subkeys
-// and its other members its values. Steps are the names on the way from the root to a key, the main key first.
-// Names are found ignoring case, and of several alike the first.
-// Errors: XJSON::Error where the tree would become deeper than the parser takes.
+// Keys and values in the tree of a settings file. A key is an object: its object members are its subkeys, its
+// other members its values. Steps are the names from the root to a key, the main key first. Lookups ignore case
+// and find the first of equal names.
+// Errors: XJSON::Error if the tree would become deeper than the parser accepts.
 namespace XRegistryTree {
 
-// Null where a step is missing.
+// Null if a step is missing.
 const XJSON::Object* FindKey(const XJSON::Object& root, std::span<const XStr> steps);
 
-// Makes the steps that are missing.
+// Creates missing steps.
 XJSON::Object& CreateKey(XJSON::Object& root, std::span<const XStr> steps);
 
-// Whether there was a key to delete.
+// True if there was a key to delete.
 bool DeleteKey(XJSON::Object& root, std::span<const XStr> steps);
 
-// Adds the subkeys and values of one key to another; values that are there already are replaced. Whether
-// there was a key to copy.
+// Adds the subkeys and values of one key to another, replacing existing values. True if there was a key to
+// copy.
 bool CopyKey(XJSON::Object& root, std::span<const XStr> from, std::span<const XStr> to);
 
-// Null where there is no such value.
+// Null if there is no such value.
 const XJSON::AnyType* FindValue(const XJSON::Object& root, std::span<const XStr> steps,
                                 std::wstring_view name);
 
-// A subkey of the name stays beside the value.
+// Leaves a subkey of the same name alone.
 void SetValue(XJSON::Object& key, const XStr& name, XJSON::AnyPtr value);
 
-// Whether there was a value to delete.
+// True if there was a value to delete.
 bool DeleteValue(XJSON::Object& root, std::span<const XStr> steps, std::wstring_view name);
 
 // The names of the subkeys or of the values.
 void ListNames(const XJSON::Object& key, bool subkeys, XStrList& names);
 
-// What a value holds, and whether it is missing or of another type, in which case it holds nothing.
+// The contents of a value: 0 or empty, with `missing` set, if it is missing or of another type.
 int64_t ToInteger(const XJSON::AnyType* value, bool* missing);
 XStr ToString(const XJSON::AnyType* value, bool* missing);
 XMem ToBinaryData(const XJSON::AnyType* value, bool* missing);
 
-// An item that is no text reads as an empty one.
+// Items that are not strings read as empty.
 XStrList ToStringList(const XJSON::AnyType* value, bool* missing);
 
-// Copies what the buffer takes; the size of all of the data.
+// Copies what fits into the buffer and returns the full size of the data.
 size_t CopyData(const XMem& data, void* buffer, size_t bytes);
 
 }  // namespace XRegistryTree

@@ -19,7 +19,7 @@ int64_t PayloadBytes(const STRIFFChunk& chunk) {
     return IsAnyOf(chunk.ChunkGUID, {"FMT ", "DATA"}) ? 0 : chunk.DataSize;
 }
 
-// The four-character code of a chunk and its data; false when it cannot be read.
+// Reads the four-character code of a chunk and its data; false on failure.
 bool ReadRawChunk(const STRIFFChunk& chunk, XMem& raw, XFile& file, const STNStdReport& report) {
     const auto code = RIFFChnkID(RIFFChnkGUID2CHR(chunk.ChunkGUID));
     if (!ChunkTags::ReadFileIntoMemory(raw, sizeof code, PayloadBytes(chunk), chunk.FileDataPosition, file,
@@ -30,14 +30,14 @@ bool ReadRawChunk(const STRIFFChunk& chunk, XMem& raw, XFile& file, const STNStd
     return true;
 }
 
-// Of a block with its count.
+// Size of a packed block, its count included.
 int64_t PackedBytes(const NTag& tags) {
     int64_t bytes = sizeof(uint32_t);
     for (int i = 0; i < tags.Count(); ++i) bytes += tags.GetRawTagItemSize(i);
     return bytes;
 }
 
-// What can be shown of binary data on one line.
+// The length and first bytes of binary data, on one line.
 XStr DescribeData(const XMem& data) {
     constexpr size_t kShown = 20;
     XStr text = L"DATA Length: " + Int2Str(data.Size()) + L"   ";
@@ -86,8 +86,8 @@ bool ChunkTags::ReadSummaryList(const STRIFFChunk& list, XFile& file, XMem& data
 
 void ChunkTags::AppendRawChunks(XFile& file, clWave64Handler& handler, int listIndex, NTag& tags,
                                 const STNStdReport& report) {
-    constexpr int64_t kItemBytes = 64;             // more than a raw chunk takes without its payload
-    int64_t left = INT32_MAX - PackedBytes(tags);  // sizes in and of a block have 32 bits with a sign
+    constexpr int64_t kItemBytes = 64;             // upper bound of a raw chunk's overhead
+    int64_t left = INT32_MAX - PackedBytes(tags);  // sizes of items and blocks are signed 32-bit
     bool isTold = false;
     int serial = 1;
     for (int i = 0; i < handler.Count(); ++i) {

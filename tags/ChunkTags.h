@@ -10,14 +10,15 @@
 
 namespace w64 {
 
-// What the summary lists of a file hold.
+// The contents of a file's summary lists.
 struct SummaryLists {
-    NTag tags;                       // of all of them; of equal names the first is kept
-    std::vector<int> withTags;       // the chunks that have some, in file order
-    LISTText text = LISTText::Half;  // of the last of these where its bytes tell, else that of new lists
-    bool areWhole = true;            // all can be read to their last entry
+    NTag tags;                  // of all lists; the first of equal names is kept
+    std::vector<int> withTags;  // indices of the chunks that hold tags, in file order
+    LISTText text =
+        LISTText::Half;    // the form of the last of these if its bytes tell, else that of new lists
+    bool areWhole = true;  // every list can be read to its last entry
 
-    // The one that is rewritten; -1 when none has tags.
+    // The list that is rewritten; -1 if none has tags.
     int Index() const { return withTags.empty() ? -1 : withTags.back(); }
 };
 
@@ -28,24 +29,24 @@ public:
     static SummaryLists ReadSummaryLists(XFile& file, clWave64Handler& handler, const TaggingOptions& options,
                                          const STNStdReport& report);
 
-    // Whether a chunk is a list, and not an empty one.
+    // True for a summary list that is not empty.
     static bool IsSummaryList(const STRIFFChunk& chunk);
 
-    // The data of one.
+    // Reads the data of one list.
     [[nodiscard]] static bool ReadSummaryList(const STRIFFChunk& list, XFile& file, XMem& data,
                                               const STNStdReport& report);
 
-    // Appends the other chunks as binary tags "_riff_1", "_riff_2" ...: its four-character code, then its
-    // data. The format and the audio are there by their codes alone; padding, "fact" and "ds64" are not, nor
-    // what would take the packed block to 2 GiB.
+    // Appends the other chunks as binary tags "_riff_1", "_riff_2" ...: the four-character code, then the data.
+    // The format and audio chunks give their codes only. Padding, "fact" and "ds64" are left out, and so is a
+    // chunk that would take the packed block past 2 GiB.
     static void AppendRawChunks(XFile& file, clWave64Handler& handler, int listIndex, NTag& tags,
                                 const STNStdReport& report);
 
-    // A line for each tag, where somebody reads the trace.
+    // Traces one line for each tag.
     static void Trace(const NTag& tags, const STNStdReport& report);
 
-    // Makes the buffer `skip` + `bytes` long and reads `bytes` from `offset` behind the first `skip`. A file
-    // that is too short fails before there is memory for it.
+    // Resizes the buffer to `skip` + `bytes` and reads `bytes` from `offset` of the file, after the first `skip`
+    // bytes of the buffer. A file that is too short fails before memory is allocated.
     [[nodiscard]] static bool ReadFileIntoMemory(XMem& buffer, size_t skip, int64_t bytes, int64_t offset,
                                                  XFile& file, const STNStdReport& report);
 };

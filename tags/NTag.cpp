@@ -25,16 +25,16 @@ int LeadingNumber(const XStr& text) {
         std::clamp<long long>(std::wcstoll(text.c_str(), nullptr, 10), Limits::min(), Limits::max()));
 }
 
-// The first position of each name in a collection that may grow. Chains through plain arrays: a map with a node
-// for every name takes several times the memory, and with it the time.
+// Finds the first position of each name in a collection that may grow. A hash table chained through plain arrays,
+// as a map with a node per name takes several times the memory and time.
 class NameIndex {
 public:
-    NameIndex(const XObj<STInternalTag>& tags, size_t mostNames)
-        : tags_(tags), chains_(std::bit_ceil(mostNames + 1), kNone) {
-        entries_.reserve(mostNames);
+    NameIndex(const XObj<STInternalTag>& tags, size_t maxNames)
+        : tags_(tags), chains_(std::bit_ceil(maxNames + 1), kNone) {
+        entries_.reserve(maxNames);
     }
 
-    // Where that name comes first; `position`, for which it is remembered, when it has not come yet.
+    // The first position of that name; a new name is recorded at `position`.
     int FirstOf(std::wstring_view name, int position) {
         const uint32_t hash = Hash(name);
         int* link = &chains_[hash & (chains_.size() - 1)];
@@ -66,7 +66,7 @@ private:
 
     const XObj<STInternalTag>& tags_;
     std::vector<int> chains_;
-    std::vector<Entry> entries_;  // never moved, as links point into it
+    std::vector<Entry> entries_;  // reserved, as links point into it
 };
 
 }  // namespace
@@ -120,14 +120,14 @@ void NTag::RemoveTag(long position) {
 }
 
 bool NTag::RemoveTag(const wchar_t* name) {
-    const XStr wanted(name);  // a copy, as `name` may be that of a tag that goes
+    const XStr wanted(name);  // a copy, as `name` may belong to a removed tag
     return tags_.DeleteIf([&](const STInternalTag& tag) { return EqualNoCase(tag.Name, wanted); }) > 0;
 }
 
 void NTag::MergeFrom(const NTag& other, bool overwrite) {
     NameIndex names(tags_, static_cast<size_t>(Count()) + static_cast<size_t>(other.Count()));
     for (int i = 0; i < Count(); ++i) names.FirstOf(tags_[i].Name, i);
-    // Of a collection merged into itself every name is found, so that it does not grow under this loop.
+    // A collection merged into itself does not grow in this loop, as every name is found.
     for (const STInternalTag& tag : other.tags_) {
         const int first = names.FirstOf(tag.Name, Count());
         if (first == Count()) {
@@ -139,7 +139,7 @@ void NTag::MergeFrom(const NTag& other, bool overwrite) {
 }
 
 void NTag::DuplicateFrom(const NTag& other) {
-    NTag duplicate;  // aside, as `other` may be this collection
+    NTag duplicate;  // separate, as `other` may be this collection
     duplicate.MergeFrom(other, false);
     *this = std::move(duplicate);
 }
@@ -176,7 +176,7 @@ void NTag::SplitTrackNumANDCount(const wchar_t* text, int& number, int& count) {
 }
 
 void NTag::SplitTrackNumANDCountStr(const wchar_t* text, XStr& number, XStr& count) {
-    const XStr whole(text);  // a copy, as `text` may be that of an output
+    const XStr whole(text);  // a copy, as `text` may point into an output
     const size_t slash = whole.find(L'/');
     number = whole.substr(0, slash);
     count = slash == XStr::npos ? XStr() : Trimmed(whole.substr(slash + 1));

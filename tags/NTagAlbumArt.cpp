@@ -9,7 +9,7 @@ namespace {
 constexpr std::wstring_view kPrefix = L"_albumart_";
 constexpr std::wstring_view kSubDescription = L"<subdesc>";
 
-// By picture type; empty where a type has no name. Type 17 lacks one on purpose.
+// Indexed by picture type; empty for types without a name. Type 17 has none on purpose.
 constexpr auto kPictureTypes = std::to_array<std::wstring_view>({
     L"",
     L"32x32 Icon",
@@ -52,7 +52,7 @@ int NTag::AlbumArtDescriptionToAPICPicType(const wchar_t* description) {
 }
 
 void NTag::SpiltAlbumArtDesctiptionLine(const wchar_t* name, XStr& description, XStr& subDescription) {
-    const XStr whole(name);  // a copy, as `name` may be that of an output
+    const XStr whole(name);  // a copy, as `name` may point into an output
     description.clear();
     subDescription.clear();
     const size_t separator = whole.find(L'_', kPrefix.size());

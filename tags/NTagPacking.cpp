@@ -1,4 +1,4 @@
-// The packed blocks. Both forms are laid out alike and differ only in how a text is put and taken.
+// The packed blocks. Both forms have the same layout and differ only in the encoding of texts.
 
 #include "base/LittleEndian.h"
 #include "tags/NTag.h"
@@ -17,10 +17,10 @@ namespace {
 
 constexpr size_t kSizeFieldBytes = 4;
 constexpr size_t kCountBytes = 4;
-constexpr size_t kLargestItem = std::numeric_limits<int32_t>::max();  // readers take the field as signed
+constexpr size_t kMaxItemBytes = std::numeric_limits<int32_t>::max();  // readers treat the field as signed
 
-// What is ahead in a block, and how many bytes the item being read still claims. An item that claims less
-// than it takes up goes below zero; what is ahead never reaches behind the block.
+// The unread part of a block, and how many bytes of it the current item still claims. The claim goes below zero
+// for an item that claims less than it uses; the unread part never extends past the block.
 struct Cursor {
     std::span<const uint8_t> ahead;
     int64_t itemLeft;
@@ -62,7 +62,7 @@ struct UTF8Text {
         return std::copy_n(bytes.c_str(), bytes.size() + 1, to);
     }
 
-    // Up to the zero byte, even behind the item; nothing more is read then.
+    // Reads up to the zero byte, even past the item's end; then nothing more is read.
     static XStr Take(Cursor& cursor) {
         const std::string_view ahead(reinterpret_cast<const char*>(cursor.ahead.data()), cursor.ahead.size());
         const size_t end = ahead.find('\0');
@@ -95,7 +95,7 @@ XMem Pack(const XObj<STInternalTag>& tags) {
     size_t bytes = kCountBytes;
     for (const STInternalTag& tag : tags) {
         const size_t itemBytes = ItemBytes<Text>(tag);
-        if (itemBytes > kLargestItem) continue;
+        if (itemBytes > kMaxItemBytes) continue;
         packed.push_back(&tag);
         bytes += itemBytes;
     }
@@ -107,7 +107,7 @@ XMem Pack(const XObj<STInternalTag>& tags) {
     return block;
 }
 
-// Takes one item, which is kept as far as it goes; false when nothing behind it can be read.
+// Reads one item, keeping what there is of it; false if nothing after it can be read.
 template <class Text>
 bool TakeItem(STInternalTag& tag, Cursor cursor) {
     cursor.Consume(kSizeFieldBytes);

@@ -16,12 +16,12 @@ struct TOCTrack {
     uint8_t Address[4];  // LBA of the start, big-endian
 };
 
-// A CD's table of contents as READ TOC (format 0) answers with it. It may come from a stored tag, so nothing
-// in it is a promise.
+// A CD's table of contents as READ TOC (format 0) returns it. It may come from a stored tag, so none of its
+// fields can be trusted.
 struct TOC {
     static constexpr int kTracks = 100;
 
-    uint16_t Length;  // in bytes, of all that follows it: 2 and 8 for each entry; big-endian
+    uint16_t Length;  // of the rest in bytes, 2 plus 8 for each entry; big-endian
     uint8_t FirstTrack;
     uint8_t LastTrack;
     TOCTrack Tracks[kTracks];

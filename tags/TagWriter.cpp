@@ -53,7 +53,7 @@ bool TagWriter::OpenFile(const XStr& fileName) {
 
 bool TagWriter::DeleteAll() {
     if (!options_.rules.safe) {
-        // By old custom a list in the first place stays, and a file without one is a failure.
+        // The exact rules keep a list that is the first chunk, and fail on a file without a list.
         const int list = lists_.Index();
         return list == 0 || chunks_.RemoveChunkFromFile(list, options_.paddingMode);
     }
@@ -64,7 +64,7 @@ bool TagWriter::DeleteAll() {
     return RemoveChunks(all);
 }
 
-// From the end, as what stands before a removed chunk keeps its index.
+// From the end, so that the remaining indices stay valid.
 bool TagWriter::RemoveChunks(std::span<const int> indices) {
     for (size_t i = indices.size(); i-- > 0;) {
         if (!chunks_.RemoveChunkFromFile(indices[i], options_.paddingMode)) {
@@ -81,11 +81,11 @@ bool TagWriter::WriteList(const NTag& tags) {
         return false;
     }
     const bool safe = options_.rules.safe;
-    // With the last tag all lists go, also those without tags.
+    // When the last tag goes, so do all lists, even those without tags.
     if (safe && data.IsEmpty() && lists_.Index() >= 0) return DeleteAll();
     const bool done = PutIntoFile(data);
-    // By old custom an edit that failed counts as done, even where the report is silent about it, and a list before
-    // this one still has its say.
+    // By the exact rules a failed edit counts as success, even if it was not reported, and the lists before this
+    // one stay.
     if (!safe) return true;
     if (!done) return Fail(L"Error writing the tags, disk full?");
     const std::span<const int> lists = lists_.withTags;
@@ -108,7 +108,8 @@ bool TagWriter::PutIntoFile(const XMem& data) {
                      : chunks_.InsertNewChunkIntoFile(IndexOfNewList(), image.Data(), bytes, mode, padding);
 }
 
-// At the end, or before the audio: in place of the first padding there, else right before it.
+// At the end, or before the audio: in place of the first padding between format and audio, else right before the
+// audio.
 int TagWriter::IndexOfNewList() {
     const int data = chunks_.IndexOfDataChunk();
     if (!options_.listBeforeAudio || data < 0) return chunks_.Count();

@@ -14,20 +14,20 @@
 namespace w64 {
 
 enum class TagEdit {
-    Merge,        // new values win, tags that are not named stay
-    DeleteNamed,  // values do not matter
+    Merge,        // new values win, other tags stay
+    DeleteNamed,  // values are ignored
     DeleteAll,
 };
 
-// Edits the tags of a file where they stand, by the options that are set at this moment.
-// Use:    one edit per object, which opens the file alone and closes it with itself.
-// Errors: reported, then false. Without safe editing a file that is no Wave64 file, and an edit of a chunk
-//         that fails, count as done. A file that was not scanned to its end is never edited.
+// Edits the tags of a file in place, by the user's current options.
+// Use:    one edit per object, which locks the file and closes it when destroyed.
+// Errors: reported, then false. By the exact rules a file that is not Wave64, and a failed edit of a chunk, count
+//         as success. A file that was not scanned to its end is never edited.
 class TagWriter {
 public:
     explicit TagWriter(const STNStdReport& report) : report_(report) {}
 
-    // `tags` becomes what was written.
+    // `tags` is replaced by what was written.
     [[nodiscard]] bool Edit(const XStr& fileName, TagEdit edit, NTag& tags);
 
 private:

@@ -33,7 +33,7 @@ struct IdentifierAndName {
     const wchar_t* name;
 };
 
-// Those that stand for one name and are written for it, whatever the options.
+// Identifiers that map to one name, whatever the options.
 constexpr IdentifierAndName kPlainNames[] = {
     {Code("DISP"), L"Sound Scheme Title"},
     {Code("IARL"), L"Archival Location"},
@@ -64,7 +64,7 @@ constexpr IdentifierAndName kPlainNames[] = {
     {Code("TVER"), L"Version"},
 };
 
-// Null for an identifier that is not known.
+// Null for an unknown identifier.
 const wchar_t* NameOf(uint32_t identifier, bool albumInISRC) {
     switch (identifier) {
     case Code("IPRD"):
@@ -80,7 +80,7 @@ const wchar_t* NameOf(uint32_t identifier, bool albumInISRC) {
     }
 }
 
-// 0 for a name that has none. "Product" has none on purpose, and an album can share one with an ISRC.
+// 0 for a name without an identifier. "Product" has none on purpose, and "Album" can share one with "ISRC".
 uint32_t IdentifierOf(std::wstring_view name, bool albumInISRC, bool trackInTRCK) {
     if (EqualNoCase(name, L"Album")) return albumInISRC ? Code("ISRC") : Code("IPRD");
     if (EqualNoCase(name, L"ISRC")) return Code("ISRC");
@@ -99,7 +99,7 @@ struct Entry {
     Bytes text;
 };
 
-// The entries of a list of kCountBytes at least, one after the other.
+// Iterates over the entries of a list of at least kCountBytes.
 class EntryWalk {
 public:
     explicit EntryWalk(Bytes list)
@@ -117,7 +117,7 @@ public:
         return entry;
     }
 
-    // Once there is no next one: whether none reached out of the list, and what lies behind the last.
+    // After the last entry: whether every entry ended within the list, and the bytes after the last one.
     bool IsWhole() const { return isWhole_; }
     Bytes Rest() const { return rest_; }
 
@@ -127,7 +127,7 @@ private:
     bool isWhole_ = true;
 };
 
-// All bytes as characters of one width, the last completed by zero bits.
+// The bytes as characters of one width, the last one padded with zeros.
 template <class Text>
 Text Characters(Bytes bytes) {
     constexpr size_t width = sizeof(typename Text::value_type);
@@ -148,36 +148,36 @@ bool IsInPlaneInUse(wchar_t c) {
     return plane <= 3 || plane >= 14;
 }
 
-// What the bytes of an entry tell of their form.
+// The form that an entry's bytes suggest.
 struct FormFound {
     LISTText form;  // Wide or UTF16
     bool isGuess = false;
 };
 
-// None where they read the same in both forms and fit both.
+// None if the bytes read the same in both forms.
 std::optional<FormFound> FormOf(const XStr& codes, const std::u16string& units) {
     const auto text = UpToZero(codes);
     if (text.empty()) return {};
-    // Surrogates pass: a value that came as 16-bit units may have been stored with one per code.
+    // Surrogates are accepted: a value in 16-bit units may have been stored with one unit per character.
     if (!std::ranges::all_of(text, IsCodePoint)) return FormFound{LISTText::UTF16};
     const size_t unitCount = UpToZero(units).size();
     const bool canBeUnits = unitCount + 1 >= units.size();
-    // One character reads the same in both; more than a zero behind it can be the rest of a fixed field.
+    // One character reads the same in both; more than a zero after it may be the rest of a fixed-size field.
     const bool isSame = text.size() == 1 && unitCount == 1;
     if (!canBeUnits) return FormFound{LISTText::Wide, isSame};
     if (isSame) return {};
-    // Pairs of units that happen to be code points: U+1F3B5 and "A", or 16-bit text with a control character
-    // at every second place. A tab or a line end there lies in a plane that has no characters.
+    // Units whose pairs happen to be code points: 16-bit text with a control character at every second place. A
+    // tab or line end there gives a plane without characters, unlike U+1F3B5 and other 32-bit characters.
     return FormFound{std::ranges::all_of(text, IsInPlaneInUse) ? LISTText::Wide : LISTText::UTF16};
 }
 
 struct Value {
     XStr text;
-    Bytes behind;  // the zero that ends the text and all that follows it
+    Bytes rest;  // from the zero that ends the text on
 };
 
-// Reads the entries' texts, and learns from the first that tells which form they are in. A guess holds until
-// an entry tells for sure.
+// Reads the entries' texts and detects their form. The first certain entry decides; until then the last guess
+// holds.
 class TextReader {
 public:
     explicit TextReader(LISTText& form) : form_(form) {}
@@ -193,16 +193,16 @@ public:
             }
             if (found && found->form == LISTText::UTF16) {
                 const auto text = UpToZero(units);
-                return {{text.begin(), text.end()}, Behind(bytes, text.size_bytes())};
+                return {{text.begin(), text.end()}, After(bytes, text.size_bytes())};
             }
         }
         codes.resize(UpToZero(codes).size());
-        const Bytes behind = Behind(bytes, sizeof(wchar_t) * codes.size());
-        return {form_ == LISTText::Half ? codes : SplitIntoUnits(codes), behind};
+        const Bytes rest = After(bytes, sizeof(wchar_t) * codes.size());
+        return {form_ == LISTText::Half ? codes : SplitIntoUnits(codes), rest};
     }
 
 private:
-    static Bytes Behind(Bytes bytes, size_t textBytes) {
+    static Bytes After(Bytes bytes, size_t textBytes) {
         return bytes.subspan(std::min(textBytes, bytes.size()));
     }
 
@@ -260,7 +260,7 @@ void AppendEntry(std::string& out, uint32_t identifier, const XStr& value, LISTT
     base::Store(out.data() + at + sizeof identifier, static_cast<uint32_t>(out.size() - at - sizeof header));
 }
 
-// The count, then an entry for every tag that can be stored; empty when none can.
+// The count, then an entry for each tag that can be stored; empty if there is none.
 std::string BuildList(const NTag& tags, bool albumInISRC, bool trackInTRCK, LISTText form) {
     std::string list(kCountBytes, '\0');
     uint32_t count = 0;
@@ -321,7 +321,7 @@ std::vector<XStr> clRIFFSUMMARYLISTChunk::HiddenParts(const void* data, unsigned
     TextReader reader(form);
     while (const auto entry = walk.Next()) {
         const wchar_t* name = NameOf(entry->identifier, albumOption != 0);
-        const bool hidesText = HoldsMoreThanZeros(reader.Read(entry->text).behind);
+        const bool hidesText = HoldsMoreThanZeros(reader.Read(entry->text).rest);
         if (name && hidesText) parts.push_back(L"text after the end of '" + XStr(name) + L"'");
     }
     if (walk.IsWhole() && HoldsMoreThanZeros(walk.Rest())) {

@@ -30,7 +30,7 @@ XStr Hex(uint32_t value) {
     return text;
 }
 
-// Up to the first character that is no hexadecimal digit.
+// Reads up to the first character that is not a hexadecimal digit.
 uint32_t FromHex(std::wstring_view text) {
     uint64_t value = 0;
     for (const wchar_t c : text) {

@@ -14,7 +14,7 @@ namespace {
 
 constexpr double kToneSeconds = 2;
 constexpr int64_t kSweepSeconds = 40;
-constexpr double kSettled = 0.25;  // seconds, longer than any of the filters rings
+constexpr double kSettled = 0.25;  // seconds, longer than any filter rings
 
 std::vector<double> TestTones(const RatePair& pair, double distance, int coincidentTones) {
     const double top = pair.source / 2.0;
@@ -59,8 +59,8 @@ Measurement::Tones Measurement::MeasureTones(double distance, int coincidentTone
     return measured;
 }
 
-// A window blurs the sweep over the frequencies that it passes through. Images and aliases sweep at the same
-// speed, so they read as much too weak as the sweep itself, which is subtracted.
+// The window spreads the sweep over the frequencies that it passes. Images and aliases sweep at the same speed, so
+// they read too low by as much as the sweep itself, which is subtracted.
 double Measurement::ImageOfSweep() const {
     const int64_t rise = pair_.source / 2 / kSweepSeconds;
     const SweepAngle angle(rise, pair_.source);

@@ -7,7 +7,7 @@
 
 namespace w64 {
 
-// A stretch of one channel, seen through a Kaiser window with side lobes at -238 dB.
+// A section of one channel, seen through a Kaiser window with side lobes at -238 dB.
 // Units:  levels in dB of a sine of full scale; frequencies in Hz, of tones multiples of 1/64 Hz.
 // Errors: std::out_of_range if the audio is too short.
 class Stretch {

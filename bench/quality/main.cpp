@@ -33,7 +33,7 @@ const std::vector<Row> kRows = {
     {{8000, 44100}, {.passBandEnd = 0.99}},
 };
 
-// What the measurement itself adds at a rate, and what it reads for an added tone of kLevel.
+// The measurement's own errors at a rate, and its reading of an added tone of kLevel.
 struct Floor {
     static constexpr double kLevel = -200;
     static constexpr double kDistance = 60;
@@ -106,7 +106,7 @@ void PrintLeaks(const std::vector<Leaks>& leaks) {
     }
 }
 
-// Each measurement is a task of its own. False if a bound is not kept.
+// Runs each measurement as a task. False if a bound is not met.
 bool MeasureAll() {
     constexpr int kAll = 1000;
     constexpr int kSome = 24;

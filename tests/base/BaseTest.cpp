@@ -122,12 +122,12 @@ TEST_F(File, ShuffleMovesTheRest) {
 }
 
 TEST_F(File, ShuffleStopsAtWhatCannotBeDone) {
-    constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
+    constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
     const std::tuple<Access, int64_t, int64_t, bool> cases[] = {
         {Access::ReadWrite, -1, 8, true},  // nothing to do
         {Access::Read, 8, 0, true},
         {Access::ReadWrite, 7, -8, false},  // to before the start
-        {Access::ReadWrite, 0, -kMost - 1, false},
+        {Access::ReadWrite, 0, -kMax - 1, false},
         {Access::Read, 0, 8, false},
         {Access::Read, 8, -8, false},
         {Access::Read, 1000, -8, false},

@@ -20,7 +20,7 @@ protected:
 }  // namespace
 
 TEST_F(Trace, IndentsBetweenMarkersAndMakesOneLineOfPieces) {
-    StdReport::WriteDEBUG(L"<-<-", report, "Early", true);  // never below nothing
+    StdReport::WriteDEBUG(L"<-<-", report, "Early", true);  // never negative
     StdReport::WriteDEBUG(L"->-> with text", report, "Outer", true);
     StdReport::WriteDEBUG(L"Opening '", report, "ignored", false);
     StdReport::WriteDEBUG(L"\u00E9.w64", report, nullptr, false);

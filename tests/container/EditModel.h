@@ -25,12 +25,12 @@ struct Edit {
     int paddingSize = 0;
 };
 
-// What edits make of a file of less than 2 GiB, said a second time over bytes in memory.
+// A second implementation of edits, for files of less than 2 GiB in memory.
 class EditModel {
 public:
     EditModel(Bytes bytes, bool isSafe) : file(std::move(bytes)), isSafe_(isSafe) {
         const auto end = base::Load<int64_t>(file.data() + 16);
-        // By default a header with nothing behind it does not count.
+        // The exact rules ignore a header with nothing after it.
         const int64_t lastHeader = std::min(end - (isSafe ? 24 : 25), std::ssize(file) - 24);
         for (int64_t at = 40; at <= lastHeader;) {
             const uint8_t* header = file.data() + at;
@@ -43,7 +43,7 @@ public:
         Place();
     }
 
-    // In `chunk` the identifier is as it lies in a file.
+    // `chunk` begins with an identifier as in a file.
     void Apply(const Edit& edit, const Bytes& chunk) {
         if (edit.op == Op::Insert) Insert(edit.index, chunk, edit.mode, edit.paddingSize);
         if (edit.op == Op::Resize) Resize(edit.index, chunk, edit.mode, edit.paddingSize);
@@ -77,7 +77,7 @@ private:
     bool IsPadding(int index) {
         return index < Count() && (At(index).id == Id("junk") || At(index).id == Id("pad "));
     }
-    // What a chunk takes up; by default its own padding is not counted.
+    // Bytes that a chunk occupies; the exact rules do not count its padding.
     int64_t Room(const Record& record) const {
         return isSafe_ ? std::min(Up(24 + record.size), std::ssize(file) - record.position)
                        : 24 + record.size;

@@ -145,7 +145,7 @@ TEST(Edit, WhatCannotBeDoneLeavesTheFileAlone) {
         {Access::Read, {Insert, -1, 1024}, full + "WriteThisCompleteChunk]\r\n"},
         {Access::Read, {Resize, 1, 1032}, full + "WriteThisCompleteChunk]\r\n"},
         {Access::Read, {Remove, 0}, full + "WriteChunkHeaders]\r\n"},
-        {Access::Read, {Remove, 3, 0, 2}, ""},  // a move fails without a word
+        {Access::Read, {Remove, 3, 0, 2}, ""},  // a failed move is not reported
         {Access::Read, {Insert, 1, 1024}, ""},
         {Access::Read, {Resize, 4, 1024}, ""},
     };
@@ -353,7 +353,7 @@ TEST(Edit, ByDefaultTheSecondEditPast4GiBCutsTheFile) {
     EXPECT_EQ(file.Size(), LargeFile::kAudioAt + kGiB + 1024 + 1024);
 }
 
-// 3 GiB are less than nothing in 32 bits with a sign.
+// 3 GiB is negative in signed 32 bits.
 TEST(Edit, SafelyOutOf3GiBOfPadding) {
     constexpr int64_t junk = 3 * kGiB;
     for (const bool safe : {false, true}) {
@@ -375,7 +375,7 @@ TEST(Edit, SafelyOutOf3GiBOfPadding) {
 TEST(Edit, WhatPaddingAbsorbsMovesNoAudio) {
     if (BytesWritten() < 0) GTEST_SKIP() << "no count of the bytes written";
     for (const bool safe : {false, true}) {
-        LargeFile file(4 * kGiB - 65536);  // by default one past 4 GiB is edited once
+        LargeFile file(4 * kGiB - 65536);  // by the exact rules a file past 4 GiB can be edited only once
         for (const Edit& edit : {Edit{Op::Insert, 1, 1024}, Edit{Op::Resize, 1, 2048}, Edit{Op::Remove, 1}}) {
             const int64_t before = BytesWritten();
             EXPECT_TRUE(file.Apply(edit, {.safe = safe}));

@@ -85,9 +85,10 @@ TEST_F(Packets, DamageIsSkippedAndTold) {
     ASSERT_TRUE(other.FeedAll(stream, 7));
     EXPECT_TRUE(host.audio == other.audio);
     EXPECT_TRUE(std::equal(decoded.begin(), decoded.begin() + 150'000, host.audio.begin()));
-    for (size_t behind = 70'000; behind != 0; behind -= 4) {  // false headers in the damage shift roundings
-        ASSERT_NEAR(base::Load<float>(decoded.data() + decoded.size() - behind),
-                    base::Load<float>(host.audio.data() + host.audio.size() - behind), 1e-5);
+    for (size_t fromEnd = 70'000; fromEnd != 0;
+         fromEnd -= 4) {  // false headers in the damage shift roundings
+        ASSERT_NEAR(base::Load<float>(decoded.data() + decoded.size() - fromEnd),
+                    base::Load<float>(host.audio.data() + host.audio.size() - fromEnd), 1e-5);
     }
     EXPECT_NE(host.capture.Information().find("Skipped "), std::string::npos);
     EXPECT_EQ(host.capture.Errors(), "");
@@ -146,7 +147,7 @@ TEST_F(Packets, NoTagIsWaitedForWithoutEnd) {
 TEST_F(Packets, ANewStartKeepsNothingOfWhatCameBefore) {
     PacketHost host;
     ASSERT_TRUE(host.FeedAll(stereo));
-    ASSERT_TRUE(host.FeedAll(stereo)) << "behind the last packet";
+    ASSERT_TRUE(host.FeedAll(stereo)) << "after the last packet";
     ASSERT_EQ(host.Feed(Part(stereo, 0, 4000), false), 1);
     host.audio.resize(2 * decoded.size());
     ASSERT_EQ(Plugin().SetPosition(host.handle, 44100), 1);

@@ -8,8 +8,8 @@ namespace w64 {
 
 namespace {
 
-constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
-constexpr int64_t kLeast = std::numeric_limits<int64_t>::min();
+constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
+constexpr int64_t kMin = std::numeric_limits<int64_t>::min();
 
 class Decode : public testing::Test {
 protected:
@@ -78,9 +78,9 @@ TEST_F(Range, IsClampedToTheDataAndToWholeFrames) {
     const struct {
         int64_t start, end, lengthBytes, from, to;
     } cases[] = {
-        {0, -1, 600, 0, 600},         {10, 20, 60, 60, 120},   {0, 0, 0, 0, 0},     {10, 5, 0, 0, 0},
-        {200, -1, 0, 0, 0},           {0, 200, 600, 0, 600},   {-5, 10, 60, 0, 60}, {99, 101, 6, 594, 600},
-        {kLeast, kMost, 600, 0, 600}, {kMost, kMost, 0, 0, 0}, {0, -2, 0, 0, 0},    {100, 101, 0, 0, 0},
+        {0, -1, 600, 0, 600},      {10, 20, 60, 60, 120}, {0, 0, 0, 0, 0},     {10, 5, 0, 0, 0},
+        {200, -1, 0, 0, 0},        {0, 200, 600, 0, 600}, {-5, 10, 60, 0, 60}, {99, 101, 6, 594, 600},
+        {kMin, kMax, 600, 0, 600}, {kMax, kMax, 0, 0, 0}, {0, -2, 0, 0, 0},    {100, 101, 0, 0, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.start << ".." << c.end);
@@ -90,7 +90,7 @@ TEST_F(Range, IsClampedToTheDataAndToWholeFrames) {
         EXPECT_EQ(host.DecodeAll(), Slice(c.from, c.to));
         EXPECT_EQ(host.block.EndOfStream, 1u);
         EXPECT_EQ(host.block.Data == nullptr, c.from == c.to);
-        ASSERT_EQ(Plugin().SetPosition(host.handle, kMost), 1);
+        ASSERT_EQ(Plugin().SetPosition(host.handle, kMax), 1);
         ASSERT_EQ(host.DecodeBlock(), 1);
         EXPECT_EQ(host.block.PositionMilliseconds, host.open.AudioInfo.LengthMilliseconds);
     }
@@ -101,13 +101,13 @@ TEST_F(Range, SeeksCountFromTheStartOfTheRange) {
     ASSERT_EQ(host.Open(path), 1);
     const struct {
         int64_t frame, from;
-    } cases[] = {{0, 60}, {79, 534}, {80, 540}, {5, 90}, {1000, 540}, {kMost, 540}, {-4, 36}};
+    } cases[] = {{0, 60}, {79, 534}, {80, 540}, {5, 90}, {1000, 540}, {kMax, 540}, {-4, 36}};
     for (const auto& c : cases) {
         ASSERT_EQ(Plugin().SetPosition(host.handle, c.frame), 1) << c.frame;
         EXPECT_EQ(host.DecodeAll(), Slice(c.from, 540)) << c.frame;
     }
     ASSERT_EQ(Plugin().SetPosition(host.handle, 70), 1);
-    for (const int64_t before : {int64_t{-1000}, kLeast}) {
+    for (const int64_t before : {int64_t{-1000}, kMin}) {
         EXPECT_EQ(Plugin().SetPosition(host.handle, before), 0);
     }
     EXPECT_EQ(host.DecodeAll(), Slice(480, 540));  // a failed seek moves nothing

@@ -10,7 +10,7 @@
 namespace w64 {
 
 // "INAM=Hello,IART=Abba" as a list of texts: whole as 32-bit characters ("wide") or as 16-bit units and a zero
-// ("utf16"), or 32-bit characters in half the room that they need ("half"). Nothing for no entries.
+// ("utf16"), or 32-bit characters in half the bytes that they need ("half"). Empty for no entries.
 inline Bytes ListData(const std::string& form, const std::string& entries) {
     Bytes data(entries.empty() ? 0 : 4);
     std::istringstream parts(entries);
@@ -30,8 +30,8 @@ inline Bytes ListData(const std::string& form, const std::string& entries) {
     return data;
 }
 
-// "fmt junk:16z wide:INAM=Hello data:2001": chunks with their bytes of data, which are z zeros or k what lay
-// there `before`, and summary lists by the form of their texts.
+// "fmt junk:16z wide:INAM=Hello data:2001": chunks with their bytes of data ("z": zeros, "k": kept from `before`),
+// and summary lists by the form of their texts.
 inline Bytes FileOf(const std::string& layout, const Bytes& before = {}) {
     Wave64Bytes file;
     std::istringstream parts(layout);
@@ -74,7 +74,7 @@ inline Bytes Pack(const Tags& tags) {
     return block;
 }
 
-// One file, the settings that it is edited by, and the plug-in between.
+// A file, the settings for its edits, and the plug-in.
 class TaggedFile : public testing::Test {
 protected:
     TaggedFile() { XRegistry::SetRegFileLocation(FromUTF8(settings.native()), true); }
@@ -94,7 +94,7 @@ protected:
     void Reset(const Bytes& bytes) const { folder.Write("a.w64", bytes); }
     Bytes Contents() const { return ReadBytes(path); }
 
-    int32_t Write(Bytes block) {  // by value, so that there is not a byte behind it
+    int32_t Write(Bytes block) {  // by value, so that reads past it are caught
         STKvCodecGetSet record{};
         record.Text1 = name.c_str();
         record.TagData = block.data();

@@ -6,7 +6,7 @@
 
 namespace w64 {
 
-// Sanitizers need memory of their own.
+// Sanitizers use memory themselves.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST(Memory, StaysBoundedWhateverTheFileClaims) {
     const Bytes audio = Pattern(60000);

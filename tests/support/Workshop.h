@@ -8,7 +8,7 @@
 
 namespace w64 {
 
-// What one run of a program left behind.
+// Output and status of a program.
 struct Outcome {
     int status = -1;  // exit status, 128 plus the signal when killed
     std::string output;

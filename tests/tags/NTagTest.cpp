@@ -48,7 +48,7 @@ std::string Packed(const NTag& tags, const Form& form) {
 }
 
 NTag Unpacked(std::string_view block, const Form& form) {
-    const Bytes exact(block.begin(), block.end());  // so that a read behind the block is caught
+    const Bytes exact(block.begin(), block.end());  // so that a read past the block is caught
     NTag tags = Tags({{L"replaced", L""}});
     (tags.*form.unpack)(exact.data(), static_cast<long>(exact.size()));
     return tags;
@@ -134,7 +134,7 @@ TEST(PackedTags, AreReadUpToTheFirstItemThatIsCutShort) {
         {kUTF16, "\1\0\0\0\xFF\xFF\xFF\xFFT\0\0\0V\0\0\0"sv, ""},             // a negative size
         {kUTF16, "\2\0\0\0\0\0\0\0T\0\0\0V\0\0\0"sv, "T=;"},                  // sizes below their own field
         {kUTF16, "\2\0\0\0\3\0\0\0T\0U\0V"sv, "TU=;"},                        // and no terminator
-        {kUTF16, "\2\0\0\0\4\0\0\0\x0C\0\0\0T\0\0\0V\0\0\0"sv, "=;"},         // nothing behind the size
+        {kUTF16, "\2\0\0\0\4\0\0\0\x0C\0\0\0T\0\0\0V\0\0\0"sv, "=;"},         // nothing after the size
         {kUTF16, "\2\0\0\0\5\0\0\0!\x0C\0\0\0T\0\0\0V\0\0\0"sv, "=:!;T=V;"},  // only data
         {kUTF16, "\1\0\0\0\x0B\0\0\0T\0U\0V\0!"sv, "TUV=:!;"},                // a name without an end
         {kUTF8, "\2\0\0\0\6\0\0\0TU\x08\0\0\0T\0V\0"sv, "TU\b=;"},            // a name into the next item

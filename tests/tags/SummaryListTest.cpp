@@ -188,7 +188,7 @@ TEST(SummaryList, RecognisesTheFormOfEachEntry) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.text));
-        // An entry that tells nothing before it, one of the other form behind it.
+        // After an ambiguous entry, and before one of the other form.
         const Bytes after = c.wide == Wide ? Bytes{'u', 0, 'x', 0, 0, 0} : Bytes{'u', 0, 0, 0, 'x', 0, 0, 0};
         ListBytes list = ListBytes().Entry("IART", kX).Entry("INAM", c.text);
         for (const auto& [asked, expected] : {std::pair(Wide, c.wide), std::pair(UTF16, c.utf16)}) {

@@ -12,7 +12,7 @@ namespace w64 {
 
 namespace {
 
-constexpr int kMost = std::numeric_limits<int>::max();
+constexpr int kMax = std::numeric_limits<int>::max();
 constexpr uint8_t kData = TOCTrack::kDataTrack;
 
 struct Entry {
@@ -80,9 +80,9 @@ TEST(TOCReader, TellsAudioFromData) {
     EXPECT_FALSE(clTOCReader::WasCDExtra(kExtraDisc, moved));
     moved.Tracks[1].Address[3] = 9;
     EXPECT_TRUE(clTOCReader::WasCDExtra(kExtraDisc, moved));
-    TOC behindTheLast = kExtraDisc;
-    behindTheLast.Tracks[0].TrackNumber = 3;
-    EXPECT_FALSE(clTOCReader::WasCDExtra(behindTheLast, moved));
+    TOC afterTheLast = kExtraDisc;
+    afterTheLast.Tracks[0].TrackNumber = 3;
+    EXPECT_FALSE(clTOCReader::WasCDExtra(afterTheLast, moved));
     moved.LastTrack = 0;
     EXPECT_FALSE(clTOCReader::WasCDExtra(kExtraDisc, moved));
 }
@@ -90,15 +90,15 @@ TEST(TOCReader, TellsAudioFromData) {
 TEST(TOCReader, ConvertsAddresses) {
     EXPECT_EQ(clTOCReader::MSFtoLBA(0, 1, 0, true), 0);
     EXPECT_EQ(clTOCReader::MSFtoLBA(1, 2, 3, true), 4503);
-    EXPECT_EQ(clTOCReader::MSFtoLBA(kMost, kMost, kMost, false), kMost);
+    EXPECT_EQ(clTOCReader::MSFtoLBA(kMax, kMax, kMax, false), kMax);
     EXPECT_EQ(clTOCReader::LBATomSecTime(76), 1013u);
     EXPECT_EQ(clTOCReader::LBATomSecTime(0xFFFFFFFF), static_cast<uint32_t>(0xFFFFFFFFull * 1000 / 75));
     EXPECT_EQ(clTOCReader::MSFTomSecTime(1, 2, 3), 62040);
-    EXPECT_EQ(clTOCReader::MSFTomSecTime(-kMost, 0, 0), -kMost - 1);
+    EXPECT_EQ(clTOCReader::MSFTomSecTime(-kMax, 0, 0), -kMax - 1);
     int minute = 0, second = 0, frame = 0;
     clTOCReader::LBAtoMSF(4653, minute, second, frame, false);
     EXPECT_EQ(std::tuple(minute, second, frame), std::tuple(1, 2, 3));
-    clTOCReader::LBAtoMSF(kMost, minute, second, frame, true);
+    clTOCReader::LBAtoMSF(kMax, minute, second, frame, true);
     EXPECT_EQ(std::tuple(minute, second, frame), std::tuple(477218, 37, 22));
     using Address = std::array<uint8_t, 4>;
     Address address{};

@@ -24,7 +24,7 @@ constexpr uint64_t kListTail = 0xA5D628DB04C10000;
 constexpr uint64_t kChunkTail = 0x8CD100C04F8EDB8A;
 constexpr GUID ChunkGUIDOf(uint32_t group1) { return MakeGUID(group1, 0xACF3, 0x11D3, kChunkTail); }
 
-// "RIFF" stands alone on purpose: "riff" is an ordinary code.
+// "RIFF" has no lower-case form on purpose: "riff" is an ordinary code.
 constexpr CodeAndGUID kKnownCodes[] = {
     {Code("RIFF"), Code("RIFF"), MakeGUID(0x66666972, 0x912E, 0x11CF, kListTail)},
     {Code("WAVE"), Code("WAVE"), ChunkGUIDOf(0x65766177)},
@@ -39,7 +39,7 @@ constexpr CodeAndGUID kKnownCodes[] = {
     {kSummaryListCode, kSummaryListCode, MakeGUID(0x925F94BC, 0x525A, 0x11D2, 0x86DC00C04F8EDB8A)},
 };
 
-// Without the locale, which is the host's.
+// Independent of the locale, which the host sets.
 char Upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 

@@ -8,15 +8,15 @@
 
 namespace w64 {
 
-// The two names of a chunk: callers speak in four-character codes (32-bit values of the characters in memory
-// order, "fmt " is 0x20746D66), a Wave64 file stores GUIDs. Codes are turned into GUIDs to be compared; the
-// way back exists for log text only.
+// A chunk has two names: callers use four-character codes (32-bit values of the characters in memory order,
+// "fmt " is 0x20746D66), a Wave64 file stores GUIDs. Codes are converted to GUIDs for comparison; the reverse
+// is for log text only.
 
 constexpr uint32_t kSummaryListCode = 0x925F94BC;  // the summary list has a GUID but no printable code
 constexpr int64_t kOuterHeaderBytes = 40;          // identifier, 64-bit file size, form type
 constexpr int64_t kChunkHeaderBytes = 24;          // identifier, 64-bit size that counts this header
 
-// The first four characters; a shorter text is filled up with NUL.
+// The first four characters; a shorter text is padded with NUL.
 uint32_t RIFFChnkID(std::string_view fourcc);
 std::string RIFFChnkID2CHR(uint32_t code);
 
@@ -26,7 +26,7 @@ std::string RIFFChnkGUID2CHR(const GUID& guid);
 GUID ConvertToGUID(uint32_t code);
 bool CompareGUID(const GUID& guid, uint32_t code);
 
-// With anyCase the all-upper and the all-lower form of `fourcc` match; mixed case does not.
+// With anyCase, `fourcc` matches all in upper or all in lower case, but not in mixed case.
 bool CompareID(uint32_t code, std::string_view fourcc, bool anyCase);
 
 // Bytes from n up to the next multiple of 8; 0 when n is not positive.

@@ -2,8 +2,8 @@
 
 namespace w64 {
 
-// What an edit of a file goes by. The defaults, the exact rules, do what files in circulation have seen, to their
-// harm at times; the safe rules count every byte that a chunk takes up and refuse what they cannot do right.
+// How a file is edited. The exact rules, the default, match the edits of files in circulation byte for byte, and
+// damage some files. The safe rules count every byte of a chunk and refuse an edit that they cannot do right.
 struct EditRules {
     bool safe = false;
 };

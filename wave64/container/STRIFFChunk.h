@@ -7,14 +7,14 @@
 
 namespace w64 {
 
-// A chunk as it lies in the file. Positions are absolute byte offsets. A copy has its own data.
+// A chunk of a file. Positions are absolute byte offsets. A copy has its own data.
 struct STRIFFChunk {
     GUID ChunkGUID{};
     int64_t DataSize = 0;          // data bytes, without header and padding
     int64_t ChunkPosition = 0;     // where the 24-byte header starts
     int64_t FileDataPosition = 0;  // ChunkPosition + 24
     bool WriteHeader = false;      // the header on disk is out of date
-    XMem ChunkData;                // waiting to be written; empty when the data is on disk already
+    XMem ChunkData;                // still to be written; empty if the data is on disk
 };
 
 }  // namespace w64

@@ -13,8 +13,8 @@
 namespace w64 {
 
 // A Wave64 file: 40 bytes of outer header, then chunks, each a 24-byte header, data, and zero bytes up to the
-// next multiple of 8. The handler keeps one record per chunk, in file order, and reads or writes through a
-// file that somebody else has opened and will close.
+// next multiple of 8. The handler keeps one record per chunk, in file order, and reads or writes a file
+// that its caller opens and closes.
 // Units:  sizes and positions are bytes.
 // Errors: reported once through the report, then false; nothing is rolled back.
 class clWave64Handler : public XFile {
@@ -28,11 +28,11 @@ public:
     // Attaches to an open file and scans it.
     [[nodiscard]] bool Initialize(void* fileHandle, const STNStdReport& report);
 
-    // Attaches to an open, empty file and writes everything up to the start of the audio, where the file is
-    // left. Then: append the audio, set the "data" record's DataSize, WriteChunksAfterData,
-    // WriteChunkHeaders(false). `format` is a record of 18 bytes plus its extra bytes; the "fmt " chunk
-    // gets 16 of them for PCM. convertExtensible 1 writes an extensible record in its plain form, where
-    // there is one.
+    // Attaches to an open, empty file and writes everything up to the start of the audio, where the file
+    // position is left. The caller then appends the audio, sets the "data" record's DataSize, and calls
+    // WriteChunksAfterData and WriteChunkHeaders(false). `format` is a record of 18 bytes plus its extra bytes;
+    // the "fmt " chunk gets 16 of them for PCM. convertExtensible 1 writes an extensible record in its plain
+    // form if it has one.
     [[nodiscard]] bool InitializeNewWAV(void* fileHandle, const tWAVEFORMATEX* format,
                                         const STNStdReport& report, const clPassRIFFChunks& passChunks,
                                         int convertExtensible);
@@ -40,8 +40,9 @@ public:
     void DefaultCreate();
     void Destroy();
 
-    // Before anything else. By default size fields are cut to 32 bits and the padding of an edited chunk is
-    // not counted; safe rules write them in full, count it, and see a chunk without data that ends the file.
+    // Call it before anything else. The exact rules, the default, cut size fields to 32 bits, ignore the padding
+    // of an edited chunk, and do not see an empty chunk at the end of the file; the safe rules write full size
+    // fields, count the padding, and see that chunk.
     void SetRules(const EditRules& rules) { rules_ = rules; }
 
     int Count() const { return chunks_.Count(); }
@@ -49,12 +50,12 @@ public:
     STRIFFChunk& operator[](int index) { return chunks_[index]; }
     int64_t RiffSize() const { return riffSize_; }  // length of the whole file by its chunks
 
-    // What makes the scanned layout unfit to be edited, in words; empty when every byte of the file belongs
-    // to a chunk and every size is what it says.
+    // Why the scanned layout cannot be edited safely, in words; empty if every byte of the file belongs to a chunk
+    // and every size is right.
     const XStr& LayoutFault() const { return layoutFault_; }
 
-    // Whether the scan stopped for reasons of its own, as LayoutFault says. The file may go on with chunks that
-    // are not listed, and every edit would cut them off.
+    // True if the scan stopped early, as LayoutFault says: the file may hold chunks that are not listed, and any
+    // edit would cut them off.
     bool IsScanLimited() const { return isScanLimited_; }
 
     int IndexOfChunk(std::string_view fourcc) const;  // the first one, else -1
@@ -67,27 +68,27 @@ public:
     // A new record before `position`, -1 for the end. The data is copied when given. Throws std::bad_alloc.
     void AddChunk(std::string_view fourcc, uint32_t dataSize, const void* data, int position);
 
-    // Positions and the file's length from the records' sizes alone, packed without gaps.
+    // Computes positions and the file's length from the records' sizes, without gaps.
     void CalcAllChunks();
 
-    // Writes the headers marked for it, then the outer header, and cuts what lies behind the last chunk.
-    // With stopAtData it ends after the header of the "data" chunk.
+    // Writes the headers marked for writing, then the outer header, and truncates the file after the last chunk.
+    // With stopAtData it stops after the header of the "data" chunk.
     [[nodiscard]] bool WriteChunkHeaders(bool stopAtData);
     [[nodiscard]] bool WriteChunkData(const STRIFFChunk& chunk, const void* data, size_t size);
     [[nodiscard]] bool WriteChunksAfterData();  // once the "data" record has its size
 
-    // Editing a scanned file. `chunk` is a whole chunk of `size` bytes: 24 bytes of header, of which only the
-    // four-character code in front is read, and the data. Padding chunks are "JUNK" (mode 0) or "PAD "
-    // (mode 1); in mode 2 none are made. paddingSize is that of a fresh padding chunk in bytes, header
-    // included: 0 means 2048, and 256 is the least.
-    // An index of -1 appends. A chunk of less than its header is a success that does nothing.
+    // Editing a scanned file. `chunk` is a whole chunk of `size` bytes: a header of 24 bytes, from which only the
+    // leading four-character code is read, then the data. Padding chunks are "JUNK" (mode 0) or "PAD " (mode 1);
+    // mode 2 makes none. paddingSize is the size of a fresh padding chunk in bytes, header included: 0 means
+    // 2048, and the minimum is 256.
+    // An index of -1 appends. A chunk smaller than its header does nothing and succeeds.
     [[nodiscard]] bool InsertNewChunkIntoFile(int index, const void* chunk, uint32_t size, int paddingMode,
                                               int paddingSize);
     // No chunk, or a size of 0, removes the old one.
     [[nodiscard]] bool ResizeExistingChunkOnFile(int index, const void* chunk, uint32_t size, int paddingMode,
                                                  int paddingSize);
     [[nodiscard]] bool RemoveChunkFromFile(int index, int paddingMode);
-    // Writes the chunk where its record stands, or where a new record before `index` comes to stand.
+    // Writes the chunk at the position of its record, or of a new record inserted before `index`.
     [[nodiscard]] bool WriteThisCompleteChunk(int index, const void* chunk, uint32_t size, bool asNew);
 
 private:

@@ -1,5 +1,5 @@
-// Inserting, replacing and removing a chunk of an existing file. Padding chunks are the slack: one that is next
-// to the edit gives or takes the difference, so that the audio stays where it is.
+// Inserting, replacing and removing a chunk of an existing file. A padding chunk next to the edit absorbs the
+// difference in size, so that the audio need not move.
 
 #include "base/LittleEndian.h"
 #include "base/Saturating.h"
@@ -26,7 +26,7 @@ int64_t PaddedRoom(const STRIFFChunk& chunk) {
 
 uint32_t PaddingCode(int mode) { return RIFFChnkID(mode == kJunkPadding ? "JUNK" : "PAD "); }
 
-// Header included.
+// Size of a fresh padding chunk, header included.
 int64_t FreshPaddingBytes(int mode, int paddingSize) {
     if (mode == kNoPadding) return 0;
     return Padded(paddingSize == 0 ? 2048 : std::max(paddingSize, 256));
@@ -57,7 +57,7 @@ bool clWave64Handler::InsertNewChunkIntoFile(int index, const void* chunk, uint3
         if (!TakeRoom(SaturatingAdd(riffSize_, need))) return false;
     }
     const int64_t fresh = shift ? FreshPaddingBytes(paddingMode, paddingSize) : 0;
-    // Without safe editing the fresh padding lies over what follows.
+    // By the exact rules the fresh padding overwrites what follows.
     const int64_t distance = need - reclaimed + (rules_.safe ? fresh : 0);
     if (shift && !Shuffle(chunks_[index].ChunkPosition, distance, false)) return false;
     return WriteThisCompleteChunk(index, chunk, size, true) &&
@@ -104,7 +104,7 @@ bool clWave64Handler::RemoveChunkFromFile(int index, int paddingMode) {
     STRIFFChunk& removed = chunks_[index];
     const int64_t room = Room(removed);
     if (room < 0) return StdReport::Fail(L"Error reading File Size.", report_, "RemoveChunkFromFile");
-    if (IsPadding(index + 1)) {  // it starts where the chunk started, and covers it
+    if (IsPadding(index + 1)) {  // it takes over the removed chunk's space
         STRIFFChunk& next = chunks_[index + 1];
         next.DataSize = SaturatingAdd(next.DataSize, room);
         next.WriteHeader = true;
@@ -117,7 +117,8 @@ bool clWave64Handler::RemoveChunkFromFile(int index, int paddingMode) {
         removed.WriteHeader = true;
         return WriteChunkHeaders(false);
     }
-    // Behind the last chunk nothing moves; by safe rules it is cut off once the outer header says so.
+    // Nothing after the last chunk has to move; the safe rules truncate the file after the outer header is
+    // written.
     const bool moves = !isLast || !rules_.safe;
     if (moves && !Shuffle(SaturatingAdd(removed.ChunkPosition, room), -room, false)) return false;
     chunks_.DeletePos(index);
@@ -142,10 +143,10 @@ bool clWave64Handler::WriteThisCompleteChunk(int index, const void* chunk, uint3
            StdReport::Fail(L"Error writing to file, disk full?", report_, kWriteThisCompleteChunk);
 }
 
-// Before anything is written over: a full disk then leaves the file as it was.
+// Reserves disk space before anything is overwritten, so that a full disk leaves the file unchanged.
 bool clWave64Handler::TakeRoom(int64_t end) { return !rules_.safe || Extend(std::max(Size(), end)); }
 
-// By old custom a last chunk is cut off before it is written anew.
+// The exact rules cut off a last chunk before it is rewritten.
 bool clWave64Handler::CutForLastChunk(int64_t position) { return rules_.safe || SetFileSize(position); }
 
 bool clWave64Handler::WriteFreshPadding(int index, int mode, int64_t bytes) {
@@ -175,14 +176,14 @@ bool clWave64Handler::HasDataAfter(int index) const {
                        [&](const STRIFFChunk& chunk) { return chunk.ChunkGUID == data; });
 }
 
-// What a chunk takes up in the file. Its own padding is not counted by old custom; counted in full it would
-// reach past the end where a writer has left the last padding out. Negative when the file's size is not known.
+// Bytes that a chunk occupies in the file. The exact rules do not count its padding; the safe rules do, up to the
+// end of the file, as some writers omit the last padding. Negative if the file's size cannot be read.
 int64_t clWave64Handler::Room(const STRIFFChunk& chunk) const {
     return rules_.safe ? std::min(PaddedRoom(chunk), Size() - chunk.ChunkPosition)
                        : SaturatingAdd(chunk.DataSize, kChunkHeaderBytes);
 }
 
-// What a padding chunk can give; by old custom in 32 bits with a sign.
+// Bytes that a padding chunk can give up; the exact rules take them as a signed 32-bit number.
 int64_t clWave64Handler::Slack(const STRIFFChunk& padding) const {
     return rules_.safe ? padding.DataSize : static_cast<int32_t>(static_cast<uint32_t>(padding.DataSize));
 }

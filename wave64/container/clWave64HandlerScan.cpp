@@ -15,16 +15,16 @@ namespace {
 
 constexpr const char* kScanFile = "ScanFile";
 
-// Far beyond any recording; a file made of empty chunks would otherwise fill the memory with their records.
-constexpr int kMostChunks = 450'000;
+// Far more than any recording has; without a limit, a file of empty chunks would fill the memory with records.
+constexpr int kMaxChunks = 450'000;
 
-// Chunk headers through a window of the file: neighbouring small chunks cost one read together. A header that
-// lies far from the last one gets a small window, as large chunks seldom come in flocks.
+// Reads chunk headers through a window of the file, so that adjacent small chunks cost one read. A header far
+// from the last one gets a small window, as large chunks are rarely followed by many small ones.
 class HeaderWindow {
 public:
     explicit HeaderWindow(XFile& file) : file_(file) {}
 
-    // The 24 bytes at `position`, valid until the next call; null where the file ends before.
+    // The 24 bytes at `position`, valid until the next call; null if the file is too short.
     const uint8_t* HeaderAt(int64_t position) {
         if (!Holds(position)) Fill(position);
         return Holds(position) ? bytes_.data() + (position - start_) : nullptr;
@@ -105,7 +105,7 @@ bool clWave64Handler::ScanOuterHeader(int64_t fileSize) {
 // Lenient: whatever is wrong ends the walk, and the chunks found so far are kept.
 void clWave64Handler::WalkChunks(int64_t fileSize) {
     HeaderWindow window(*this);
-    // By old custom a header with nothing behind it does not count.
+    // The exact rules ignore a header with nothing after it.
     const int64_t lastHeader = riffSize_ - kChunkHeaderBytes - (rules_.safe ? 0 : 1);
     int64_t position = kOuterHeaderBytes;
     while (position <= lastHeader) {
@@ -124,10 +124,10 @@ void clWave64Handler::WalkChunks(int64_t fileSize) {
                        Int2Str(position);
             },
             report_, kScanFile);
-        // Too small a size would lead back to this header, or into it.
-        if (sizeField < kChunkHeaderBytes || Count() == kMostChunks) {
+        // A smaller size would lead back to or into this header.
+        if (sizeField < kChunkHeaderBytes || Count() == kMaxChunks) {
             layoutFault_ = L"the chunk at " + Int2Str(position) +
-                           (Count() == kMostChunks ? L" is one too many" : L" claims no bytes");
+                           (Count() == kMaxChunks ? L" is one too many" : L" claims no bytes");
             isScanLimited_ = true;
             StdReport::WriteERROR(L"File error reading chunk.", report_, kScanFile);
             return;
@@ -142,7 +142,7 @@ void clWave64Handler::WalkChunks(int64_t fileSize) {
             {identifier, bytes - kChunkHeaderBytes, position, position + kChunkHeaderBytes, false, {}});
         position += bytes;
         position = SaturatingAdd(position, GetPaddingBytes(position));
-        // Within the file every position can be reached; the walk seeks only where it has to read.
+        // A seek within the file cannot fail, and reading does its own.
         if (position > fileSize && !SetPosition(position)) {
             StdReport::WriteERROR(L"Error Setting Position.", report_, kScanFile);
             return;
@@ -150,8 +150,8 @@ void clWave64Handler::WalkChunks(int64_t fileSize) {
     }
 }
 
-// Record by record the walk and the computed layout agree, as both start behind the outer header and pad
-// every chunk to 8 bytes; only the total can differ.
+// The walk and the computed layout agree on every record, as both start after the outer header and pad each
+// chunk to 8 bytes; only the total size can differ.
 void clWave64Handler::CheckComputedSize(int64_t fileSize) {
     const int64_t scannedSize = riffSize_;
     CalcAllChunks();
@@ -165,8 +165,8 @@ void clWave64Handler::CheckComputedSize(int64_t fileSize) {
 // Only the padding of the last chunk may be missing, in the file or in the outer size.
 XStr clWave64Handler::FaultOfLength(int64_t outerSize, int64_t fileSize) const {
     const int64_t lastSize = Count() > 0 ? chunks_[Count() - 1].DataSize : 0;
-    const int64_t least = riffSize_ - GetPaddingBytes(lastSize);
-    const auto fits = [&](int64_t length) { return length >= least && length <= riffSize_; };
+    const int64_t minSize = riffSize_ - GetPaddingBytes(lastSize);
+    const auto fits = [&](int64_t length) { return length >= minSize && length <= riffSize_; };
     if (fits(outerSize) && fits(fileSize)) return {};
     return L"the chunks end at " + Int2Str(riffSize_) + L", the file at " + Int2Str(fileSize) +
            L", and its header says " + Int2Str(outerSize);

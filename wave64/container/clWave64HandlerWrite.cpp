@@ -92,7 +92,7 @@ bool clWave64Handler::WriteChunksUpToData() {
 }
 
 bool clWave64Handler::WriteChunksAfterData() {
-    CalcAllChunks();  // the audio has grown since; the old positions lie in it
+    CalcAllChunks();  // the audio has grown, so the old positions lie within it
     const int data = IndexOfDataChunk();
     for (int i = data + 1; data >= 0 && i < Count(); ++i) {
         const STRIFFChunk& chunk = chunks_[i];
@@ -121,7 +121,7 @@ bool clWave64Handler::WriteChunkHeaders(bool stopAtData) {
     return true;
 }
 
-// Safe rules also put the padding there that the last chunk may lack.
+// The safe rules also extend the file by padding that the last chunk lacks.
 bool clWave64Handler::CutToRiffSize() {
     const int64_t size = Size();
     if (size < 0) return StdReport::Fail(L"Error reading File Size.", report_, kWriteChunkHeaders);
@@ -141,7 +141,7 @@ bool clWave64Handler::WriteChunkHeader(STRIFFChunk& chunk) {
     base::Store(header.data() + 16, SizeField(chunk.DataSize) + kChunkHeaderBytes);
     if (!Write(header.data(), header.size()))
         return StdReport::Fail(kCannotWrite, report_, kWriteChunkHeaders);
-    chunk.WriteHeader = false;  // not before, so that a repeated call resumes where this one failed
+    chunk.WriteHeader = false;  // only now, so that a repeated call resumes where this one failed
     return true;
 }
 
@@ -163,7 +163,7 @@ bool clWave64Handler::WriteChunkData(const STRIFFChunk& chunk, const void* data,
     return Write(data, size) || StdReport::Fail(kCannotWrite, report_, kWriteChunkData);
 }
 
-// Only data that fills its chunk is written.
+// True if the record holds the chunk's complete data.
 bool clWave64Handler::HoldsItsData(const STRIFFChunk& chunk) {
     return !chunk.ChunkData.IsEmpty() && static_cast<int64_t>(chunk.ChunkData.Size()) == chunk.DataSize;
 }

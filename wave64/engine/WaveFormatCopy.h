@@ -5,8 +5,8 @@
 
 namespace w64 {
 
-// The format as the other side of the boundary gets it: 40 bytes of an extensible record, else 18. The record
-// must not claim more extra bytes than that (XAudioWFX::RemoveAnyExtra).
+// Copies the format into a boundary record: 40 bytes if it is extensible, else 18. It must not claim extra bytes
+// beyond those (XAudioWFX::RemoveAnyExtra).
 void CopyWaveFormat(const XAudioWFX& from, STKvWaveFormat& to);
 
 }  // namespace w64

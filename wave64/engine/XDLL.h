@@ -4,7 +4,7 @@
 
 namespace w64 {
 
-// A dynamic library, loaded privately and with all its symbols resolved at once. Unloaded by the destructor.
+// A dynamic library, loaded with RTLD_LOCAL and RTLD_NOW. The destructor unloads it.
 class XDLL {
 public:
     XDLL() = default;
@@ -12,8 +12,7 @@ public:
     XDLL& operator=(const XDLL&) = delete;
     virtual ~XDLL() { FreeDLL(); }
 
-    // Loads the library at `path`, if one is given, and looks its entry points up. False when something
-    // required is missing.
+    // Loads the library at `path`, if given, and looks up its entry points. False if a required one is missing.
     virtual bool InitDLL(const wchar_t* path) = 0;
 
     void FreeDLL();

@@ -13,7 +13,7 @@ bool clKvDecoder::Find(Function& function, const char* name) {
 bool clKvDecoder::InitDLL(const wchar_t* path) {
     if (library_) return loaded_;
     if (path) library_ = _Load(path);
-    // Every pointer is looked up even after a miss, so that none is left from an earlier library.
+    // Looks up every pointer even after a miss, so that none is left from the previous library.
     loaded_ = library_ != nullptr;
     loaded_ &= Find(create_, kvNameOfCreate);
     loaded_ &= Find(destroy_, kvNameOfDestroy);
@@ -63,7 +63,7 @@ void clKvDecoder::Destroy() {
     void* instance = std::exchange(instance_, nullptr);
     try {
         if (instance && destroy_) destroy_(instance);
-    } catch (...) {  // NOLINT(bugprone-empty-catch): it is gone either way
+    } catch (...) {  // NOLINT(bugprone-empty-catch): the instance is gone either way
     }
 }
 

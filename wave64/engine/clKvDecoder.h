@@ -5,20 +5,20 @@
 
 namespace w64 {
 
-// Another decoder plug-in of this family, driven as a host drives this one. It goes from loaded (library open,
-// entry points found) to created (an instance exists) and back; one instance at a time.
-// Errors: false or 0, without a message. Calls on an incomplete or unloaded plug-in return 0. What the plug-in
-//         throws goes through, except while it is being closed or destroyed.
+// Another decoder plug-in of this family, used as a host uses this one. States: unloaded, loaded (library open,
+// entry points found), created (an instance exists); one instance at a time.
+// Errors: false or 0, without a message. Calls on an incomplete or unloaded plug-in return 0. Exceptions
+//         of the plug-in pass through, except from Close and Destroy.
 class clKvDecoder : public XDLL {
 public:
     ~clKvDecoder() override { FreeDLL(); }
 
-    // Unloads what was loaded, loads `path` and tells the plug-in where it lies, if it wants to know.
+    // Unloads the previous library, loads `path`, and passes the path to the plug-in's SetModulePath, if any.
     [[nodiscard]] bool LoadDecoder(const XStr& path, const XStr& extension);
     bool InitDLL(const wchar_t* path) override;
     void FreeDLL();
 
-    // The extension that LoadDecoder was told; empty when nothing is loaded.
+    // The extension given to LoadDecoder; empty when nothing is loaded.
     const XStr& CreatedWithExtension() const { return extension_; }
 
     [[nodiscard]] bool Create(STNStdReport report);

@@ -42,7 +42,7 @@ bool clWaveDecoder::PrepareToDecodeAudio(STKvAudioInfo& info) {
     StdReport::WriteDEBUG(L"->->", report_, kPrepare, true);
     if (!PullOutFMTnDATA()) return false;
     input_.Assign(stored_);
-    // The raw tag: an extensible record that stands for MPEG has no packets that the sub-decoder knows.
+    // The raw tag: an extensible record for MPEG has no packets that the sub-decoder takes.
     const bool isMPEG = stored_.FormatTag() == kTagMPEG || stored_.FormatTag() == kTagMPEGLayer3;
     if (!(isMPEG ? LoadExternalDecoder() : PrepareStored())) return false;
 
@@ -70,7 +70,7 @@ bool clWaveDecoder::PrepareStored() {
 
 bool clWaveDecoder::LoadExternalDecoder() {
     StdReport::WriteDEBUG(L"Loading mp3 Sub-Decoder", report_, nullptr, true);
-    ForgetPendingOutput();  // it would go with the library that it came from
+    ForgetPendingOutput();  // it belongs to the library that is unloaded
     const XStr folder = XApplication::ApplicationPath();
     const XStr path = folder + L"/mp3.dll";
     if (folder.empty() || !subDecoder_.LoadDecoder(path, L".mp3")) {
@@ -100,7 +100,7 @@ bool clWaveDecoder::InitializeExternalDecoder() {
 
 bool clWaveDecoder::DecodeBlock(STKvAudioBlock& block) {
     block.PositionMilliseconds = stored_.CalcmsTime(currentOffset_ - CalcDecodeFrom());
-    if (HasPendingOutput()) {  // read earlier, so its audio starts before the current offset
+    if (HasPendingOutput()) {  // already read, so its audio starts before the current offset
         block.PositionMilliseconds -= output_.CalcmsTime(pendingSize_);
     } else if (bytesLeft_ != 0 && !(external_ ? ExternalDecodeData() : DecodeStoredData())) {
         return false;
@@ -121,7 +121,7 @@ void clWaveDecoder::HandOut(STKvAudioBlock& block) {
 
 bool clWaveDecoder::DecodeStoredData() {
     if (!ReadDataBlock()) return false;
-    // In place: audio that is delivered as it is stored goes to the host from the buffer it was read into.
+    // In place: audio that is delivered as stored goes to the host from the buffer that it was read into.
     if (!decoder_.ConvertData(input_, true, bytesLeft_ == 0, true)) {
         return StdReport::Fail(L"Error cannot decode data, audio file corrupt?", report_, "DecodeBlock");
     }
@@ -130,7 +130,7 @@ bool clWaveDecoder::DecodeStoredData() {
     return true;
 }
 
-// Packets go in until audio comes out or no packet is left.
+// Feeds packets until audio comes out or no packet is left.
 bool clWaveDecoder::ExternalDecodeData() {
     while (bytesLeft_ != 0) {
         if (!ReadDataBlock()) return false;
@@ -178,7 +178,7 @@ bool clWaveDecoder::GoToOffset(int64_t offset, const char* functionName) {
     return true;
 }
 
-// The record must fit the 18 or 40 bytes that are handed over, so it claims no more than they hold.
+// The host gets 18 or 40 bytes of the record, so it must not claim extra bytes beyond them.
 void clWaveDecoder::SetOutputFormat(const XAudioWFX& format) {
     output_ = format;
     output_.RemoveAnyExtra();

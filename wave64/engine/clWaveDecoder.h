@@ -13,21 +13,21 @@
 
 namespace w64 {
 
-// Decodes one Wave64 file: what its format and data chunks say, the decode range, and audio block by block.
-// PCM and float are handed out as they are stored; MPEG audio goes through a sub-decoder plug-in "mp3.dll"
-// beside the running program; everything else is refused.
+// Decodes one Wave64 file: its format and data chunks, the decode range, and the audio block by block. PCM and
+// float are delivered as stored; MPEG audio goes through a sub-decoder plug-in, "mp3.dll" in the folder of the
+// running program; everything else is refused.
 // Units:  frames are blocks of the stored format (sample frames for PCM), counted from the start of the audio
 //         data for a range and from the start of the range for SetPosition; offsets are absolute bytes.
 // Owner:  the file is the caller's and stays open while the engine uses it. Blocks handed out are the
 //         engine's, valid until the next call.
 // Errors: reported once through the report, then false; the engine stays usable.
-// What was read from the first file's format chunk stays in force for the engine's life: one file each.
+// The format of the first file stays in force for the engine's lifetime: use one engine per file.
 class clWaveDecoder {
 public:
     explicit clWaveDecoder(const STNStdReport& report) : report_(report) {}
 
-    // Reads the chunk list. A range end of -1 means to the end of the last whole block. One beyond the data means
-    // the end of the data, for packets also where that is within a block.
+    // Reads the chunk list. A range end of -1 means the end of the last whole block; one beyond the data means the
+    // end of the data, which for packets may be within a block.
     [[nodiscard]] bool Initialize(void* fileHandle, const STNStdReport& report, int64_t rangeStart,
                                   int64_t rangeEnd);
     void Close(STKvEncoderFluid* fluid);
@@ -36,7 +36,7 @@ public:
     [[nodiscard]] bool PullOutFMTnDATA();
     [[nodiscard]] bool FillAudioInfo(STKvAudioInfo& info);
 
-    // Ready to decode from the start of the range; `info` gets the format that will be delivered.
+    // Prepares to decode from the start of the range; `info` gets the format that will be delivered.
     [[nodiscard]] bool PrepareToDecodeAudio(STKvAudioInfo& info);
 
     // The next block. The last one that carries data already says end of stream; a further call says it again
@@ -47,17 +47,17 @@ public:
     [[nodiscard]] bool SetPosition(int64_t frame);
 
     // The tags of the open file and its other chunks, packed; null when it has no readable format. The block
-    // is the engine's until the next call. Names what carries tags behind `chunkNames`.
+    // is the engine's until the next call. Appends the names of the tag formats found to `chunkNames`.
     const XMem* ReadIDTags(XStr& chunkNames);
 
-    // The open file in words, a text for each section, packed; null when it has no readable format. The block
-    // is the engine's until the next call. `tagDescription` is what ReadIDTags named.
+    // The property report, a text for each section, packed; null when the file has no readable format. The block
+    // is the engine's until the next call. `tagDescription` is the text of chunkNames from ReadIDTags.
     const XMem* FillAudioProps(const XStr& tagDescription);
     XStr GetAudioQuality() const;
-    XStr GetChannelString() const;  // the loudspeakers; empty where the channels tell nothing
+    XStr GetChannelString() const;  // the loudspeakers; empty if the channels assign none
 
-    // These open a file by its name and have nothing to do with the open one. A packed block; names of which
-    // every tag goes, or all tags.
+    // These open a file by name, independently of the open one. The first takes a packed block; the second
+    // deletes every tag of the given names, or all tags.
     [[nodiscard]] static bool WriteIDTags(const wchar_t* fileName, const void* block, int size,
                                           const STNStdReport& report);
     [[nodiscard]] static bool DeleteTags(const wchar_t* fileName, const XStrList& names, bool deleteAll,

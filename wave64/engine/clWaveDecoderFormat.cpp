@@ -1,4 +1,4 @@
-// What the format, data and fact chunks say.
+// Reading the format, data and fact chunks.
 
 #include "base/Saturating.h"
 #include "interface/StdReport.h"
@@ -54,8 +54,8 @@ bool clWaveDecoder::ReadFormatChunk(const STRIFFChunk& chunk) {
     return true;
 }
 
-// What cannot be delivered as it is stored is announced as PCM of the same shape; the decoder that is found
-// for it later may know better.
+// A format that is not delivered as stored is announced as PCM with the same channels and rate, until a
+// sub-decoder tells its real output format.
 void clWaveDecoder::DeriveOutputFormat() {
     output_ = stored_;
     if (!IsLinear(output_.WFXFormatTag())) {
@@ -66,7 +66,7 @@ void clWaveDecoder::DeriveOutputFormat() {
     output_.RemoveAnyExtra();
 }
 
-// The count is a help, not a need: without it the length follows from the bytes.
+// The count is optional: without it the length is computed from the bytes.
 void clWaveDecoder::ReadFactChunk() {
     const STRIFFChunk* fact = chunks_.FindChunkForRead("FACT");
     uint32_t count = 0;
@@ -109,7 +109,8 @@ int64_t clWaveDecoder::CalcDecodeTo() {
     return dataStart_ + WholeFrames(ClampToData(OffsetOfFrame(dataStart_, rangeEnd_)) - dataStart_);
 }
 
-// A part of a frame is no audio. Packets keep to no blocks, so where the host asks for it a part of a block counts.
+// A partial frame is not audio. Packets do not follow block boundaries, so a partial block counts if the range
+// includes it.
 int64_t clWaveDecoder::WholeFrames(int64_t bytes) {
     return IsLinear(stored_.WFXFormatTag()) ? stored_.BlockAlignBuffer(bytes) : bytes;
 }
@@ -118,8 +119,8 @@ int64_t clWaveDecoder::CalcStreamLengthBytes() {
     return std::max<int64_t>(CalcDecodeTo() - CalcDecodeFrom(), 0);
 }
 
-// For compressed audio the byte length says little about the duration, so a sample count goes first where it
-// speaks of the whole file.
+// For compressed audio the byte length says little about the duration, so the sample count is preferred when the
+// range is the whole file.
 int64_t clWaveDecoder::CalcStreamLengthmS() {
     if (factSamples_ != 0 && rangeStart_ == 0 && rangeEnd_ == -1) {
         const auto rate = std::max<int64_t>(stored_.SamplesPerSec(), 1);

@@ -1,4 +1,4 @@
-// The file in words, section by section.
+// The property report, section by section.
 
 #include "base/XInternational.h"
 #include "interface/StdReport.h"
@@ -13,14 +13,14 @@ namespace {
 constexpr const char* kFillAudioProps = "FillAudioProps";
 constexpr const wchar_t* kSeparator = L",  ";
 
-// By the bits of a channel mask.
+// Indexed by the bits of a channel mask.
 constexpr const wchar_t* kSpeakers[] = {
     L"Left",          L"Right",           L"Center",          L"Sub-woofer",       L"Back Left",
     L"Back Right",    L"Left of Center",  L"Right of Center", L"Back Center",      L"Side Left",
     L"Side Right",    L"Top Center",      L"Top Front Left",  L"Top Front Center", L"Top Front Right",
     L"Top Back Left", L"Top Back Center", L"Top Back Right"};
 
-// By the number of channels, where no mask assigns them.
+// Indexed by the number of channels, for formats without a channel mask.
 constexpr const wchar_t* kLayouts[] = {
     L"",
     L"Center",
@@ -38,7 +38,7 @@ void AppendItem(XStr& list, const XStr& item) {
     list += item;
 }
 
-// A code can hold NUL, which would end the whole text for whoever reads it.
+// Cut at a NUL in the code, which would end the whole text for its readers.
 XStr ChunkName(const GUID& guid) {
     if (CompareGUID(guid, kSummaryListCode)) return L"SUMMARYLIST ";
     return L"'" + Widen(RIFFChnkGUID2CHR(guid).c_str()) + L"' ";

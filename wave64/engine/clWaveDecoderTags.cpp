@@ -1,4 +1,4 @@
-// Tags on their way between a host and a file.
+// Reading and writing tags for a host.
 
 #include "interface/StdReport.h"
 #include "tags/ChunkTags.h"
