@@ -3,6 +3,7 @@
 namespace w64 {
 
 // Discrete Fourier, cosine and sine transforms of n numbers, n a power of two, in place and unscaled.
+// Only the real transform has a caller here. The others are for codecs and analysis tools that build on this floor.
 // Owner:  the caller owns all memory. `ip` has at least 2 entries, `w` the size stated for each transform.
 //         Set ip[0] = 0 before the first call, which builds the tables in `w`; later calls use them, and
 //         build larger ones when n has grown.

@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* kPrepare = "PrepareToDecodeAudio";
 constexpr const char* kInitializeExternal = "InitializeExternalDecoder";
-constexpr int64_t kLargestRead = 65536;  // bytes of stored data per block
+constexpr int64_t kMaxReadBytes = 65536;  // stored data per block
 
 }  // namespace
 
@@ -153,7 +153,7 @@ bool clWaveDecoder::ExternalDecodeData() {
 
 bool clWaveDecoder::ReadDataBlock() {
     constexpr const char* name = "ReadDataBlock";
-    const int64_t bytes = std::min(stored_.BlockAlignBuffer(kLargestRead), bytesLeft_);
+    const int64_t bytes = std::min(stored_.BlockAlignBuffer(kMaxReadBytes), bytesLeft_);
     if (!input_.SetBufferByteSizeNew(bytes, false, false)) {
         return StdReport::Fail(L"Error allocating decoding buffer.", report_, name);
     }

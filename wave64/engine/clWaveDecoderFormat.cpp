@@ -12,8 +12,8 @@ namespace w64 {
 namespace {
 
 constexpr const char* kPullOut = "PullOutFMTnDATA";
-constexpr int64_t kSmallestFmt = 14;
-constexpr int64_t kLargestFmt = 128000;
+constexpr int64_t kMinFmtBytes = 14;
+constexpr int64_t kMaxFmtBytes = 128000;
 
 }  // namespace
 
@@ -41,7 +41,7 @@ bool clWaveDecoder::PullOutFMTnDATA() {
 }
 
 bool clWaveDecoder::ReadFormatChunk(const STRIFFChunk& chunk) {
-    if (chunk.DataSize < kSmallestFmt || chunk.DataSize > kLargestFmt ||
+    if (chunk.DataSize < kMinFmtBytes || chunk.DataSize > kMaxFmtBytes ||
         !fmt_.Resize(static_cast<size_t>(chunk.DataSize))) {
         return StdReport::Fail(L"Error 'fmt ' chunk is a bad size.", report_, kPullOut);
     }
