@@ -12,6 +12,12 @@ function(add_floor name)
     file(MAKE_DIRECTORY ${view}/${parent})
     file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${view}/${arg_FOLDER} SYMBOLIC)
 
+    if(NOT arg_SOURCES) # headers alone
+        add_library(${name} INTERFACE)
+        target_include_directories(${name} INTERFACE ${view})
+        target_link_libraries(${name} INTERFACE ${arg_LINKS})
+        return()
+    endif()
     add_library(${name} STATIC ${arg_SOURCES})
     target_include_directories(${name} PUBLIC ${view})
     target_link_libraries(${name} PUBLIC ${arg_LINKS})

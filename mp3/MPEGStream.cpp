@@ -21,10 +21,6 @@ constexpr long kMaxWaitingBytes = 64 << 20;
 // it, which may be small.
 constexpr long kFramesAhead = 32;
 
-bool SameFormat(const mpg123_frameinfo& a, const mpg123_frameinfo& b) {
-    return a.rate == b.rate && (a.mode == MPG123_M_MONO) == (b.mode == MPG123_M_MONO);
-}
-
 XStr FormatText(const mpg123_frameinfo& frame) {
     return Int2Str(frame.rate) +
            (frame.mode == MPG123_M_MONO ? L" Hz with 1 channel" : L" Hz with 2 channels");
@@ -133,7 +129,7 @@ MPEGStep MPEGStream::DecodeFrame(XAudioBufferNew& audio) {
 
         mpg123_frameinfo frame{};
         mpg123_info(handle_.get(), &frame);
-        if (frame_.rate != 0 && !SameFormat(frame, frame_)) {
+        if (frame_.rate != 0 && !IsSameFormat(frame, frame_)) {
             if (!SkipStray(frame)) return MPEGStep::Failed;
             continue;
         }
@@ -180,7 +176,7 @@ MPEGStep MPEGStream::DecodeInto(uint8_t* room, std::span<const uint8_t>& samples
 
 // Counts its bytes to the gap before the next MPEG frame that is accepted.
 bool MPEGStream::SkipStray(const mpg123_frameinfo& stray) {
-    const bool follows = mpg123_framepos(handle_.get()) == strayEnd_ && SameFormat(stray, stray_);
+    const bool follows = mpg123_framepos(handle_.get()) == strayEnd_ && IsSameFormat(stray, stray_);
     stray_ = stray;
     strayEnd_ = mpg123_tell_stream(handle_.get());
     if (!follows) return true;

@@ -1,12 +1,11 @@
 #pragma once
 
 #include "audio/buffer/XAudioBufferNew.h"
+#include "base/StdioFile.h"
 #include "base/XFile.h"
 #include "interface/w64_decoder.h"
+#include "mp3/library/MPG123Handle.h"
 
-#include <cstdio>
-#include <memory>
-#include <mpg123.h>
 #include <span>
 
 namespace w64 {
@@ -62,13 +61,6 @@ public:
     uint32_t AverageBytesPerSec() const { return averageBytesPerSec_; }
 
 private:
-    struct DeleteHandle {
-        void operator()(mpg123_handle* handle) const { mpg123_delete(handle); }
-    };
-    struct CloseFile {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-
     [[nodiscard]] bool NewHandle(long unwantedFlags);
     [[nodiscard]] bool MeasureFile(int64_t fileSize);
     [[nodiscard]] bool MakeRoom(XAudioBufferNew& audio);
@@ -80,8 +72,8 @@ private:
     bool FailAsLibrary();
 
     STNStdReport report_;
-    std::unique_ptr<std::FILE, CloseFile> file_;  // buffers what the handle reads
-    std::unique_ptr<mpg123_handle, DeleteHandle> handle_;
+    StdioFile file_;  // buffers what the handle reads
+    MPG123Handle handle_;
     mpg123_frameinfo frame_{};  // the last accepted MPEG frame
     mpg123_frameinfo stray_{};  // the last one treated as damage
     int64_t strayEnd_ = -1;

@@ -1,9 +1,9 @@
 #include "host/commands/Commands.h"
 #include "host/files/InputFile.h"
 #include "host/layout/LayoutCheck.h"
-#include "host/terminal/Failure.h"
 #include "host/terminal/ForEachFile.h"
 #include "host/terminal/FormatText.h"
+#include "host/terminal/StandardOutput.h"
 
 #include <iostream>
 
@@ -43,8 +43,7 @@ bool CheckCommand(const LayoutOptions& options, CommandContext context) {
         Print(options.inputs[i], check, context.console.IsQuiet());
         allSound = allSound && !check.HasFaults();
     });
-    std::cout.flush();
-    if (!std::cout) throw Failure("cannot write to standard output");
+    FlushStandardOutput();
     return allDone && allSound;
 }
 

@@ -49,7 +49,7 @@ struct SampleOptions {
     std::string output;
     unsigned rate = 48000;
     unsigned channels = 2;
-    std::optional<unsigned> bits;  // else 24, or 32 of floats
+    std::optional<unsigned> bits;  // default: 24, or 32 for floats
     bool isFloat = false;
     double seconds = 5;
     bool force = false;
@@ -74,7 +74,7 @@ struct TagEditOptions {
     std::vector<std::string> tags;  // Name=Value to set, names to remove
     bool all = false;
     bool inPlace = false;
-    bool force = false;  // although tags get lost that cannot be written again
+    bool force = false;  // even when tags that cannot be rewritten are lost
 };
 
 struct OptionsOptions {
@@ -83,9 +83,8 @@ struct OptionsOptions {
     bool all = false;        // with unset, every one
 };
 
-// The commands of `w64`. Each reports what goes wrong with a file on the console and returns whether all of
-// them are done.
-// Errors: UsageError before anything is done.
+// The commands of `w64`. Each reports errors with a file on the console and returns whether all files are done.
+// Errors: UsageError, before anything is done.
 [[nodiscard]] bool DecodeCommand(const DecodeOptions& options, CommandContext context);
 [[nodiscard]] bool InfoCommand(const InfoOptions& options, CommandContext context);
 [[nodiscard]] bool ChunksCommand(const ChunksOptions& options, CommandContext context);

@@ -3,6 +3,8 @@
 #include "host/commands/DecodeJobs.h"
 #include "host/convert/Conversion.h"
 #include "host/decoder/DecoderInstance.h"
+#include "host/decoder/SubDecoder.h"
+#include "host/files/FileName.h"
 #include "host/files/InputFile.h"
 #include "host/files/OutputFile.h"
 #include "host/layout/DecoderNotes.h"
@@ -15,7 +17,6 @@
 #include "host/terminal/Progress.h"
 
 #include <algorithm>
-#include <array>
 #include <unistd.h>
 
 namespace w64 {
@@ -33,7 +34,7 @@ struct ByteRange {
     int64_t start = 0;
     int64_t end = INT64_MAX;
 
-    // What lies in the range of `audio`, which begins at `position`.
+    // The part of `audio`, which begins at `position`, that is in the range.
     std::span<const uint8_t> PartOf(std::span<const uint8_t> audio, int64_t position) const {
         const auto size = static_cast<int64_t>(audio.size());
         const int64_t from = std::clamp<int64_t>(start - position, 0, size);
@@ -61,7 +62,7 @@ FrameRange RangeOf(const DecodeOptions& options, uint32_t framesPerSecond) {
     FrameRange range;
     if (options.start) range.start = options.start->Frame(framesPerSecond);
     if (options.end) range.end = options.end->Frame(framesPerSecond);
-    if (options.end && range.start > range.end) throw Failure("--start lies behind --end");
+    if (options.end && range.start > range.end) throw Failure("--start is after --end");
     return range;
 }
 
@@ -76,14 +77,7 @@ bool IsMPEG(const std::optional<XAudioWFX>& stored) {
     return stored && (stored->FormatTag() == kTagMPEG || stored->FormatTag() == kTagMPEGLayer3);
 }
 
-// Whether the decoder says so.
-bool LacksSubDecoder(std::string_view error) {
-    return std::ranges::any_of(std::array{"loading", "creating", "opening"}, [&](const std::string& step) {
-        return error.find("Error " + step + " external Decoder") != std::string_view::npos;
-    });
-}
-
-// Bytes of audio to come; not known where the audio is stored compressed.
+// Bytes of audio to come; unknown for compressed audio.
 std::optional<int64_t> ExpectedBytes(const DecoderInstance& decoder, const std::optional<XAudioWFX>& stored,
                                      const Conversion& conversion) {
     if (!stored || !IsLinear(stored->WFXFormatTag())) return std::nullopt;
@@ -122,14 +116,12 @@ public:
         if (job_.IsStream()) {
             XFile stream;
             stream.Open(reinterpret_cast<void*>(intptr_t{STDOUT_FILENO}));
-            DecodeInto({stream, false});
+            DecodeInto({.file = stream, .seekable = false});
             return;
         }
-        if (std::error_code error; fs::equivalent(job_.input, job_.output, error)) {
-            throw Failure("the output would replace this file itself; -o gives it another name");
-        }
+        RefuseToReplaceInput(job_.input, job_.output);
         OutputFile output(job_.output, options_.force);
-        DecodeInto({output.File(), true});
+        DecodeInto({.file = output.File(), .seekable = true});
         output.Commit();
         context_.console.Summary(job_.output.native(), progress_.Outcome());
     }
@@ -141,7 +133,7 @@ private:
         Wave64File file(source);
         const std::optional<XAudioWFX>& stored = file.Format();
         const FrameRange asked = RangeOf(options_, stored ? stored->SamplesPerSec() : 1);
-        // To the decoder a frame is a stored block, which MPEG audio has no fixed number of frames in.
+        // The decoder counts stored blocks, which hold no fixed number of frames of MPEG audio.
         FrameRange range = IsMPEG(stored) ? FrameRange{0, DecoderInstance::kPastTheEnd} : asked;
         if (salvage && salvage->isToStop) range.LimitTo(salvage->frames);
 
@@ -166,7 +158,7 @@ private:
             sink->Finish();
             PassOnNotes(decoder, job_.input, context_.console);
         } catch (const DecoderFailure& failure) {
-            if (LacksSubDecoder(failure.what())) {
+            if (IsMPEG(stored) && !HasSubDecoder()) {
                 throw Failure(std::string(failure.what()) + "\n" + kSubDecoderHint);
             }
             const bool isDamaged = opened || HidesAudio(source) || Wave64File(source).MissingBytes() > 0;
@@ -178,12 +170,12 @@ private:
         if (!extras.empty()) Note("not carried over: " + Joined(extras, ", "));
     }
 
-    // Where a repaired copy may be as large as the input.
+    // Where a repaired copy, which may be as large as the input, is made.
     fs::path CopyFolder() const {
         return job_.IsStream() ? fs::temp_directory_path() : job_.output.parent_path();
     }
 
-    // What the decoder complains about and then leaves out is not to go unnoticed.
+    // The decoder reports damage and goes on without it; here that is an error.
     void RefuseDamage(const DecoderInstance& decoder) const {
         const auto errors = decoder.Errors();
         if (!errors.empty()) throw DecoderFailure(JoinLines(errors));
@@ -224,7 +216,7 @@ private:
         return "salvaged " +
                (countsFrames ? Counted(salvage.frames, "frame") + " (" + duration + ")" : duration) +
                (static_cast<uint64_t>(salvage.lostBytes) > kLongestRecording
-                    ? "; whether more is lost cannot be told, the size of the audio in the file is wrong"
+                    ? "; more may be lost: the size of the audio in the file is wrong"
                     : ", lost " + Counted(salvage.lostBytes, "byte"));
     }
 

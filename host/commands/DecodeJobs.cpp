@@ -26,7 +26,7 @@ AudioFileType TypeByName(const std::string& output) {
 
 void CheckOutput(const DecodeOptions& options) {
     if (options.inputs.size() > 1 && !options.output.empty() && !IsFolder(options.output)) {
-        throw UsageError("several files go into a folder; '" + options.output + "' is none");
+        throw UsageError("several files need a folder to go into; '" + options.output + "' is not a folder");
     }
     if (options.output.ends_with('/') && !IsFolder(options.output)) {
         throw UsageError("there is no folder '" + options.output + "'");
@@ -40,7 +40,7 @@ void CheckRange(const DecodeOptions& options) {
     constexpr uint32_t kAnyRate = 1'000'000'000;
     if (!options.start || !options.end || options.start->IsTime() != options.end->IsTime()) return;
     if (options.start->Frame(kAnyRate) > options.end->Frame(kAnyRate))
-        throw UsageError("--start lies behind --end");
+        throw UsageError("--start is after --end");
 }
 
 DecodeJob PlanJob(const std::string& input, const DecodeOptions& options) {

@@ -8,7 +8,7 @@
 
 namespace w64 {
 
-// What becomes of one input of `w64 decode`.
+// What `w64 decode` makes of one input.
 struct DecodeJob {
     std::string input;
     std::filesystem::path output;  // "-" for standard output

@@ -1,4 +1,5 @@
 #include "host/commands/Commands.h"
+#include "host/files/FileName.h"
 #include "host/formats/AudioSource.h"
 #include "host/formats/MPEGSource.h"
 #include "host/formats/Wave64Writer.h"
@@ -17,7 +18,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// libsndfile knows nothing of what lies beside the audio of a Wave64 file.
+// libsndfile reads only the audio of a Wave64 file.
 void NoteExtras(const std::string& input, const AudioSource& source, CommandContext context) {
     std::vector<std::string> extras = source.Extras();
     if (std::error_code error; extras.empty() && fs::is_regular_file(input, error)) {
@@ -63,7 +64,7 @@ void Wrap(const EncodeOptions& options, CommandContext context, Progress& progre
     context.console.Summary(options.output, share.Outcome());
 }
 
-// MPEG audio stays as it is where nothing else is asked for. A pipe cannot be looked into first.
+// MPEG audio is stored as it is unless a conversion is asked for. A pipe cannot be examined first.
 bool IsToBeWrapped(const EncodeOptions& options) {
     if (options.conversion != ConversionOptions{}) return false;
     if (std::error_code error; !fs::is_regular_file(options.input, error)) return false;
@@ -81,9 +82,7 @@ bool EncodeCommand(const EncodeOptions& options, CommandContext context) {
     const std::vector<std::string> inputs = {options.input};
     Progress progress(context.console, fs::path(options.input).filename(), 1);
     return ForEachFile(inputs, 1, context.console, [&](size_t) {
-        if (std::error_code error; fs::equivalent(options.input, options.output, error)) {
-            throw Failure("the output would replace this file itself");
-        }
+        RefuseToReplaceInput(options.input, options.output);
         const auto encode = IsToBeWrapped(options) ? Wrap : Convert;
         encode(options, context, progress);
     });

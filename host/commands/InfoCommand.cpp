@@ -2,6 +2,7 @@
 #include "host/commands/ReportOnFiles.h"
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/OwnSettings.h"
+#include "host/formats/Speakers.h"
 #include "host/layout/DecoderNotes.h"
 #include "host/layout/Wave64File.h"
 #include "host/tagging/TagTexts.h"
@@ -19,7 +20,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// What the decoder has to say, complaints that did not stop it included.
+// What the decoder reports, with the errors that did not stop it.
 struct Answer {
     STKvAudioInfo info;
     NTag report;
@@ -39,7 +40,7 @@ std::optional<int64_t> FrameCount(int64_t bytes, const XAudioWFX& stored) {
     return bytes / stored.BlockAlign();
 }
 
-// One file and everything that is known about it.
+// One file and all that is known about it.
 struct Subject {
     const std::string& name;
     const STKvAudioInfo& info;
@@ -59,7 +60,7 @@ Json ChunkList(clWave64Handler& chunks) {
     return list;
 }
 
-// What a file still has that is cut off.
+// The audio that is left in a file that is cut off.
 Json DescribeRest(const Subject& subject) {
     const int64_t bytes = subject.file.PresentAudioBytes();
     Json json = {{"milliseconds", XAudioWFX(subject.stored).CalcmsTime(bytes)}};

@@ -8,7 +8,7 @@ namespace w64 {
 
 namespace {
 
-// How many letters to add, leave out, replace or swap with their neighbours make one of the other.
+// The Damerau-Levenshtein distance: letters to add, remove, replace or swap with a neighbour.
 size_t Distance(std::string_view a, std::string_view b) {
     std::vector<size_t> beforeLast(b.size() + 1);
     std::vector<size_t> last(b.size() + 1);
@@ -27,7 +27,7 @@ size_t Distance(std::string_view a, std::string_view b) {
 }
 
 size_t Cost(std::string_view typed, std::string_view name) {
-    return name.starts_with(typed) ? 1 : Distance(typed, name);  // people shorten names
+    return name.starts_with(typed) ? 1 : Distance(typed, name);  // people abbreviate
 }
 
 }  // namespace

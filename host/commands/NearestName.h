@@ -7,7 +7,7 @@
 
 namespace w64 {
 
-// The one that can have been meant by what was typed.
+// The name that was probably meant; nothing when none is close.
 std::optional<std::string> NearestName(std::string_view typed, const std::vector<std::string>& names);
 
 }  // namespace w64

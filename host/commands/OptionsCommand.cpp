@@ -3,6 +3,7 @@
 #include "host/decoder/PluginLibrary.h"
 #include "host/decoder/ReportChannels.h"
 #include "host/terminal/Failure.h"
+#include "host/terminal/StandardOutput.h"
 #include "settings/XRegistryTransaction.h"
 #include "tags/TaggingOptions.h"
 
@@ -19,7 +20,7 @@ struct Option {
     std::string title;
     std::string name;                // in the settings store
     std::vector<std::string> texts;  // by setting
-    std::string unset;               // what it means here that it is not set
+    std::string unset;               // shown when it is not set
 };
 
 // The options that the decoder announces, in its own words.
@@ -99,8 +100,8 @@ void RequireWritten(bool isWritten) {
     if (isWritten) return;
     throw Failure(
         "cannot write the settings to '" + ToUTF8(XRegistry::RegFileLocation()) +
-        "', the file is as it was: no file can be written beside it, it is in use, or it holds what "
-        "would be lost, such as a number of more than 64 bits");
+        "', which is unchanged: its folder is not writable, it is in use, or it has content that would be "
+        "lost, such as a number of more than 64 bits");
 }
 
 void Store(const Option& option, const std::string& value) {
@@ -122,7 +123,7 @@ void Unset(std::span<const Option> options) {
 bool OptionsCommand(const OptionsOptions& options, CommandContext context) {
     if (options.all && !options.unset) throw UsageError("--all is for --unset");
     if (options.unset && options.all != options.assignment.empty()) {
-        throw UsageError("either the name of an option to unset or --all, please");
+        throw UsageError("--unset needs either the name of an option or --all");
     }
     RequireReadableSettings();
     const std::vector<Option> all = AllOptions(context.plugin);
@@ -138,8 +139,7 @@ bool OptionsCommand(const OptionsOptions& options, CommandContext context) {
         Store(option, options.assignment.substr(sign + 1));
         Show(option);
     }
-    std::cout.flush();
-    if (!std::cout) throw Failure("cannot write to standard output");
+    FlushStandardOutput();
     return true;
 }
 

@@ -1,6 +1,8 @@
 #include "host/commands/Commands.h"
+#include "host/files/FileName.h"
 #include "host/files/OutputFile.h"
 #include "host/formats/FrameReader.h"
+#include "host/formats/Speakers.h"
 #include "host/plot/Envelope.h"
 #include "host/plot/PlotPicture.h"
 #include "host/plot/Spectrogram.h"
@@ -51,9 +53,7 @@ void Plot(const PlotOptions& options, const fs::path& target, CommandContext con
     FrameReader reader(options.input, target.parent_path(), context);
     const XAudioWFX& format = reader.Format();
     if (format.Channels() > kMostChannels) throw Failure("has too many channels: " + DescribeFormat(format));
-    if (std::error_code error; fs::equivalent(options.input, target, error)) {
-        throw Failure("the picture would replace this file itself");
-    }
+    RefuseToReplaceInput(options.input, target);
     OutputFile output(target, options.force);
 
     const std::vector<std::string> lanes = LaneNames(format);

@@ -1,7 +1,7 @@
 #include "host/commands/ReportOnFiles.h"
 
-#include "host/terminal/Failure.h"
 #include "host/terminal/ForEachFile.h"
+#include "host/terminal/StandardOutput.h"
 
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -14,7 +14,7 @@ bool ReportOnFiles(std::span<const std::string> files, bool asJSON, Console& con
                    const std::function<void(size_t, Json*)>& describe) {
     const char* separator = "\n";
     const auto print = [&](const Json& json) {
-        // A name need not be UTF-8.
+        // File names may not be UTF-8.
         std::cout << separator << json.dump(2, ' ', false, Json::error_handler_t::replace);
         separator = ",\n";
     };
@@ -32,8 +32,7 @@ bool ReportOnFiles(std::span<const std::string> files, bool asJSON, Console& con
         print(json);
     });
     if (asJSON) std::cout << "\n]\n";
-    std::cout.flush();
-    if (!std::cout) throw Failure("cannot write to standard output");
+    FlushStandardOutput();
     return allDone;
 }
 

@@ -9,9 +9,9 @@
 
 namespace w64 {
 
-// Calls `describe` with each index of `files`. It prints text, unless there is an object for it to fill: then
-// a JSON array is printed with an object for every file, its name as "file" and what was thrown as "error".
-// Errors: as ForEachFile; Failure when standard output takes no more.
+// Calls `describe` with each index of `files`. It prints text or, with `asJSON`, fills the object that it is given:
+// a JSON array with an object per file is then printed, with the name as "file" and what was thrown as "error".
+// Errors: as ForEachFile; Failure when standard output cannot be written.
 [[nodiscard]] bool ReportOnFiles(std::span<const std::string> files, bool asJSON, Console& console,
                                  const std::function<void(size_t, nlohmann::ordered_json*)>& describe);
 

@@ -23,7 +23,7 @@ SampleKind KindOf(const SampleOptions& options) {
 void CheckOptions(const SampleOptions& options) {
     if (!options.output.ends_with(".w64")) throw UsageError("'" + options.output + "' should end in .w64");
     CheckSampleKind(options.isFloat, KindOf(options).bits);
-    if (!std::isfinite(options.seconds)) throw UsageError("--seconds is no number");
+    if (!std::isfinite(options.seconds)) throw UsageError("--seconds is not a number");
 }
 
 void WriteSignal(const SampleOptions& options, Wave64Writer& writer, const WAVEFORMATEXTENSIBLE& format,

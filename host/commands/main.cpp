@@ -1,4 +1,4 @@
-// The `w64` command: reads the command line and hands over to the commands.
+// The `w64` command: reads the command line and runs the command.
 
 #include "host/commands/Commands.h"
 #include "host/commands/NearestName.h"
@@ -6,12 +6,14 @@
 #include "host/tagging/TagTexts.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/Interrupt.h"
+#include "host/terminal/StandardOutput.h"
 #include "host/terminal/TraceFile.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <fcntl.h>
+#include <functional>
 #include <iostream>
 #include <thread>
 #include <unistd.h>
@@ -40,7 +42,26 @@ struct CommandLine {
     SampleOptions sample;
     PlotOptions plot;
     std::vector<std::string> help;
+
+    std::function<bool(Console&)> run;  // the command that was given
 };
+
+template <class Options>
+using Work = bool (*)(const Options&, CommandContext);
+
+template <class Options>
+void Choose(CommandLine& line, Work<Options> work, const Options& options) {
+    line.run = [&line, &options, work](Console& console) {
+        const TraceFile trace(line.trace);
+        return work(options, {console, trace.Descriptor(), line.plugin});
+    };
+}
+
+// What the command does when it is given.
+template <class Options>
+void OnCommand(CLI::App* command, CommandLine& line, Work<Options> work, const Options& options) {
+    command->final_callback([&line, &options, work] { Choose(line, work, options); });
+}
 
 constexpr const char* kExamples = R"(Examples:
   w64 decode song.w64                   song.wav beside it
@@ -90,7 +111,7 @@ PictureSize ParseSize(const std::string& text) {
     int end = 0;
     const int found = std::sscanf(text.c_str(), "%5dx%5d%n", &size.width, &size.height, &end);
     if (found != 2 || static_cast<size_t>(end) != text.size()) {
-        throw CLI::ValidationError("'" + text + "' is no size (1600x900)");
+        throw CLI::ValidationError("'" + text + "' is not a size (1600x900)");
     }
     constexpr PictureSize kSmallest = PlotLayout::kSmallest;
     constexpr PictureSize kLargest = PlotLayout::kLargest;
@@ -120,8 +141,10 @@ void AddConversion(CLI::App* command, ConversionOptions& options) {
         ->group("Conversion");
 }
 
-void AddDecode(CLI::App& app, DecodeOptions& options) {
+void AddDecode(CLI::App& app, CommandLine& line) {
+    DecodeOptions& options = line.decode;
     CLI::App* command = app.add_subcommand("decode", "Turn Wave64 files into WAV, FLAC or raw samples");
+    OnCommand(command, line, DecodeCommand, options);
     options.jobs = std::max(std::thread::hardware_concurrency(), 1u);
     command->add_option("IN", options.inputs, "Wave64 files")->required()->type_name("");
     command
@@ -155,20 +178,26 @@ void AddDecode(CLI::App& app, DecodeOptions& options) {
     command->footer(std::string(kAboutPlaces) + kAlso);
 }
 
-void AddInfo(CLI::App& app, InfoOptions& options) {
+void AddInfo(CLI::App& app, CommandLine& line) {
+    InfoOptions& options = line.info;
     CLI::App* command = app.add_subcommand("info", "Show format, length and chunks");
+    OnCommand(command, line, InfoCommand, options);
     command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
     command->add_flag("--json", options.json, "Write a JSON array with an object per file");
 }
 
-void AddChunks(CLI::App& app, ChunksOptions& options) {
+void AddChunks(CLI::App& app, CommandLine& line) {
+    ChunksOptions& options = line.chunks;
     CLI::App* command = app.add_subcommand("chunks", "Show where in a file its chunks lie");
+    OnCommand(command, line, ChunksCommand, options);
     command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
     command->add_flag("--json", options.json, "Write a JSON array with an object per file");
 }
 
-void AddCheck(CLI::App& app, LayoutOptions& options) {
+void AddCheck(CLI::App& app, CommandLine& line) {
+    LayoutOptions& options = line.check;
     CLI::App* command = app.add_subcommand("check", "Tell what is wrong or odd about a file's layout");
+    OnCommand(command, line, CheckCommand, options);
     command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
     command->footer(std::string(kAboutCheck) + kAlso);
 }
@@ -188,37 +217,47 @@ void AddTags(CLI::App& app, CommandLine& line) {
     command->add_flag("--chunks", line.tags.chunks, "Show what other chunks there are too");
     command->add_flag("--json", line.tags.json, "Write a JSON array with an object per file");
     command->final_callback([command, &line] {
-        if (command->get_subcommands().empty() && line.tags.inputs.empty()) throw CLI::RequiredError("FILE");
+        if (!command->get_subcommands().empty()) return;
+        if (line.tags.inputs.empty()) throw CLI::RequiredError("FILE");
+        Choose(line, TagsCommand, line.tags);
     });
     command->footer(std::string(kAboutTags) + kAlso);
 
     CLI::App* set = command->add_subcommand("set", "Set tags; an empty value removes");
     AddTagEdit(set, line.setTags, "NAME=VALUE", "What to set");
+    OnCommand(set, line, SetTagsCommand, line.setTags);
     set->get_option("NAME=VALUE")->required();
     set->footer("Names:\n" + TagNamesInColumns() + "\n" + kAboutTags + kAlso);
     CLI::App* remove = command->add_subcommand("remove", "Remove tags");
     AddTagEdit(remove, line.removeTags, "NAME", "What to remove");
+    OnCommand(remove, line, RemoveTagsCommand, line.removeTags);
     remove->add_flag("--all", line.removeTags.all, "Remove every tag");
 }
 
-void AddOptions(CLI::App& app, OptionsOptions& options) {
+void AddOptions(CLI::App& app, CommandLine& line) {
+    OptionsOptions& options = line.options;
     CLI::App* command = app.add_subcommand("options", "Show and change how tags are stored");
+    OnCommand(command, line, OptionsCommand, options);
     command->add_option("NAME=VALUE", options.assignment, "An option to show, or to set")->type_name("");
     command->add_flag("--unset", options.unset, "Unset the option, as if it had never been set");
     command->add_flag("--all", options.all, "With --unset, every option");
     command->footer(std::string(kAboutOptions) + kAlso);
 }
 
-void AddEncode(CLI::App& app, EncodeOptions& options) {
+void AddEncode(CLI::App& app, CommandLine& line) {
+    EncodeOptions& options = line.encode;
     CLI::App* command = app.add_subcommand("encode", "Make a Wave64 file of any audio file");
+    OnCommand(command, line, EncodeCommand, options);
     command->add_option("IN", options.input, "WAV, RF64, AIFF, FLAC, CAF ...")->required()->type_name("");
     command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
     AddConversion(command, options.conversion);
     AddForce(command, options.force);
 }
 
-void AddSample(CLI::App& app, SampleOptions& options) {
+void AddSample(CLI::App& app, CommandLine& line) {
+    SampleOptions& options = line.sample;
     CLI::App* command = app.add_subcommand("sample", "Make a test file: a chord, note by note");
+    OnCommand(command, line, SampleCommand, options);
     command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
     const auto add = [command](const char* name, auto& value, const char* help, const CLI::Validator& check) {
         command->add_option(name, value, help)->check(check)->type_name("N")->capture_default_str();
@@ -234,8 +273,10 @@ void AddSample(CLI::App& app, SampleOptions& options) {
     AddForce(command, options.force);
 }
 
-void AddPlot(CLI::App& app, PlotOptions& options) {
+void AddPlot(CLI::App& app, CommandLine& line) {
+    PlotOptions& options = line.plot;
     CLI::App* command = app.add_subcommand("plot", "Draw the waveform and the spectrogram of any audio file");
+    OnCommand(command, line, PlotCommand, options);
     command->add_option("IN", options.input, "Wave64, WAV, RF64, AIFF, FLAC, CAF ...")
         ->required()
         ->type_name("");
@@ -252,11 +293,6 @@ void AddPlot(CLI::App& app, PlotOptions& options) {
         ->capture_default_str();
     AddForce(command, options.force);
     command->footer(std::string(kAboutPlot) + kAlso);
-}
-
-void AddHelp(CLI::App& app, std::vector<std::string>& names) {
-    CLI::App* command = app.add_subcommand("help", "Show help on a command");
-    command->add_option("COMMAND", names, "A command, as \"tags set\"")->type_name("");
 }
 
 // "w64 tags set"
@@ -278,7 +314,7 @@ std::string NoCommand(const std::string& name, const CLI::App& app) {
     return NoSuch("command", name, names, app);
 }
 
-// Those of the whole program may follow a command.
+// Options of the whole program may follow a command.
 std::string NoOption(const std::string& argument, const CLI::App& command) {
     std::vector<std::string> names;
     for (const CLI::App* app = &command; app; app = app->get_parent()) {
@@ -289,7 +325,7 @@ std::string NoOption(const std::string& argument, const CLI::App& command) {
     return NoSuch("option", argument.substr(0, argument.find('=')), names, command);
 }
 
-// What is missing is often there, but mistyped.
+// A missing argument is often there, but mistyped.
 std::string Explanation(const CLI::App& app, const CLI::Error& error) {
     const CLI::App* command = &app;
     while (!command->get_subcommands().empty()) command = command->get_subcommands()[0];
@@ -300,6 +336,25 @@ std::string Explanation(const CLI::App& app, const CLI::Error& error) {
         if (command == &app) return NoCommand(unknown[0], app);
     }
     return std::string(error.what()) + "; see " + TitleOf(*command) + " --help";
+}
+
+bool ShowHelp(const CLI::App& app, const std::vector<std::string>& names) {
+    const CLI::App* command = &app;
+    for (const std::string& name : names) {
+        const auto found = command->get_subcommands([&](auto* each) { return each->get_name() == name; });
+        if (found.empty()) throw UsageError(NoCommand(name, *command));
+        command = found[0];
+    }
+    std::cout << app.get_formatter()->make_help(command, TitleOf(*command), CLI::AppFormatMode::Normal);
+    FlushStandardOutput();
+    return true;
+}
+
+void AddHelp(CLI::App& app, CommandLine& line) {
+    CLI::App* command = app.add_subcommand("help", "Show help on a command");
+    command->add_option("COMMAND", line.help, "A command, as \"tags set\"")->type_name("");
+    command->final_callback(
+        [&app, &line] { line.run = [&app, &line](Console&) { return ShowHelp(app, line.help); }; });
 }
 
 void Describe(CLI::App& app, CommandLine& line) {
@@ -320,68 +375,35 @@ void Describe(CLI::App& app, CommandLine& line) {
     app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
         return "w64: " + Explanation(*failed, error) + "\n";
     });
-    AddDecode(app, line.decode);
-    AddInfo(app, line.info);
-    AddChunks(app, line.chunks);
-    AddCheck(app, line.check);
+    AddDecode(app, line);
+    AddInfo(app, line);
+    AddChunks(app, line);
+    AddCheck(app, line);
     AddTags(app, line);
-    AddOptions(app, line.options);
-    AddEncode(app, line.encode);
-    AddSample(app, line.sample);
-    AddPlot(app, line.plot);
-    AddHelp(app, line.help);
+    AddOptions(app, line);
+    AddEncode(app, line);
+    AddSample(app, line);
+    AddPlot(app, line);
+    AddHelp(app, line);
     app.footer(kExamples);
 }
 
-// A program that is started without one of them would open some file under its number and then talk into it.
-// The stand-ins fail when they are used.
+// When one of them is closed at the start, the next opened file would get its number, and messages would be written
+// into that file. The stand-ins fail when they are used.
 void OccupyStandardStreams() {
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (::fcntl(descriptor, F_GETFD) >= 0) continue;
-        // Descriptors are given out in ascending order.
+        // open returns the lowest free descriptor.
         [[maybe_unused]] const int standIn =
             ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
     }
 }
 
-bool ShowHelp(const CLI::App& app, const std::vector<std::string>& names) {
-    const CLI::App* command = &app;
-    for (const std::string& name : names) {
-        const auto found = command->get_subcommands([&](auto* each) { return each->get_name() == name; });
-        if (found.empty()) throw UsageError(NoCommand(name, *command));
-        command = found[0];
-    }
-    std::cout << app.get_formatter()->make_help(command, TitleOf(*command), CLI::AppFormatMode::Normal);
-    std::cout.flush();
-    if (!std::cout) throw Failure("cannot write to standard output");
-    return true;
-}
-
-bool Run(const CLI::App& app, const CommandLine& line, Console& console) {
-    if (app.got_subcommand("help")) return ShowHelp(app, line.help);
-    const TraceFile trace(line.trace);
-    const CommandContext context = {console, trace.Descriptor(), line.plugin};
-    if (app.got_subcommand("decode")) return DecodeCommand(line.decode, context);
-    if (app.got_subcommand("info")) return InfoCommand(line.info, context);
-    if (app.got_subcommand("chunks")) return ChunksCommand(line.chunks, context);
-    if (app.got_subcommand("check")) return CheckCommand(line.check, context);
-    if (app.got_subcommand("options")) return OptionsCommand(line.options, context);
-    if (app.got_subcommand("tags")) {
-        const CLI::App* tags = app.get_subcommand("tags");
-        if (tags->got_subcommand("set")) return SetTagsCommand(line.setTags, context);
-        if (tags->got_subcommand("remove")) return RemoveTagsCommand(line.removeTags, context);
-        return TagsCommand(line.tags, context);
-    }
-    if (app.got_subcommand("encode")) return EncodeCommand(line.encode, context);
-    if (app.got_subcommand("plot")) return PlotCommand(line.plot, context);
-    return SampleCommand(line.sample, context);
-}
-
-int ExitStatus(const CLI::App& app, const CommandLine& line) {
+int ExitStatus(const CommandLine& line) {
     Interrupt::Install();
-    Console console(line.quiet, line.trace != "-");
+    Console console({.quiet = line.quiet, .statusLine = line.trace != "-"});
     try {
-        const bool allDone = Run(app, line, console);
+        const bool allDone = line.run(console);
         if (Interrupt::Signal() != 0) return kSignalled + Interrupt::Signal();
         return allDone ? 0 : kFileFailed;
     } catch (const UsageError& error) {
@@ -408,10 +430,10 @@ int main(int argc, char** argv) try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (app.exit(error) != 0) return kWrongUsage;
-        if (std::cout.flush()) return 0;
-        throw SystemFailure("cannot write to standard output");
+        FlushStandardOutput();
+        return 0;
     }
-    return ExitStatus(app, line);
+    return ExitStatus(line);
 } catch (const std::exception& error) {
     std::fprintf(stderr, "w64: %s\n", error.what());
     return kFileFailed;

@@ -1,21 +1,12 @@
 #include "host/decoder/DecoderInstance.h"
 
+#include "host/files/FileName.h"
 #include "host/files/InputFile.h"
 #include "host/terminal/Failure.h"
 
 #include <array>
 
 namespace w64 {
-
-namespace {
-
-XStr FileName(const std::filesystem::path& file) {
-    XStr name = FromUTF8(file.native());
-    if (ToUTF8(name) != file.native()) throw Failure("is no UTF-8 file name");
-    return name;
-}
-
-}  // namespace
 
 DecoderInstance::DecoderInstance(const PluginLibrary& library, int traceDescriptor)
     : library_(library), channels_(traceDescriptor) {
@@ -37,7 +28,7 @@ void DecoderInstance::SetDecodeRange(int64_t start, int64_t end) {
 }
 
 void DecoderInstance::Open(const std::filesystem::path& file, uint32_t flags) {
-    const XStr name = FileName(file);
+    const XStr name = WideName(file);
     STKvOpenDecoder record{};
     record.FileName = name.c_str();
     record.OpenFlags = flags;
@@ -63,7 +54,7 @@ std::optional<std::span<const uint8_t>> DecoderInstance::Read() {
 }
 
 void DecoderInstance::WriteTags(const std::filesystem::path& file, const NTag& tags) {
-    const XStr name = FileName(file);
+    const XStr name = WideName(file);
     XMem block;
     tags.ToRawMemory(block);
     STKvCodecGetSet record{};
@@ -76,7 +67,7 @@ void DecoderInstance::WriteTags(const std::filesystem::path& file, const NTag& t
 void DecoderInstance::DeleteTags(const std::filesystem::path& file, const std::vector<XStr>& names) {
     XStr packed;
     for (const XStr& name : names) packed += name + L'\0';
-    if (library_.DeleteATag(handle_, FileName(file).c_str(), packed.c_str()) != 1) {
+    if (library_.DeleteATag(handle_, WideName(file).c_str(), packed.c_str()) != 1) {
         ThrowErrors("cannot delete the tags");
     }
 }

@@ -12,7 +12,7 @@
 namespace w64 {
 
 // One decoder made by the plug-in, for one file.
-// Order:  SetDecodeRange (or not), Open, then Read until it gives nothing; tags are edited at any time.
+// Order:  SetDecodeRange (optional), Open, then Read until it returns nothing; tags can be edited at any time.
 // Errors: DecoderFailure in the plug-in's own words.
 class DecoderInstance {
 public:
@@ -21,19 +21,19 @@ public:
     DecoderInstance& operator=(const DecoderInstance&) = delete;
     ~DecoderInstance();
 
-    // Frames from the start of the audio. An end of -1 is that of the last whole frame; for MPEG audio a frame is
-    // a stored block, and only an end beyond it includes a part of one.
+    // Frames from the start of the audio. An end of -1 is the end of the last whole frame. For MPEG audio a frame is
+    // a stored block, and only an end past the last whole one includes a partial block.
     static constexpr int64_t kPastTheEnd = INT64_MAX;
     void SetDecodeRange(int64_t start, int64_t end);
 
     // `flags` are KvOpenFlags.
     void Open(const std::filesystem::path& file, uint32_t flags);
 
-    // What the flags have asked for; empty where the decoder has nothing.
+    // As the flags have asked for; empty where the decoder has none.
     const NTag& Tags() const { return tags_; }
     const NTag& Properties() const { return properties_; }
 
-    // Edits of any file, open or not. All tags are deleted when no names are given.
+    // Edit any file, open or not. Without names all tags are deleted.
     void WriteTags(const std::filesystem::path& file, const NTag& tags);
     void DeleteTags(const std::filesystem::path& file, const std::vector<XStr>& names);
 
@@ -41,10 +41,10 @@ public:
     const XAudioWFX& Format() const { return format_; }
     const STKvAudioInfo& Info() const { return info_; }
 
-    // The next bytes of audio, whole frames, valid until the next call; nothing at the end.
+    // The next whole frames of audio, valid until the next call; nothing at the end.
     std::optional<std::span<const uint8_t>> Read();
 
-    // What the plug-in has complained about without giving up, and what it found worth mentioning.
+    // Errors that did not stop the plug-in, and its lines of information.
     std::vector<std::string> Errors() const { return channels_.Errors(); }
     std::vector<std::string> Notes() const { return channels_.Notes(); }
 

@@ -7,6 +7,8 @@
 #include "settings/XRegistryScopes.h"
 #include "settings/XRegistryTree.h"
 
+#include <utility>
+
 namespace w64 {
 
 namespace {
@@ -44,9 +46,11 @@ OwnSettings::OwnSettings() : file_(Platform::MemoryFile()), root_(SafeSettings()
     const auto chosen = static_cast<uint32_t>(XRegistryTree::ToInteger(text, &missing));
     listText_ = missing ? kUTF16 : chosen;
     XRegistry::SetRegFileLocation(L"/dev/fd/" + std::to_wstring(file_.Number()), true);
-    EndEdit();
+    OfferEveryForm();
     if (!TaggingOptions::Read().rules.safe) throw Failure(kCannotOffer);
 }
+
+void OwnSettings::OfferEveryForm() { Offer(kUTF16); }
 
 void OwnSettings::Offer(uint32_t listText) {
     XJSON::Object& key = XRegistryTree::CreateKey(*root_, TaggingKey());
@@ -57,6 +61,17 @@ void OwnSettings::Offer(uint32_t listText) {
     if (!file.SetFileSize(0) || !file.SetPosition(0) || !file.Write(text.data(), text.size())) {
         throw SystemFailure(kCannotOffer);
     }
+}
+
+OwnSettings::Edit::~Edit() {
+    try {
+        End();
+    } catch (const Failure&) {  // NOLINT(bugprone-empty-catch): the edit has failed with an error of its own
+    }
+}
+
+void OwnSettings::Edit::End() {
+    if (OwnSettings* settings = std::exchange(settings_, nullptr)) settings->OfferEveryForm();
 }
 
 }  // namespace w64

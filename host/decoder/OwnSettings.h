@@ -9,22 +9,33 @@
 
 namespace w64 {
 
-// Errors: Failure when there is a settings file of the user that cannot be read.
+// Errors: Failure when the user's settings file exists and cannot be read.
 void RequireReadableSettings();
 
 // The settings that the decoder finds while this program runs: the user's tagging options, with safe editing
-// on. They live in memory; the user's own settings are only read.
-// One object in a program, made before anything is asked of the decoder.
+// on. They are kept in memory; the user's own settings are only read.
+// One object per program, made before the decoder is used.
 class OwnSettings {
 public:
     OwnSettings();
 
-    // How the decoder writes a new list: as the user has chosen, else in 16-bit characters. While nothing is
-    // edited it reads lists of every form.
-    void BeginEdit() { Offer(listText_); }
-    void EndEdit() { Offer(static_cast<uint32_t>(LISTText::UTF16)); }
+    // While one lives, the decoder writes new lists in the form that the user has chosen, else in 16-bit
+    // characters. Outside an edit it reads lists of every form.
+    class Edit {
+    public:
+        explicit Edit(OwnSettings& settings) : settings_(&settings) { settings.Offer(settings.listText_); }
+        Edit(const Edit&) = delete;  // ends once
+        Edit& operator=(const Edit&) = delete;
+        ~Edit();
+
+        void End();  // errors: Failure
+
+    private:
+        OwnSettings* settings_;  // null once it has ended
+    };
 
 private:
+    void OfferEveryForm();
     void Offer(uint32_t listText);
 
     Descriptor file_;

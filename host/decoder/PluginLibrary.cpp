@@ -16,12 +16,13 @@ PluginLibrary::PluginLibrary(const std::filesystem::path& file)
 
 PluginLibrary PluginLibrary::OfWave64(const std::filesystem::path& place) {
     namespace fs = std::filesystem;
-    std::error_code unknown;  // is told by dlopen in more words
-    const bool isFolder = place.empty() || fs::is_directory(place, unknown);
-    const fs::path named =
-        place.empty() ? fs::path(ToUTF8(XApplication::ApplicationPath())) : fs::absolute(place);
+    std::error_code ignored;  // dlopen says more
+    const bool isFolder = place.empty() || fs::is_directory(place, ignored);
+    const fs::path named = place.empty() ? FolderOfProgram() : fs::absolute(place);
     return PluginLibrary(isFolder ? named / "w64.dll" : named);
 }
+
+std::filesystem::path PluginLibrary::FolderOfProgram() { return ToUTF8(XApplication::ApplicationPath()); }
 
 void PluginLibrary::Unload::operator()(void* module) const { ::dlclose(module); }
 

@@ -13,8 +13,10 @@ class PluginLibrary {
 public:
     explicit PluginLibrary(const std::filesystem::path& file);
 
-    // The Wave64 decoder: a file, a folder that has a w64.dll, or, when empty, the folder of this program.
+    // The Wave64 decoder: a file, a folder with a w64.dll, or, when empty, the folder of this program.
     static PluginLibrary OfWave64(const std::filesystem::path& place);
+
+    static std::filesystem::path FolderOfProgram();
 
 private:
     struct Unload {

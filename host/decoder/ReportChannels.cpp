@@ -6,7 +6,7 @@
 namespace w64 {
 
 std::vector<std::string> ReportChannels::Lines(std::string text) {
-    std::ranges::replace(text, '\0', '?');  // would end the message where it is passed on
+    std::ranges::replace(text, '\0', '?');  // would end the message early
 
     std::vector<std::string> lines;
     std::istringstream stream(std::move(text));

@@ -8,7 +8,7 @@
 
 namespace w64 {
 
-// What a component of the plug-in has to say, caught in memory.
+// What a component of the plug-in reports, kept in memory.
 class ReportChannels {
 public:
     // The trace goes on to `traceDescriptor`; 0 for none.
@@ -16,15 +16,15 @@ public:
 
     STNStdReport Report() const { return {error_.Input(), information_.Input(), traceDescriptor_}; }
 
-    // The lines so far without line ends and the routine's name in brackets, each text once. A damaged file
-    // can repeat itself for ever, so only the beginning is looked at.
+    // The lines so far, without line ends and the routine's name in brackets, each text once. A damaged file can
+    // cause endless repetition, so only the beginning is read.
     std::vector<std::string> Errors() const { return Lines(error_.Beginning()); }
     std::vector<std::string> Notes() const { return Lines(information_.Beginning()); }
 
 private:
     static std::vector<std::string> Lines(std::string text);
 
-    mutable ReportPipe error_;  // to look at what is in them takes it out of the pipes
+    mutable ReportPipe error_;  // reading takes the text out of the pipe
     mutable ReportPipe information_;
     int traceDescriptor_;
 };

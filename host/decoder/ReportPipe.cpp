@@ -8,7 +8,7 @@ namespace w64 {
 
 namespace {
 
-// The end to read from, then the end to write to. Neither waits for the other.
+// The end to read from, then the end to write to. Neither blocks.
 std::pair<Descriptor, Descriptor> MakePipe() {
     int ends[2];
     if (::pipe(ends) != 0) throw SystemFailure("cannot keep the decoder's reports");

@@ -6,16 +6,16 @@
 
 namespace w64 {
 
-// Catches what a component reports to a descriptor, in memory: no full disk and no limit on files can lose it.
-// The beginning is kept; once there is more of it than a pipe takes, further writes fail and block nobody.
-// Errors: Failure when it cannot be made.
+// Keeps what a component reports to a descriptor in memory, where no full disk and no limit on files can lose it.
+// Once the pipe is full, further writes fail without blocking.
+// Errors: Failure when it cannot be created.
 class ReportPipe {
 public:
     ReportPipe();
 
     int Input() const { return input_.Number(); }
 
-    // At most this much of what has been written so far.
+    // The first bytes that have been written so far, at most this many.
     static constexpr size_t kBeginning = 8192;
     const std::string& Beginning();
 

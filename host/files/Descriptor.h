@@ -5,7 +5,7 @@
 
 namespace w64 {
 
-// Closes a file descriptor with the object; a negative one is none.
+// Owns a file descriptor; negative for none.
 class Descriptor {
 public:
     explicit Descriptor(int number = -1) : number_(number) {}

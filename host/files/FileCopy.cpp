@@ -16,7 +16,7 @@ constexpr const char* kShorter = "the file became shorter while it was copied";
 }  // namespace
 
 void CopyBeginning(const XFile& from, XFile& to, int64_t bytes) {
-    constexpr int64_t kPiece = int64_t{64} << 20;  // short enough to be interrupted
+    constexpr int64_t kPiece = int64_t{64} << 20;  // small enough to react to an interrupt
     if (Platform::ShareContents(from.Descriptor(), to.Descriptor())) {
         if (to.Size() < bytes) throw Failure(kShorter);
         if (!to.SetFileSize(bytes)) throw SystemFailure(kCannotCopy);

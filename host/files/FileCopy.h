@@ -6,7 +6,7 @@
 
 namespace w64 {
 
-// Copies the first `bytes` of a file into an empty one, which shares their blocks where the file system can.
+// Copies the first `bytes` of a file into an empty one. The two share blocks where the file system can.
 // Errors: Failure, and Interrupt between pieces.
 void CopyBeginning(const XFile& from, XFile& to, int64_t bytes);
 

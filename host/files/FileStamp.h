@@ -7,14 +7,14 @@
 
 namespace w64 {
 
-// Which file it is and when it was last changed: what tells that a program that does not look at locks has
-// replaced or changed it.
+// Which file it is and when it was last changed. Detects that a program that ignores locks has replaced or
+// changed it.
 class FileStamp {
 public:
     // Of an open file. Errors: Failure.
     explicit FileStamp(int descriptor);
 
-    // Whether this very file is what the path leads to, and nobody has changed it since.
+    // Whether the path still leads to this file and it has not been changed since.
     bool StillHolds(const std::filesystem::path& path) const;
 
 private:
@@ -25,7 +25,7 @@ private:
     ino_t inode_;
     int64_t size_;
     int64_t written_;  // nanoseconds
-    int64_t changed_;  // so too, and also when somebody has set the time of the last write back
+    int64_t changed_;  // nanoseconds; moves even when the time of the last write is set back
 };
 
 }  // namespace w64

@@ -1,18 +1,14 @@
 #include "host/files/InputFile.h"
 
-#include "base/XStr.h"
+#include "host/files/FileName.h"
 #include "host/terminal/Failure.h"
-
-#include <filesystem>
 
 namespace w64 {
 
 namespace fs = std::filesystem;
 
 InputFile::InputFile(const std::string& name) {
-    const XStr wideName = FromUTF8(name);
-    if (ToUTF8(wideName) != name) throw Failure("is no UTF-8 file name");
-    if (Open(wideName, Access::Read)) return;
+    if (Open(WideName(name), Access::Read)) return;
     auto reason = static_cast<std::errc>(errno);
     std::error_code error;
     const fs::file_status status = fs::status(name, error);

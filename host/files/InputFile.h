@@ -7,13 +7,13 @@
 namespace w64 {
 
 // A file that is only read.
-// Errors: Failure that says what is in the way, in the system's words where it has any.
+// Errors: Failure that says why it cannot be opened, in the system's words where it has any.
 class InputFile : public XFile {
 public:
     explicit InputFile(const std::string& name);
 };
 
-// The same look at a file that somebody else is to open.
+// The same check of a file that the decoder is to open.
 void RequireReadable(const std::string& name);
 
 }  // namespace w64

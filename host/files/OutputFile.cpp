@@ -1,6 +1,6 @@
 #include "host/files/OutputFile.h"
 
-#include "base/XStr.h"
+#include "host/files/FileName.h"
 #include "host/terminal/Failure.h"
 
 #include <sys/stat.h>
@@ -12,10 +12,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Looked at before any work is done; that the name is still free is made sure of at the end.
+// Checked before any work is done. Commit makes sure that the name is still free.
 fs::path Usable(fs::path path, bool replace) {
     const std::string name = "'" + path.native() + "'";
-    if (ToUTF8(FromUTF8(path.native())) != path.native()) throw Failure(name + " is no UTF-8 file name");
+    WideName(path, "the file name " + name);
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
     if (!fs::exists(status)) return path;
@@ -34,19 +34,19 @@ void OutputFile::Commit() {
     if (::fsync(descriptor) != 0) throw SystemFailure("cannot write '" + path_.native() + "'");
     if (!replace_) return MoveToFreeName();
     struct stat old {};
-    if (::stat(path_.c_str(), &old) == 0) ::fchmod(descriptor, old.st_mode & 07777);  // who may read it stays
+    if (::stat(path_.c_str(), &old) == 0) ::fchmod(descriptor, old.st_mode & 07777);  // keeps who may read it
     if (::rename(temp_.Path().c_str(), path_.c_str()) != 0) {
         throw SystemFailure("cannot replace '" + path_.native() + "'");
     }
 }
 
-// A link never replaces what has come under the name meanwhile, as a rename would.
+// Unlike a rename, a link never replaces a file that another program has put there meanwhile.
 void OutputFile::MoveToFreeName() {
     if (::link(temp_.Path().c_str(), path_.c_str()) == 0) return;
     std::error_code ignored;
     if (errno == EEXIST || fs::exists(path_, ignored))
         throw Failure("'" + path_.native() + "' exists already; --force replaces it");
-    // Some file systems know no links.
+    // Some file systems have no links.
     if (::rename(temp_.Path().c_str(), path_.c_str()) != 0) {
         throw SystemFailure("cannot create '" + path_.native() + "'");
     }

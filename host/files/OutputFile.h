@@ -4,12 +4,12 @@
 
 namespace w64 {
 
-// A file that appears under its name only when it is whole: it is written beside that name, brought to the
-// disk and then renamed. Without Commit nothing is left behind.
+// A file that appears under its name only when it is complete: it is written beside that name, flushed to disk
+// and then renamed. Without Commit it is removed.
 // Errors: Failure.
 class OutputFile {
 public:
-    // With `replace` a file of that name is replaced; without, it is kept and the output refused.
+    // With `replace` an existing file is replaced; without, it is kept and the output refused.
     OutputFile(std::filesystem::path path, bool replace);
 
     XFile& File() { return temp_.File(); }

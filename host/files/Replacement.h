@@ -10,19 +10,19 @@
 
 namespace w64 {
 
-// A copy of a file, made beside it to be edited, that takes the file's place once it is right. Nobody who
-// respects locks can change the file meanwhile; what others have done to it is kept, and the copy refused.
-// Without Commit the file stays as it is and the copy goes.
+// A copy of a file, made beside it to be edited, that then takes the file's place. Programs that respect locks
+// cannot change the file meanwhile; when another one has, its version is kept and the copy refused.
+// Without Commit the file stays as it is and the copy is removed.
 // Errors: Failure, and Interrupt while it copies.
 class Replacement {
 public:
-    // A link is followed. Copies of killed runs that lie in the same folder are named on the console.
+    // Links are followed. Copies that killed runs have left in the same folder are named on the console.
     Replacement(const std::filesystem::path& file, Console& console);
 
     XFile& Original() { return original_; }
     const std::filesystem::path& Copy() const { return copy_.Path(); }
 
-    // Brings the copy to the disk and puts it under the file's name, with its owner, mode and attributes.
+    // Flushes the copy to disk and moves it over the file, with the file's owner, mode and attributes.
     void Commit();
 
 private:

@@ -20,7 +20,7 @@ std::filesystem::path NextName() {
 }  // namespace
 
 TempFile::TempFile(const std::filesystem::path& folder, XFile::Access access) {
-    constexpr int kTries = 100;  // names that a killed process of the same number has left behind
+    constexpr int kTries = 100;  // a killed process with the same number may have left files
     for (int i = 0; i < kTries; ++i) {
         path_ = folder / NextName();
         if (file_.Open(FromUTF8(path_.native()), access)) return;

@@ -16,7 +16,7 @@ public:
     TempFile& operator=(const TempFile&) = delete;
     ~TempFile();
 
-    // Whether this is the name of such a file whose program is no more.
+    // Whether this is the name of such a file whose program has ended.
     static bool IsLeftover(const std::string& name);
 
     XFile& File() { return file_; }

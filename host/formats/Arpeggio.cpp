@@ -12,7 +12,7 @@ constexpr double kSecondsBetweenNotes = 0.4;
 constexpr double kSecondsOfRinging = 2.4;
 constexpr double kFadeSeconds = 0.1;
 constexpr double kRootHertz = 220;
-constexpr double kLoudness = 0.45;  // at most 0.45 * 1.42 (partials) * 1.43 (notes) when everything adds up
+constexpr double kLoudness = 0.45;  // the peak is at most 0.45 * 1.42 (partials) * 1.43 (notes)
 constexpr double kDecayPerSecond = 3;
 constexpr std::array kChord = {1.0, 1.25, 1.5, 2.0, 1.5, 1.25};
 
@@ -45,7 +45,7 @@ void Arpeggio::Strike() {
     }
     note.framesLeft = std::llround(kSecondsOfRinging * framesPerSecond_);
 
-    // Seven notes from one side to the other and back, equal power in between.
+    // Seven notes from one side to the other and seven back, panned with equal power.
     const double place =
         (1 - std::cos(static_cast<double>(notesStruck_) * std::numbers::pi / 7)) / 2 * (channels_ - 1);
     note.leftChannel = std::min(static_cast<size_t>(place), static_cast<size_t>(std::max(channels_, 2u) - 2));

@@ -9,25 +9,25 @@
 
 namespace w64 {
 
-// A test signal that is pleasant to hear: the notes of a major chord, up and down, each struck softly and
-// left to ring, wandering through the channels from side to side. The same on every run.
+// A pleasant test signal: the notes of a major chord, up and down, each struck softly and left to ring, moving
+// through the channels from side to side. The same on every run.
 // Units:  frames; samples lie strictly between -1 and 1.
 class Arpeggio {
 public:
     Arpeggio(unsigned channels, unsigned framesPerSecond, int64_t frames);
 
-    // The next frames, interleaved; `out` holds whole frames, those past the end are silence.
+    // Fills `out` with the next frames, interleaved; past the end they are silent.
     void Render(std::span<double> out);
 
 private:
     static constexpr size_t kPartials = 4;
 
-    // Each partial is a point that turns and falls towards 0; its height is the sound.
+    // Each partial is a point that rotates and decays towards 0; its imaginary part is the sound.
     struct Note {
         std::array<std::complex<double>, kPartials> points;
         std::array<std::complex<double>, kPartials> steps;
         int64_t framesLeft;
-        size_t leftChannel;  // the two channels that it stands between
+        size_t leftChannel;  // it is panned between this one and the next
         double leftGain;
         double rightGain;
     };

@@ -14,12 +14,12 @@ namespace w64 {
 // The kinds of file that decoded audio can be written to.
 enum class AudioFileType { Wav, Flac, Raw };
 
-// By the ending of a file name; nothing when it is unknown.
+// From the extension of a file name; nothing when it is unknown.
 std::optional<AudioFileType> AudioFileTypeOf(std::string_view name);
 std::string EndingOf(AudioFileType type);  // ".wav"
 
-// Takes decoded audio, as interleaved little-endian frames in WAVE layout, and makes a file of it.
-// Order:  Write any number of times, then Finish; a sink that is dropped before leaves a broken file.
+// Writes decoded audio, interleaved little-endian frames in WAVE layout, to a file.
+// Order:  Write any number of times, then Finish; without Finish the file is broken.
 // Errors: Failure.
 class AudioSink {
 public:
@@ -32,13 +32,13 @@ public:
     virtual void Finish() = 0;
 };
 
-// Where a sink writes: a file of its own, empty and seekable, or a stream that only goes forward.
+// Where a sink writes: an empty, seekable file of its own, or a stream.
 struct SinkTarget {
     XFile& file;
     bool seekable;
 };
 
-// `expectedBytes` of audio are to come, as far as that is known.
+// `expectedBytes`: the length of the audio, where it is known.
 std::unique_ptr<AudioSink> MakeWavSink(SinkTarget target, const XAudioWFX& format,
                                        std::optional<int64_t> expectedBytes);
 std::unique_ptr<AudioSink> MakeFlacSink(SinkTarget target, const XAudioWFX& format);

@@ -2,7 +2,7 @@
 
 #include "audio/samples/XAudioRdWr.h"
 #include "host/files/InputFile.h"
-#include "host/formats/SpeakerMap.h"
+#include "host/formats/Speakers.h"
 #include "host/layout/ChunkKind.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/FormatText.h"
@@ -57,7 +57,7 @@ constexpr std::array<std::pair<int, const char*>, 10> kStrings = {{{SF_STR_TITLE
                                                                    {SF_STR_TRACKNUMBER, "Track"},
                                                                    {SF_STR_GENRE, "Genre"}}};
 
-// libsndfile takes some files that are no audio for no files.
+// libsndfile reports some non-audio files as missing.
 std::string OpenError(const std::string& path) {
     const std::string reason = sf_strerror(nullptr);
     if (::access(path.c_str(), R_OK) != 0) return std::generic_category().message(errno);
@@ -66,10 +66,10 @@ std::string OpenError(const std::string& path) {
         return std::make_error_code(std::errc::is_a_directory).message();
     }
     const bool isThere = std::filesystem::is_regular_file(path, error);
-    return isThere && reason.starts_with("File does not exist") ? "is no audio file" : reason;
+    return isThere && reason.starts_with("File does not exist") ? "is not an audio file" : reason;
 }
 
-// A file of one of these kinds, whatever bytes further on may look like.
+// Whether the file is of one of these kinds; MPEG frames could still be found in its later bytes.
 bool BeginsLikeContainer(const std::string& path) {
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error)) return false;
@@ -102,9 +102,9 @@ std::optional<int> AudioSource::Container(const std::string& path) {
     return std::nullopt;
 }
 
-// Where the library cannot read a part of the header, it goes on with what it has.
-AudioSource::FileHandle AudioSource::Open(const std::string& path, SF_INFO& info) {
-    FileHandle file(sf_open(path.c_str(), SFM_READ, &info));
+// The library goes on when it cannot read a part of the header, so its error is checked here.
+SoundFileHandle AudioSource::Open(const std::string& path, SF_INFO& info) {
+    SoundFileHandle file(sf_open(path.c_str(), SFM_READ, &info));
     if (file && sf_error(file.get()) != SF_ERR_NO_ERROR) throw Failure(sf_strerror(file.get()));
     return file;
 }
@@ -149,7 +149,7 @@ std::span<const uint8_t> AudioSource::Read() {
     return std::span(bytes_).first(static_cast<size_t>(frames) * format_.Format.nBlockAlign);
 }
 
-// Frames put into bytes_, as many as there is room for.
+// Fills bytes_ and returns the number of frames.
 sf_count_t AudioSource::ReadFrames() {
     void* out = bytes_.data();
     if (kind_.tag == kTagFloat) {

@@ -1,30 +1,29 @@
 #pragma once
 
 #include "host/formats/SampleKind.h"
+#include "host/formats/SoundFileHandle.h"
 
 #include <cstdint>
-#include <memory>
 #include <optional>
-#include <sndfile.h>
 #include <span>
 #include <string>
 #include <vector>
 
 namespace w64 {
 
-// An audio file of any kind that libsndfile reads, as the WAVE format and bytes that hold its samples
-// exactly. What WAVE has no plain form for is decoded: lossy codecs to float, others to 16 bit.
+// An audio file of any kind that libsndfile reads, as a WAVE format and bytes that hold its samples exactly.
+// Compressed audio is decoded: lossy codecs to float, others to 16 bits.
 // Errors: Failure.
 class AudioSource {
 public:
     explicit AudioSource(const std::string& path);
 
-    // The kind of file, one of libsndfile's SF_FORMAT_TYPEMASK; nothing where it is unknown. Failure for a kind
-    // that is known by its first bytes and cannot be read.
+    // The kind of file, one of libsndfile's SF_FORMAT_TYPEMASK; nothing where it is unknown. Failure for a file that
+    // begins like a known kind and cannot be read.
     static std::optional<int> Container(const std::string& path);
 
     const WAVEFORMATEXTENSIBLE& Format() const { return format_; }
-    int64_t Frames() const { return info_.frames; }  // as the file announces them
+    int64_t Frames() const { return info_.frames; }  // by its header
 
     // What the file has besides audio, in words: "tags (Title, Artist)", "markers".
     std::vector<std::string> Extras() const;
@@ -33,20 +32,14 @@ public:
     std::span<const uint8_t> Read();
 
 private:
-    struct CloseFile {
-        void operator()(SNDFILE* file) const { sf_close(file); }
-    };
-
-    using FileHandle = std::unique_ptr<SNDFILE, CloseFile>;
-
-    static FileHandle Open(const std::string& path,
-                           SF_INFO& info);  // null where the library takes it for no audio
+    // Null where the library does not take it for audio.
+    static SoundFileHandle Open(const std::string& path, SF_INFO& info);
     uint32_t ReadChannelMask() const;
     bool HasChunk(const std::string& code) const;
     sf_count_t ReadFrames();
 
     SF_INFO info_{};
-    FileHandle file_;
+    SoundFileHandle file_;
     SampleKind kind_{};
     WAVEFORMATEXTENSIBLE format_{};
     sf_count_t framesPerRead_ = 1;

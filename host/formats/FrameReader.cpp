@@ -70,18 +70,18 @@ std::span<const double> FrameReader::Read() {
     const std::span<const uint8_t> bytes = ReadBytes();
     const int64_t count = format_.BytesToSamples_RAW(static_cast<int64_t>(bytes.size()));
     samples_.resize(static_cast<size_t>(count));
-    auto* data = const_cast<uint8_t*>(bytes.data());  // nothing is written
+    auto* data = const_cast<uint8_t*>(bytes.data());  // only read
     XAudioRdWr(format_, 0, 0, data, nullptr).GetDbls(0, count, samples_.data());
     if (format_.WFXFormatTag() == kTagFloat) MakeNumbers();
     return samples_;
 }
 
 void FrameReader::MakeNumbers() {
-    constexpr double kLoudest = 1e6;
+    constexpr double kMaxLevel = 1e6;  // 120 dB
     for (double& sample : samples_) {
         const bool isNumber = std::isfinite(sample);
         noNumbers_ += isNumber ? 0 : 1;
-        sample = isNumber ? std::clamp(sample, -kLoudest, kLoudest) : 0;
+        sample = isNumber ? std::clamp(sample, -kMaxLevel, kMaxLevel) : 0;
     }
 }
 

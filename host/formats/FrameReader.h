@@ -13,26 +13,26 @@
 
 namespace w64 {
 
-// The audio of a file of any kind: Wave64 through the decoder, all else through libsndfile.
-// Units:  doubles with full scale at 1, interleaved. Infinities and what is no number read as 0, and what is
-//         more than 120 dB above full scale stays there.
-// Errors: Failure while it is opened; later ones end the audio and are kept as Complaint.
+// The audio of a file of any kind: Wave64 through the decoder, others through libsndfile.
+// Units:  interleaved doubles, full scale is 1. Infinities and NaNs read as 0; samples are clipped at 120 dB
+//         above full scale.
+// Errors: Failure from the constructor; a later one ends the audio and is kept as Complaint.
 class FrameReader {
 public:
-    // Of a damaged Wave64 file what there is; a repaired copy, where it takes one, is made in `copyFolder`.
+    // Reads what is there of a damaged Wave64 file, if need be from a repaired copy in `copyFolder`.
     FrameReader(const std::string& path, const std::filesystem::path& copyFolder,
                 const CommandContext& context);
 
     const XAudioWFX& Format() const { return format_; }  // of the decoded audio
-    int64_t ExpectedFrames() const;                      // a guess, by what the file says
+    int64_t ExpectedFrames() const;                      // an estimate from the header
 
     // The next frames, valid until the next call; empty at the end.
     std::span<const double> Read();
 
-    // Samples so far that are infinite or no numbers.
+    // Samples so far that were infinite or NaN.
     int64_t NoNumbers() const { return noNumbers_; }
 
-    // Why this may not be all that the file should hold; empty when it is.
+    // Why the audio may be incomplete; empty when it is not.
     std::string Complaint() const;
 
 private:
@@ -43,8 +43,8 @@ private:
 
     std::optional<Salvage> salvage_;  // of a damaged file
     std::optional<PluginLibrary> library_;
-    std::optional<DecoderInstance> decoder_;  // either this one
-    std::optional<AudioSource> source_;       // or that one
+    std::optional<DecoderInstance> decoder_;  // either this
+    std::optional<AudioSource> source_;       // or this
     XAudioWFX format_;
     std::vector<double> samples_;
     int64_t noNumbers_ = 0;

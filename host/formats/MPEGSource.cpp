@@ -4,12 +4,11 @@
 #include "host/terminal/Failure.h"
 #include "host/terminal/FormatText.h"
 #include "host/terminal/Interrupt.h"
+#include "mp3/library/MPG123Handle.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <memory>
-#include <mpg123.h>
 #include <string_view>
 
 namespace w64 {
@@ -17,19 +16,19 @@ namespace w64 {
 namespace {
 
 constexpr int64_t kBlockBytes = 65536;
-constexpr long kNearBeginning = 1024;  // bytes
+constexpr long kMaxJunkAtStart = 1024;  // bytes
 constexpr int64_t kID3v1Bytes = 128;
 
-// A walk over the MPEG frames of a file, which are not decoded.
+// Walks over the MPEG frames of a file without decoding them.
 class FrameWalk {
 public:
-    // At most `mostJunk` bytes are passed over in search of an MPEG frame; -1 for no limit.
-    FrameWalk(XFile& file, long flags, long mostJunk) : handle_(mpg123_new(nullptr, nullptr)) {
+    // Skips up to `maxJunk` bytes in search of an MPEG frame; -1 for no limit.
+    FrameWalk(XFile& file, long flags, long maxJunk) : handle_(mpg123_new(nullptr, nullptr)) {
         mpg123_handle* handle = handle_.get();
         const bool opened = handle && file.SetPosition(0) &&
                             mpg123_param(handle, MPG123_ADD_FLAGS, MPG123_QUIET | MPG123_SKIP_ID3V2 | flags,
                                          0) == MPG123_OK &&
-                            mpg123_param(handle, MPG123_RESYNC_LIMIT, mostJunk, 0) == MPG123_OK &&
+                            mpg123_param(handle, MPG123_RESYNC_LIMIT, maxJunk, 0) == MPG123_OK &&
                             mpg123_open_fd(handle, file.Descriptor()) == MPG123_OK;
         if (!opened) throw Failure(std::string("cannot read MPEG audio: ") + mpg123_strerror(handle));
     }
@@ -45,7 +44,7 @@ public:
     int64_t Start() const { return mpg123_framepos(handle_.get()); }
     int64_t End() const { return mpg123_tell_stream(handle_.get()); }
 
-    // 0 where the encoder has not noted it.
+    // 0 where it is unknown.
     int EncoderDelay() const {
         long delay = 0;
         mpg123_getstate(handle_.get(), MPG123_ENC_DELAY, &delay, nullptr);
@@ -53,19 +52,11 @@ public:
     }
 
 private:
-    struct DeleteHandle {
-        void operator()(mpg123_handle* handle) const { mpg123_delete(handle); }
-    };
-
-    std::unique_ptr<mpg123_handle, DeleteHandle> handle_;
+    MPG123Handle handle_;
     mpg123_frameinfo frame_{};
 };
 
-bool SameFormat(const mpg123_frameinfo& a, const mpg123_frameinfo& b) {
-    return a.rate == b.rate && (a.mode == MPG123_M_MONO) == (b.mode == MPG123_M_MONO);
-}
-
-// What the format record says about all MPEG frames of a stream.
+// What the format record says about the MPEG frames of a stream.
 struct StreamSummary {
     mpg123_frameinfo first{};
     int samplesPerMPEGFrame = 0;
@@ -115,7 +106,7 @@ struct StreamSummary {
         return format;
     }
 
-    // MPEG frames are blocks only where the whole stream is made of such.
+    // A block is an MPEG frame only where the whole stream consists of frames of one size.
     MPEG1WAVEFORMAT Layer1Or2Format(int64_t streamBytes) const {
         MPEG1WAVEFORMAT format{};
         format.wfx = CommonFields(kTagMPEG, sizeof format);
@@ -146,17 +137,17 @@ struct StreamSummary {
 
 bool MPEGSource::Recognises(const std::string& path) {
     InputFile file(path);
-    return FrameWalk(file, 0, kNearBeginning).Next();
+    return FrameWalk(file, 0, kMaxJunkAtStart).Next();
 }
 
 MPEGSource::MPEGSource(const std::string& path) : file_(path), block_(kBlockBytes) {
     FrameWalk audio(file_, 0, -1);
-    if (!audio.Next()) throw Failure("holds no MPEG audio");
+    if (!audio.Next()) throw Failure("has no MPEG audio");
     const int64_t firstAudio = audio.Start();
     StreamSummary summary{
         .first = audio.Frame(), .samplesPerMPEGFrame = audio.Samples(), .encoderDelay = audio.EncoderDelay()};
 
-    // An encoder's notes may fill an MPEG frame before the first one of audio. It belongs to the stream.
+    // An encoder may put an info frame (Xing, LAME) before the first frame of audio. It belongs to the stream.
     FrameWalk all(file_, MPG123_IGNORE_INFOFRAME, -1);
     start_ = firstAudio;
     mpg123_frameinfo stray{};
@@ -165,13 +156,13 @@ MPEGSource::MPEGSource(const std::string& path) : file_(path), block_(kBlockByte
         Interrupt::Check();
         start_ = std::min(start_, all.Start());
         if (all.Start() < firstAudio) continue;
-        if (SameFormat(all.Frame(), summary.first)) {
+        if (IsSameFormat(all.Frame(), summary.first)) {
             summary.Add(all.Frame());
             end_ = all.End();
             continue;
         }
-        // One may be damage that looks like a header; two of a kind in a row are not.
-        if (all.Start() == strayEnd && SameFormat(all.Frame(), stray)) {
+        // A single one may be damage that looks like a header; two alike in a row are not.
+        if (all.Start() == strayEnd && IsSameFormat(all.Frame(), stray)) {
             throw Failure("the MPEG audio changes its rate or channels at " + Grouped(all.Start()));
         }
         stray = all.Frame();
@@ -206,7 +197,7 @@ std::vector<std::string> MPEGSource::DescribeRest() {
     }
     if (end_ < fileEnd) {
         notes.push_back("left out " + Grouped(fileEnd - end_) +
-                        " bytes behind the MPEG audio: " + KindsOfRest(end_, fileEnd));
+                        " bytes after the MPEG audio: " + KindsOfRest(end_, fileEnd));
     }
     return notes;
 }
@@ -220,7 +211,7 @@ std::string MPEGSource::KindsOfRest(int64_t begin, int64_t end) {
     return kinds.empty() ? "no whole MPEG frame" : Joined(kinds, ", ");
 }
 
-// The kind of tag that begins there; empty for none.
+// The kind of tag that begins at `position`; empty for none.
 std::string MPEGSource::TagAt(int64_t position) {
     std::array<char, 8> bytes{};
     const size_t got = file_.SetPosition(position) ? file_.Read(bytes.data(), bytes.size()) : 0;

@@ -10,13 +10,13 @@
 
 namespace w64 {
 
-// A file of MPEG audio (MPEG-1, 2 and 2.5, layers 1 to 3) as the stream of MPEG frames in it, whose bytes stay
-// as they are. What lies before the first MPEG frame and behind the last whole one, such as tags, is no part.
+// The stream of MPEG frames (MPEG-1, 2 and 2.5, layers 1 to 3) in a file, byte for byte. What comes before the
+// first MPEG frame and after the last whole one, such as tags, is not part of it.
 // Units:  a frame is one sample of every channel; an MPEG frame holds up to 1152 of them.
 // Errors: Failure.
 class MPEGSource {
 public:
-    // Whether libmpg123 finds MPEG audio near the beginning, tags aside.
+    // Whether libmpg123 finds MPEG audio near the beginning, after any tags.
     static bool Recognises(const std::string& path);
 
     // Reads all MPEG frames.
@@ -25,13 +25,13 @@ public:
     // An MPEGLAYER3WAVEFORMAT or MPEG1WAVEFORMAT.
     const XAudioWFX& Format() const { return format_; }
 
-    int64_t Frames() const { return frames_; }  // decoded, with the encoder's delay and padding
+    int64_t Frames() const { return frames_; }  // decoded, including the encoder's delay and padding
     int64_t Bytes() const { return end_ - start_; }
 
     // The next bytes of the stream, valid until the next call; empty at the end.
     std::span<const uint8_t> Read();
 
-    // What the file holds besides, a line each.
+    // What else the file holds, a line for each part.
     std::vector<std::string> DescribeRest();
 
 private:

@@ -15,7 +15,7 @@ struct MPEGLAYER3WAVEFORMAT {
     uint32_t fdwFlags;         // how MPEG frames are padded
     uint16_t nBlockSize;       // bytes of a block of MPEG frames, padding aside
     uint16_t nFramesPerBlock;  // MPEG frames
-    uint16_t nCodecDelay;      // samples that the encoder has put in front; 0 where it is not known
+    uint16_t nCodecDelay;      // samples that the encoder put in front; 0 where it is unknown
 };
 
 struct MPEG1WAVEFORMAT {
@@ -23,8 +23,8 @@ struct MPEG1WAVEFORMAT {
     uint16_t fwHeadLayer;    // a bit for each layer
     uint32_t dwHeadBitrate;  // bits per second; 0 where it varies
     uint16_t fwHeadMode;     // a bit for each mode in the order of the header's codes
-    uint16_t fwHeadModeExt;  // the same of the mode extension, of joint stereo only
-    uint16_t wHeadEmphasis;  // the header's code and 1
+    uint16_t fwHeadModeExt;  // the same for the mode extension, of joint stereo only
+    uint16_t wHeadEmphasis;  // the header's code plus 1
     uint16_t fwHeadFlags;    // kMPEG... below
     uint32_t dwPTSLow;       // time stamp of the first MPEG frame
     uint32_t dwPTSHigh;

@@ -19,20 +19,20 @@ inline SampleKind KindOf(const XAudioWFX& format) {
     return {static_cast<uint16_t>(format.WFXFormatTag()), static_cast<unsigned>(format.BitsPerSample())};
 }
 
-// Errors: UsageError for samples that nothing stores.
+// Errors: UsageError for a combination that no format has.
 inline void CheckSampleKind(bool isFloat, unsigned bits) {
     if (isFloat && bits < 32) throw UsageError("floating-point samples have 32 or 64 bits");
     if (!isFloat && bits > 32) throw UsageError("64-bit samples need --float");
 }
 
-// Whether a plain record says the same: of one channel in the center, or of a left and a right one.
+// Whether a plain record implies these speakers: mono in the center, or left and right.
 inline bool AreUsualSpeakers(unsigned channels, uint32_t channelMask) {
     return (channels == 1 && channelMask == 4) || (channels == 2 && channelMask == 3);
 }
 
-// The WAVE format record for such samples: extensible when there are speakers to name, or so many channels of
-// integers that they ask for it; else plain, with the fields behind `Format` unused. Floats stay plain as
-// long as they can: readers of Wave64 in circulation take every extensible record for integers.
+// The WAVE format record for such samples: extensible when there are speakers to name, or more than two channels
+// of integers; else plain, with the fields after `Format` unused. Floats are plain wherever possible, because some
+// Wave64 readers take every extensible record for integers.
 inline WAVEFORMATEXTENSIBLE MakeWaveFormat(SampleKind kind, unsigned channels, uint32_t framesPerSecond,
                                            uint32_t channelMask) {
     const bool isFloat = kind.tag == kTagFloat;

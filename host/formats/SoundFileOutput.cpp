@@ -1,20 +1,20 @@
 #include "host/formats/SoundFileOutput.h"
 
 #include "base/LittleEndian.h"
+#include "base/StdioFile.h"
 #include "host/terminal/Failure.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <unistd.h>
 
 namespace w64 {
 
 namespace {
 
-// The library adds peaks to RF64 whatever it is told. As it is given bytes and no samples, they would all be 0, and
-// the time that goes with them would make of equal audio different files.
+// The library writes a PEAK chunk to RF64 even when told not to. As it gets bytes and not samples, all peaks in it
+// would be 0, and its time stamp would make the files of equal audio differ.
 void BlankPeaks(std::string& header) {
     if (!header.starts_with("RIFF") && !header.starts_with("RF64")) return;
     for (size_t at = 12; at + 8 <= header.size();) {
@@ -42,13 +42,9 @@ protected:
     XFile file_;  // a view
 };
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
 class DetourOutput : public FileOutput {
 public:
-    DetourOutput(XFile& stream, XFile& view, std::unique_ptr<std::FILE, CloseFile> detour)
+    DetourOutput(XFile& stream, XFile& view, StdioFile detour)
         : FileOutput(view), stream_(stream), detour_(std::move(detour)) {}
 
     void Finish() override {
@@ -61,7 +57,7 @@ public:
 
 private:
     XFile& stream_;
-    std::unique_ptr<std::FILE, CloseFile> detour_;
+    StdioFile detour_;
 };
 
 }  // namespace
@@ -73,7 +69,7 @@ bool HeaderOutput::Write(const void* data, size_t bytes) {
     return true;
 }
 
-// Headers are written as a whole.
+// The library writes a header in one piece.
 bool SoundFileOutput::Take(const void* data, size_t bytes) {
     if (Position() != 0) return Write(data, bytes);
     std::string header(static_cast<const char*>(data), bytes);
@@ -109,7 +105,7 @@ SF_VIRTUAL_IO* SoundFileOutput::Calls() {
 std::unique_ptr<SoundFileOutput> MakeFileOutput(XFile& file) { return std::make_unique<FileOutput>(file); }
 
 std::unique_ptr<SoundFileOutput> MakeDetourOutput(XFile& stream) {
-    std::unique_ptr<std::FILE, CloseFile> detour(std::tmpfile());
+    StdioFile detour(std::tmpfile());
     if (!detour) throw SystemFailure("cannot create a temporary file");
     XFile view;
     view.Open(reinterpret_cast<void*>(intptr_t{::fileno(detour.get())}));

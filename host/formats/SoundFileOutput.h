@@ -9,9 +9,8 @@
 
 namespace w64 {
 
-// Where libsndfile writes a file to. It goes back to the start to complete its header, so what is no file
-// needs something in between.
-// Errors: kept as WriteError, since the library drops some results; Finish throws Failure.
+// Where libsndfile writes a file. It seeks back to complete the header, so a stream needs a detour.
+// Errors: kept as WriteError, since the library ignores some results; Finish throws Failure.
 class SoundFileOutput {
 public:
     SoundFileOutput() = default;
@@ -19,7 +18,7 @@ public:
     SoundFileOutput& operator=(const SoundFileOutput&) = delete;
     virtual ~SoundFileOutput() = default;
 
-    virtual void Finish() {}  // when libsndfile is done
+    virtual void Finish() {}  // call when libsndfile is done
 
     int WriteError() const { return writeError_; }  // an errno, 0 for none
 
@@ -41,10 +40,10 @@ private:
 
 std::unique_ptr<SoundFileOutput> MakeFileOutput(XFile& file);
 
-// Any file into a stream, when it is complete; until then it lies in an unnamed temporary one.
+// Collects the output in an unnamed temporary file, and copies it to the stream once it is complete.
 std::unique_ptr<SoundFileOutput> MakeDetourOutput(XFile& stream);
 
-// Keeps the header alone, the last one that was written, and forgets the audio.
+// Keeps only the header that was written last, and drops the audio.
 class HeaderOutput : public SoundFileOutput {
 public:
     const std::string& Header() const { return header_; }

@@ -2,15 +2,15 @@
 
 #include "audio/samples/XAudioRdWr.h"
 #include "host/formats/AudioSink.h"
+#include "host/formats/SoundFileHandle.h"
 #include "host/formats/SoundFileOutput.h"
-#include "host/formats/SpeakerMap.h"
+#include "host/formats/Speakers.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/FormatText.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <sndfile.h>
 #include <unistd.h>
 #include <vector>
 
@@ -18,10 +18,10 @@ namespace w64 {
 
 namespace {
 
-// Past this a WAV file needs 64-bit sizes; a little is left for the header and what follows the audio.
-constexpr int64_t kMostWavBytes = 0xFFFFFFFF - 4096;
+// Beyond this a WAV file needs 64-bit sizes. Leaves room for the header and what follows the audio.
+constexpr int64_t kMaxWavBytes = 0xFFFFFFFF - 4096;
 
-// 0 for samples that no file of libsndfile holds.
+// 0 for samples that libsndfile cannot write.
 int SubtypeOf(const XAudioWFX& format) {
     const bool isFloat = format.WFXFormatTag() == kTagFloat;
     switch (format.BitsPerSample()) {
@@ -83,11 +83,7 @@ protected:
     XAudioWFX format_;
 
 private:
-    struct CloseEncoder {
-        void operator()(SNDFILE* file) const { sf_close(file); }
-    };
-
-    // The library drops what the last writes come to, so they are watched here.
+    // The library ignores the results of the last writes, so they are checked here.
     void CheckWrites() const {
         if (output_->WriteError() == 0) return;
         errno = output_->WriteError();
@@ -95,10 +91,10 @@ private:
     }
 
     std::unique_ptr<SoundFileOutput> output_;
-    std::unique_ptr<SNDFILE, CloseEncoder> encoder_;  // goes first, it writes when it is closed
+    SoundFileHandle encoder_;  // destroyed first: it writes to output_ as it closes
 };
 
-// WAV stores samples as the decoder hands them out.
+// WAV stores samples as the decoder delivers them.
 class WavSink : public SoundFileSink {
 public:
     WavSink(std::unique_ptr<SoundFileOutput> output, const XAudioWFX& format,
@@ -106,9 +102,9 @@ public:
         : SoundFileSink(std::move(output), format) {
         const std::vector<int> map = ChannelMapFromMask(ChannelMaskOf(format), format.Channels());
         Start("WAV", "8, 16, 24 and 32-bit integers and 32 and 64-bit floats of up to 1024 channels",
-              expectedBytes.value_or(INT64_MAX) > kMostWavBytes ? SF_FORMAT_RF64
-              : map.empty()                                     ? SF_FORMAT_WAV
-                                                                : SF_FORMAT_WAVEX,
+              expectedBytes.value_or(INT64_MAX) > kMaxWavBytes ? SF_FORMAT_RF64
+              : map.empty()                                    ? SF_FORMAT_WAV
+                                                               : SF_FORMAT_WAVEX,
               SubtypeOf(format));
         sf_command(Encoder(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
         sf_command(Encoder(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
@@ -124,8 +120,8 @@ public:
     }
 };
 
-// The library completes a header when the audio is there, which is too late for a stream. So it gets as much
-// silence first, into nothing, and the header that comes of it goes before the audio.
+// The library completes a header after the audio, which is too late for a stream. So it first writes as much
+// silence to nowhere, and the resulting header is sent before the audio.
 std::string WavHeader(const XAudioWFX& format, int64_t audioBytes) {
     auto output = std::make_unique<HeaderOutput>();
     const HeaderOutput& headerOutput = *output;
@@ -148,19 +144,20 @@ public:
         left_ -= std::ssize(frames);
         if (begun_) return Send(frames.data(), frames.size());
         beginning_.append(reinterpret_cast<const char*>(frames.data()), frames.size());
-        if (beginning_.size() >= kLeastBeginning) Begin();
+        if (beginning_.size() >= kMinFirstWrite) Begin();
     }
 
     void Finish() override {
         if (left_ != 0)
-            throw Failure("the audio is not as long as announced; the header, already written, is wrong");
+            throw Failure("the audio is not as long as expected, and the header with the wrong length is "
+                          "already written");
         if (!begun_) Begin();
         if (padded_) Send("", 1);
     }
 
 private:
-    // Readers such as SoX tell the kind of file from what the first read of a pipe gives, 256 bytes or more.
-    static constexpr size_t kLeastBeginning = 4096;
+    // Readers such as SoX detect the kind of file from the first read of a pipe, and need 256 bytes or more.
+    static constexpr size_t kMinFirstWrite = 4096;
 
     void Begin() {
         Send(beginning_.data(), beginning_.size());
@@ -175,7 +172,7 @@ private:
     int64_t left_;
     bool padded_;
     bool begun_ = false;
-    std::string beginning_;  // the header and some audio, to be sent at once
+    std::string beginning_;  // the header and some audio, for one write
 };
 
 class FlacSink : public SoundFileSink {
@@ -190,14 +187,14 @@ public:
         const auto bytes = static_cast<int64_t>(frames.size());
         const int64_t samples = format_.BytesToSamples_RAW(bytes);
         samples_.resize(std::max(static_cast<size_t>(samples), samples_.size()));
-        auto* readOnly = const_cast<uint8_t*>(frames.data());  // nothing is put there
+        auto* readOnly = const_cast<uint8_t*>(frames.data());  // only read
         XAudioRdWr(format_.wfx(), bytes, bytes, readOnly, nullptr).GetInts(0, samples, samples_.data());
         CheckTaken(sf_write_int(Encoder(), samples_.data(), samples), samples);
     }
 
-    // The library writes a header with the first samples; without any the file would have none.
+    // The library writes the header with the first samples, so without audio there would be none.
     void Finish() override {
-        if (samples_.empty()) throw Failure("there is no audio, and FLAC cannot be empty");
+        if (samples_.empty()) throw Failure("there is no audio, and a FLAC file cannot be empty");
         SoundFileSink::Finish();
     }
 

@@ -11,7 +11,7 @@ namespace {
 clPassRIFFChunks ChunksFor(std::optional<uint32_t> frameCount) {
     clPassRIFFChunks chunks;
     if (!frameCount) return chunks;
-    // The format comes first; the writer fills it in.
+    // The writer fills in the format, which comes first.
     const bool added = chunks.AddInternal(RIFFChnkID("fmt "), nullptr, 0, false) &&
                        chunks.AddInternal(RIFFChnkID("fact"), &*frameCount, sizeof *frameCount, false);
     if (!added) throw std::bad_alloc();
@@ -36,7 +36,7 @@ void Wave64Writer::Finish() {
     STRIFFChunk* data = chunks_.FindChunkForWrite("data");
     data->DataSize = output_.File().Size() - data->FileDataPosition;
 
-    // Readers pass over a chunk header with nothing behind it.
+    // Readers skip a chunk header at the very end of a file.
     constexpr uint64_t nothing = 0;
     if (data->DataSize == 0) chunks_.AddChunk("junk", sizeof nothing, &nothing, -1);
     Check(chunks_.WriteChunksAfterData());

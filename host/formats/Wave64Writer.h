@@ -16,7 +16,7 @@ namespace w64 {
 // Errors: Failure.
 class Wave64Writer {
 public:
-    // Compressed audio has a count of its frames beside it, 0 where that is not known.
+    // Compressed audio needs a count of its frames, 0 where it is unknown.
     Wave64Writer(const std::string& path, bool replace, const XAudioWFX& format, int traceDescriptor,
                  std::optional<uint32_t> frameCount = std::nullopt);
 

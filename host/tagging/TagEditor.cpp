@@ -119,7 +119,7 @@ void TagEditor::EditInPlace(const fs::path& path, const TagChange& change) {
 void TagEditor::Edit(const fs::path& path, const TagChange& change) {
     // Where all go, damage to them does not matter.
     const NTag before = ReadTags(path, change.removeAll ? kvOpenAudioInfo : kvOpenTags);
-    settings_.BeginEdit();
+    OwnSettings::Edit edit(settings_);
     const TaggingOptions options = TaggingOptions::Read();
     RefuseAbsent(before, change.remove, options);
     if (!change.dropUnwritable && !change.removeAll) RefuseLosses(path, options);
@@ -133,7 +133,7 @@ void TagEditor::Edit(const fs::path& path, const TagChange& change) {
     } else {
         decoder.DeleteTags(path, change.remove);
     }
-    settings_.EndEdit();
+    edit.End();
     RefuseDifferences(expected, ReadTags(path, kvOpenTags), options);
 }
 

@@ -6,11 +6,11 @@
 
 namespace w64 {
 
-// What every command works with.
+// What every command needs.
 struct CommandContext {
     Console& console;
     int traceDescriptor;        // 0 for none
-    const std::string& plugin;  // a file or a folder; empty: beside the program
+    const std::string& plugin;  // a file or a folder; empty for the one beside the program
 };
 
 }  // namespace w64

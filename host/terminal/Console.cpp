@@ -14,7 +14,7 @@ namespace {
 void Put(std::string_view text) {
     XFile standardError;
     standardError.Open(reinterpret_cast<void*>(intptr_t{STDERR_FILENO}));
-    // There is nobody left to tell when it fails.
+    // Nowhere is left to report a failure.
     [[maybe_unused]] const bool written = standardError.Write(text.data(), text.size());
 }
 
@@ -27,8 +27,9 @@ std::string Visible(std::string_view text) {
     return ToUTF8(visible);
 }
 
-Console::Console(bool quiet, bool statusLine)
-    : quiet_(quiet), statusLine_(statusLine && !quiet && ::isatty(STDERR_FILENO) == 1) {}
+Console::Console(Options options)
+    : quiet_(options.quiet),
+      statusLine_(options.statusLine && !options.quiet && ::isatty(STDERR_FILENO) == 1) {}
 
 Console::~Console() { ClearStatus(); }
 
@@ -50,7 +51,7 @@ void Console::ShowStatus(const std::string& line) {
     const std::lock_guard lock(access_);
     std::string text = "\r";
     text += Visible(line);
-    text += "\x1B[K";  // what is left of a longer line goes
+    text += "\x1B[K";  // clears what is left of a longer line
     Put(text);
     statusShown_ = true;
 }

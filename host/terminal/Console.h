@@ -6,15 +6,18 @@
 
 namespace w64 {
 
-// UTF-8 text with a question mark for each control character, which a hostile file can bring along.
+// UTF-8 text with a question mark for each control character, which a hostile file may contain.
 std::string Visible(std::string_view text);
 
-// Standard error as a person sees it: messages, and below them one line that is redrawn while work goes on.
+// Standard error as a person sees it: messages, and below them a status line that is redrawn while work goes on.
 // Threads: any.
 class Console {
 public:
-    // A quiet console shows errors only. The status line appears on a terminal alone.
-    Console(bool quiet, bool statusLine);
+    struct Options {
+        bool quiet = false;       // show errors only
+        bool statusLine = false;  // on a terminal
+    };
+    explicit Console(Options options);
     Console(const Console&) = delete;  // there is one standard error
     Console& operator=(const Console&) = delete;
     ~Console();

@@ -33,7 +33,7 @@ bool ForEachFile(std::span<const std::string> files, unsigned jobs, Console& con
         std::vector<std::jthread> others;
         try {
             for (size_t i = 1; i < threads; ++i) others.emplace_back(workThrough);
-        } catch (const std::system_error&) {  // fewer threads do the same work
+        } catch (const std::system_error&) {  // fewer threads do the work as well
         }
         workThrough();
     }

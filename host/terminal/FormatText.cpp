@@ -13,13 +13,6 @@ namespace w64 {
 
 namespace {
 
-// In the order of the mask's bits.
-constexpr std::array kSpeakers = {
-    "front left",    "front right",          "front center",          "low frequency",    "back left",
-    "back right",    "front left of center", "front right of center", "back center",      "side left",
-    "side right",    "top center",           "top front left",        "top front center", "top front right",
-    "top back left", "top back center",      "top back right"};
-
 std::string ChannelsInWords(int channels) {
     if (channels == 1) return "mono";
     if (channels == 2) return "stereo";
@@ -83,15 +76,6 @@ std::string NameOfTag(int formatTag) {
     default:
         return "format tag " + std::to_string(formatTag);
     }
-}
-
-std::vector<std::string> SpeakerNames(uint32_t channelMask) {
-    std::vector<std::string> names;
-    for (size_t bit = 0; bit < 32; ++bit) {
-        if ((channelMask >> bit & 1) == 0) continue;
-        names.push_back(bit < kSpeakers.size() ? kSpeakers[bit] : "speaker " + std::to_string(bit + 1));
-    }
-    return names;
 }
 
 uint32_t ChannelMaskOf(const XAudioWFX& format) {

@@ -10,29 +10,26 @@
 
 namespace w64 {
 
-// Audio facts in words.
+// Facts about audio in words.
 
 // "PCM, 24-bit, stereo, 48000 Hz"
 std::string DescribeFormat(const XAudioWFX& format);
 
-// The kind of samples alone: "PCM", "float", "MPEG Layer 3".
+// Only the kind of samples: "PCM", "float", "MPEG Layer 3".
 std::string NameOfTag(int formatTag);
-
-// "front left", "low frequency" ... in the order of the channels.
-std::vector<std::string> SpeakerNames(uint32_t channelMask);
 
 // The speaker mask of an extensible record, else 0.
 uint32_t ChannelMaskOf(const XAudioWFX& format);
 
-// The four characters that a chunk's GUID stands for, or the GUID itself.
+// The name of a chunk: the four characters its GUID stands for, or the GUID itself.
 std::string ChunkName(const GUID& guid);
-bool HasName(const GUID& guid);  // other than itself
+bool HasName(const GUID& guid);  // something shorter than the GUID
 
 // "a, b, c"
 std::string Joined(const std::vector<std::string>& texts, std::string_view separator);
 
 std::string FormatDuration(int64_t milliseconds);  // "1:02:03.456"
-std::string FormatMinutes(double seconds);         // "2:03", for times that nobody needs exactly
+std::string FormatMinutes(double seconds);         // "2:03", for estimates
 std::string FormatSpeed(double timesRealtime);     // "812x realtime"
 std::string GroupedDigits(std::string digits);     // "1,234,567"
 std::string Grouped(std::integral auto number) { return GroupedDigits(std::to_string(number)); }

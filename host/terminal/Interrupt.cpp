@@ -11,12 +11,12 @@ namespace w64 {
 namespace {
 
 std::atomic<int> received = 0;
-static_assert(std::atomic<int>::is_always_lock_free, "the handler may touch nothing else");
+static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may only use lock-free atomics");
 
 std::atomic<time_t> receivedAt = 0;
 std::atomic<int> holds = 0;
 
-constexpr int kAsking[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int kRequests[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr int kFaults[] = {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP};
 
 time_t Seconds() {
@@ -25,17 +25,17 @@ time_t Seconds() {
     return now.tv_sec;
 }
 
-// Called by a handler, so by system calls alone.
+// Called by a signal handler, so it uses system calls only.
 void TellOfHold() {
     constexpr std::string_view text =
-        "w64: cannot stop now, the file is being edited in place; w64 stops after that\n";
+        "w64: cannot stop now, the file is being edited in place; w64 stops after the edit\n";
     const int error = errno;
     [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
     errno = error;
 }
 
-// The first signal ends the work in order. One that comes later, as nothing seems to happen, ends the program at
-// once; some senders signal a process and then its whole group, which is the same signal twice.
+// The first signal ends the work in order. A later one, from a person who saw nothing happen, ends the program at
+// once. Some senders signal a process and then its whole group, so a second one within a second does not count.
 void Receive(int signal) {
     if (holds > 0) TellOfHold();
     if (received == 0) {
@@ -47,7 +47,7 @@ void Receive(int signal) {
     }
 }
 
-// Not those that whoever started the program wants it to ignore, as nohup does.
+// Signals that the program was started to ignore, as by nohup, stay ignored.
 void Watch(int signal, const struct sigaction& action) {
     struct sigaction before {};
     sigaction(signal, nullptr, &before);
@@ -60,9 +60,9 @@ void Interrupt::Install() {
     struct sigaction action {};
     action.sa_handler = Receive;
     sigemptyset(&action.sa_mask);
-    for (const int signal : kAsking) Watch(signal, action);
+    for (const int signal : kRequests) Watch(signal, action);
 
-    // A reader that has gone away and a file over its limit are failed writes like any other.
+    // A closed pipe and a file over its size limit then are failed writes like any other.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }
@@ -76,7 +76,7 @@ void Interrupt::Check() {
 Interrupt::Hold::Hold() {
     sigset_t held;
     sigfillset(&held);
-    for (const int signal : kAsking) sigdelset(&held, signal);  // their handler tells that they wait
+    for (const int signal : kRequests) sigdelset(&held, signal);  // their handler says that they wait
     for (const int signal : kFaults) sigdelset(&held, signal);
     pthread_sigmask(SIG_BLOCK, &held, &before_);
     ++holds;

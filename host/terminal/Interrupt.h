@@ -4,25 +4,24 @@
 
 namespace w64 {
 
-// Ctrl-C and a polite kill. The first one asks the program to stop where it is and clean up; a second one
-// ends it at once.
+// Ctrl-C and a polite kill. The first one asks the program to stop and clean up; a second one ends it at once.
 class Interrupt {
 public:
     static void Install();
 
-    // The signal that asked, 0 when none has.
+    // The signal that was received; 0 for none.
     static int Signal();
 
-    // Throws Interrupt when a signal has asked. Long loops call it once per block.
+    // Throws Interrupt after a signal. Long loops call it once per block.
     static void Check();
 
-    // While one lives, no signal ends the program, however often it comes, but those that nobody can hold back
-    // and those of a fault in the program itself. Ctrl-C and a polite kill are told so on standard error.
-    // Threads: for work that is done by the one that makes it, while there is no other.
+    // While one lives, no signal ends the program, however often it is sent, except those that cannot be blocked
+    // and those for a fault in the program itself. Ctrl-C and a polite kill are answered on standard error.
+    // Threads: for work done by the thread that makes it, while there is no other.
     class Hold {
     public:
         Hold();
-        Hold(const Hold&) = delete;  // as many as are made
+        Hold(const Hold&) = delete;  // each is counted
         Hold& operator=(const Hold&) = delete;
         ~Hold();
 

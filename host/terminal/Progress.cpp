@@ -10,12 +10,12 @@ namespace w64 {
 
 namespace {
 
-// Names are cut to the part that differs most often, their end.
+// Keeps the end of a long name, which is where names usually differ.
 std::string Shortened(const std::string& name) {
-    constexpr size_t kLongest = 32;  // characters
+    constexpr size_t kMaxLength = 32;  // characters
     const XStr characters = FromUTF8(name);
-    if (characters.size() <= kLongest) return name;
-    return "..." + ToUTF8(characters.substr(characters.size() - kLongest + 3));
+    if (characters.size() <= kMaxLength) return name;
+    return "..." + ToUTF8(characters.substr(characters.size() - kMaxLength + 3));
 }
 
 std::string Percent(double share) {
@@ -23,13 +23,13 @@ std::string Percent(double share) {
     return std::string(3 - number.size(), ' ') + number + "%";
 }
 
-// What the terminal has left beside `used` characters and the gaps; nothing when that is too little to see.
+// Fills what `used` characters leave of the line; empty when that is too little to be of use.
 std::string Bar(double share, size_t columns, size_t used) {
     constexpr size_t kFrame = 8;  // brackets, gaps, and the last column, which would wrap
-    constexpr size_t kSmallest = 8;
-    constexpr size_t kLargest = 40;
-    if (columns < used + kFrame + kSmallest) return "";
-    const size_t width = std::min(columns - used - kFrame, kLargest);
+    constexpr size_t kMinWidth = 8;
+    constexpr size_t kMaxWidth = 40;
+    if (columns < used + kFrame + kMinWidth) return "";
+    const size_t width = std::min(columns - used - kFrame, kMaxWidth);
     const auto filled = static_cast<size_t>(share * static_cast<double>(width));
     std::string bar(width, ' ');
     std::fill_n(bar.begin(), filled, '=');
@@ -92,7 +92,7 @@ std::string Progress::Line() const {
         Percent(share) + "  " + FormatSpeed(speed) + "  " + FormatMinutes(left) + " left";
     const std::string line =
         before + "  " + Bar(share, Console::Columns(), before.size() + after.size()) + after;
-    // A line that wraps could not be drawn over.
+    // A line that wraps cannot be redrawn.
     return line.size() < Console::Columns() ? line : after.substr(0, Console::Columns() - 1);
 }
 

@@ -10,23 +10,23 @@
 
 namespace w64 {
 
-// How far the work on a number of files has come, shown as a bar with speed and time left.
-// Units:  work is counted in bytes of audio, or anything else as long as it is the same for all files.
+// The progress of the work on some files, shown as a bar with speed and time left.
+// Units:  work is counted in bytes of audio, or in any other unit that is the same for all files.
 // Threads: any; each file has a Share of its own.
 class Progress {
     using Clock = std::chrono::steady_clock;
 
 public:
-    // `name` stands before the bar when there is one file; for more it is their count.
+    // `name` is shown before the bar when there is one file; for more, their count is.
     Progress(Console& console, std::string name, int files);
     Progress(const Progress&) = delete;  // its shares point to it
     Progress& operator=(const Progress&) = delete;
     ~Progress() { console_.ClearStatus(); }
 
-    // One file's part. What it leaves undone is taken off the whole when it ends.
+    // One file's part. What is still undone when it ends is taken off the total.
     class Share {
     public:
-        // `work` is a first guess, until Expect knows better.
+        // `work` is a first estimate, corrected by Expect.
         Share(Progress& progress, int64_t work);
         Share(const Share&) = delete;  // counted once
         Share& operator=(const Share&) = delete;

@@ -7,10 +7,10 @@ namespace w64 {
 
 // What a standard stream is connected to.
 
-// Nothing when it is no terminal.
+// Nothing when it is not a terminal.
 std::optional<size_t> TerminalColumns(int descriptor);
 
-// A terminal that shows colours, unless the user has turned them off for all programs (NO_COLOR).
+// Whether it is a terminal that shows colours, unless the user has turned them off for all programs (NO_COLOR).
 bool ShowsColors(int descriptor);
 
 }  // namespace w64

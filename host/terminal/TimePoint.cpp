@@ -7,9 +7,9 @@ namespace w64 {
 namespace {
 
 constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
-constexpr int64_t kLongestSeconds = 1'000'000'000;  // times any frame rate still a 64-bit number
+constexpr int64_t kMaxSeconds = 1'000'000'000;  // times any frame rate fits in 64 bits
 
-// Digits and nothing else.
+// Digits only.
 std::optional<int64_t> Number(std::string_view text) {
     if (text.empty() || text[0] == '-') return std::nullopt;
     int64_t number = 0;
@@ -18,7 +18,7 @@ std::optional<int64_t> Number(std::string_view text) {
     return number;
 }
 
-// From the digits behind a decimal point; those too fine to matter are dropped.
+// From the digits after a decimal point; digits beyond nanoseconds are dropped.
 std::optional<int64_t> Nanoseconds(std::string_view digits) {
     if (digits.find_first_not_of("0123456789") != digits.npos) return std::nullopt;
     digits = digits.substr(0, 9);
@@ -33,7 +33,7 @@ std::optional<int64_t> Seconds(std::string_view text) {
     for (int part = 0; part < 3; ++part) {
         const size_t colon = text.find(':');
         const auto number = Number(text.substr(0, colon));
-        if (!number || *number > kLongestSeconds || (part > 0 && *number >= 60)) return std::nullopt;
+        if (!number || *number > kMaxSeconds || (part > 0 && *number >= 60)) return std::nullopt;
         seconds = seconds * 60 + *number;
         if (colon == text.npos) return seconds;
         text.remove_prefix(colon + 1);
@@ -54,7 +54,7 @@ std::optional<TimePoint> TimePoint::Parse(std::string_view text) {
         const size_t dot = text.find('.');
         whole = Seconds(text.substr(0, dot));
         if (dot != text.npos) nanoseconds = Nanoseconds(text.substr(dot + 1));
-        if (whole && *whole > kLongestSeconds) return std::nullopt;
+        if (whole && *whole > kMaxSeconds) return std::nullopt;
     } else {
         whole = Number(text);
     }

@@ -5,10 +5,10 @@
 namespace w64 {
 
 // Where the trace of the decoder goes.
-// Errors: UsageError when it would replace a file, Failure when it cannot be written.
+// Errors: UsageError when there is a file of that name, Failure when it cannot be written.
 class TraceFile {
 public:
-    // A new file, something that is no regular file, "-" for standard error, or empty for no trace.
+    // A new file, a pipe or device, "-" for standard error, or empty for no trace.
     explicit TraceFile(const std::string& name);
     TraceFile(const TraceFile&) = delete;  // one owner closes it
     TraceFile& operator=(const TraceFile&) = delete;

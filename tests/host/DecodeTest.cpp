@@ -103,8 +103,8 @@ TEST_F(DecodeTest, WhatIsWrongIsToldAndChangesNothing) {
         {"decode a.w64 b.w64 -o a.wav", 2, "several files go into a folder"},
         {"decode a.w64 ./a.w64", 2, "would both become"},
         {"decode a.w64 --start soon", 2, "neither a time (90, 1:30.5) nor a frame (12345f)"},
-        {"decode a.w64 --start 2s --end 1s", 2, "--start lies behind --end"},
-        {"decode a.w64 --start 3 --end 100f", 1, "w64: a.w64: --start lies behind --end"},
+        {"decode a.w64 --start 2s --end 1s", 2, "--start is after --end"},
+        {"decode a.w64 --start 3 --end 100f", 1, "w64: a.w64: --start is after --end"},
         {"decode a.w64 --start 10", 1, "past the end: the audio lasts 0:00:10.000 (80,000 frames)\n"},
         {"decode a.w64 --start 80000f --salvage", 1, "lasts 0:00:10.000 (80,000 frames)\n"},
         {"decode a.w64 --trace a.w64", 2, "the trace would replace 'a.w64'"},
@@ -115,7 +115,7 @@ TEST_F(DecodeTest, WhatIsWrongIsToldAndChangesNothing) {
         {"decode empty.w64", 1, "w64: empty.w64: Error cannot find 'fmt ' chunk.\n"},
         {"decode mulaw.w64", 1, "w64: mulaw.w64: Error Cannot Create Wave Decoder (Unknown ACM ID: 7)?\n"},
         {"decode '\x1B[2J.w64'", 1, "w64: ?[2J.w64: Error RIFF chunk unknown '?\?\?\?'\n"},
-        {"decode bad\xFF.w64 -o c.wav", 1, "w64: bad\xEF\xBF\xBD.w64: is no UTF-8 file name\n"},
+        {"decode bad\xFF.w64 -o c.wav", 1, "w64: bad\xEF\xBF\xBD.w64: the file name is not UTF-8\n"},
 
         {"decode b.w64", 1, "exists already; --force replaces it"},
         {"encode a.w64 b.w64", 1, "exists already; --force replaces it"},
@@ -208,7 +208,7 @@ TEST_F(DecodeTest, JSONHasAnObjectForEveryFile) {
         ASSERT_TRUE(IsJson(outcome.output)) << outcome.output;
         const auto at = [&](const char* pointer) { return JsonAt(outcome.output, pointer); };
         EXPECT_EQ(at("/0"), R"({"error":"No such file or directory","file":"none.w64"})");
-        EXPECT_EQ(at("/1"), R"({"error":"is no UTF-8 file name","file":"bad�.w64"})");
+        EXPECT_EQ(at("/1"), R"({"error":"the file name is not UTF-8","file":"bad�.w64"})");
         EXPECT_EQ(at("/2/file"), "cut.w64");
         EXPECT_EQ(at("/2/error"), command == "chunks" ? "the layout is damaged; w64 check tells how"
                                                       : "the file is cut off, 318,998 bytes are missing; "

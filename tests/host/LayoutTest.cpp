@@ -201,7 +201,7 @@ TEST_F(Layout, CommandsPrintWhatIsThere) {
     shop.ExpectRefused({{"chunks b.w64", 1, "w64: b.w64: the layout is damaged; w64 check tells how\n"}});
     for (const std::string command : {"check ", "chunks "}) {
         shop.ExpectRefused({{command + "pipe", 1, "is a pipe or a device, not a file"},
-                            {command + "bad\xFF.w64", 1, "is no UTF-8 file name"}});
+                            {command + "bad\xFF.w64", 1, "the file name is not UTF-8"}});
     }
 }
 

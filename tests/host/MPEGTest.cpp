@@ -59,7 +59,7 @@ TEST_F(MPEG, IsWrappedAsItIsAndDecodesToTheSameSamples) {
 
         EXPECT_EQ(shop.Do("w64 encode -f song.bin a.w64 && w64 check -q a.w64").errors,
                   "w64: song.bin: note: left out 210 bytes before the MPEG audio: ID3v2 tag\n"
-                  "w64: song.bin: note: left out 128 bytes behind the MPEG audio: ID3v1 tag\n");
+                  "w64: song.bin: note: left out 128 bytes after the MPEG audio: ID3v1 tag\n");
         const Bytes file = shop.Read("a.w64");
         size_t position = 40;
         const Bytes format = TakeChunk(file, position);
@@ -117,7 +117,7 @@ TEST_F(MPEG, AStreamCutInAFrameKeepsItsWholeFrames) {
     shop.Write("b.w64", Wave64(stream));
     const Bytes blocks = Wave64(stream, 1152);  // of which the last is not whole
     shop.Write("c.w64", blocks);
-    EXPECT_PRED_FORMAT2(IsSubstring, "behind the MPEG audio: no whole MPEG frame",
+    EXPECT_PRED_FORMAT2(IsSubstring, "after the MPEG audio: no whole MPEG frame",
                         shop.Do("w64 encode a.mp3 a.w64").errors);
     EXPECT_PRED_FORMAT2(IsSubstring, "w64: b.w64: note: Skipped",
                         shop.Do("w64 decode *.w64 --format raw").errors);
@@ -135,7 +135,7 @@ TEST_F(MPEG, WhatIsNoSingleStreamIsRefused) {
     shop.Write("byte.w64", Wave64({0xFF}));
     shop.Write("wide.w64", Wave64(Pattern(100'000), 65535));
     shop.ExpectRefused({{"encode two.mp3 a.w64", 1, "changes its rate or channels at "},
-                        {"encode text.mp3 a.w64", 1, "w64: text.mp3: is no audio file"},
+                        {"encode text.mp3 a.w64", 1, "w64: text.mp3: is not an audio file"},
                         {"decode pcm.w64", 1, "no MPEG audio found"},
                         {"decode byte.w64", 1, "no MPEG audio found"},
                         {"decode wide.w64", 1, "no MPEG audio found"}});

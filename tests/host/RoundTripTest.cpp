@@ -2,7 +2,7 @@
 #include "SoundFile.h"
 #include "Wave64Bytes.h"
 #include "host/formats/SampleKind.h"
-#include "host/formats/SpeakerMap.h"
+#include "host/formats/Speakers.h"
 #include "host/formats/Wave64Writer.h"
 
 #include <array>

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "Bytes.h"
+#include "host/formats/SoundFileHandle.h"
 
 #include <filesystem>
 #include <map>
-#include <memory>
-#include <sndfile.h>
 #include <stdexcept>
 
 namespace w64 {
@@ -60,17 +59,13 @@ public:
     }
 
 private:
-    struct Close {
-        void operator()(SNDFILE* file) const { sf_close(file); }
-    };
-
     void Open(const std::filesystem::path& path, int mode) {
         file_.reset(sf_open(path.c_str(), mode, &info_));
         if (!file_) throw std::runtime_error(path.string() + ": " + sf_strerror(nullptr));
     }
 
     SF_INFO info_{};
-    std::unique_ptr<SNDFILE, Close> file_;
+    SoundFileHandle file_;
 };
 
 }  // namespace w64

@@ -1,10 +1,12 @@
 #include "HostWorkshop.h"
 #include "TagBytes.h"
+#include "host/decoder/OwnSettings.h"
 #include "host/files/InputFile.h"
 #include "host/files/Replacement.h"
 #include "host/tagging/KeptChunks.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/Interrupt.h"
+#include "settings/XRegistry.h"
 
 #include <array>
 #include <chrono>
@@ -100,7 +102,7 @@ TEST_F(SignalledEdit, KilledLeavesTheOldFileOrTheNewOne) {
         EXPECT_TRUE(File() == steps[done].result);
         for (const std::string& name : copies) {
             EXPECT_TRUE(name.starts_with(".w64-") && name.ends_with(".part")) << name;
-            EXPECT_PRED_FORMAT2(IsSubstring, name + ": left behind by a run that was killed", next.errors);
+            EXPECT_PRED_FORMAT2(IsSubstring, name + ": left over from a run that was killed", next.errors);
             leftBehind += fs::remove(shop.Path() / name);
         }
         EXPECT_EQ(shop.Files(), Names{"a.w64"});
@@ -158,7 +160,7 @@ TEST_F(TagSafety, WhatOthersWriteMeanwhileIsKept) {
             fs::rename(shop.Path() / "b.w64", file);
         },
     };
-    Console console(true, false);
+    Console console({.quiet = true});
     for (const auto& change : changes) {
         shop.Write("a.w64", Recording(Pattern(600)).File());
         Replacement replacement(file, console);
@@ -170,6 +172,20 @@ TEST_F(TagSafety, WhatOthersWriteMeanwhileIsKept) {
     }
     shop.Write("a.w64", Recording(Pattern(600)).File());
     Replacement(file, console).Commit();
+}
+
+TEST_F(TagSafety, AnEditThatFailsEndsWithItsSettings) {
+    XRegistry::SetRegFileLocation(FromUTF8((shop.Path() / "settings").native()), true);
+    ASSERT_TRUE(XRegistry::SetDWORD(static_cast<uint32_t>(LISTText::Wide), TaggingOptions::LISTTextName,
+                                    XRegistry::CurrentUser, TaggingOptions::KeyPath));
+    OwnSettings settings;
+    const auto fail = [&] {
+        const OwnSettings::Edit edit(settings);
+        EXPECT_EQ(TaggingOptions::Read().text, LISTText::Wide);
+        throw Failure("");
+    };
+    EXPECT_THROW(fail(), Failure);
+    EXPECT_EQ(TaggingOptions::Read().text, LISTText::UTF16);
 }
 
 TEST_F(TagSafety, AFullDiskChangesNothing) {

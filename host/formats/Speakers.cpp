@@ -1,0 +1,86 @@
+#include "host/formats/Speakers.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <sndfile.h>
+
+namespace w64 {
+
+namespace {
+
+struct Speaker {
+    const char* name;
+    int channel;  // of libsndfile
+};
+
+// In the order of the mask's bits.
+constexpr std::array<Speaker, 18> kSpeakers = {{
+    {"front left", SF_CHANNEL_MAP_LEFT},
+    {"front right", SF_CHANNEL_MAP_RIGHT},
+    {"front center", SF_CHANNEL_MAP_CENTER},
+    {"low frequency", SF_CHANNEL_MAP_LFE},
+    {"back left", SF_CHANNEL_MAP_REAR_LEFT},
+    {"back right", SF_CHANNEL_MAP_REAR_RIGHT},
+    {"front left of center", SF_CHANNEL_MAP_FRONT_LEFT_OF_CENTER},
+    {"front right of center", SF_CHANNEL_MAP_FRONT_RIGHT_OF_CENTER},
+    {"back center", SF_CHANNEL_MAP_REAR_CENTER},
+    {"side left", SF_CHANNEL_MAP_SIDE_LEFT},
+    {"side right", SF_CHANNEL_MAP_SIDE_RIGHT},
+    {"top center", SF_CHANNEL_MAP_TOP_CENTER},
+    {"top front left", SF_CHANNEL_MAP_TOP_FRONT_LEFT},
+    {"top front center", SF_CHANNEL_MAP_TOP_FRONT_CENTER},
+    {"top front right", SF_CHANNEL_MAP_TOP_FRONT_RIGHT},
+    {"top back left", SF_CHANNEL_MAP_TOP_REAR_LEFT},
+    {"top back center", SF_CHANNEL_MAP_TOP_REAR_CENTER},
+    {"top back right", SF_CHANNEL_MAP_TOP_REAR_RIGHT},
+}};
+
+// libsndfile has two names for some speakers.
+int SpeakerOf(int channel) {
+    switch (channel) {
+    case SF_CHANNEL_MAP_FRONT_LEFT:
+        return SF_CHANNEL_MAP_LEFT;
+    case SF_CHANNEL_MAP_FRONT_RIGHT:
+        return SF_CHANNEL_MAP_RIGHT;
+    case SF_CHANNEL_MAP_FRONT_CENTER:
+        return SF_CHANNEL_MAP_CENTER;
+    default:
+        return channel;
+    }
+}
+
+}  // namespace
+
+std::vector<std::string> SpeakerNames(uint32_t channelMask) {
+    std::vector<std::string> names;
+    for (size_t bit = 0; bit < 32; ++bit) {
+        if ((channelMask >> bit & 1) == 0) continue;
+        names.push_back(bit < kSpeakers.size() ? kSpeakers[bit].name : "speaker " + std::to_string(bit + 1));
+    }
+    return names;
+}
+
+uint32_t ChannelMaskFromMap(std::span<const int> map) {
+    uint32_t mask = 0;
+    const auto* next = kSpeakers.begin();
+    for (const int channel : map) {
+        const auto* found = std::ranges::find(next, kSpeakers.end(), SpeakerOf(channel), &Speaker::channel);
+        if (found == kSpeakers.end()) return 0;
+        mask |= 1u << (found - kSpeakers.begin());
+        next = found + 1;
+    }
+    return mask;
+}
+
+std::vector<int> ChannelMapFromMask(uint32_t mask, int channels) {
+    constexpr uint32_t known = (1u << kSpeakers.size()) - 1;
+    if ((mask & ~known) != 0 || std::popcount(mask) != channels) return {};
+    std::vector<int> map;
+    for (size_t bit = 0; bit < kSpeakers.size(); ++bit) {
+        if (mask >> bit & 1) map.push_back(kSpeakers[bit].channel);
+    }
+    return map;
+}
+
+}  // namespace w64
