@@ -322,7 +322,11 @@ std::vector<XStr> clRIFFSUMMARYLISTChunk::HiddenParts(const void* data, unsigned
     while (const auto entry = walk.Next()) {
         const wchar_t* name = NameOf(entry->identifier, albumOption != 0);
         const bool hidesText = HoldsMoreThanZeros(reader.Read(entry->text).rest);
-        if (name && hidesText) parts.push_back(L"text after the end of '" + XStr(name) + L"'");
+        if (!name) {
+            parts.push_back(L"the unknown '" + Widen(RIFFChnkID2CHR(entry->identifier)) + L"'");
+        } else if (hidesText) {
+            parts.push_back(L"text after the end of '" + XStr(name) + L"'");
+        }
     }
     if (walk.IsWhole() && HoldsMoreThanZeros(walk.Rest())) {
         parts.push_back(L"the bytes after the last tag");

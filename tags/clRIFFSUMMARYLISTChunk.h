@@ -25,8 +25,8 @@ public:
     // True if every entry ends within the data; otherwise InitFrom stops with an error.
     static bool IsWhole(const void* data, unsigned int size);
 
-    // Describes data that InitFrom skips and a rewritten list would lose: bytes after the zero that ends a value,
-    // and after the last entry. Zeros do not count.
+    // Describes data that InitFrom skips and a rewritten list would lose: entries with unknown identifiers, bytes
+    // after the zero that ends a value, and after the last entry. Zeros do not count.
     static std::vector<XStr> HiddenParts(const void* data, unsigned int size, int albumOption);
 
     // Replaces `out` by a list of all tags that have an identifier and a value; empty if there are none. False

@@ -3,14 +3,15 @@
 #include "host/files/InputFile.h"
 #include "host/layout/ChunkWalk.h"
 #include "host/layout/Wave64File.h"
+#include "host/terminal/Failure.h"
 #include "host/terminal/FormatText.h"
 
 namespace w64 {
 
 namespace {
 
-// Empty for a file that is as long as its header says, or longer.
-std::string DescribeShortness(const std::string& name) {
+// Empty for a file that is as long as its header says, or longer, and for one of another format.
+std::string DescribeShortness(const std::string& name) try {
     InputFile file(name);
     const auto fileBytes = static_cast<uint64_t>(file.Size());
     const uint64_t outerSize = ReadOuterSize(file);
@@ -19,17 +20,17 @@ std::string DescribeShortness(const std::string& name) {
     if (outerSize > kLongestRecording) return "in fact the size in its header cannot be right";
     return "in fact the file is cut off: it is " + Counted(outerSize - fileBytes, "byte") +
            " shorter than its header says";
+} catch (const Failure&) {
+    return "";
 }
 
 }  // namespace
 
 void PassOnNotes(const DecoderInstance& decoder, const std::string& file, Console& console) {
-    for (const std::string& note : decoder.Notes()) {
-        console.Note(file, "note: " + note);
-        const bool isGuess = note.find("must be extra data on end of file") != note.npos;
-        const std::string truth = isGuess ? DescribeShortness(file) : "";
-        if (!truth.empty()) console.Note(file, "note: " + truth);
-    }
+    const std::vector<std::string> notes = decoder.Notes();
+    for (const std::string& note : notes) console.Note(file, "note: " + note);
+    const std::string shortness = notes.empty() ? "" : DescribeShortness(file);
+    if (!shortness.empty()) console.Note(file, "note: " + shortness);
 }
 
 }  // namespace w64

@@ -7,8 +7,8 @@
 
 namespace w64 {
 
-// Passes on what the decoder found worth mentioning about `file`. It calls every length that disagrees with the
-// header extra data; of a file that is too short the truth is added.
+// Passes on the decoder's notes about `file`. To the decoder every length that disagrees with the header is extra
+// data; when the file is too short, a note says so.
 void PassOnNotes(const DecoderInstance& decoder, const std::string& file, Console& console);
 
 }  // namespace w64

@@ -1,6 +1,5 @@
 #include "host/tagging/TagChange.h"
 
-#include "host/decoder/ReportChannels.h"
 #include "host/tagging/TagTexts.h"
 #include "tags/ChunkTags.h"
 #include "tags/clRIFFSUMMARYLISTChunk.h"
@@ -39,7 +38,6 @@ NTag TagChange::Expected(const NTag& before) const {
 }
 
 std::vector<std::string> UnwritableEntries(XFile& file) {
-    const ReportChannels channels(0);
     clWave64Handler chunks;
     std::vector<std::string> entries;
     std::map<XStr, XStr> seen;  // values by folded name, over all lists
@@ -47,14 +45,13 @@ std::vector<std::string> UnwritableEntries(XFile& file) {
     if (!chunks.Initialize(file.Handle(), {})) return entries;
     for (int i = 0; i < chunks.Count(); ++i) {
         XMem data;
-        if (!ChunkTags::IsSummaryList(chunks[i]) ||
-            !ChunkTags::ReadSummaryList(chunks[i], file, data, channels.Report())) {
+        if (!ChunkTags::IsSummaryList(chunks[i]) || !ChunkTags::ReadSummaryList(chunks[i], file, data, {})) {
             continue;
         }
         NTag tags;
         LISTText text = LISTText::UTF16;
         const auto bytes = static_cast<unsigned>(data.Size());
-        clRIFFSUMMARYLISTChunk::InitFrom(data.Data(), bytes, tags, channels.Report(), albumOption, text);
+        clRIFFSUMMARYLISTChunk::InitFrom(data.Data(), bytes, tags, {}, albumOption, text);
         for (const XStr& part : clRIFFSUMMARYLISTChunk::HiddenParts(data.Data(), bytes, albumOption)) {
             entries.push_back(ToUTF8(part));
         }
@@ -64,11 +61,6 @@ std::vector<std::string> UnwritableEntries(XFile& file) {
             if (!isNew && first->second != tags[k].Value) entries.push_back("a second " + Quoted(name));
             if (!clRIFFSUMMARYLISTChunk::HasIdentifier(name)) entries.push_back(Quoted(name));
         }
-    }
-    for (const std::string& note : channels.Notes()) {
-        // "Unknown LIST sub chunk 'IXYZ' Dropping it."
-        const size_t quote = note.find('\'');
-        if (quote != note.npos) entries.push_back("the unknown " + note.substr(quote, 6));
     }
     return entries;
 }

@@ -255,11 +255,12 @@ TEST(SummaryList, TellsWhatItPassesOver) {
     const Bytes padded16 = {'A', 0, 'b', 0, 0, 0, 0, 0}, padded32 = {'A', 0, 0, 0, 0, 0, 0, 0};
     const Bytes two16 = {'A', 0, 'n', 0, 0, 0, 'B', 0, 0, 0};
     const Bytes two32 = {'A', 0, 0, 0, 'n', 0, 0, 0, 0, 0, 0, 0, 'B', 0, 0, 0};
-    Bytes list = ListBytes().Entry("INAM", padded16).Entry("ICMT", padded32).Entry("IXYZ", two16).data;
+    Bytes list = ListBytes().Entry("INAM", padded16).Entry("ICMT", padded32).data;
     list.resize(list.size() + 20);
     EXPECT_TRUE(hidden(list).empty());
     list.back() = 1;
     EXPECT_EQ(hidden(list), std::vector<XStr>{L"the bytes after the last tag"});
+    EXPECT_EQ(hidden(ListBytes().Entry("IXYZ", two16).data), std::vector<XStr>{L"the unknown 'IXYZ'"});
     for (const Bytes& two : {two16, two32}) {
         EXPECT_EQ(hidden(ListBytes().Entry("INAM", two).data),
                   std::vector<XStr>{L"text after the end of 'Title'"});
