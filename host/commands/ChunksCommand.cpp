@@ -22,7 +22,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// One file, as far as chunks can be told in it.
+// The chunks found in one file.
 struct ChunkList {
     const std::string& name;
     int64_t fileBytes;
@@ -58,7 +58,7 @@ void Describe(const ChunkList& list, Json& json) {
     if (list.bytesInNoChunk != 0) json["bytesInNoChunk"] = list.bytesInNoChunk;
 }
 
-// Columns as wide as what stands in them.
+// Columns are as wide as their contents.
 class Table {
 public:
     explicit Table(const std::vector<WalkedChunk>& chunks) {
@@ -95,11 +95,11 @@ private:
 const char* Meaning(ChunkKind kind) {
     switch (kind) {
     case ChunkKind::Format:
-        return ", how to read the audio";
+        return ", the sample format";
     case ChunkKind::Tags:
-        return ", texts that go with the audio";
+        return ", metadata";
     case ChunkKind::Slack:
-        return ", kept free so that tags can grow";
+        return ", room for tags to grow";
     case ChunkKind::None:
         return ", in no chunk";
     default:
@@ -108,8 +108,8 @@ const char* Meaning(ChunkKind kind) {
 }
 
 void PrintBar(const ChunkList& list) {
-    constexpr size_t kLeastColumns = 24;
-    constexpr size_t kColumnsOfNoTerminal = 72;
+    constexpr size_t kMinColumns = 24;
+    constexpr size_t kDefaultColumns = 72;
     constexpr size_t kIndent = 2;
     ChunkBar bar;
     std::map<ChunkKind, int64_t> bytesOf;
@@ -122,9 +122,9 @@ void PrintBar(const ChunkList& list) {
         bar.Add(ChunkKind::None, list.bytesInNoChunk);
         bytesOf[ChunkKind::None] = list.bytesInNoChunk;
     }
-    const size_t columns = TerminalColumns(STDOUT_FILENO).value_or(kColumnsOfNoTerminal);
+    const size_t columns = TerminalColumns(STDOUT_FILENO).value_or(kDefaultColumns);
     const bool colored = ShowsColors(STDOUT_FILENO);
-    std::cout << "\n  " << bar.Line(std::max(columns, kLeastColumns) - kIndent, colored) << "\n";
+    std::cout << "\n  " << bar.Line(std::max(columns, kMinColumns) - kIndent, colored) << "\n";
     const auto width = static_cast<int>(Grouped(list.fileBytes).size());
     for (const auto& [kind, bytes] : bytesOf) {
         std::cout << "  " << ChunkBar::Symbol(kind, colored) << "  " << std::left << std::setw(6)

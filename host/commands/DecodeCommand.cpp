@@ -215,7 +215,7 @@ private:
         const std::string duration = FormatDuration(salvage.milliseconds);
         return "salvaged " +
                (countsFrames ? Counted(salvage.frames, "frame") + " (" + duration + ")" : duration) +
-               (static_cast<uint64_t>(salvage.lostBytes) > kLongestRecording
+               (static_cast<uint64_t>(salvage.lostBytes) > kMaxRecordingBytes
                     ? "; more may be lost: the size of the audio in the file is wrong"
                     : ", lost " + Counted(salvage.lostBytes, "byte"));
     }

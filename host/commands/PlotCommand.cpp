@@ -21,14 +21,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kMostChannels = 1024;  // what one takes is known, and not much
-constexpr int kMostLanes = 8;
+constexpr int kMaxChannels = 1024;  // bounds the memory
+constexpr int kMaxLanes = 8;
 
-// A lane for each channel, unless there are too many.
+// One lane per channel, or one for all if there are too many.
 std::vector<std::string> LaneNames(const XAudioWFX& format) {
     const int channels = format.Channels();
     if (channels == 1) return {"mono"};
-    if (channels > kMostLanes) return {"all channels"};
+    if (channels > kMaxLanes) return {"all channels"};
     auto speakers = SpeakerNames(ChannelMaskOf(format));
     if (static_cast<int>(speakers.size()) == channels) return speakers;
     if (channels == 2) return {"left", "right"};
@@ -48,11 +48,11 @@ void ReadAll(FrameReader& reader, Envelope& envelope, Spectrogram& spectrogram, 
     spectrogram.Finish();
 }
 
-// A file that breaks off is drawn as far as it goes, and then complained about.
+// A file that is cut off is drawn as far as it goes, and then reported.
 void Plot(const PlotOptions& options, const fs::path& target, CommandContext context, Progress& progress) {
     FrameReader reader(options.input, target.parent_path(), context);
     const XAudioWFX& format = reader.Format();
-    if (format.Channels() > kMostChannels) throw Failure("has too many channels: " + DescribeFormat(format));
+    if (format.Channels() > kMaxChannels) throw Failure("has too many channels: " + DescribeFormat(format));
     RefuseToReplaceInput(options.input, target);
     OutputFile output(target, options.force);
 
@@ -76,8 +76,7 @@ void Plot(const PlotOptions& options, const fs::path& target, CommandContext con
     picture.WritePNG(output.File());
     output.Commit();
     if (reader.NoNumbers() > 0) {
-        const char* are =
-            reader.NoNumbers() == 1 ? " is infinite or no number" : " are infinite or no numbers";
+        const char* are = reader.NoNumbers() == 1 ? " is infinite or NaN" : " are infinite or NaN";
         context.console.Note(options.input, "note: " + Counted(reader.NoNumbers(), "sample") + are);
     }
     context.console.Summary(target.native(), share.Outcome());

@@ -26,8 +26,8 @@ using Json = nlohmann::ordered_json;
 
 bool IsRawChunk(const STInternalTag& tag) { return BeginsWithNoCase(tag.Name, L"_riff_"); }
 
-// A raw chunk as it is handed over: its four-character code, then its data. The format and the audio come
-// without data, to mark their places.
+// A raw chunk in the tags: its four-character code, then its data. The format and the audio come without data, to
+// mark their places.
 struct RawChunk {
     explicit RawChunk(const STInternalTag& tag)
         : code(reinterpret_cast<const char*>(tag.Data.Data()), std::min<size_t>(tag.Data.Size(), 4)),
@@ -55,7 +55,7 @@ void Describe(const NTag& tags, Json& json) {
     }
 }
 
-// A value of several lines goes on under its beginning.
+// Indents the second and later lines of a value.
 std::string Indented(const std::string& value, size_t columns) {
     std::string text;
     std::istringstream lines(value);
@@ -89,22 +89,22 @@ void Print(const std::string& name, const NTag& tags, bool withChunks) {
     if (withChunks) PrintChunks(tags);
 }
 
-// "Title=Song": everything behind the first "=" is the value.
+// "Title=Song": everything after the first "=" is the value.
 void AddAssignment(NTag& tags, const std::string& assignment) {
     const size_t sign = assignment.find('=');
     if (sign == 0 || sign == assignment.npos) throw UsageError("'" + assignment + "' is not Name=Value");
     const XStr name = ToTagText(assignment.substr(0, sign));
     const XStr value = ToTagText(assignment.substr(sign + 1));
     if (!clRIFFSUMMARYLISTChunk::HasIdentifier(name)) {
-        throw UsageError("a Wave64 file has no place for '" + ToUTF8(name) +
-                         "'; w64 tags set --help lists what it has places for");
+        throw UsageError("a Wave64 file cannot store '" + ToUTF8(name) +
+                         "'; w64 tags set --help lists the names that it can");
     }
     if (tags.FindElement(name.c_str())) throw UsageError("'" + ToUTF8(name) + "' is set twice");
     tags.AddTag(name.c_str(), value.c_str());
 }
 
 bool Edit(const TagEditOptions& options, const TagChange& change, CommandContext context) {
-    RequireReadableSettings();  // the file is to be edited as the user wants it
+    RequireReadableSettings();  // an edit must follow the user's options
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     OwnSettings settings;
     TagEditor editor(library, settings, context);
@@ -146,7 +146,7 @@ bool SetTagsCommand(const TagEditOptions& options, CommandContext context) {
 }
 
 bool RemoveTagsCommand(const TagEditOptions& options, CommandContext context) {
-    if (options.all == !options.tags.empty()) throw UsageError("either names of tags or --all, please");
+    if (options.all == !options.tags.empty()) throw UsageError("give either names of tags or --all");
     TagChange change;
     change.dropUnwritable = options.force;
     change.removeAll = options.all;

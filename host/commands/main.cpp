@@ -24,7 +24,7 @@ namespace {
 
 constexpr int kFileFailed = 1;
 constexpr int kWrongUsage = 2;
-constexpr int kSignalled = 128;  // plus the signal, as shells have it
+constexpr int kSignalled = 128;  // plus the signal, as in shells
 
 struct CommandLine {
     bool quiet = false;
@@ -64,40 +64,40 @@ void OnCommand(CLI::App* command, CommandLine& line, Work<Options> work, const O
 }
 
 constexpr const char* kExamples = R"(Examples:
-  w64 decode song.w64                   song.wav beside it
-  w64 decode song.w64 -o song.flac      another kind of file, by its ending
+  w64 decode song.w64                   song.wav next to it
+  w64 decode song.w64 -o song.flac      another type of file, by its extension
   w64 decode *.w64 -o converted/        many files, all processor cores
   w64 decode song.w64 --start 1:30 --end 2:00 -o - | aplay
   w64 decode song.w64 --rate 44100 --bits 16 --dither
-  w64 decode broken.w64 --salvage       whatever a cut-off recording still holds
+  w64 decode broken.w64 --salvage       what a damaged recording still holds
   w64 info song.w64
   w64 chunks song.w64                   where the audio, the tags and free space lie
   w64 check *.w64                       what is wrong or odd about files
   w64 tags set song.w64 "Title=The Song" Artist=Somebody
   w64 encode song.wav song.w64
   w64 sample test.w64 --channels 6
-  w64 plot song.w64 -o song.png         a picture: waveform and spectrogram
+  w64 plot song.w64 -o song.png         waveform and spectrogram
 )";
 
-constexpr const char* kAlso = "-q, --trace and --plugin work here too, see w64 --help.\n";
+constexpr const char* kAlso = "-q, --trace and --plugin work here too; see w64 --help.\n";
 constexpr const char* kAboutPlaces =
     "START and END are times, in seconds (90) or with minutes and hours (1:30,\n"
     "1:02:03.5), or frames (12345f). END itself is not decoded.\n\n";
 constexpr const char* kAboutCheck =
     "What is wrong endangers the audio, or programs that read or edit the file;\n"
-    "the exit code is then 1. What is odd does no harm; -q leaves it out.\n"
-    "Nothing is changed, and the audio itself is not listened to.\n\n";
+    "the exit code is then 1. What is odd does no harm; -q hides it.\n"
+    "Nothing is changed, and the audio itself is not checked.\n\n";
 
 constexpr const char* kAboutTags =
-    "An edit is made in a copy, the copy is compared with the file, and then takes its\n"
-    "place: an edit that goes wrong leaves the file as it was, unless it is in place.\n\n";
+    "A copy of the file is edited, compared with the file, and then replaces it: if an\n"
+    "edit fails, the file is unchanged, unless it is edited in place.\n\n";
 constexpr const char* kAboutPlot =
-    "The waveform has a lane for each channel, or one for all where there are more than 8:\n"
-    "what the samples reach in pale blue, their RMS in dark blue. The spectrogram below is\n"
-    "the mean over all channels; a sine that reaches full scale in them has 0 dBFS in it.\n\n";
+    "The waveform has a lane for each channel, or one for all if there are more than 8:\n"
+    "peaks in pale blue, RMS in dark blue. The spectrogram below is the mean over all\n"
+    "channels; a full-scale sine in all of them is at 0 dBFS.\n\n";
 constexpr const char* kAboutOptions =
-    "The settings are those of every program that uses the decoder. This one edits\n"
-    "safely whatever they say, and writes 16-bit text unless LIST Text is set.\n\n";
+    "The settings apply to every program that uses the decoder. w64 itself always edits\n"
+    "safely, and writes 16-bit text unless LIST Text is set.\n\n";
 
 std::optional<TimePoint> ParsePlace(const std::string& text) {
     auto place = TimePoint::Parse(text);
@@ -113,50 +113,49 @@ PictureSize ParseSize(const std::string& text) {
     if (found != 2 || static_cast<size_t>(end) != text.size()) {
         throw CLI::ValidationError("'" + text + "' is not a size (1600x900)");
     }
-    constexpr PictureSize kSmallest = PlotLayout::kSmallest;
-    constexpr PictureSize kLargest = PlotLayout::kLargest;
-    if (size.width < kSmallest.width || size.height < kSmallest.height || size.width > kLargest.width ||
-        size.height > kLargest.height) {
-        throw CLI::ValidationError("pictures have 640x400 to 8000x4000 pixels");
+    constexpr PictureSize kMin = PlotLayout::kMinSize;
+    constexpr PictureSize kMax = PlotLayout::kMaxSize;
+    if (size.width < kMin.width || size.height < kMin.height || size.width > kMax.width ||
+        size.height > kMax.height) {
+        throw CLI::ValidationError("the size must be 640x400 to 8000x4000 pixels");
     }
     return size;
 }
 
 void AddForce(CLI::App* command, bool& force) {
-    command->add_flag("-f,--force", force, "Replace files that exist already");
+    command->add_flag("-f,--force", force, "Replace existing files");
 }
 
 void AddConversion(CLI::App* command, ConversionOptions& options) {
     const auto add = [command](const char* name, auto& value, const char* help, const CLI::Validator& check) {
         command->add_option(name, value, help)->check(check)->type_name("N")->group("Conversion");
     };
-    add("--rate", options.rate, "Frames per second, 1 to 10000000",
-        CLI::Range(1u, kMostRate).description(""));
+    add("--rate", options.rate, "Frames per second, 1 to 10000000", CLI::Range(1u, kMaxRate).description(""));
     add("--channels", options.channels, "1 to 8", CLI::Range(1u, 8u).description(""));
-    add("--bits", options.bits, "8, 16, 24 or 32 of integers; 32 or 64 with --float",
+    add("--bits", options.bits, "8, 16, 24 or 32 for integers; 32 or 64 with --float",
         CLI::IsMember({8u, 16u, 24u, 32u, 64u}).description(""));
-    command->add_flag("--float", options.isFloat, "Floating-point samples, 32-bit without --bits")
+    command->add_flag("--float", options.isFloat, "Floating-point samples, 32-bit unless --bits is given")
         ->group("Conversion");
-    command->add_flag("--dither", options.dither, "Noise where bits get lost, at 16 and 24 bits")
+    command->add_flag("--dither", options.dither, "Dither when reducing to 16 or 24 bits")
         ->group("Conversion");
 }
 
 void AddDecode(CLI::App& app, CommandLine& line) {
     DecodeOptions& options = line.decode;
-    CLI::App* command = app.add_subcommand("decode", "Turn Wave64 files into WAV, FLAC or raw samples");
+    CLI::App* command = app.add_subcommand("decode", "Decode Wave64 files to WAV, FLAC or raw samples");
     OnCommand(command, line, DecodeCommand, options);
     options.jobs = std::max(std::thread::hardware_concurrency(), 1u);
     command->add_option("IN", options.inputs, "Wave64 files")->required()->type_name("");
     command
-        ->add_option(
-            "-o,--output", options.output,
-            "A .wav, .flac, .raw or .pcm file, a folder,\n- for standard output; else a .wav beside IN")
+        ->add_option("-o,--output", options.output,
+                     "A .wav, .flac, .raw or .pcm file, a folder, or\n- for standard output; default: a .wav "
+                     "next to IN")
         ->check([](const std::string& name) { return name.empty() ? "a name is missing" : ""; })
         ->type_name("OUT");
     command
         ->add_option_function<std::string>(
             "--format", [&options](const std::string& kind) { options.type = AudioFileTypeOf("." + kind); },
-            "wav, flac or raw, whatever the output is called")
+            "wav, flac or raw, regardless of the output's extension")
         ->check(CLI::IsMember({"wav", "flac", "raw"}).description(""))
         ->type_name("KIND");
     const auto addPlace = [command](const char* name, std::optional<TimePoint>& place, const char* help,
@@ -166,12 +165,12 @@ void AddDecode(CLI::App& app, CommandLine& line) {
                 name, [&place](const std::string& text) { place = ParsePlace(text); }, help)
             ->type_name(type);
     };
-    addPlace("--start", options.start, "Where to begin", "START");
+    addPlace("--start", options.start, "Where to start", "START");
     addPlace("--end", options.end, "Where to stop", "END");
     AddConversion(command, options.conversion);
-    command->add_flag("--salvage", options.salvage, "Keep what a damaged file still holds");
+    command->add_flag("--salvage", options.salvage, "Decode what a damaged file still holds");
     AddForce(command, options.force);
-    command->add_option("-j,--jobs", options.jobs, "Files to work on at a time")
+    command->add_option("-j,--jobs", options.jobs, "Files to decode at the same time")
         ->check(CLI::Range(1u, 1024u).description(""))
         ->type_name("N")
         ->capture_default_str();
@@ -188,7 +187,7 @@ void AddInfo(CLI::App& app, CommandLine& line) {
 
 void AddChunks(CLI::App& app, CommandLine& line) {
     ChunksOptions& options = line.chunks;
-    CLI::App* command = app.add_subcommand("chunks", "Show where in a file its chunks lie");
+    CLI::App* command = app.add_subcommand("chunks", "Show the chunks of a file and where they are");
     OnCommand(command, line, ChunksCommand, options);
     command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
     command->add_flag("--json", options.json, "Write a JSON array with an object per file");
@@ -196,7 +195,7 @@ void AddChunks(CLI::App& app, CommandLine& line) {
 
 void AddCheck(CLI::App& app, CommandLine& line) {
     LayoutOptions& options = line.check;
-    CLI::App* command = app.add_subcommand("check", "Tell what is wrong or odd about a file's layout");
+    CLI::App* command = app.add_subcommand("check", "Report what is wrong or odd about a file's layout");
     OnCommand(command, line, CheckCommand, options);
     command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
     command->footer(std::string(kAboutCheck) + kAlso);
@@ -206,15 +205,15 @@ void AddTagEdit(CLI::App* command, TagEditOptions& options, const char* tags, co
     command->add_option("FILE", options.file, "A Wave64 file")->required()->type_name("");
     command->add_option(tags, options.tags, help)->type_name("");
     command->add_flag("--in-place", options.inPlace,
-                      "Edit the file itself, not a copy that replaces it; no copy means less safety");
-    command->add_flag("-f,--force", options.force, "Edit although tags get lost that cannot be kept");
+                      "Edit the file itself instead of a copy that replaces it; less safe");
+    command->add_flag("-f,--force", options.force, "Edit even if tags that cannot be rewritten are lost");
 }
 
 void AddTags(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand("tags", "Show tags, set and remove them");
     command->require_subcommand(0, 1);
     command->add_option("FILE", line.tags.inputs, "Wave64 files")->type_name("");
-    command->add_flag("--chunks", line.tags.chunks, "Show what other chunks there are too");
+    command->add_flag("--chunks", line.tags.chunks, "Show the other chunks too");
     command->add_flag("--json", line.tags.json, "Write a JSON array with an object per file");
     command->final_callback([command, &line] {
         if (!command->get_subcommands().empty()) return;
@@ -223,13 +222,13 @@ void AddTags(CLI::App& app, CommandLine& line) {
     });
     command->footer(std::string(kAboutTags) + kAlso);
 
-    CLI::App* set = command->add_subcommand("set", "Set tags; an empty value removes");
-    AddTagEdit(set, line.setTags, "NAME=VALUE", "What to set");
+    CLI::App* set = command->add_subcommand("set", "Set tags; an empty value removes the tag");
+    AddTagEdit(set, line.setTags, "NAME=VALUE", "Tags to set");
     OnCommand(set, line, SetTagsCommand, line.setTags);
     set->get_option("NAME=VALUE")->required();
     set->footer("Names:\n" + TagNamesInColumns() + "\n" + kAboutTags + kAlso);
     CLI::App* remove = command->add_subcommand("remove", "Remove tags");
-    AddTagEdit(remove, line.removeTags, "NAME", "What to remove");
+    AddTagEdit(remove, line.removeTags, "NAME", "Tags to remove");
     OnCommand(remove, line, RemoveTagsCommand, line.removeTags);
     remove->add_flag("--all", line.removeTags.all, "Remove every tag");
 }
@@ -238,15 +237,15 @@ void AddOptions(CLI::App& app, CommandLine& line) {
     OptionsOptions& options = line.options;
     CLI::App* command = app.add_subcommand("options", "Show and change how tags are stored");
     OnCommand(command, line, OptionsCommand, options);
-    command->add_option("NAME=VALUE", options.assignment, "An option to show, or to set")->type_name("");
-    command->add_flag("--unset", options.unset, "Unset the option, as if it had never been set");
-    command->add_flag("--all", options.all, "With --unset, every option");
+    command->add_option("NAME=VALUE", options.assignment, "An option to show or to set")->type_name("");
+    command->add_flag("--unset", options.unset, "Unset the option, so that its default applies");
+    command->add_flag("--all", options.all, "With --unset, all options");
     command->footer(std::string(kAboutOptions) + kAlso);
 }
 
 void AddEncode(CLI::App& app, CommandLine& line) {
     EncodeOptions& options = line.encode;
-    CLI::App* command = app.add_subcommand("encode", "Make a Wave64 file of any audio file");
+    CLI::App* command = app.add_subcommand("encode", "Convert any audio file to Wave64");
     OnCommand(command, line, EncodeCommand, options);
     command->add_option("IN", options.input, "WAV, RF64, AIFF, FLAC, CAF ...")->required()->type_name("");
     command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
@@ -256,7 +255,7 @@ void AddEncode(CLI::App& app, CommandLine& line) {
 
 void AddSample(CLI::App& app, CommandLine& line) {
     SampleOptions& options = line.sample;
-    CLI::App* command = app.add_subcommand("sample", "Make a test file: a chord, note by note");
+    CLI::App* command = app.add_subcommand("sample", "Create a test file: a chord, note by note");
     OnCommand(command, line, SampleCommand, options);
     command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
     const auto add = [command](const char* name, auto& value, const char* help, const CLI::Validator& check) {
@@ -264,23 +263,25 @@ void AddSample(CLI::App& app, CommandLine& line) {
     };
     add("--rate", options.rate, "Frames per second, 1000 to 768000",
         CLI::Range(1000u, 768000u).description(""));
-    add("--channels", options.channels, "Up to 1024", CLI::Range(1u, 1024u).description(""));
-    command->add_option("--bits", options.bits, "8, 16, 24 or 32, else 24; with --float 32 or 64, else 32")
+    add("--channels", options.channels, "1 to 1024", CLI::Range(1u, 1024u).description(""));
+    command
+        ->add_option("--bits", options.bits, "8, 16, 24 or 32, default 24; with --float 32 or 64, default 32")
         ->check(CLI::IsMember({8u, 16u, 24u, 32u, 64u}).description(""))
         ->type_name("N");
-    add("--seconds", options.seconds, "Length", CLI::Range(0.001, 1e6).description(""));
+    add("--seconds", options.seconds, "Length in seconds", CLI::Range(0.001, 1e6).description(""));
     command->add_flag("--float", options.isFloat, "Floating-point samples");
     AddForce(command, options.force);
 }
 
 void AddPlot(CLI::App& app, CommandLine& line) {
     PlotOptions& options = line.plot;
-    CLI::App* command = app.add_subcommand("plot", "Draw the waveform and the spectrogram of any audio file");
+    CLI::App* command = app.add_subcommand("plot", "Plot the waveform and spectrogram of any audio file");
     OnCommand(command, line, PlotCommand, options);
     command->add_option("IN", options.input, "Wave64, WAV, RF64, AIFF, FLAC, CAF ...")
         ->required()
         ->type_name("");
-    command->add_option("-o,--output", options.output, "A .png file; else one beside IN")->type_name("OUT");
+    command->add_option("-o,--output", options.output, "A .png file; default: one next to IN")
+        ->type_name("OUT");
     command
         ->add_option_function<std::string>(
             "--size", [&options](const std::string& size) { options.size = ParseSize(size); },
@@ -363,11 +364,11 @@ void Describe(CLI::App& app, CommandLine& line) {
     app.fallthrough();  // options of the whole program may follow the command
     app.set_version_flag("--version", "w64 " W64_VERSION);
     app.add_flag("-q,--quiet", line.quiet, "Show errors only");
-    app.add_option("--trace", line.trace, "Write the decoder's trace to FILE, - for standard error")
+    app.add_option("--trace", line.trace, "Log the decoder's work to FILE, - for standard error")
         ->type_name("FILE");
     app.add_option("--plugin", line.plugin,
-                   "Decode by this plug-in, a file or a folder with w64.dll;\n"
-                   "else by that of W64_PLUGIN, else by the one beside w64")
+                   "The decoder plug-in to use, a file or a folder with w64.dll;\n"
+                   "default: that of W64_PLUGIN, else the one next to w64")
         ->envname("W64_PLUGIN")
         ->option_text("PLACE");
     app.footer(kAlso);  // inherited by the commands
@@ -388,8 +389,8 @@ void Describe(CLI::App& app, CommandLine& line) {
     app.footer(kExamples);
 }
 
-// When one of them is closed at the start, the next opened file would get its number, and messages would be written
-// into that file. The stand-ins fail when they are used.
+// If one of them is closed at the start, the first file opened gets its number, and messages go into that file.
+// The stand-ins fail on use.
 void OccupyStandardStreams() {
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (::fcntl(descriptor, F_GETFD) >= 0) continue;
@@ -424,7 +425,7 @@ using namespace w64;
 int main(int argc, char** argv) try {
     OccupyStandardStreams();
     CommandLine line;
-    CLI::App app("Wave64 audio files: decode, look into, and make them.", "w64");
+    CLI::App app("Decode, inspect, tag and create Wave64 audio files.", "w64");
     Describe(app, line);
     try {
         app.parse(argc, argv);

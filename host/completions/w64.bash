@@ -1,4 +1,4 @@
-# bash completion for w64. What commands and options there are, the program's own help tells.
+# bash completion for w64. Commands and options come from the program's own help.
 
 _w64_commands() { sed -n '/^Subcommands:/,/^$/s/^  \([a-z]\{1,\}\) .*/\1/p' <<<"$1"; }
 _w64_options() { grep -oE '^  (-[a-z],)?--[a-z-]+' <<<"$1" | tr -d ' ' | tr , '\n'; }
@@ -10,7 +10,7 @@ _w64() {
     general=$("$program" --help 2>/dev/null)
     help=$general
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-        [[ $word == help ]] && continue # what may follow is what may follow w64
+        [[ $word == help ]] && continue # is followed by the same as w64
         _w64_commands "$help" | grep -qxF -- "$word" || continue
         command+=("$word")
         help=$("$program" "${command[@]}" --help 2>/dev/null)

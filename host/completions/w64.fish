@@ -1,21 +1,21 @@
-# fish completion for w64. What commands and options there are, the program's own help tells.
+# fish completion for w64. Commands and options come from the program's own help.
 
-# The command that the line has so far; two words for some.
+# The command on the line so far, one or two words
 function __w64_command
     set -l command
     for word in (commandline -opc)[2..-1]
-        test $word = help; and continue # what may follow is what may follow w64
+        test $word = help; and continue # is followed by the same as w64
         __w64_commands $command | string match -qr "^$word\t"; and set -a command $word
     end
     string join \n -- $command
 end
 
-# name, tab, description of what may follow a command
+# The subcommands of a command, as name, tab, description
 function __w64_commands
     w64 $argv --help 2>/dev/null | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]\{1,\}\)  *\(.*\)/\1\t\2/p'
 end
 
-# the same of the options, a line for a short name too
+# The options of the command, likewise; a short name has its own line
 function __w64_options
     begin
         w64 --help 2>/dev/null
@@ -24,7 +24,7 @@ function __w64_options
         sed -E 's/^(-[a-z]),(--[a-z-]*)(\t.*)/\1\3\n\2\3/' | sort -u
 end
 
-# the names of tags, to be followed by a value
+# The names of tags, each with "=" for a value
 function __w64_names
     w64 (__w64_command) --help 2>/dev/null |
         awk -F '  +' '/^$/ { on = 0 } on { for (i = 2; i <= NF; i++) print $i "=" } /^Names:/ { on = 1 }'

@@ -15,14 +15,14 @@ namespace w64 {
 
 namespace {
 
-constexpr const char* kDitheredKinds = "--dither is for integers of 16 and 24 bits";
+constexpr const char* kDitheredKinds = "--dither is for 16-bit and 24-bit integers";
 
 SampleKind KindFor(const XAudioWFX& source, const ConversionOptions& options) {
     if (options.isFloat) return {kTagFloat, options.bits.value_or(32)};
     return options.bits ? SampleKind{kTagPCM, *options.bits} : KindOf(source);
 }
 
-// Of the layout that a mix makes. A plain record says mono and stereo by itself.
+// The channel mask of a mix. Mono and stereo need none.
 uint32_t MaskOfMix(int channels) {
     constexpr std::array<uint32_t, XAudioChannelConv::kMaxChannels> kSpeakers = {0x1,  0x2,  0x4,   0x8,
                                                                                  0x10, 0x20, 0x200, 0x400};
@@ -51,7 +51,7 @@ bool IsSameAudio(const XAudioWFX& a, const XAudioWFX& b) {
     return KindOf(a) == KindOf(b) && IsSameLayout(a, b);
 }
 
-// A record of its own where anything changes: bits that the source's calls unused come into use.
+// The source's own record if nothing changes; otherwise a new one, in which all bits are valid.
 XAudioWFX TargetOf(const XAudioWFX& source, const ConversionOptions& options) {
     const auto channels =
         static_cast<int>(options.channels.value_or(static_cast<unsigned>(source.Channels())));
@@ -68,7 +68,7 @@ bool LosesBits(const XAudioWFX& source, const XAudioWFX& target) {
            (from.tag == kTagFloat || to.bits < from.bits || !IsSameLayout(source, target));
 }
 
-// The samples to mix and resample in: as exact as those of either side, so that bits are lost only at the end.
+// The sample type for mixing and resampling: as precise as either side, so that bits are lost only at the end.
 SampleKind KindBetween(SampleKind source, SampleKind target, bool dither) {
     if (source.tag != target.tag) return source.tag == kTagFloat ? source : target;
     if (source.tag == kTagFloat) return {kTagFloat, std::max(source.bits, target.bits)};
@@ -97,7 +97,7 @@ Conversion::Conversion(const XAudioWFX& source, const ConversionOptions& options
         AddStep(WithKind(between, target_), false);
     }
     AddStep(target_, dither);
-    // What becomes of a block at a much higher rate would be large.
+    // A whole block would become large at a much higher rate.
     constexpr int64_t kPiece = 1 << 18;
     const int64_t frameBytes = source_.BlockAlign();
     pieceBytes_ = std::max<int64_t>(kPiece / ExpectedBytes(frameBytes), 1) * frameBytes;
@@ -108,7 +108,7 @@ void Conversion::AddStep(const XAudioWFX& target, bool dither) {
     if (!IsSameAudio(source, target)) steps_.push_back(ConversionStep::Make(source, target, dither));
 }
 
-// All frames of the target that are begun within the duration of the source.
+// All target frames that start within the duration of the source.
 int64_t Conversion::ExpectedBytes(int64_t sourceBytes) const {
     if (steps_.empty()) return sourceBytes;
     const auto frames = static_cast<uint64_t>(std::max<int64_t>(sourceBytes, 0) / source_.BlockAlign());
@@ -122,7 +122,7 @@ int64_t Conversion::ExpectedBytes(int64_t sourceBytes) const {
 
 void Conversion::Convert(std::span<const uint8_t> block, const Write& write) {
     if (steps_.empty()) return write(block);
-    auto* readOnly = const_cast<uint8_t*>(block.data());  // no step writes where it reads
+    auto* readOnly = const_cast<uint8_t*>(block.data());  // no step writes to its input
     XAudioBufferNew audio(readOnly, std::ssize(block), source_, true);
     if (!stream_.AddData(audio, true)) throw std::bad_alloc();
     for (int64_t left = source_.BlockAlignBuffer(stream_.BytesRemaining()); left > 0; left -= pieceBytes_) {

@@ -12,27 +12,26 @@
 
 namespace w64 {
 
-// What audio is to become; the rest of its format stays as it is.
+// The requested format of audio; anything unset stays as it is.
 struct ConversionOptions {
     std::optional<unsigned> rate;  // frames per second
     std::optional<unsigned> channels;
     std::optional<unsigned> bits;  // of integers, unless isFloat
-    bool isFloat = false;          // of 32 bits, unless there are others
-    bool dither = false;           // where bits of integers get lost
+    bool isFloat = false;          // 32-bit unless `bits` is set
+    bool dither = false;           // when integer bits are lost
 
-    // Errors: UsageError for what makes no sense, whatever the audio is.
+    // Errors: UsageError for options that make no sense for any audio.
     void Check() const;
 
     bool operator==(const ConversionOptions&) const = default;
 };
 
-// Audio on its way from where it is read to where it is written, block by block. With nothing to convert it
-// passes by untouched.
+// Converts audio block by block between reading and writing. With nothing to convert, it passes blocks through.
 // Order:  Convert every block, then Finish.
-// Errors: Failure, by the constructor for what cannot be converted; std::bad_alloc.
+// Errors: Failure from the constructor if the audio cannot be converted; std::bad_alloc.
 class Conversion {
 public:
-    // Takes interleaved frames, which are valid until it returns.
+    // Receives interleaved frames, which are valid until it returns.
     using Write = std::function<void(std::span<const uint8_t>)>;
 
     // The source has channels and a rate.
@@ -40,14 +39,14 @@ public:
 
     const XAudioWFX& Target() const { return target_; }
 
-    // What so many bytes of the source come to in the end.
+    // The bytes that `sourceBytes` of the source become in all.
     int64_t ExpectedBytes(int64_t sourceBytes) const;
 
-    // Blocks may end anywhere in a frame; what is left of one at the end is dropped. Where the rate changes,
-    // the audio comes out some tenths of a second late.
+    // Blocks may end anywhere in a frame; an incomplete frame at the end of the audio is dropped. A new sample rate
+    // delays the output by some tenths of a second.
     void Convert(std::span<const uint8_t> block, const Write& write);
 
-    // What is still on its way.
+    // Writes the delayed rest.
     void Finish(const Write& write);
 
 private:
@@ -56,8 +55,8 @@ private:
 
     XAudioWFX source_;
     XAudioWFX target_;
-    int64_t pieceBytes_ = 0;   // whole frames of the source to convert at a time
-    XAudioDataStream stream_;  // keeps the beginning of a frame until the rest comes
+    int64_t pieceBytes_ = 0;   // whole source frames to convert at a time
+    XAudioDataStream stream_;  // keeps an incomplete frame until the rest comes
     std::vector<std::unique_ptr<ConversionStep>> steps_;
 };
 

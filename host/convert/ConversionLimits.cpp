@@ -14,22 +14,22 @@ namespace w64 {
 
 namespace {
 
-// Filters hold some tenths of a second of every channel, beside what the two rates take by themselves.
-constexpr int64_t kMostChannels = 64;
-constexpr int64_t kMostSamples = 25'000'000;  // per second, of all channels at the higher rate
+// Filters hold some tenths of a second of every channel, in addition to the memory that the two rates need.
+constexpr int64_t kMaxChannels = 64;
+constexpr int64_t kMaxSamples = 25'000'000;  // per second, of all channels at the higher rate
 
-constexpr int kLargestFrame = UINT16_MAX;  // bytes, as a format record counts them
+constexpr int kMaxFrameBytes = UINT16_MAX;  // nBlockAlign has 16 bits
 
 std::string Hz(int64_t rate) { return std::to_string(rate) + " Hz"; }
 
 bool CanResample(int64_t source, int64_t target) {
-    return source == target || (std::max(source, target) <= kMostRate &&
+    return source == target || (std::max(source, target) <= kMaxRate &&
                                 FreqConvDesign::Create(source, target, UpwardEdge::SourceHalf));
 }
 
-// The first rate that works from one on, up or down.
+// The first rate that works from `first` on, up or down.
 std::optional<int64_t> FindRate(int64_t source, int64_t first, int64_t step) {
-    for (int64_t rate = first; rate >= 1 && rate <= kMostRate; rate += step) {
+    for (int64_t rate = first; rate >= 1 && rate <= kMaxRate; rate += step) {
         if (CanResample(source, rate)) return rate;
     }
     return std::nullopt;
@@ -39,7 +39,7 @@ std::string WhatWorksInstead(int64_t source, int64_t target) {
     const auto below = FindRate(source, target - 1, -1);
     const auto above = FindRate(source, target + 1, 1);
     if (below && above) return "; the nearest rates that work are " + Hz(*below) + " and " + Hz(*above);
-    if (!below && !above) return "; rates go up to " + Hz(kMostRate);
+    if (!below && !above) return "; rates go up to " + Hz(kMaxRate);
     return "; the nearest rate that works is " + Hz(below ? *below : *above);
 }
 
@@ -49,18 +49,18 @@ void CheckRates(const XAudioWFX& source, const XAudioWFX& target) {
     if (from == to) return;
     const std::string what = "cannot convert " + Hz(from) + " to " + Hz(to);
     if (!CanResample(from, to)) throw Failure(what + WhatWorksInstead(from, to));
-    // What is mixed is within the limits at any rate.
-    const int64_t most = std::min(kMostChannels, kMostSamples / std::max(from, to));
-    if (std::max(source.Channels(), target.Channels()) <= most) return;
+    // Mixes have few enough channels at any rate.
+    const int64_t max = std::min(kMaxChannels, kMaxSamples / std::max(from, to));
+    if (std::max(source.Channels(), target.Channels()) <= max) return;
     throw Failure(what + " in " + std::to_string(target.Channels()) + " channels, only in up to " +
-                  std::to_string(most));
+                  std::to_string(max));
 }
 
 void CheckChannels(const XAudioWFX& source, const XAudioWFX& target) {
     if (XAudioChannelConv::Init(source, target.Channels())) return;
-    const std::string most = std::to_string(XAudioChannelConv::kMaxChannels);
+    const std::string max = std::to_string(XAudioChannelConv::kMaxChannels);
     throw Failure("cannot mix " + std::to_string(source.Channels()) + " channels to " +
-                  std::to_string(target.Channels()) + "; 1 to " + most + " can be mixed to 1 to " + most);
+                  std::to_string(target.Channels()) + "; 1 to " + max + " can be mixed to 1 to " + max);
 }
 
 void CheckSamples(const XAudioWFX& source) {
@@ -71,8 +71,8 @@ void CheckSamples(const XAudioWFX& source) {
 }
 
 void CheckFrame(const XAudioWFX& format) {
-    if (format.Channels() * format.BytesPerSample() <= kLargestFrame) return;
-    throw Failure("frames have up to " + std::to_string(kLargestFrame) + " bytes, this is " +
+    if (format.Channels() * format.BytesPerSample() <= kMaxFrameBytes) return;
+    throw Failure("frames have up to " + std::to_string(kMaxFrameBytes) + " bytes, this is " +
                   DescribeFormat(format));
 }
 

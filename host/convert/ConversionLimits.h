@@ -4,12 +4,12 @@
 
 namespace w64 {
 
-// The most that a sample rate can be converted from and to, in Hz.
-constexpr unsigned kMostRate = 10'000'000;
+// The highest sample rate that can be converted from and to, in Hz.
+constexpr unsigned kMaxRate = 10'000'000;
 
-// Audio that can be converted: of known samples, mixed between 1 to 8 channels, and resampled only where rates
-// and channels let that be done in bounded memory.
-// Errors: Failure, which tells what can be done instead.
+// Checks that the audio can be converted: known sample formats, mixes of 1 to 8 channels, and resampling only for
+// rates and channels that need bounded memory.
+// Errors: Failure, which says what is possible instead.
 void CheckConversion(const XAudioWFX& source, const XAudioWFX& target);
 
 }  // namespace w64

@@ -32,7 +32,7 @@ private:
     XAudioConv conv_;
 };
 
-// The pipeline makes floats by way of 32-bit integers, which is too little for 64-bit ones, and clips floats.
+// The pipeline converts to float via 32-bit integers, too imprecise for 64-bit floats, and clips floats.
 class FloatStep : public ConversionStep {
 public:
     using ConversionStep::ConversionStep;
@@ -46,15 +46,15 @@ public:
         const int64_t samples = frames * audio.Channels();
         if (!floats_.SetBufferSize(frames, Target(), false, false)) throw std::bad_alloc();
         floats_.SetUsedSample(frames);
-        numbers_.resize(static_cast<size_t>(samples));
-        XAudioRdWr(audio, 0, nullptr).GetDbls(0, samples, numbers_.data());
-        XAudioRdWr(floats_, 0, nullptr).PutDbls(0, samples, numbers_.data());
+        samples_.resize(static_cast<size_t>(samples));
+        XAudioRdWr(audio, 0, nullptr).GetDbls(0, samples, samples_.data());
+        XAudioRdWr(floats_, 0, nullptr).PutDbls(0, samples, samples_.data());
         return floats_;
     }
 
 private:
     XAudioBufferNew floats_;
-    std::vector<double> numbers_;
+    std::vector<double> samples_;
 };
 
 }  // namespace

@@ -6,17 +6,17 @@
 
 namespace w64 {
 
-// A step of a conversion: audio of one format becomes that of another, block by block.
+// A step of a conversion, from one format to another, block by block.
 // Errors: std::bad_alloc.
 class ConversionStep {
 public:
-    // Dither is noise where bits of integers get lost.
-    // Errors: Failure when there is no way between the formats.
+    // With `dither`, noise is added when integer bits are lost.
+    // Errors: Failure if there is no conversion between the formats.
     static std::unique_ptr<ConversionStep> Make(const XAudioWFX& source, const XAudioWFX& target,
                                                 bool dither);
 
     explicit ConversionStep(const XAudioWFX& target) : target_(target) {}
-    ConversionStep(const ConversionStep&) = delete;  // it is in the middle of a stream
+    ConversionStep(const ConversionStep&) = delete;  // it holds the state of a stream
     ConversionStep& operator=(const ConversionStep&) = delete;
     virtual ~ConversionStep() = default;
 

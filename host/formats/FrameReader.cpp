@@ -26,7 +26,7 @@ bool BeginsLikeWave64(const std::string& path) {
 
 std::string DescribeLoss(const Salvage& salvage) {
     if (salvage.lostBytes == 0) return "the sizes in the file are wrong; w64 check tells how";
-    if (static_cast<uint64_t>(salvage.lostBytes) > kLongestRecording) {
+    if (static_cast<uint64_t>(salvage.lostBytes) > kMaxRecordingBytes) {
         return "the size of the audio in the file is wrong; w64 check tells more";
     }
     return "the file is cut off after " + FormatDuration(salvage.milliseconds) + ", " +

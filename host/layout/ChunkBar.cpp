@@ -23,7 +23,7 @@ std::string ChunkBar::Line(size_t columns, bool colored) const {
     const std::vector<bool> toShow = RunsToShow(columns);
     for (size_t i = 0; i < runs_.size(); ++i) {
         if (!toShow[i] || cells[i] != 0) continue;
-        // The widest one that can spare a cell; there are more cells than runs to show.
+        // Take a cell from the widest run that can spare one; there are more cells than runs to show.
         size_t widest = kNoRun;
         for (size_t j = 0; j < runs_.size(); ++j) {
             const bool canSpare = cells[j] > (toShow[j] ? 1 : 0);

@@ -8,14 +8,14 @@
 
 namespace w64 {
 
-// A file drawn as one line: where what lies, in proportion.
+// A file drawn as one line, each kind of chunk in proportion to its size.
 class ChunkBar {
 public:
     // The next bytes of the file.
     void Add(ChunkKind kind, int64_t bytes);
 
-    // One cell per column. However small, every stretch of one kind gets a cell, unless there are too many of
-    // them; then every kind does. `columns` is at least 2 per kind.
+    // One cell per column. Every run of one kind gets at least one cell; if there are too many runs, at least the
+    // largest of each kind does. `columns` is at least 2 per kind.
     std::string Line(size_t columns, bool colored) const;
 
     static std::string Symbol(ChunkKind kind, bool colored);
@@ -29,7 +29,7 @@ private:
     std::vector<size_t> CellsInProportion(size_t columns) const;
     std::vector<bool> RunsToShow(size_t columns) const;
 
-    std::vector<Run> runs_;  // neighbours differ in kind
+    std::vector<Run> runs_;  // adjacent runs differ in kind
     int64_t bytes_ = 0;
 };
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <initializer_list>
 #include <string_view>
 #include <utility>
 
@@ -37,12 +36,12 @@ constexpr std::array<std::pair<std::string_view, const char*>, 22> kContents = {
      {"smpl", "sampler settings"},
      {"acid", "loop settings"}}};
 
+}  // namespace
+
 bool IsOneOf(const GUID& identifier, std::initializer_list<const char*> codes) {
     return std::ranges::any_of(codes,
                                [&](const char* code) { return CompareGUID(identifier, RIFFChnkID(code)); });
 }
-
-}  // namespace
 
 ChunkKind KindOfChunk(const GUID& identifier) {
     if (IsOneOf(identifier, {"data"})) return ChunkKind::Audio;

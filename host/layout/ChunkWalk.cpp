@@ -13,7 +13,7 @@ namespace w64 {
 namespace {
 
 constexpr int64_t kFourGiB = int64_t{1} << 32;
-constexpr const char* kNoWave64 = "This is no Wave64 file: ";
+constexpr const char* kNoWave64 = "This is not a Wave64 file: ";
 
 }  // namespace
 
@@ -29,17 +29,17 @@ uint64_t ReadOuterSize(XFile& file) {
     const auto identifier = base::Load<GUID>(header.data());
     if (RIFFChnkGUID2CHR(identifier) == "RIFF" || RIFFChnkGUID2CHR(identifier) == "RF64") {
         throw Failure(kNoWave64 + ("it begins with '" + RIFFChnkGUID2CHR(identifier)) +
-                      "', as WAV files do.");
+                      "', like a WAV file.");
     }
     if (got < header.size()) {
         throw Failure(kNoWave64 + ("it has " + std::to_string(got)) +
-                      " bytes, and the outer header of such a file alone takes 40.");
+                      " bytes, fewer than the 40 of a Wave64 header.");
     }
     if (!CompareGUID(identifier, RIFFChnkID("RIFF"))) {
-        throw Failure(kNoWave64 + std::string("its first 16 bytes are others than those of such a file."));
+        throw Failure(kNoWave64 + std::string("its first 16 bytes are not the Wave64 identifier."));
     }
     if (!CompareGUID(base::Load<GUID>(header.data() + 24), RIFFChnkID("WAVE"))) {
-        throw Failure(kNoWave64 + std::string("the 16 bytes at 24 do not say that it holds audio (WAVE)."));
+        throw Failure(kNoWave64 + std::string("the 16 bytes at 24 are not the identifier of audio (WAVE)."));
     }
     return base::Load<uint64_t>(header.data() + 16);
 }
@@ -56,7 +56,7 @@ std::optional<WalkedChunk> ChunkWalk::Next() {
     if (stop_) return std::nullopt;
     if (BytesLeft() < kChunkHeaderBytes) return stop(Stop::FileEnd);
     if (IsAtOuterEnd()) return stop(Stop::OuterEnd);
-    if (count_++ == kMostChunks) return stop(Stop::TooMany);
+    if (count_++ == kMaxChunks) return stop(Stop::TooMany);
     auto chunk = ReadHeader(position_);
     if (!chunk) return stop(Stop::Unreadable);
     MeasureData(*chunk);
@@ -76,7 +76,7 @@ bool ChunkWalk::ChunkBeginsAt(int64_t position) {
     return chunk && HasName(chunk->identifier) && IsWholeAt(position);
 }
 
-// Null when the file, which is long enough, cannot be read there.
+// Null on a read error; the file is long enough.
 const uint8_t* ChunkWalk::At(int64_t position, int64_t bytes) {
     if (position < windowStart_ || position + bytes > windowStart_ + windowBytes_) {
         windowStart_ = position;
@@ -101,7 +101,7 @@ std::optional<WalkedChunk> ChunkWalk::ReadHeader(int64_t position) {
     return chunk;
 }
 
-// The end of the file, or a header whose size can be right.
+// The end of the file, or a header with a plausible size.
 bool ChunkWalk::IsWholeAt(int64_t position) {
     if (fileBytes_ - position < kChunkHeaderBytes) return true;
     const auto chunk = ReadHeader(position);
@@ -121,7 +121,7 @@ void ChunkWalk::MeasureData(WalkedChunk& chunk) {
         return;
     }
     chunk.dataBytes = static_cast<int64_t>(chunk.ClaimedBytes());
-    // What else lies in the file is shorter than 4 GiB, so the largest size with these low bits is the one.
+    // The rest of the file is shorter than 4 GiB, so the largest size with these low bits is the real one.
     const int64_t uncut = chunk.dataBytes + (present - chunk.dataBytes) / kFourGiB * kFourGiB;
     if (chunk.dataBytes >= kFourGiB || uncut == chunk.dataBytes) return;
     const auto next = [&](int64_t bytes) {
@@ -134,7 +134,7 @@ void ChunkWalk::MeasureData(WalkedChunk& chunk) {
     }
 }
 
-// Whether the chunk's last byte can be read shows on the way.
+// Also shows whether the chunk's last byte can be read.
 void ChunkWalk::MeasurePadding(WalkedChunk& chunk) {
     const int64_t end = chunk.DataEnd();
     chunk.paddingBytes = std::min<int64_t>(GetPaddingBytes(end), fileBytes_ - end);
@@ -147,7 +147,7 @@ void ChunkWalk::MeasurePadding(WalkedChunk& chunk) {
     chunk.zeroPadding = std::ranges::count(padding, 0) == chunk.paddingBytes;
 }
 
-// Unless the outer size is that of a file without chunks, as a recorder begins it.
+// Not if the outer size is that of a file without chunks, as recorders write it at first.
 bool ChunkWalk::IsAtOuterEnd() const {
     return count_ != 0 && outerSize_ >= static_cast<uint64_t>(lastDataEnd_) &&
            outerSize_ <= static_cast<uint64_t>(position_);

@@ -10,21 +10,21 @@
 
 namespace w64 {
 
-// How a chunk's size field goes with the file.
+// How a chunk's size field fits the file.
 enum class ChunkFit {
     Whole,
     TooSmall,     // claims fewer bytes than its own header
     Outside,      // claims more bytes than the file has left
-    CutTo32Bits,  // holds the low 32 bits of what is there
+    CutTo32Bits,  // holds only the low 32 bits of the real size
 };
 
-// A chunk as it lies in the file: what its header says, and what is there.
+// A chunk in the file: what its header says, and what is there.
 struct WalkedChunk {
     GUID identifier{};
     int64_t position = 0;      // of the header
-    uint64_t sizeField = 0;    // as stored; it counts the header
-    int64_t dataBytes = 0;     // up to the end of the file at most
-    int64_t paddingBytes = 0;  // the same
+    uint64_t sizeField = 0;    // as stored; includes the header
+    int64_t dataBytes = 0;     // in the file
+    int64_t paddingBytes = 0;  // in the file
     bool zeroPadding = true;
     ChunkFit fit = ChunkFit::Whole;
 
@@ -36,34 +36,34 @@ struct WalkedChunk {
 };
 
 // The size field of a Wave64 file's outer header.
-// Errors: Failure, as a sentence, when the file does not begin like one.
+// Errors: Failure, as a sentence, if the file does not begin with one.
 uint64_t ReadOuterSize(XFile& file);
 
-// The chunks of a file one after the other, by what is there: a wrong outer size hides none of them, and no
-// size leads out of the file or back. Reads a few bytes at the end of each chunk and nothing else of its data.
+// The chunks of a file in order, by what is there: a wrong outer size hides none of them, and no size leads out
+// of the file or back. Of a chunk's data only the last few bytes are read.
 class ChunkWalk {
 public:
     enum class Stop {
-        FileEnd,      // or so close to it that no header fits before it
-        OuterEnd,     // the chunks end where the outer header says so, the file does not
-        FaultyChunk,  // nobody knows where the last chunk ends
-        NoChunk,      // there is something else where a header should be
-        TooMany,      // more than any reader takes
+        FileEnd,      // or too close to it for another header
+        OuterEnd,     // the chunks end where the outer header says, but the file goes on
+        FaultyChunk,  // the end of the last chunk is unknown
+        NoChunk,      // something else is where a header should be
+        TooMany,      // more than readers accept
         Unreadable,
     };
-    static constexpr int64_t kMostChunks = 450'000;  // as many as the decoder takes
+    static constexpr int64_t kMaxChunks = 450'000;  // the decoder's limit
 
     ChunkWalk(XFile& file, uint64_t outerSize);
 
     std::optional<WalkedChunk> Next();
 
-    // Once there is no next one. From Position on bytes belong to no chunk that could be told.
+    // After the last chunk. Bytes from Position on belong to no known chunk.
     Stop StoppedBy() const { return *stop_; }
     int64_t Position() const { return position_; }
     int64_t BytesLeft() const { return fileBytes_ - position_; }
     const std::string& ReadError() const { return readError_; }
 
-    // Whether a chunk of a known name that fits the file begins there.
+    // Whether a chunk with a known name that fits the file begins there.
     bool ChunkBeginsAt(int64_t position);
 
 private:
@@ -83,7 +83,7 @@ private:
     std::optional<Stop> stop_;
     std::string readError_;
 
-    // A stretch of the file, so that neighbouring small chunks cost one read together.
+    // Read-ahead, so that adjacent small chunks share one read.
     std::array<uint8_t, 4096> window_;
     int64_t windowStart_ = 0;
     int64_t windowBytes_ = 0;

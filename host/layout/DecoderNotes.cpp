@@ -10,14 +10,14 @@ namespace w64 {
 
 namespace {
 
-// Empty for a file that is as long as its header says, or longer, and for one of another format.
+// Empty for a file that is at least as long as its header says, or is not Wave64.
 std::string DescribeShortness(const std::string& name) try {
     InputFile file(name);
     const auto fileBytes = static_cast<uint64_t>(file.Size());
     const uint64_t outerSize = ReadOuterSize(file);
     if (outerSize == 0) return "in fact the recording was never finished: its header says 0 bytes";
     if (outerSize <= fileBytes) return "";
-    if (outerSize > kLongestRecording) return "in fact the size in its header cannot be right";
+    if (outerSize > kMaxRecordingBytes) return "in fact the size in its header cannot be right";
     return "in fact the file is cut off: it is " + Counted(outerSize - fileBytes, "byte") +
            " shorter than its header says";
 } catch (const Failure&) {

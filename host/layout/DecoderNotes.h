@@ -7,8 +7,8 @@
 
 namespace w64 {
 
-// Passes on the decoder's notes about `file`. To the decoder every length that disagrees with the header is extra
-// data; when the file is too short, a note says so.
+// Passes on the decoder's notes about `file`. The decoder calls any mismatch of the file's length extra data; if the
+// file is too short, one more note says so.
 void PassOnNotes(const DecoderInstance& decoder, const std::string& file, Console& console);
 
 }  // namespace w64

@@ -16,15 +16,15 @@ namespace w64 {
 
 namespace {
 
-constexpr int64_t kToldOfEachSort = 3;
+constexpr int64_t kMaxPerCategory = 3;
 constexpr const char* kCountedPadding = ", as if padding were counted as audio.";
-constexpr int64_t kMuchSlack = 65536;  // several times what tag editors leave behind
+constexpr int64_t kLargeSlack = 65536;  // several times what tag editors leave
 
 std::string Bytes(std::integral auto count) { return Counted(count, "byte"); }
 
-// What is missing of a size that can be right.
+// What the file lacks of a claimed size, if that is plausible.
 std::string Lack(uint64_t bytes) {
-    return bytes > kLongestRecording ? ", and no recording is that long" : " and lacks " + Bytes(bytes);
+    return bytes > kMaxRecordingBytes ? ", and no recording is that long" : " and lacks " + Bytes(bytes);
 }
 
 // "'data' at 1,234"
@@ -34,7 +34,7 @@ std::string Named(const WalkedChunk& chunk) {
 
 bool IsSummaryList(const WalkedChunk& chunk) { return CompareGUID(chunk.identifier, kSummaryListCode); }
 
-// Of a compressed format nobody can tell how many bytes a frame takes.
+// Compressed formats have no fixed number of bytes per frame.
 bool HasFrames(const XAudioWFX& format) {
     switch (format.WFXFormatTag()) {
     case kTagPCM:
@@ -68,10 +68,10 @@ bool LayoutCheck::HasFaults() const { return std::ranges::any_of(findings_, &Lay
 std::string LayoutCheck::Summary() const {
     std::string text = Bytes(fileBytes_);
     if (chunks_ != 0) text = Counted(chunks_, "chunk") + ", " + text;
-    if (tagsBeforeAudio_ && tagsBehindAudio_) {
+    if (tagsBeforeAudio_ && tagsAfterAudio_) {
         text += ", tags on both sides of the audio";
-    } else if (tagsBeforeAudio_ || tagsBehindAudio_) {
-        text += tagsBeforeAudio_ ? ", tags before the audio" : ", tags behind the audio";
+    } else if (tagsBeforeAudio_ || tagsAfterAudio_) {
+        text += tagsBeforeAudio_ ? ", tags before the audio" : ", tags after the audio";
     }
     if (slackBytes_ != 0) text += ", " + Bytes(slackBytes_) + " kept free";
     return text;
@@ -101,7 +101,7 @@ void LayoutCheck::CheckFit(const WalkedChunk& chunk) {
     case ChunkFit::CutTo32Bits:
         Structure("cut", Named(chunk) + " claims " + Bytes(chunk.ClaimedBytes()) +
                              " of data, but there are " + Bytes(chunk.dataBytes) +
-                             ": its size was stored as if it were below 4 GiB.");
+                             ": its size was truncated to 32 bits.");
         break;
     }
 }
@@ -113,7 +113,7 @@ void LayoutCheck::CheckPadding(const WalkedChunk& chunk) {
                               " would make its length a multiple of 8.");
     }
     if (!chunk.zeroPadding) {
-        Odd("padding", "The padding behind " + Named(chunk) + " (" + Bytes(chunk.paddingBytes) + " from " +
+        Odd("padding", "The padding after " + Named(chunk) + " (" + Bytes(chunk.paddingBytes) + " from " +
                            Grouped(chunk.DataEnd()) + ") should be zero and is not.");
     }
 }
@@ -135,28 +135,28 @@ void LayoutCheck::CheckKind(const WalkedChunk& chunk) {
     }
 }
 
-void LayoutCheck::RememberFirst(std::optional<WalkedChunk>& first, std::string_view sortOfOthers,
+void LayoutCheck::RememberFirst(std::optional<WalkedChunk>& first, std::string_view categoryOfOthers,
                                 const WalkedChunk& chunk) {
     if (first) {
-        Fault(sortOfOthers, Named(chunk) + ", " + Bytes(chunk.dataBytes) +
-                                " of data, is one too many: there is " + Named(*first) +
-                                " already, and readers take one of them.");
+        Fault(categoryOfOthers, Named(chunk) + ", " + Bytes(chunk.dataBytes) +
+                                    " of data, is one too many: there is " + Named(*first) +
+                                    " already, and readers use only one of them.");
     } else {
         first = chunk;
     }
 }
 
 void LayoutCheck::CheckSummaryList(const WalkedChunk& list) {
-    (data_ ? tagsBehindAudio_ : tagsBeforeAudio_) = true;
+    (data_ ? tagsAfterAudio_ : tagsBeforeAudio_) = true;
     if (summaryList_) {
-        Odd("more lists", "The tags are spread over several chunks: " + Named(list) + " with " +
+        Odd("more lists", "The tags are in several chunks: " + Named(list) + " with " +
                               Bytes(list.dataBytes) + " of data comes after " + Named(*summaryList_) + ".");
     } else {
         summaryList_ = list;
     }
     if (!data_ && list.dataBytes % 8 != 0) {
-        Odd("uneven list", Named(list) + " stands before the audio with " + Bytes(list.dataBytes) +
-                               " of data, no multiple of 8: some programs misplace the audio when they "
+        Odd("uneven list", Named(list) + " comes before the audio with " + Bytes(list.dataBytes) +
+                               " of data, not a multiple of 8: some programs misplace the audio when they "
                                "edit such tags.");
     }
 }
@@ -169,20 +169,20 @@ void LayoutCheck::CheckStop(ChunkWalk& walk) {
         CheckEnd(walk);
         break;
     case ChunkWalk::Stop::OuterEnd:
-        break;  // the outer size is what is wrong
+        break;  // CheckOuterSize reports it
     case ChunkWalk::Stop::FaultyChunk:
-        if (walk.BytesLeft() != 0) Structure("rest", "Nothing tells what " + rest + " is.");
+        if (walk.BytesLeft() != 0) Structure("rest", "It is unknown what " + rest + " is.");
         break;
     case ChunkWalk::Stop::NoChunk:
         Structure("rest", NoChunkFault(walk));
         break;
     case ChunkWalk::Stop::TooMany:
-        Structure("rest", "There are more than " + Grouped(ChunkWalk::kMostChunks) +
-                              " chunks, too many for a reader; " + rest + " was not looked at.");
+        Structure("rest", "There are more than " + Grouped(ChunkWalk::kMaxChunks) +
+                              " chunks, too many for readers; " + rest + " was not checked.");
         break;
     case ChunkWalk::Stop::Unreadable:
-        Structure("rest", "The file cannot be read: " + walk.ReadError() + ". Because of that " + rest +
-                              " was not looked at.");
+        Structure("rest", "The file cannot be read: " + walk.ReadError() + ". Therefore " + rest +
+                              " was not checked.");
         break;
     }
 }
@@ -192,24 +192,24 @@ void LayoutCheck::CheckEnd(ChunkWalk& walk) {
     if (BeginsUnpadded(walk)) {
         Structure("rest", NoChunkFault(walk));
     } else if (walk.BytesLeft() > 0 && isCounted) {
-        Odd("rest", "Behind the last chunk, from " + Grouped(walk.Position()) + ", the file goes on for " +
-                        Bytes(walk.BytesLeft()) + ", fewer than a chunk takes.");
+        Odd("rest", "After the last chunk, from " + Grouped(walk.Position()) + ", the file goes on for " +
+                        Bytes(walk.BytesLeft()) + ", too few for a chunk.");
     } else if (walk.BytesLeft() == 0 && last_ && last_->dataBytes == 0 && !isCounted) {
-        Odd("empty end", Named(*last_) + " is empty and ends the file; some readers overlook it.");
+        Odd("empty end", Named(*last_) + " is empty and ends the file; some readers ignore it.");
     }
 }
 
-// Whether the walk stopped because a chunk begins where padding ought to be.
+// Whether the walk stopped because a chunk begins where padding should be.
 bool LayoutCheck::BeginsUnpadded(ChunkWalk& walk) const {
     return last_ && last_->paddingBytes != 0 && walk.ChunkBeginsAt(last_->DataEnd());
 }
 
 std::string LayoutCheck::NoChunkFault(ChunkWalk& walk) const {
-    const std::string place = "At " + Grouped(walk.Position()) + (last_ ? ", behind " + Named(*last_) : "");
+    const std::string place = "At " + Grouped(walk.Position()) + (last_ ? ", after " + Named(*last_) : "");
     const std::string rest = "the rest of the file, " + Bytes(walk.BytesLeft()) + ", belongs to no chunk.";
     if (BeginsUnpadded(walk)) {
         return place + ", a chunk should begin. It begins at " + Grouped(last_->DataEnd()) +
-               ", without the padding in between, so that for readers " + rest;
+               ", without padding in between, so for readers " + rest;
     }
     return place + ", a chunk should begin and does not; " + rest;
 }
@@ -225,13 +225,13 @@ void LayoutCheck::CheckOuterSize(ChunkWalk::Stop stop) {
     }
     if (outerSize_ != fileBytes) {
         Odd("outer size", "The file header says that the file has " + Bytes(outerSize_) + "; it has " +
-                              Bytes(fileBytes) + ". The difference is padding behind the last chunk.");
+                              Bytes(fileBytes) + ". The difference is padding after the last chunk.");
     } else if (outerSize_ % 8 != 0 && !EndsWithoutPadding()) {
-        Odd("outer size", "The file has " + Bytes(outerSize_) + ", which is no multiple of 8.");
+        Odd("outer size", "The file has " + Bytes(outerSize_) + ", which is not a multiple of 8.");
     }
 }
 
-// Some writers leave the last padding out, or do not count it.
+// Some writers omit the last padding, or do not count it.
 bool LayoutCheck::OuterSizeFitsLastPadding() const {
     if (!last_ || !last_->HasKnownEnd()) return false;
     const auto unpadded = static_cast<uint64_t>(last_->DataEnd());
@@ -246,14 +246,14 @@ std::string LayoutCheck::OuterFault(ChunkWalk::Stop stop) const {
         "The file header says that the file has " + Bytes(outerSize_) + "; it has " + Bytes(fileBytes);
     if (outerSize_ == 0) return says + ". The recording was never finished.";
     if (outerSize_ == static_cast<uint32_t>(fileBytes)) {
-        return says + ": the size was stored as if it were below 4 GiB.";
+        return says + ": the size was truncated to 32 bits.";
     }
     if (outerSize_ > fileBytes) {
-        if (outerSize_ > kLongestRecording) return says + ", and no recording is that long.";
+        if (outerSize_ > kMaxRecordingBytes) return says + ", and no recording is that long.";
         return says + ": " + Bytes(outerSize_ - fileBytes) + " fewer" +
                (stop == ChunkWalk::Stop::FileEnd ? ", though no chunk is cut off." : ".");
     }
-    return says + ". Readers do not look at the last " + Bytes(fileBytes - outerSize_) +
+    return says + ". Readers ignore the last " + Bytes(fileBytes - outerSize_) +
            ", and editors cut them off.";
 }
 
@@ -265,7 +265,7 @@ void LayoutCheck::CheckWhatIsThere() {
                            "; many readers expect the format first.");
     }
     if (format_ && format_->fit == ChunkFit::Whole) CheckFormat();
-    if (slackBytes_ > kMuchSlack) {
+    if (slackBytes_ > kLargeSlack) {
         Odd("slack", "Padding chunks ('JUNK' and 'PAD ') keep " + Bytes(slackBytes_) + " free.");
     }
 }
@@ -278,20 +278,20 @@ void LayoutCheck::CheckFormat() {
     }
     if (record->size() < sizeof(WAVEFORMAT)) {
         Fault("format", Named(*format_) + " has " + Bytes(format_->dataBytes) +
-                            " of data, too few to say how to read the audio, which takes 14 at least.");
+                            " of data, too few for a format, which takes at least 14.");
         return;
     }
     const auto stored = base::Load<WAVEFORMAT>(record->data());
     const XAudioWFX format(record->data(), static_cast<unsigned>(record->size()));
     if (stored.nChannels == 0 || stored.nSamplesPerSec == 0) {
-        Fault("format", Named(*format_) + " says " + DescribeFormat(format) + ", which cannot be.");
+        Fault("format", Named(*format_) + " says " + DescribeFormat(format) + ", which is impossible.");
         return;
     }
     if (!HasFrames(format)) return;
     if (format.BlockAlign() != stored.nBlockAlign) {
         Fault("format", Named(*format_) + " says that a frame (one sample of every channel) takes " +
                             Bytes(stored.nBlockAlign) + ", but " + DescribeFormat(format) + " makes " +
-                            Bytes(format.BlockAlign()) + "; readers take the one or the other.");
+                            Bytes(format.BlockAlign()) + "; readers use one or the other.");
     } else if (data_ && data_->HasKnownEnd()) {
         CheckFrames(format.BlockAlign());
     }
@@ -314,13 +314,14 @@ void LayoutCheck::CheckFact(int64_t frames, int64_t frameBytes) {
     const int64_t fieldBytes = fact_->dataBytes < 8 ? 4 : 8;
     if (fact_->dataBytes < fieldBytes ||
         !Read(fact_->DataPosition(), std::span(field).first(static_cast<size_t>(fieldBytes)))) {
-        Odd("fact", Named(*fact_) +
-                        " should tell the number of frames (samples of every channel), which takes "
-                        "4 bytes at least; it has " +
-                        Bytes(fact_->dataBytes) + ".");
+        Odd("fact",
+            Named(*fact_) +
+                " should hold the number of frames (one sample of every channel) in at least 4 bytes; "
+                "it has " +
+                Bytes(fact_->dataBytes) + ".");
         return;
     }
-    // With 32 bits it cannot say more than these.
+    // A 32-bit field holds only the low 32 bits.
     const auto said = base::Load<uint64_t>(field.data());
     const auto expected = static_cast<uint64_t>(frames);
     if (said == (fieldBytes == 4 ? static_cast<uint32_t>(expected) : expected)) return;
@@ -329,11 +330,12 @@ void LayoutCheck::CheckFact(int64_t frames, int64_t frameBytes) {
         said < expected && framesMore < 8 &&
         EndsInCountedPadding(static_cast<int64_t>(framesMore) * frameBytes + data_->dataBytes % frameBytes);
     Add(!isPadding, "fact",
-        Named(*fact_) + " says that there are " + Grouped(said) + " frames (samples of every channel), but " +
-            Named(*data_) + " holds " + Grouped(frames) + (isPadding ? kCountedPadding : "."));
+        Named(*fact_) + " says that there are " + Grouped(said) +
+            " frames (one sample of every channel), but " + Named(*data_) + " holds " + Grouped(frames) +
+            (isPadding ? kCountedPadding : "."));
 }
 
-// Some writers fill the audio up to a multiple of 8 and count what they have added.
+// Some writers pad the audio to a multiple of 8 and count the padding as audio.
 bool LayoutCheck::EndsInCountedPadding(int64_t bytes) {
     std::array<uint8_t, 8> end{};
     if (bytes >= 8 || data_->dataBytes % 8 != 0) return false;
@@ -345,18 +347,18 @@ bool LayoutCheck::Read(int64_t position, std::span<uint8_t> bytes) {
     return file_.SetPosition(position) && file_.Read(bytes.data(), bytes.size()) == bytes.size();
 }
 
-void LayoutCheck::Structure(std::string_view sort, std::string text) {
+void LayoutCheck::Structure(std::string_view category, std::string text) {
     structureIsFaulty_ = true;
-    Fault(sort, std::move(text));
+    Fault(category, std::move(text));
 }
 
-void LayoutCheck::Add(bool isFault, std::string_view sort, std::string text) {
-    Sort& seen = sorts_[sort];
-    if (seen.count++ < kToldOfEachSort) {
-        seen.lastTold = findings_.size();
+void LayoutCheck::Add(bool isFault, std::string_view category, std::string text) {
+    Category& seen = categories_[category];
+    if (seen.count++ < kMaxPerCategory) {
+        seen.lastListed = findings_.size();
         findings_.push_back({isFault, std::move(text), 0});
     } else {
-        ++findings_[seen.lastTold].alike;
+        ++findings_[seen.lastListed].alike;
     }
 }
 

@@ -12,16 +12,16 @@
 
 namespace w64 {
 
-// Something about a file's layout, in a sentence.
+// A finding about a file's layout, as a sentence.
 struct LayoutFinding {
-    bool isFault = false;  // endangers the audio or those who read or edit the file; else only odd
+    bool isFault = false;  // endangers the audio, or programs that read or edit the file; else only odd
     std::string text;
-    int64_t alike = 0;  // that are left out, so that a file of a million faults is told in a few lines
+    int64_t alike = 0;  // similar findings left out, so that a million faults take only a few lines
 };
 
-// A strict look at the layout of a Wave64 file: the headers, what lies between the chunks, and whether format
-// and audio go together. Of the audio only the end is read.
-// Errors: none; whatever is wrong is a finding.
+// A strict check of the layout of a Wave64 file: the headers, the bytes between the chunks, and whether format
+// and audio agree. Of the audio only the end is read.
+// Errors: none; everything wrong is a finding.
 class LayoutCheck {
 public:
     explicit LayoutCheck(XFile& file);
@@ -29,7 +29,7 @@ public:
     const std::vector<LayoutFinding>& Findings() const { return findings_; }
     bool HasFaults() const;
 
-    // There is audio, and reading it by the rules fails or ends too soon.
+    // There is audio, and a normal decode fails or ends too soon.
     bool CallsForSalvage() const { return data_ && structureIsFaulty_; }
 
     // "3 chunks, 60,112 bytes, tags before the audio"
@@ -42,7 +42,7 @@ private:
     bool EndsWithoutPadding() const;
     void CheckKind(const WalkedChunk& chunk);
     void CheckSummaryList(const WalkedChunk& list);
-    void RememberFirst(std::optional<WalkedChunk>& first, std::string_view sortOfOthers,
+    void RememberFirst(std::optional<WalkedChunk>& first, std::string_view categoryOfOthers,
                        const WalkedChunk& chunk);
     void CheckStop(ChunkWalk& walk);
     void CheckEnd(ChunkWalk& walk);
@@ -58,10 +58,10 @@ private:
     bool EndsInCountedPadding(int64_t bytes);
     bool Read(int64_t position, std::span<uint8_t> bytes);
 
-    void Fault(std::string_view sort, std::string text) { Add(true, sort, std::move(text)); }
-    void Structure(std::string_view sort, std::string text);  // a fault that calls for salvage
-    void Odd(std::string_view sort, std::string text) { Add(false, sort, std::move(text)); }
-    void Add(bool isFault, std::string_view sort, std::string text);
+    void Fault(std::string_view category, std::string text) { Add(true, category, std::move(text)); }
+    void Structure(std::string_view category, std::string text);  // a fault that calls for salvage
+    void Odd(std::string_view category, std::string text) { Add(false, category, std::move(text)); }
+    void Add(bool isFault, std::string_view category, std::string text);
 
     XFile& file_;
     const int64_t fileBytes_;
@@ -69,7 +69,7 @@ private:
     int64_t chunks_ = 0;
     int64_t slackBytes_ = 0;
     bool tagsBeforeAudio_ = false;
-    bool tagsBehindAudio_ = false;
+    bool tagsAfterAudio_ = false;
     bool structureIsFaulty_ = false;
     std::optional<WalkedChunk> format_;  // the first of its kind
     std::optional<WalkedChunk> data_;
@@ -77,11 +77,11 @@ private:
     std::optional<WalkedChunk> summaryList_;
     std::optional<WalkedChunk> last_;
 
-    struct Sort {
+    struct Category {
         int64_t count = 0;
-        size_t lastTold = 0;  // in findings_
+        size_t lastListed = 0;  // in findings_
     };
-    std::map<std::string_view, Sort> sorts_;
+    std::map<std::string_view, Category> categories_;
     std::vector<LayoutFinding> findings_;
 };
 

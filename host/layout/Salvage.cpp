@@ -15,20 +15,20 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int64_t kSizeFieldOffset = 16;  // in the outer header and in a chunk's
+constexpr int64_t kSizeFieldOffset = 16;  // in the outer header and in chunk headers
 
-// The audio chunk as it lies in the file, whatever the outer header says.
+// The audio chunk in the file, regardless of the outer header.
 struct AudioExtent {
     WalkedChunk chunk;
     int64_t present;  // bytes from its data to the end of the file
     bool fits;        // other chunks follow its data, up to where the file ends
 
     uint64_t Announced() const { return chunk.fit == ChunkFit::TooSmall ? 0 : chunk.ClaimedBytes(); }
-    // A recorder that has crashed leaves the size it started with, none, or an older one.
+    // A crashed recorder leaves the initial size, zero, or an outdated one.
     int64_t Usable() const { return chunk.dataBytes == 0 || !fits ? present : chunk.dataBytes; }
 };
 
-// Whether chunk after chunk leads from where the walk is to `end`, or past it.
+// Whether the chunks lead from the walk's position to `end` or past it.
 bool ChunksReach(ChunkWalk& walk, int64_t end) {
     while (walk.Position() < end) {
         const auto chunk = walk.Next();
@@ -38,14 +38,14 @@ bool ChunksReach(ChunkWalk& walk, int64_t end) {
     return true;
 }
 
-// Where the outer header says that the file ends, when that is after the audio and in the file; else its end.
+// The end of the file by the outer header if that is in the file and after the audio; else its real end.
 int64_t OuterEnd(uint64_t outerSize, const WalkedChunk& audio, int64_t fileBytes) {
     const bool isUsable =
         outerSize >= static_cast<uint64_t>(audio.DataEnd()) && outerSize < static_cast<uint64_t>(fileBytes);
     return isUsable ? static_cast<int64_t>(outerSize) : fileBytes;
 }
 
-// Nothing where there is none; what does not begin like a Wave64 file is left to the decoder, which says so.
+// Nothing if there is none, or if the file is not Wave64, which the decoder reports.
 std::optional<AudioExtent> FindAudio(const fs::path& path) try {
     XFile file;
     if (!file.Open(FromUTF8(path.native()), XFile::Access::Read)) return std::nullopt;
@@ -61,7 +61,7 @@ std::optional<AudioExtent> FindAudio(const fs::path& path) try {
     return std::nullopt;
 }
 
-// The decoder finds all of it by itself; at most it is to be told where to stop.
+// Whether the decoder finds all of it; at most it has to be told where to stop.
 bool DecoderSees(Wave64File& file, const AudioExtent& audio) {
     const STRIFFChunk* data = file.Chunks().FindChunkForRead("data");
     return data && data->DataSize >= audio.Usable();

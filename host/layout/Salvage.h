@@ -9,21 +9,21 @@
 
 namespace w64 {
 
-// What a damaged file still holds, and a file from which the decoder can read it.
+// What a damaged file still holds, and a file that the decoder can read it from.
 struct Salvage {
-    // The damaged file itself, or `repaired`, a copy whose headers are right, when its own hide the audio.
+    // The damaged file itself, or, if its headers hide the audio, `repaired`, a copy with correct headers.
     std::filesystem::path source;
     std::unique_ptr<TempFile> repaired;
 
-    int64_t frames = 0;     // whole ones that are there
-    bool isToStop = false;  // after them, where the decoder would go on
+    int64_t frames = 0;     // complete ones in the file
+    bool isToStop = false;  // decoding must stop after them, as the decoder would go on
     int64_t milliseconds = 0;
     int64_t lostBytes = 0;  // announced by the file and not decoded
 };
 
-// Looks through the file without believing its sizes further than its length. A copy, where needed, is made
-// in `copyFolder`. Nothing when there is no audio chunk or format to be found.
-// Errors: Failure when the copy cannot be made.
+// Trusts the sizes in the file only up to its real length. A repaired copy is made in `copyFolder` if needed.
+// Nothing if no audio chunk or format is found.
+// Errors: Failure if the copy cannot be made.
 std::optional<Salvage> PlanSalvage(const std::filesystem::path& path,
                                    const std::filesystem::path& copyFolder);
 

@@ -6,13 +6,12 @@
 #include "tags/ChunkTags.h"
 
 #include <algorithm>
-#include <array>
 
 namespace w64 {
 
 namespace {
 
-// The names of tags, as far as a line has room for them.
+// The names of the tags, or their number if they are many.
 std::string DescribeTags(const SummaryLists& lists) {
     constexpr int kNamed = 6;
     const int count = lists.tags.Count();
@@ -24,16 +23,11 @@ std::string DescribeTags(const SummaryLists& lists) {
     return "tags (" + Joined(names, ", ") + ")";
 }
 
-bool HoldsAudio(const GUID& identifier) {
-    return std::ranges::any_of(std::array{"fmt ", "data", "fact", "ds64", "JUNK", "PAD "},
-                               [&](const char* code) { return CompareGUID(identifier, RIFFChnkID(code)); });
-}
-
 }  // namespace
 
 std::optional<std::vector<uint8_t>> ReadFormatRecord(XFile& file, int64_t position, int64_t bytes) {
-    constexpr int64_t kLongest = sizeof(tWAVEFORMATEX) + UINT16_MAX;  // a record cannot say that it is longer
-    std::vector<uint8_t> record(static_cast<size_t>(std::min(bytes, kLongest)));
+    constexpr int64_t kMaxBytes = sizeof(tWAVEFORMATEX) + UINT16_MAX;  // cbSize has 16 bits
+    std::vector<uint8_t> record(static_cast<size_t>(std::min(bytes, kMaxBytes)));
     if (!file.SetPosition(position) || file.Read(record.data(), record.size()) < record.size()) {
         return std::nullopt;
     }
@@ -71,7 +65,7 @@ std::vector<std::string> Wave64File::Extras() {
         const GUID& identifier = chunks_[i].ChunkGUID;
         if (CompareGUID(identifier, kSummaryListCode)) {
             hasTags = hasTags || chunks_[i].DataSize > kEmptyList;
-        } else if (!HoldsAudio(identifier)) {
+        } else if (!IsOneOf(identifier, {"fmt ", "data", "fact", "ds64", "JUNK", "PAD "})) {
             const std::string content =
                 HasName(identifier) ? ContentOf(RIFFChnkGUID2CHR(identifier)) : "unknown chunk";
             if (std::ranges::find(extras, content) == extras.end()) extras.push_back(content);
@@ -79,7 +73,7 @@ std::vector<std::string> Wave64File::Extras() {
     }
     if (extras.size() == kMax) extras.back() = "others";
     TaggingOptions options;
-    options.text = LISTText::UTF16;  // every form is read
+    options.text = LISTText::UTF16;  // reads every form
     if (hasTags) {
         const SummaryLists lists = ChunkTags::ReadSummaryLists(file_, chunks_, options, {});
         extras.insert(extras.begin(), DescribeTags(lists));
@@ -108,7 +102,7 @@ std::string Wave64File::DescribeCut() {
 }
 
 bool Wave64File::IsWhole() const {
-    const int64_t unpadded = chunks_.RiffSize() - FileBytes();  // some writers leave out the last padding
+    const int64_t unpadded = chunks_.RiffSize() - FileBytes();  // some writers omit the last padding
     return unpadded >= 0 && unpadded < 8 && channels_.Errors().empty();
 }
 

@@ -22,21 +22,21 @@ std::string Print(const char* pattern, int decimals, double value) {
 
 }  // namespace
 
-double RoundStep(double least) {
-    const double power = std::pow(10, std::floor(std::log10(least)));
+double RoundStep(double min) {
+    const double power = std::pow(10, std::floor(std::log10(min)));
     for (const double step : {power, 2 * power, 5 * power}) {
-        if (step >= least) return step;
+        if (step >= min) return step;
     }
     return 10 * power;
 }
 
-double TimeStep(double least) {
-    if (least <= 10) return RoundStep(least);
+double TimeStep(double min) {
+    if (min <= 10) return RoundStep(min);
     for (const double step :
          {15.0, 30.0, kMinute, 2 * kMinute, 5 * kMinute, 10 * kMinute, 15 * kMinute, 30 * kMinute}) {
-        if (step >= least) return step;
+        if (step >= min) return step;
     }
-    return kHour * RoundStep(least / kHour);
+    return kHour * RoundStep(min / kHour);
 }
 
 TimeLabels::TimeLabels(double end, double step) {

@@ -4,11 +4,11 @@
 
 namespace w64 {
 
-// Round steps for the marks of an axis: the smallest that are no smaller than `least`, a positive number.
-double RoundStep(double least);  // 1, 2 or 5 times a power of ten
-double TimeStep(double least);   // seconds; from ten on in parts of a minute, an hour, or whole hours
+// Round steps for the ticks of an axis: the smallest that is not below `min`, a positive number.
+double RoundStep(double min);  // 1, 2 or 5 times a power of ten
+double TimeStep(double min);   // seconds; above ten, fractions of a minute or an hour, or whole hours
 
-// How the times on an axis are written, by its end in seconds.
+// The format of the times on an axis, chosen by its end and step in seconds.
 class TimeLabels {
 public:
     TimeLabels(double end, double step);

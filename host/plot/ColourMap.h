@@ -5,13 +5,13 @@
 
 namespace w64 {
 
-// Colours for levels, from black over violet, red and orange to pale yellow: each is lighter than the one
-// before, by steps that look alike, so that the picture keeps its meaning in grey.
+// Colours for levels, from black through violet, red and orange to pale yellow. Lightness rises in even steps, so
+// the picture also works in greyscale.
 class ColourMap {
 public:
     ColourMap();
 
-    // 0xRRGGBB for 0 to 1; what is outside gets the colour of the end.
+    // 0xRRGGBB for 0 to 1; levels outside are clamped.
     uint32_t At(double level) const;
 
 private:

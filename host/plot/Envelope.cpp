@@ -9,7 +9,7 @@ namespace {
 
 using Column = Envelope::Column;
 
-// Every `stride`th of the samples.
+// Every `stride`th sample.
 Column Measure(std::span<const double> samples, size_t stride) {
     Column column{samples[0], samples[0], 0, 0};
     for (size_t i = 0; i < samples.size(); i += stride) {
@@ -22,14 +22,14 @@ Column Measure(std::span<const double> samples, size_t stride) {
     return column;
 }
 
-Column Together(const Column& a, const Column& b) {
+Column Merged(const Column& a, const Column& b) {
     if (a.samples == 0) return b;
     return {std::min(a.low, b.low), std::max(a.high, b.high), a.squares + b.squares, a.samples + b.samples};
 }
 
 void MergePairs(std::vector<Column>& columns) {
     const size_t pairs = columns.size() / 2;
-    for (size_t i = 0; i < pairs; ++i) columns[i] = Together(columns[2 * i], columns[2 * i + 1]);
+    for (size_t i = 0; i < pairs; ++i) columns[i] = Merged(columns[2 * i], columns[2 * i + 1]);
     columns.resize(pairs);
 }
 
@@ -40,7 +40,7 @@ double Envelope::Column::RootMeanSquare() const {
 }
 
 Envelope::Envelope(int channels, bool together, size_t columns)
-    : channels_(static_cast<size_t>(channels)), mostColumns_(2 * columns), lanes_(together ? 1 : channels_) {}
+    : channels_(static_cast<size_t>(channels)), maxColumns_(2 * columns), lanes_(together ? 1 : channels_) {}
 
 void Envelope::Add(std::span<const double> frames) {
     while (frames.size() >= channels_) {
@@ -50,7 +50,7 @@ void Envelope::Add(std::span<const double> frames) {
         const auto part = frames.first(count * channels_);
         for (size_t channel = 0; channel < channels_; ++channel) {
             Column& column = lanes_[channel % lanes_.size()].back();
-            column = Together(column, Measure(part.subspan(channel), channels_));
+            column = Merged(column, Measure(part.subspan(channel), channels_));
         }
         frames_ += static_cast<int64_t>(count);
         frames = frames.subspan(part.size());
@@ -58,7 +58,7 @@ void Envelope::Add(std::span<const double> frames) {
 }
 
 void Envelope::BeginColumn() {
-    const bool full = lanes_[0].size() == mostColumns_;
+    const bool full = lanes_[0].size() == maxColumns_;
     if (full) framesPerColumn_ *= 2;
     for (auto& lane : lanes_) {
         if (full) MergePairs(lane);

@@ -7,21 +7,21 @@
 
 namespace w64 {
 
-// The outline of audio of any length: for each stretch of frames how low and how high the samples reach, and
-// their power. A stretch is a power of two of frames. When the columns are used up, neighbours become one, so
-// that a long signal has between `columns` and twice as many.
+// The envelope of audio of any length: minimum, maximum and power of the samples in each column. A column covers
+// a power of two of frames. When there are 2 * `columns`, pairs are merged, so a long signal has between `columns`
+// and twice as many.
 class Envelope {
 public:
     struct Column {
         double low = 0;
         double high = 0;
-        double squares = 0;  // their sum
+        double squares = 0;  // sum of squared samples
         int64_t samples = 0;
 
         double RootMeanSquare() const;
     };
 
-    // A lane per channel, or one lane for all of them together.
+    // One lane per channel, or one for all channels together.
     Envelope(int channels, bool together, size_t columns);
 
     // Interleaved frames.
@@ -37,7 +37,7 @@ private:
     void BeginColumn();
 
     const size_t channels_;
-    const size_t mostColumns_;
+    const size_t maxColumns_;
     int64_t framesPerColumn_ = 1;
     int64_t frames_ = 0;
     std::vector<std::vector<Column>> lanes_;

@@ -6,8 +6,8 @@
 namespace w64 {
 
 PlotLayout::PlotLayout(PictureSize size, size_t lanes) : size_(size), lanes_(lanes) {
-    constexpr PictureSize kUsual;
-    scale_ = std::max(1.0, std::min(1.0 * size.width / kUsual.width, 1.0 * size.height / kUsual.height));
+    constexpr PictureSize kDefault;
+    scale_ = std::max(1.0, std::min(1.0 * size.width / kDefault.width, 1.0 * size.height / kDefault.height));
     const int left = Pixels(84);
     const int width = size.width - left - Pixels(116);
     const int top = Pixels(56);

@@ -21,12 +21,12 @@ struct PictureArea {
     double Middle() const { return top + height / 2.0; }
 };
 
-// Where in a picture of audio its parts lie: a title, the lanes of the waveform, and below them, on the same
-// time axis, the spectrogram with its scale of colours beside it.
+// The layout of a plot: a title, the lanes of the waveform, and below them, on the same time axis, the spectrogram
+// with its colour scale to the right.
 class PlotLayout {
 public:
-    static constexpr PictureSize kSmallest = {640, 400};
-    static constexpr PictureSize kLargest = {8000, 4000};
+    static constexpr PictureSize kMinSize = {640, 400};
+    static constexpr PictureSize kMaxSize = {8000, 4000};
 
     PlotLayout(PictureSize size, size_t lanes);
 
@@ -37,8 +37,8 @@ public:
     const PictureArea& Spectrogram() const { return spectrogram_; }
     PictureArea ColourScale() const;
 
-    // Pixels for a length in a picture of the usual size. Larger ones are drawn larger, smaller ones are not
-    // drawn smaller, or nobody could read them.
+    // A length in a picture of the default size, scaled to this one. Small pictures are not scaled down, to keep text
+    // readable.
     double Scaled(double pixels) const { return pixels * scale_; }
     int Pixels(double pixels) const;
 

@@ -10,8 +10,8 @@
 #include <numbers>
 
 #if defined(__SANITIZE_ADDRESS__)
-// The font library keeps what it has looked up for as long as the program runs, behind pointers that it stores
-// as distances, so that the leak check does not see them.
+// The font library caches lookups until the program ends, and stores pointers as offsets, which the leak check does
+// not recognise.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
 const char* __lsan_default_suppressions() { return "leak:libfontconfig"; }
 #endif
@@ -20,7 +20,7 @@ namespace w64 {
 
 namespace {
 
-constexpr const char* kFont = "DejaVu Sans";  // or what the system has for it
+constexpr const char* kFont = "DejaVu Sans";  // or the system's substitute
 constexpr double kLabelSize = 12.5;
 constexpr double kTickLength = 5;
 
@@ -58,7 +58,7 @@ cairo_surface_t* NewImage(int width, int height) {
     return cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
 }
 
-// The pixels of an image of that kind.
+// Access to the pixels of an image made by NewImage.
 class Pixels {
 public:
     explicit Pixels(cairo_surface_t* image)
@@ -67,7 +67,7 @@ public:
         Require(cairo_surface_status(image));
         cairo_surface_flush(image);
     }
-    Pixels(const Pixels&) = delete;  // tells the image once
+    Pixels(const Pixels&) = delete;  // marks the image dirty once
     Pixels& operator=(const Pixels&) = delete;
     ~Pixels() { cairo_surface_mark_dirty(image_); }
 
@@ -81,7 +81,7 @@ private:
     int stride_;
 };
 
-// The mean of the columns that lie in [from, to), by how much of them does.
+// The mean of the columns in [from, to), weighted by their overlap with it.
 void MeanOfColumns(const Spectrogram& spectrogram, double from, double to, std::vector<double>& mean) {
     std::ranges::fill(mean, 0.0);
     const auto last = std::min(static_cast<size_t>(std::ceil(to)), spectrogram.Columns());
@@ -159,7 +159,7 @@ void PlotPicture::DrawTimeAxis() {
          {0.5, 0});
 }
 
-// The axis is linear and labelled in dBFS. It ends at full scale, or at the highest peak where that is beyond.
+// The axis is linear and labelled in dBFS. It ends at full scale, or at the highest peak if that is higher.
 void PlotPicture::DrawWaveform(const Envelope& envelope) {
     const double top = std::max(envelope.Peak(), 1.0);
     for (size_t lane = 0; lane < layout_.Lanes(); ++lane) {
@@ -177,14 +177,14 @@ void PlotPicture::DrawWaveform(const Envelope& envelope) {
     TextUpwards("Level (dBFS)", layout_.Scaled(22), layout_.Waveform().Middle());
 }
 
-// Levels are the same above and below the middle, which is silence; labels above are enough.
+// The axis is symmetric about silence in the middle, so only the upper half is labelled.
 void PlotPicture::DrawLevelAxis(PictureArea area, double top) {
     const double x = area.left - layout_.Scaled(8);
     const double lineHeight = layout_.Scaled(kLabelSize + 1);
     double lowest = area.top - lineHeight;
     SetColour(kInk);
     Text("-inf", x, area.Middle(), {1, 0.5});
-    constexpr int kStep = 6;  // half as high
+    constexpr int kStep = 6;  // half the amplitude
     const int highest = static_cast<int>(Decibels(top * top) / kStep) * kStep;
     for (const int level : {highest, highest - kStep, highest - 2 * kStep}) {
         const double share = Amplitude(level) / top;
@@ -204,8 +204,8 @@ void PlotPicture::DrawLevel(PictureArea area, double share, uint32_t colour) {
     }
 }
 
-// All that the samples reach, and in it their root mean square. Where a column is a single frame this is a
-// line from sample to sample.
+// The peaks of the samples, and inside them their root mean square. If each column is a single frame this is a line
+// from sample to sample.
 void PlotPicture::DrawOutline(PictureArea area, const Envelope& envelope, size_t lane, double top) {
     const auto columns = envelope.Lane(lane);
     const double width =
@@ -228,7 +228,7 @@ void PlotPicture::DrawOutline(PictureArea area, const Envelope& envelope, size_t
     SetColour(envelope.FramesPerColumn() == 1 ? kPower : kPeaks);
     cairo_fill_preserve(context_.get());
     cairo_set_line_width(context_.get(), layout_.Scaled(1.2));
-    cairo_set_line_cap(context_.get(), CAIRO_LINE_CAP_ROUND);  // a single point is seen, too
+    cairo_set_line_cap(context_.get(), CAIRO_LINE_CAP_ROUND);  // makes a single point visible
     cairo_stroke(context_.get());
     outline([](Column column) { return std::max(column.low, -column.RootMeanSquare()); },
             [](Column column) { return std::min(column.high, column.RootMeanSquare()); });
@@ -308,7 +308,7 @@ void PlotPicture::SetFont(double size, bool bold) {
     cairo_set_font_size(context_.get(), layout_.Scaled(size));
 }
 
-// Through the middle of the pixels that are nearest, so that horizontal and vertical lines are sharp.
+// Runs through pixel centres, so that horizontal and vertical lines are sharp.
 void PlotPicture::Line(double x1, double y1, double x2, double y2) {
     const auto middle = [](double place) { return std::floor(place) + 0.5; };
     cairo_set_line_width(context_.get(), std::round(layout_.Scaled(1)));
@@ -345,7 +345,7 @@ void PlotPicture::Text(const std::string& text, double x, double y, Anchor ancho
     cairo_show_text(context_.get(), text.c_str());
 }
 
-// With its middle at the point.
+// Centred on the point.
 void PlotPicture::TextUpwards(const std::string& text, double x, double y) {
     cairo_save(context_.get());
     cairo_translate(context_.get(), x, y);
@@ -354,7 +354,7 @@ void PlotPicture::TextUpwards(const std::string& text, double x, double y) {
     cairo_restore(context_.get());
 }
 
-// The text, or as much of its end as there is room for.
+// The text, or as much of its end as fits.
 std::string PlotPicture::Fitting(const std::string& text, double width) {
     const XStr whole = FromUTF8(text);
     std::string fitting = text;

@@ -12,18 +12,18 @@
 
 namespace w64 {
 
-// What a picture of audio says besides showing it. All texts are UTF-8 that can be seen.
+// The texts and axis ranges of a plot. Texts are printable UTF-8.
 struct PlotSubject {
     std::string name;
     std::string details;
-    std::vector<std::string> lanes;  // a name each
+    std::vector<std::string> lanes;  // their names
     double seconds;                  // more than 0
     double hertz;                    // half the sample rate
-    double floor;                    // of the colours, in dBFS
+    double floor;                    // level drawn black, in dBFS
 };
 
-// Audio drawn with axes and a title.
-// Errors: Failure where there is not enough memory, or the file cannot be written.
+// Draws audio with axes and a title.
+// Errors: Failure if memory is short or the file cannot be written.
 class PlotPicture {
 public:
     PlotPicture(const PlotLayout& layout, PlotSubject subject);
@@ -38,7 +38,7 @@ private:
     };
     using Surface = std::unique_ptr<cairo_surface_t, Destroy>;
 
-    // Which part of a text is at a point: 0 is its left or upper end, 1 the right or lower one.
+    // The part of a text that is placed at a point: 0 is the left or top edge, 1 the right or bottom edge.
     struct Anchor {
         double x;
         double y;

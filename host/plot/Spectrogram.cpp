@@ -11,11 +11,11 @@ namespace w64 {
 
 namespace {
 
-// Two to four bins to a band.
+// Two to four bins per band.
 size_t PointsFor(size_t rows) { return std::bit_floor(8 * rows); }
 
-// In proportion to the root of the length, a window is about as wide in the picture as its lines are high,
-// or somewhat wider, which suits music. Finer lines than the bands are not asked for.
+// A size proportional to the square root of the length makes a window about as wide in the picture as its main lobe
+// is high, or somewhat wider, which suits music. Resolution finer than a band is not needed.
 size_t WindowSize(int64_t frames, size_t points) {
     const double fitting =
         std::clamp(6 * std::sqrt(static_cast<double>(frames)), 64.0, static_cast<double>(points));
@@ -33,8 +33,8 @@ double BesselI0(double x) {
     return sum;
 }
 
-// A Kaiser window whose side lobes are `attenuation` dB, at least 60, below its main lobe; scaled so that a
-// sine of amplitude 1 has a peak of 1.
+// A Kaiser window with side lobes `attenuation` dB, at least 60, below the main lobe; scaled so that a sine of
+// amplitude 1 has a peak of 1.
 std::vector<double> KaiserWindow(size_t size, double attenuation) {
     const double beta = 0.12438 * (attenuation + 6.3);
     std::vector<double> window(size);
@@ -50,15 +50,15 @@ std::vector<double> KaiserWindow(size_t size, double attenuation) {
 }  // namespace
 
 Spectrogram::Spectrogram(const Shape& shape)
-    : channels_(static_cast<size_t>(shape.channels)), rows_(shape.rows), mostColumns_(2 * shape.columns),
-      numbers_(PointsFor(rows_)), tables_(numbers_.size() / 2), bins_(numbers_.size() / 2 + 1) {
-    constexpr double kMargin = 10;  // for several lines that leak to the same place
+    : channels_(static_cast<size_t>(shape.channels)), rows_(shape.rows), maxColumns_(2 * shape.columns),
+      buffer_(PointsFor(rows_)), fftTables_(buffer_.size() / 2), bins_(buffer_.size() / 2 + 1) {
+    constexpr double kMargin = 10;  // for several lines that leak into the same bin
     const auto frames = std::max<int64_t>(shape.expectedFrames, 0);
-    window_ = KaiserWindow(WindowSize(frames, numbers_.size()), kMargin - shape.floor);
+    window_ = KaiserWindow(WindowSize(frames, buffer_.size()), kMargin - shape.floor);
     latest_.resize(channels_);
 
-    // Windows a quarter of their size apart see every frame about as well as any other. That makes as many of
-    // them as the length asks for, which takes a few times as long as reading the audio.
+    // With a hop of at most a quarter window every frame has about the same weight; the windows then take a few times
+    // as long as reading the audio.
     const auto columns = static_cast<uint64_t>(frames) / shape.columns;
     framesPerColumn_ =
         static_cast<int64_t>(std::clamp<uint64_t>(std::bit_floor(columns), 1, window_.size() / 4));
@@ -75,7 +75,7 @@ void Spectrogram::Add(std::span<const double> frames) {
     }
 }
 
-// Near the ends of the audio the window stays inside, where it sees no sudden beginning or end.
+// Windows stay inside the audio, so that they do not see an abrupt start or end.
 void Spectrogram::Finish() {
     if (frames_ < static_cast<int64_t>(window_.size())) PadToWindow();
     const int64_t last = std::max<int64_t>(frames_ - static_cast<int64_t>(window_.size()), 0);
@@ -95,7 +95,7 @@ void Spectrogram::Append(std::span<const double> frames) {
     frames_ += static_cast<int64_t>(count);
 }
 
-// All there is goes to the middle of the window.
+// Audio shorter than a window is centred in it.
 void Spectrogram::PadToWindow() {
     for (std::vector<double>& latest : latest_) {
         latest.insert(latest.begin(), (window_.size() - latest.size()) / 2, 0.0);
@@ -103,7 +103,7 @@ void Spectrogram::PadToWindow() {
     }
 }
 
-// The middle of the window is that of the frames it stands for.
+// The window is centred on the frames that it stands for.
 int64_t Spectrogram::WindowStart() const {
     return std::max<int64_t>(position_ + framesPerWindow_ / 2 - static_cast<int64_t>(window_.size() / 2), 0);
 }
@@ -117,10 +117,10 @@ void Spectrogram::AddWindow(int64_t start) {
 }
 
 void Spectrogram::AddPower(const double* samples) {
-    for (size_t i = 0; i < window_.size(); ++i) numbers_[i] = samples[i] * window_[i];
-    std::fill(numbers_.begin() + static_cast<std::ptrdiff_t>(window_.size()), numbers_.end(), 0.0);
-    rdft(static_cast<int>(numbers_.size()), 1, numbers_.data(), tableSizes_.data(), tables_.data());
-    const auto square = [this](size_t i) { return numbers_[i] * numbers_[i]; };
+    for (size_t i = 0; i < window_.size(); ++i) buffer_[i] = samples[i] * window_[i];
+    std::fill(buffer_.begin() + static_cast<std::ptrdiff_t>(window_.size()), buffer_.end(), 0.0);
+    rdft(static_cast<int>(buffer_.size()), 1, buffer_.data(), fftIndices_.data(), fftTables_.data());
+    const auto square = [this](size_t i) { return buffer_[i] * buffer_[i]; };
     bins_.front() += square(0);
     bins_.back() += square(1);
     for (size_t k = 1; k + 1 < bins_.size(); ++k) bins_[k] += square(2 * k) + square(2 * k + 1);
@@ -137,13 +137,13 @@ void Spectrogram::EndColumn() {
     }
     std::ranges::fill(bins_, 0.0);
     windows_ = 0;
-    if (Columns() == mostColumns_) MergePairs();
+    if (Columns() == maxColumns_) MergePairs();
 }
 
-// A line between two bins is higher than either: in dB it is a parabola through three of them. More than
-// this window's loss is not made up for, should it be something else than a line.
+// The peak of a spectral line between two bins, by parabolic interpolation of three bins in dB. The correction is
+// limited to the window's scalloping loss, in case it is not a line.
 double Spectrogram::PeakPower(size_t bin) const {
-    constexpr double kMostLoss = 0.3;  // in nepers of power
+    constexpr double kMaxLoss = 0.3;  // natural logarithm of power
     const double power = bins_[bin];
     if (bin == 0 || bin + 1 == bins_.size()) return power;
     const double below = bins_[bin - 1];
@@ -151,7 +151,7 @@ double Spectrogram::PeakPower(size_t bin) const {
     if (!(below > 0 && above > 0 && power > below && power >= above)) return power;
     const double slope = std::log(above) - std::log(below);
     const double bend = 2 * std::log(power) - std::log(above) - std::log(below);
-    return bend > 0 ? power * std::exp(std::min(slope * slope / (8 * bend), kMostLoss)) : power;
+    return bend > 0 ? power * std::exp(std::min(slope * slope / (8 * bend), kMaxLoss)) : power;
 }
 
 void Spectrogram::MergePairs() {

@@ -52,7 +52,7 @@ private:
 KeptChunks::KeptChunks(XFile& file) {
     clWave64Handler chunks;
     chunks.SetRules({.safe = true});
-    if (!chunks.Initialize(file.Handle(), {})) throw Failure("is no Wave64 file that can be read");
+    if (!chunks.Initialize(file.Handle(), {})) throw Failure("is not a readable Wave64 file");
     if (!chunks.LayoutFault().empty()) {
         throw Failure("its layout is not sound: " + ToUTF8(chunks.LayoutFault()) + "; w64 check tells more");
     }
@@ -65,14 +65,14 @@ KeptChunks::KeptChunks(XFile& file) {
 std::string KeptChunks::DifferenceTo(const KeptChunks& edited) const {
     for (size_t i = 0; i < chunks_.size(); ++i) {
         if (i >= edited.chunks_.size() || edited.chunks_[i].ChunkGUID != chunks_[i].ChunkGUID) {
-            return Describe(chunks_[i]) + " is not there";
+            return Describe(chunks_[i]) + " is missing";
         }
         if (edited.chunks_[i].DataSize != chunks_[i].DataSize) {
-            return Describe(chunks_[i]) + " has another size";
+            return Describe(chunks_[i]) + " has a different size";
         }
     }
     const bool more = edited.chunks_.size() > chunks_.size();
-    return more ? Describe(edited.chunks_[chunks_.size()]) + " is one too many" : "";
+    return more ? Describe(edited.chunks_[chunks_.size()]) + " was added" : "";
 }
 
 std::string KeptChunks::DifferenceOfBytes(XFile& file, const KeptChunks& edited, XFile& editedFile) const {
@@ -80,7 +80,7 @@ std::string KeptChunks::DifferenceOfBytes(XFile& file, const KeptChunks& edited,
     for (size_t i = 0; i < chunks_.size(); ++i) {
         const STRIFFChunk& chunk = chunks_[i];
         if (!comparison.AreSame(chunk.FileDataPosition, edited.chunks_[i].FileDataPosition, chunk.DataSize)) {
-            return Describe(chunk) + " has other bytes";
+            return Describe(chunk) + " has different bytes";
         }
     }
     return "";

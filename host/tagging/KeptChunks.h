@@ -8,16 +8,16 @@
 
 namespace w64 {
 
-// What an edit of tags leaves alone in a file: every chunk but padding and summary lists.
-// Errors: Failure for a file whose layout is not sound.
+// The chunks that a tag edit must not change: all but padding and summary lists.
+// Errors: Failure for a file with an unsound layout.
 class KeptChunks {
 public:
     explicit KeptChunks(XFile& file);
 
-    // How those of the edited file differ in number, names and sizes; empty when they do not.
+    // How those of the edited file differ in number, names and sizes; empty if they do not.
     std::string DifferenceTo(const KeptChunks& edited) const;
 
-    // The first chunk of which a byte differs, when they are alike otherwise. Errors: Interrupt.
+    // The first chunk with different bytes; for chunks without a DifferenceTo. Errors: Interrupt.
     std::string DifferenceOfBytes(XFile& file, const KeptChunks& edited, XFile& editedFile) const;
 
 private:

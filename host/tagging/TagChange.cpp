@@ -12,7 +12,7 @@ namespace {
 
 std::string Quoted(std::wstring_view text) { return "'" + ToPrintable(text) + "'"; }
 
-// Values by folded name; of equal names the first, as readers have it.
+// Values by folded name; the first of equal names, as readers take it.
 std::map<XStr, const STInternalTag*> TextsByName(const NTag& tags) {
     std::map<XStr, const STInternalTag*> texts;
     for (int i = 0; i < tags.Count(); ++i) {
@@ -71,13 +71,13 @@ std::vector<std::string> DifferencesOfTags(const NTag& expected, const NTag& fou
     for (const auto& [name, tag] : TextsByName(expected)) {
         const auto same = left.extract(name);
         if (same.empty()) {
-            differences.push_back(Quoted(tag->Name) + " is not there");
+            differences.push_back(Quoted(tag->Name) + " is missing");
         } else if (same.mapped()->Value != tag->Value) {
             differences.push_back(Quoted(tag->Name) + " reads " + Quoted(same.mapped()->Value) +
                                   " instead of " + Quoted(tag->Value));
         }
     }
-    for (const auto& [name, tag] : left) differences.push_back(Quoted(tag->Name) + " is there");
+    for (const auto& [name, tag] : left) differences.push_back(Quoted(tag->Name) + " is still there");
     return differences;
 }
 

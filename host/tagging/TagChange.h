@@ -8,21 +8,21 @@
 
 namespace w64 {
 
-// What somebody wants done to the tags of a file.
+// A requested change to the tags of a file.
 struct TagChange {
     NTag set;                  // an empty value removes
     std::vector<XStr> remove;  // by name, when nothing is set
     bool removeAll = false;
-    bool dropUnwritable = false;  // tags that cannot be written again may go
+    bool dropUnwritable = false;  // tags that cannot be rewritten may be lost
 
-    // The texts among `before` with the change made: what ought to be read afterwards.
+    // The text tags of `before` with the change applied, as they should read after the edit.
     NTag Expected(const NTag& before) const;
 };
 
-// The tags that an edit of the list loses, as they cannot be written again, in words.
+// Descriptions of the entries that any edit of the list loses because they cannot be rewritten.
 std::vector<std::string> UnwritableEntries(XFile& file);
 
-// How the texts among `found` differ from `expected`, in words.
+// Descriptions of how the text tags of `found` differ from `expected`.
 std::vector<std::string> DifferencesOfTags(const NTag& expected, const NTag& found);
 
 }  // namespace w64

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// What comes back of tags that are written by these options.
+// The tags as they read back after being written with these options.
 NTag WrittenAndRead(const NTag& tags, const TaggingOptions& options) {
     XMem list;
     NTag read;
@@ -34,13 +34,13 @@ NTag WrittenAndRead(const NTag& tags, const TaggingOptions& options) {
 
 constexpr const char* kAlbumTag = "LIST Album Tag";
 
-// Names what makes an edit impossible, for the end of a message.
-std::string InTheWay(const std::vector<std::string>& options) {
-    return options.empty() ? "" : "; in the way: " + Joined(options, ", ") + ", see w64 options";
+// The options that make an edit impossible, for the end of a message.
+std::string BecauseOf(const std::vector<std::string>& options) {
+    return options.empty() ? "" : "; because of " + Joined(options, ", ") + ", see w64 options";
 }
 
-// The options by which alone tags are not written as they are, by title.
-std::vector<std::string> OptionsInTheWay(const NTag& tags, const TaggingOptions& options) {
+// The titles of the options that by themselves keep tags from being written unchanged.
+std::vector<std::string> OptionsAtFault(const NTag& tags, const TaggingOptions& options) {
     TaggingOptions harmless = options;
     harmless.text = LISTText::UTF16;
     harmless.albumOption = 0;
@@ -60,29 +60,28 @@ std::vector<std::string> OptionsInTheWay(const NTag& tags, const TaggingOptions&
 void RefuseDifferences(const NTag& expected, const NTag& found, const TaggingOptions& options) {
     const std::vector<std::string> differences = DifferencesOfTags(expected, found);
     if (differences.empty()) return;
-    std::vector<std::string> inTheWay = OptionsInTheWay(expected, options);
-    if (!options.createsLists && DifferencesOfTags({}, found).empty()) inTheWay.emplace_back("Tag Creation");
-    throw Failure("the tags do not read back as they should: " + Joined(differences, ", ") +
-                  InTheWay(inTheWay));
+    std::vector<std::string> causes = OptionsAtFault(expected, options);
+    if (!options.createsLists && DifferencesOfTags({}, found).empty()) causes.emplace_back("Tag Creation");
+    throw Failure("the tags do not read back as expected: " + Joined(differences, ", ") + BecauseOf(causes));
 }
 
 void RefuseLosses(const fs::path& path, const TaggingOptions& options) {
     InputFile file(path);
     const std::vector<std::string> lost = UnwritableEntries(file);
     if (lost.empty()) return;
-    // What is an album otherwise.
+    // Without this option it is an album.
     const bool hasProduct = options.albumOption != 0 && std::ranges::find(lost, "'Product'") != lost.end();
-    throw Failure("some tags cannot be written again and would be lost: " + Joined(lost, ", ") +
-                  (hasProduct ? InTheWay({kAlbumTag}) : "") + "; --force edits all the same");
+    throw Failure("some tags cannot be rewritten and would be lost: " + Joined(lost, ", ") +
+                  (hasProduct ? BecauseOf({kAlbumTag}) : "") + "; --force edits anyway");
 }
 
 void RefuseAbsent(const NTag& tags, const std::vector<XStr>& names, const TaggingOptions& options) {
     for (const XStr& name : names) {
         const STInternalTag* tag = tags.FindElement(name.c_str());
-        if (tag && !tag->Value.empty()) continue;  // a raw chunk is no tag to remove
+        if (tag && !tag->Value.empty()) continue;  // a raw chunk has no value and cannot be removed
         const bool isAlbum =
             options.albumOption != 0 && (EqualNoCase(name, L"Album") || EqualNoCase(name, L"ISRC"));
-        throw Failure("has no tag '" + ToPrintable(name) + "'" + (isAlbum ? InTheWay({kAlbumTag}) : ""));
+        throw Failure("has no tag '" + ToPrintable(name) + "'" + (isAlbum ? BecauseOf({kAlbumTag}) : ""));
     }
 }
 
@@ -97,14 +96,14 @@ void TagEditor::EditCopy(const fs::path& path, const TagChange& change) {
     const KeptChunks after(copy);
     std::string difference = before.DifferenceTo(after);
     if (difference.empty()) difference = before.DifferenceOfBytes(replacement.Original(), after, copy);
-    if (!difference.empty()) throw Failure("the edited copy is wrong, " + difference);
+    if (!difference.empty()) throw Failure("the edited copy is wrong: " + difference);
     copy.Close();
     replacement.Commit();
 }
 
 void TagEditor::EditInPlace(const fs::path& path, const TagChange& change) {
     const Interrupt::Hold hold;
-    Interrupt::Check();  // one that came before
+    Interrupt::Check();  // for a signal that came before
     const auto keptChunks = [&] {
         InputFile file(path);
         return KeptChunks(file);
@@ -112,12 +111,12 @@ void TagEditor::EditInPlace(const fs::path& path, const TagChange& change) {
     const KeptChunks before = keptChunks();
     Edit(path, change);
     const std::string difference = before.DifferenceTo(keptChunks());
-    if (!difference.empty()) throw Failure("the edited file is wrong, " + difference);
+    if (!difference.empty()) throw Failure("the edited file is wrong: " + difference);
 }
 
-// Whatever is not as it ought to be ends the edit before anybody relies on it.
+// Any difference from the expected result fails the edit before the file is relied on.
 void TagEditor::Edit(const fs::path& path, const TagChange& change) {
-    // Where all go, damage to them does not matter.
+    // If all tags are removed, damaged ones do not matter.
     const NTag before = ReadTags(path, change.removeAll ? kvOpenAudioInfo : kvOpenTags);
     OwnSettings::Edit edit(settings_);
     const TaggingOptions options = TaggingOptions::Read();
@@ -127,7 +126,7 @@ void TagEditor::Edit(const fs::path& path, const TagChange& change) {
     RefuseDifferences(expected, WrittenAndRead(expected, options), options);
     DecoderInstance decoder(library_, context_.traceDescriptor);
     if (expected.Count() == 0) {
-        decoder.DeleteTags(path, {});  // no empty list stays behind
+        decoder.DeleteTags(path, {});  // leaves no empty list
     } else if (change.set.Count() > 0) {
         decoder.WriteTags(path, change.set);
     } else {

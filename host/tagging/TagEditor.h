@@ -10,18 +10,18 @@
 
 namespace w64 {
 
-// Changes the tags of one file through the decoder, and makes sure that nothing else has changed.
-// Errors: Failure; the file is then as it was, unless it was to be edited in place.
+// Changes the tags of one file through the decoder, and verifies that nothing else has changed.
+// Errors: Failure; the file is then unchanged, unless it is edited in place.
 class TagEditor {
 public:
     TagEditor(const PluginLibrary& library, OwnSettings& settings, CommandContext context)
         : library_(library), settings_(settings), context_(context) {}
 
-    // Edits a copy, compares its audio and other chunks byte by byte, and puts it in the file's place.
+    // Edits a copy, compares its audio and other chunks byte by byte, and replaces the file with it.
     void EditCopy(const std::filesystem::path& file, const TagChange& change);
 
-    // Edits the file itself, and lets no signal end the program meanwhile. Of the other chunks names and sizes
-    // are compared, not the bytes.
+    // Edits the file itself; signals are held until the edit is done. The names and sizes of the other chunks
+    // are compared, not their bytes.
     void EditInPlace(const std::filesystem::path& file, const TagChange& change);
 
 private:

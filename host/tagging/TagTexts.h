@@ -7,12 +7,12 @@
 
 namespace w64 {
 
-// Tag texts on their way between a person and the decoder, whose blocks carry 16-bit units.
+// Conversion of tag texts between UTF-8 and the decoder's blocks of 16-bit units.
 
-// Pairs of surrogates become the characters that they stand for.
+// Surrogate pairs become single characters.
 std::string ToPrintable(std::wstring_view units);
 
-// Errors: UsageError for text that is no UTF-8 or has characters past 16 bits.
+// Errors: UsageError for text that is not UTF-8 or has characters above U+FFFF.
 XStr ToTagText(const std::string& text);
 
 // The names of the tags that can be set, a few on each line.

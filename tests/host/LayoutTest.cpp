@@ -72,11 +72,12 @@ TEST_F(Layout, FaultsAreToldFromOddities) {
 
         {Good().File(0), {"!0 bytes; it has 6,112 bytes. The recording was never finished."}},
         {Good().File(6120), {"!8 bytes fewer, though no chunk is cut off."}},
-        {Good().File(6104), {"!not look at the last 8 bytes"}},
-        {Good().Chunk("bext", {}).File(6112), {"!not look at the last 24 bytes"}},
+        {Good().File(6104), {"!ignore the last 8 bytes"}},
+        {Good().Chunk("bext", {}).File(6112), {"!ignore the last 24 bytes"}},
         {Resized(good, 6122), {"!has 6,112 bytes; it has 6,122 bytes."}},
         {Resized(uneven, 124), {"!has 120 bytes; it has 124 bytes."}},
-        {WithSize(Resized(good, 6122), 6122), {"the file goes on for 10 bytes", "which is no multiple of 8"}},
+        {WithSize(Resized(good, 6122), 6122),
+         {"the file goes on for 10 bytes", "which is not a multiple of 8"}},
         {Without(uneven, 117, 120), {"ends the file with 0 bytes of padding; 3 bytes"}},
         {WithSize(uneven, 117), {"it has 120 bytes. The diff"}},
         {Resized(uneven, 117), {"0 bytes of padding", "it has 117 bytes. The"}},
@@ -87,9 +88,9 @@ TEST_F(Layout, FaultsAreToldFromOddities) {
         {Start().Data(kAudio, UINT64_MAX).File(), {"!claims 18,446,744,073,709,551,591 bytes of data"}},
         {Start().Data(kAudio, 23).File(),
          {"!claims to take 23 bytes", "!the rest of the file, 6,000 bytes from 112, is."}},
-        {Start().Data(kAudio, 24).File(), {"!At 112, behind 'data' at 88, a chunk should"}},
+        {Start().Data(kAudio, 24).File(), {"!At 112, after 'data' at 88, a chunk should"}},
         {Without(Start().Data(kAudio).Chunk("bext", {1}).Chunk("levl", {}).File(), 6137, 6144),
-         {"(7 bytes from 6,137) should be zero", "!It begins at 6,137, without the padding", "no multiple"}},
+         {"(7 bytes from 6,137) should be zero", "!It begins at 6,137, without padding", "not a multiple"}},
         {With<uint8_t>(uneven, 119, 1), {"'data' at 88 (3 bytes from 117) should"}},
         {Good().Chunk("levl", {}).File(), {"'levl' at 6,112 is empty and ends"}},
 
@@ -97,18 +98,18 @@ TEST_F(Layout, FaultsAreToldFromOddities) {
         {Good().Data(kAudio).File(), {"!'data' at 6,112, 6,000 bytes of data, is one too many"}},
         {Wave64Bytes().Data(kAudio).Fmt(1, 2, 48000, 24).File(), {"!'data' at 40, comes before"}},
         {Wave64Bytes().Chunk("fmt ", Bytes(13)).Data(kAudio).File(), {"!has 13 bytes of data"}},
-        {Wave64Bytes().Fmt(1, 0, 48000, 24).Data(kAudio).File(), {"!which cannot be"}},
+        {Wave64Bytes().Fmt(1, 0, 48000, 24).Data(kAudio).File(), {"!which is impossible"}},
         {With<uint16_t>(good, kDataAt - 12, 5), {"!takes 5 bytes, but PCM, 24-bit, stereo"}},
         {Start().Data(Pattern(5998)).File(), {"!999 frames of 6 bytes and 4 bytes more."}},
         {With<uint32_t>(Start().Data(Pattern(5992)).File(), 6100, 0), {"and 4 bytes more, as if padding"}},
         {WithFact(frames999), {"!there are 999 frames"}},
-        {With<uint64_t>(WithFact(frames999), 6136, 0), {"999 frames (samples of every"}},
+        {With<uint64_t>(WithFact(frames999), 6136, 0), {"999 frames (one sample of every"}},
         {WithFact({1, 2}), {"it has 2 bytes."}},
 
         {With<uint8_t>(Good().Chunk("a\nb\x1B", Bytes(8)).File(), 6127, 0),
          {"The chunk at 6,112 with 8 bytes of data is of an unknown kind: 1B620A61-"}},
         {Start().SummaryList({1}).Data(kAudio).SummaryList({2}).File(),
-         {"'summary list' at 88 stands before the audio with 1 byte", "'summary list' at 6,144 with 1 byte"}},
+         {"'summary list' at 88 comes before the audio with 1 byte", "'summary list' at 6,144 with 1 byte"}},
         {Start().Chunk("junk", Bytes(65544)).Data(kAudio).File(), {"keep 65,544 bytes free."}},
     };
     for (const auto& [file, parts] : cases) {
@@ -178,9 +179,9 @@ TEST_F(Layout, CommandsPrintWhatIsThere) {
                               "\n"
                               "  FSSSSSSSSSSSSSSSSAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAATTTTTT\n"
                               "  A  audio   6,000 bytes\n"
-                              "  F  format     18 bytes, how to read the audio\n"
-                              "  T  tags      602 bytes, texts that go with the audio\n"
-                              "  S  slack   2,048 bytes, kept free so that tags can grow\n";
+                              "  F  format     18 bytes, the sample format\n"
+                              "  T  tags      602 bytes, metadata\n"
+                              "  S  slack   2,048 bytes, room for tags to grow\n";
     EXPECT_EQ(shop.Run("w64 chunks a.w64").output, table);
     EXPECT_EQ(JsonAt(shop.Do("w64 chunks --json a.w64 a.w64").output, "/1/chunks/3"),
               R"({"bytes":602,"kind":"tags","name":"bext","offset":8184,"padding":6})");

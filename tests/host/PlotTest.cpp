@@ -144,7 +144,7 @@ TEST_F(Plot, WhatIsNoNumberIsDrawnAsSilence) {
     };
     const Bytes silent = plot(0, 0, 0);
     EXPECT_TRUE(plot(std::numeric_limits<float>::quiet_NaN(), infinite, -infinite) == silent);
-    EXPECT_PRED_FORMAT2(IsSubstring, "3 samples are infinite or no numbers", notes);
+    EXPECT_PRED_FORMAT2(IsSubstring, "3 samples are infinite or NaN", notes);
 }
 
 TEST_F(Plot, LosesAndPretendsNothing) {

@@ -264,13 +264,13 @@ TEST_F(TagSafety, TheCheckOfACopySeesEveryByteThatIsToStay) {
     InputFile original(shop.Write("a", good));
     const KeptChunks before(original);
     const std::pair<size_t, std::string> flips[] = {
-        {64, "the chunk 'fmt ' at 40 has other bytes"},
-        {88, "the chunk 'bext' at 88 is not there"},
-        {dataAt - 4, "the chunk 'bext' at 88 has other bytes"},
-        {dataAt + 24, "the chunk 'data' at 816 has other bytes"},
-        {levlAt - 1, "the chunk 'data' at 816 has other bytes"},
+        {64, "the chunk 'fmt ' at 40 has different bytes"},
+        {88, "the chunk 'bext' at 88 is missing"},
+        {dataAt - 4, "the chunk 'bext' at 88 has different bytes"},
+        {dataAt + 24, "the chunk 'data' at 816 has different bytes"},
+        {levlAt - 1, "the chunk 'data' at 816 has different bytes"},
         {levlAt + 16, "its layout is not sound"},
-        {levlAt + 32, "the chunk 'levl' at 1,573,704 has other bytes"},
+        {levlAt + 32, "the chunk 'levl' at 1,573,704 has different bytes"},
         {levlAt + 40, "the chunk '"},  // the list, which becomes another chunk
         {good.size() - 4, ""},         // the song
     };

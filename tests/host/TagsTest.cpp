@@ -115,7 +115,7 @@ TEST_F(Tags, KeepTheFormOfTheListTheyAreIn) {
 
 TEST_F(Tags, GoWhereTheOptionsSay) {
     const std::pair<std::string, std::string> places[] = {
-        {"LISTPos=0 LISTPadding=1 LISTPaddingSize=4 LISTTrack=1", "tags behind the audio, "},
+        {"LISTPos=0 LISTPadding=1 LISTPaddingSize=4 LISTTrack=1", "tags after the audio, "},
         {"LISTPos=1 LISTPadding=2 LISTPaddingSize=0 LISTTrack=0", "tags before the audio, "},
     };
     for (const auto& [options, place] : places) {
@@ -167,8 +167,8 @@ TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
     };
     expectRefused(plain,
                   {{"tags set a.w64 Title=🎵", 2, "'🎵' (U+1F3B5) cannot be stored, tags take characters of"},
-                   {"tags set a.w64 Title=\xFF", 2, "is no UTF-8 text"},
-                   {"tags set a.w64 Foo=x", 2, "has no place for 'Foo'; w64 tags set --help lists"},
+                   {"tags set a.w64 Title=\xFF", 2, "is not UTF-8 text"},
+                   {"tags set a.w64 Foo=x", 2, "cannot store 'Foo'; w64 tags set --help lists"},
                    {"tags set a.w64 Title", 2, "'Title' is not Name=Value"},
                    {"tags set a.w64 =x", 2, "'=x' is not Name=Value"},
                    {"tags set a.w64 Title=x title=y", 2, "'title' is set twice"},
@@ -179,7 +179,7 @@ TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
                    {"tags set nowhere.w64 Title=x", 1, "No such file or directory"},
                    {"tags set . Title=x", 1, "Is a directory"}});
     const char* set = "tags set a.w64 Title=x";
-    expectRefused(unknown, {{set, 1, "lost: the unknown 'IXYZ'; --force edits all the same"}});
+    expectRefused(unknown, {{set, 1, "lost: the unknown 'IXYZ'; --force edits anyway"}});
     expectRefused(hidden, {{set, 1, "lost: text after the end of 'Artist'; --force"}});
     expectRefused(twice, {{set, 1, "lost: a second 'Track'"}});
     expectRefused(corrupt, {{"tags set a.w64 Title=x -f --in-place", 1, "LIST sub chunk is corrupted"}});
@@ -191,17 +191,16 @@ TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
     expectRefused({}, {{set, 1, "a.w64: "}});
     expectRefused(Pattern(1000), {{set, 1, "a.w64: "}});
     // The decoder does otherwise than was meant.
-    expectRefused(plain, {{"tags set a.w64 Title=A\x01", 1, "as they should: 'Title' reads "}});
-    expectRefused(kUntagged, {{set, 1, "'Title' is not there; in the way: Tag Creation, see"}},
-                  "TagDefault=2");
+    expectRefused(plain, {{"tags set a.w64 Title=A\x01", 1, "as expected: 'Title' reads "}});
+    expectRefused(kUntagged, {{set, 1, "'Title' is missing; because of Tag Creation, see"}}, "TagDefault=2");
     expectRefused(
         Tagged(List({{"IPRD", Text(u"A")}})),
-        {{"tags set a.w64 Album=A ISRC=B -f", 1, "'ISRC' is not there; in the way: LIST Album Tag, see"},
-         {"tags set a.w64 Title=x", 1, "lost: 'Product'; in the way: LIST Album Tag, see"},
-         {"tags remove a.w64 ISRC", 1, "has no tag 'ISRC'; in the way: LIST Album Tag, see"}},
+        {{"tags set a.w64 Album=A ISRC=B -f", 1, "'ISRC' is missing; because of LIST Album Tag, see"},
+         {"tags set a.w64 Title=x", 1, "lost: 'Product'; because of LIST Album Tag, see"},
+         {"tags remove a.w64 ISRC", 1, "has no tag 'ISRC'; because of LIST Album Tag, see"}},
         "LISTAlbum=1");
     expectRefused(kUntagged,
-                  {{"tags set a.w64 Album=AA ISRC=BB", 1, "; in the way: LIST Text, LIST Album Tag, see"}},
+                  {{"tags set a.w64 Album=AA ISRC=BB", 1, "; because of LIST Text, LIST Album Tag, see"}},
                   "LISTAlbum=1 LISTText=0");
     expectRefused(plain,
                   {{"tags set a.w64 Artist=Abba", 1, "'Artist' reads 'Ab' instead of 'Abba', 'Title'"}},
