@@ -45,8 +45,8 @@ Tree AsTree(XJSON::AnyPtr value) {
     return Tree(static_cast<XJSON::Object*>(value.release()));
 }
 
-// A text that is no tree, is cut off, continues after the tree or is not UTF-8 is not usable, though what can be read
-// of it is kept.
+// A text that is cut off, continues after the tree or is not UTF-8 is not usable, though what can be read of it
+// is kept.
 Settings Understand(const std::string& text) {
     Settings settings;
     const XStr characters = FromUTF8(text);
@@ -56,8 +56,7 @@ Settings Understand(const std::string& text) {
         const bool isCutOff = !value && !std::ranges::all_of(characters, XJSON::IsSpacing);
         XJSON::SkipSpacing(characters, position);
         const bool isAll = static_cast<size_t>(position) > characters.size();
-        const bool isTree = !value || value->TypeOf() == XJSON::Type::Object;
-        settings.usable = !isCutOff && isAll && isTree && ToUTF8(characters) == text;
+        settings.usable = !isCutOff && isAll && ToUTF8(characters) == text;
         settings.root = AsTree(std::move(value));
     } catch (const XJSON::Error&) {
         return settings;

@@ -217,7 +217,7 @@ TEST_F(ConversionTest, WhatCannotBeDoneIsTold) {
     });
     const std::tuple<XAudioWFX, ConversionOptions, const char*> cases[] = {
         {Format(1, 1, 16, 48000), To(99), "the nearest rates that work are 96 Hz and 100 Hz"},
-        {Format(1, 1, 16, 48000), To(1), "the nearest rate that works is 40 Hz"},
+        {Format(1, 1, 16, 48000), To(1), "the nearest rate that works is 75 Hz"},
         {Format(1, 2, 64, 48000), To(44100), "this is PCM, 64-bit, stereo, 48000 Hz"},
         {Format(3, 2, 16, 48000), To(kSame, kSame, 16), "this is float, 16-bit, stereo, 48000 Hz"},
         {Format(1, 10, 16, 48000), To(kSame, 2),

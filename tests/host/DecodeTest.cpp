@@ -100,7 +100,7 @@ TEST_F(DecodeTest, WhatIsWrongIsToldAndChangesNothing) {
         {"encode a.w64 b.w64 d.w64", 2, "d.w64; see w64 encode --help"},
         {"decode a.w64 -o a.mp3", 2, "should end in .wav, .flac, .raw or .pcm"},
         {"decode a.w64 -o nowhere/", 2, "there is no folder 'nowhere/'"},
-        {"decode a.w64 b.w64 -o a.wav", 2, "several files go into a folder"},
+        {"decode a.w64 b.w64 -o a.wav", 2, "several files need a folder to go into"},
         {"decode a.w64 ./a.w64", 2, "would both become"},
         {"decode a.w64 --start soon", 2, "neither a time (90, 1:30.5) nor a frame (12345f)"},
         {"decode a.w64 --start 2s --end 1s", 2, "--start is after --end"},

@@ -133,8 +133,7 @@ TEST_F(Layout, SizesThatLostTheirHighHalfAreRecognised) {
     ASSERT_EQ(findings.size(), 3u) << testing::PrintToString(findings);
     EXPECT_TRUE(findings[0].starts_with(
         "!'data' at 88 claims 1,073,741,824 bytes of data, but there are 5,368,709,120"));
-    EXPECT_TRUE(
-        findings[1].ends_with("it has 5,368,709,232 bytes: the size was stored as if it were below 4 GiB."));
+    EXPECT_TRUE(findings[1].ends_with("5,368,709,232 bytes: the size was truncated to 32 bits."));
 }
 
 TEST_F(Layout, ManyFindingsOfASortAreCounted) {

@@ -165,19 +165,19 @@ TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
         shop.Write("a.w64", file);
         shop.ExpectRefused(edits);
     };
-    expectRefused(plain,
-                  {{"tags set a.w64 Title=🎵", 2, "'🎵' (U+1F3B5) cannot be stored, tags take characters of"},
-                   {"tags set a.w64 Title=\xFF", 2, "is not UTF-8 text"},
-                   {"tags set a.w64 Foo=x", 2, "cannot store 'Foo'; w64 tags set --help lists"},
-                   {"tags set a.w64 Title", 2, "'Title' is not Name=Value"},
-                   {"tags set a.w64 =x", 2, "'=x' is not Name=Value"},
-                   {"tags set a.w64 Title=x title=y", 2, "'title' is set twice"},
-                   {"tags set a.w64", 2, "NAME=VALUE is required"},
-                   {"tags remove a.w64", 2, "either names of tags or --all"},
-                   {"tags remove a.w64 Title Artist", 1, "has no tag 'Artist'"},
-                   {"tags remove a.w64 _riff_1", 1, "has no tag '_riff_1'"},
-                   {"tags set nowhere.w64 Title=x", 1, "No such file or directory"},
-                   {"tags set . Title=x", 1, "Is a directory"}});
+    expectRefused(
+        plain, {{"tags set a.w64 Title=🎵", 2, "'🎵' (U+1F3B5) cannot be stored; tags take characters up to"},
+                {"tags set a.w64 Title=\xFF", 2, "is not UTF-8 text"},
+                {"tags set a.w64 Foo=x", 2, "cannot store 'Foo'; w64 tags set --help lists"},
+                {"tags set a.w64 Title", 2, "'Title' is not Name=Value"},
+                {"tags set a.w64 =x", 2, "'=x' is not Name=Value"},
+                {"tags set a.w64 Title=x title=y", 2, "'title' is set twice"},
+                {"tags set a.w64", 2, "NAME=VALUE is required"},
+                {"tags remove a.w64", 2, "either names of tags or --all"},
+                {"tags remove a.w64 Title Artist", 1, "has no tag 'Artist'"},
+                {"tags remove a.w64 _riff_1", 1, "has no tag '_riff_1'"},
+                {"tags set nowhere.w64 Title=x", 1, "No such file or directory"},
+                {"tags set . Title=x", 1, "Is a directory"}});
     const char* set = "tags set a.w64 Title=x";
     expectRefused(unknown, {{set, 1, "lost: the unknown 'IXYZ'; --force edits anyway"}});
     expectRefused(hidden, {{set, 1, "lost: text after the end of 'Artist'; --force"}});
@@ -340,12 +340,12 @@ TEST_F(Options, AreListedSetAndKept) {
     const std::string settings = ReadText(shop.Settings());
     const Outcome full = shop.Run("(ulimit -f 0; w64 options 'LIST Text=1' 2>&1; echo exit $?) | cat");
     EXPECT_TRUE(
-        full.output.starts_with("w64: cannot write the settings to " + file + ", the file is as it was: "));
+        full.output.starts_with("w64: cannot write the settings to " + file + ", which is unchanged: "));
     EXPECT_TRUE(full.output.ends_with("\nexit 1\n"));
     EXPECT_EQ(ReadText(shop.Settings()), settings);
     shop.ExpectRefused({{"options Nope", 2, ", see w64 options\n"},
                         {"options 'LIST Text=3'", 2, "w64: 'LIST Text' is one of\n"},
-                        {"options --unset", 2, "either the name of an option to unset or --all"},
+                        {"options --unset", 2, "either the name of an option or --all"},
                         {"options --unset --all 'LIST Text'", 2, "either the name"},
                         {"options --all", 2, "--all is for --unset"},
                         {"options --unset 'LIST Text=1'", 2, ", see w64 options\n"},
