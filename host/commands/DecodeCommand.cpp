@@ -127,26 +127,35 @@ public:
     }
 
 private:
+    struct Stored {
+        std::optional<XAudioWFX> format;
+        std::optional<int64_t> frames;
+    };
+
+    // The list of chunks, which may be long, is gone when the decoder makes its own.
+    static Stored LookAt(const fs::path& path) {
+        Wave64File file(path);
+        return {file.Format(), file.Frames()};
+    }
+
     void DecodeInto(SinkTarget target) {
         const auto salvage = options_.salvage ? PlanSalvage(job_.input, CopyFolder()) : std::nullopt;
         const fs::path source = salvage ? salvage->source : fs::path(job_.input);
-        Wave64File file(source);
-        const std::optional<XAudioWFX>& stored = file.Format();
+        const auto [stored, announced] = LookAt(source);
         const FrameRange asked = RangeOf(options_, stored ? stored->SamplesPerSec() : 1);
         // The decoder counts stored blocks, which hold no fixed number of frames of MPEG audio.
         FrameRange range = IsMPEG(stored) ? FrameRange{0, DecoderInstance::kPastTheEnd} : asked;
         if (salvage && salvage->isToStop) range.LimitTo(salvage->frames);
 
-        DecoderInstance decoder(library_, context_.traceDescriptor);
-        if (range.start != 0 || range.end >= 0) decoder.SetDecodeRange(range.start, range.end);
-
         bool opened = false;
         try {
+            DecoderInstance decoder(library_, context_.traceDescriptor);
+            if (range.start != 0 || range.end >= 0) decoder.SetDecodeRange(range.start, range.end);
             decoder.Open(source, kvOpenDecode | kvOpenAudioInfo);
             opened = true;
             if (!salvage) RefuseDamage(decoder);
             RefuseNonsense(decoder.Format());
-            if (const auto announced = file.Frames()) {
+            if (announced) {
                 RequireStartWithin(asked.start, salvage ? salvage->frames : *announced,
                                    stored->SamplesPerSec());
             }
