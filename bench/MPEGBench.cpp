@@ -67,17 +67,17 @@ private:
     int64_t audioOffset_ = 0;
 };
 
-const MPEGFile& AudioFile() {
+const MPEGFile& TestMPEG() {
     static const MPEGFile file;
     return file;
 }
 
-void DecodeMPEGInWave64(benchmark::State& state) { BenchPlugin().Measure(state, AudioFile().Path()); }
+void DecodeMPEGInWave64(benchmark::State& state) { BenchPlugin().Measure(state, TestMPEG().Path()); }
 BENCHMARK(DecodeMPEGInWave64)->Unit(benchmark::kMillisecond);
 
 void DecodeMPEGByLibrary(benchmark::State& state) {
     std::vector<uint8_t> block(kBlockBytes);
-    AudioFile();
+    TestMPEG();
     int64_t bytes = 0;
     for ([[maybe_unused]] auto _ : state) {
         const std::unique_ptr<mpg123_handle, decltype(&mpg123_delete)> owner(mpg123_new(nullptr, nullptr),
@@ -87,8 +87,8 @@ void DecodeMPEGByLibrary(benchmark::State& state) {
         mpg123_param(handle, MPG123_REMOVE_FLAGS, MPG123_GAPLESS, 0);
         mpg123_open_feed(handle);
         XFile file;
-        bool good = file.Open(FromUTF8(AudioFile().Path().native()), XFile::Access::Read) &&
-                    file.SetPosition(AudioFile().AudioOffset());
+        bool good = file.Open(FromUTF8(TestMPEG().Path().native()), XFile::Access::Read) &&
+                    file.SetPosition(TestMPEG().AudioOffset());
         for (size_t got = 1; good && got > 0;) {
             got = file.Read(block.data(), block.size());
             good = mpg123_feed(handle, block.data(), got) == MPG123_OK;

@@ -27,7 +27,7 @@ struct Defaults {
     XStr keyPath;
 };
 
-std::mutex& Mutex() {
+std::mutex& DefaultsMutex() {
     static std::mutex mutex;
     return mutex;
 }
@@ -64,7 +64,7 @@ bool Write(Change change, const Arguments&... arguments) {
 constinit const MainKey XRegistry::CurrentUser = &kCurrentUser;
 
 void XRegistry::SetDefault(MainKey mainKey, const wchar_t* keyPath) {
-    const std::lock_guard lock(Mutex());
+    const std::lock_guard lock(DefaultsMutex());
     TheDefaults() = {mainKey, keyPath ? keyPath : L""};
 }
 
@@ -175,7 +175,7 @@ bool XRegistry::DeleteKeyAndSubKeys(MainKey mainKey, const wchar_t* keyPath) {
 }
 
 std::vector<XStr> XRegistry::ImportKeyPath(MainKey mainKey, const wchar_t* keyPath) {
-    const std::lock_guard lock(Mutex());
+    const std::lock_guard lock(DefaultsMutex());
     const MainKey chosen = mainKey ? mainKey : TheDefaults().mainKey;
     const std::wstring_view path = keyPath ? keyPath : std::wstring_view(TheDefaults().keyPath);
     std::vector<XStr> names{chosen ? chosen->name : L"UNSPEC"};

@@ -20,7 +20,7 @@ constexpr std::chrono::seconds kMaxWait{5};  // for the lock
 constexpr std::chrono::milliseconds kRetryInterval{1};
 
 // Guards our use of the environment, which is not thread-safe.
-std::mutex& Mutex() {
+std::mutex& EnvironmentMutex() {
     static std::mutex mutex;
     return mutex;
 }
@@ -33,7 +33,7 @@ XStr HomeFolder() {
 }  // namespace
 
 XStr XRegistryFile::Location() {
-    const std::lock_guard lock(Mutex());
+    const std::lock_guard lock(EnvironmentMutex());
     const char* given = std::getenv(kLocationVariable);
     XStr location = given ? FromUTF8(given) : L"~/.XRegistry";
     if (location != L"~" && !location.starts_with(L"~/")) return location;
@@ -42,12 +42,12 @@ XStr XRegistryFile::Location() {
 }
 
 bool XRegistryFile::IsLocationSet() {
-    const std::lock_guard lock(Mutex());
+    const std::lock_guard lock(EnvironmentMutex());
     return std::getenv(kLocationVariable) != nullptr;
 }
 
 void XRegistryFile::SetLocation(const XStr& path, bool overwrite) {
-    const std::lock_guard lock(Mutex());
+    const std::lock_guard lock(EnvironmentMutex());
     ::setenv(kLocationVariable, ToUTF8(path).c_str(), overwrite);
 }
 

@@ -16,7 +16,7 @@ namespace w64 {
 namespace {
 
 constexpr size_t kSizeFieldBytes = 4;
-constexpr size_t kCountBytes = 4;
+constexpr size_t kTagCountBytes = 4;
 constexpr size_t kMaxItemBytes = std::numeric_limits<int32_t>::max();  // readers treat the field as signed
 
 // The unread part of a block, and how many bytes of it the current item still claims. The claim goes below zero
@@ -92,7 +92,7 @@ uint8_t* PutItem(uint8_t* to, const STInternalTag& tag) {
 template <class Text>
 XMem Pack(const XObj<STInternalTag>& tags) {
     std::vector<const STInternalTag*> packed;
-    size_t bytes = kCountBytes;
+    size_t bytes = kTagCountBytes;
     for (const STInternalTag& tag : tags) {
         const size_t itemBytes = ItemBytes<Text>(tag);
         if (itemBytes > kMaxItemBytes) continue;
@@ -102,7 +102,7 @@ XMem Pack(const XObj<STInternalTag>& tags) {
     XMem block;
     if (!block.Resize(bytes)) throw std::bad_alloc();
     base::Store(block.Data(), static_cast<uint32_t>(packed.size()));
-    uint8_t* to = block.Data() + kCountBytes;
+    uint8_t* to = block.Data() + kTagCountBytes;
     for (const STInternalTag* tag : packed) to = PutItem<Text>(to, *tag);
     return block;
 }
@@ -122,10 +122,10 @@ bool TakeItem(STInternalTag& tag, Cursor cursor) {
 template <class Text>
 XObj<STInternalTag> Unpack(const uint8_t* block, long size) {
     XObj<STInternalTag> tags;
-    if (!block || size < static_cast<long>(kCountBytes)) return tags;
+    if (!block || size < static_cast<long>(kTagCountBytes)) return tags;
     std::span<const uint8_t> ahead(block, static_cast<size_t>(size));
     const auto count = base::Load<int32_t>(ahead.data());
-    ahead = ahead.subspan(kCountBytes);
+    ahead = ahead.subspan(kTagCountBytes);
     while (tags.Count() < count && ahead.size() >= kSizeFieldBytes) {
         const auto itemBytes = base::Load<int32_t>(ahead.data());
         if (itemBytes < 0 || std::cmp_greater(itemBytes, ahead.size())) break;

@@ -66,7 +66,7 @@ int64_t OversamplingFactor(int64_t ratio) {
 }
 
 // The transition band extends from half of `lower` to half of `higher`.
-std::optional<LowPass> ShortFilter(int64_t lower, int64_t higher, int64_t rate, int64_t phases) {
+std::optional<LowPass> DesignShort(int64_t lower, int64_t higher, int64_t rate, int64_t phases) {
     const double transition = static_cast<double>(higher) / 2 - static_cast<double>(lower) / 2;
     const double length = static_cast<double>(rate) / transition * kLengthFactor + 1;
     if (length + kRowRemainder * static_cast<double>(phases) > kMaxShortTable) return std::nullopt;
@@ -75,7 +75,7 @@ std::optional<LowPass> ShortFilter(int64_t lower, int64_t higher, int64_t rate, 
 
 // The shortest of the lengths whose transition band, which ends at half of `below`, is narrow enough. Nothing if
 // that leaves no pass band.
-std::optional<LowPass> LongFilter(int64_t below, int64_t rate) {
+std::optional<LowPass> DesignLong(int64_t below, int64_t rate) {
     for (int64_t length = kBaseFilterLength; length <= kMaxLongTaps; length *= 2) {
         const double transition = static_cast<double>(rate) * kLengthFactor / static_cast<double>(length - 2);
         if (transition >= kTransitionBand) continue;
@@ -151,7 +151,7 @@ std::optional<FreqConvDesign> FreqConvDesign::Create(int64_t source, int64_t tar
 
     const int64_t between = (upward ? dst : src) * factor;
     const int64_t longBelow = upward && edge == UpwardEdge::SourceHalf ? src : dst;
-    const std::optional<LowPass> longFilter = LongFilter(longBelow, between);
+    const std::optional<LowPass> longFilter = DesignLong(longBelow, between);
     if (!longFilter) return std::nullopt;
     design.longFilter = *longFilter;
 
@@ -169,7 +169,7 @@ std::optional<FreqConvDesign> FreqConvDesign::Create(int64_t source, int64_t tar
     design.branchStep = src / common / factor;
     design.longScale = upward ? 1 : static_cast<double>(factor);
     design.longRate = upward ? target : source;
-    const std::optional<LowPass> shortFilter = ShortFilter(src, between, src / common * dst, design.phases);
+    const std::optional<LowPass> shortFilter = DesignShort(src, between, src / common * dst, design.phases);
     if (!shortFilter) return std::nullopt;
     design.shortFilter = *shortFilter;
     return design;

@@ -26,7 +26,7 @@ constexpr Column kColumns[] = {
     {"impulse off by", "%.1e", &Figures::delay},  {"error, 24 bits", "%.4f", &Figures::error24},
 };
 
-constexpr int kWidth = 16;
+constexpr int kColumnWidth = 16;
 constexpr int kNameWidth = 36;
 
 std::string Text(const char* format, double value) {
@@ -51,9 +51,9 @@ std::string BoundedText(const Column& column, const Row& row) {
 }
 
 void PrintLead(const std::string& rates, const char* name) {
-    std::printf("\n| %-*s | %-*s |", kWidth, rates.c_str(), kNameWidth, name);
+    std::printf("\n| %-*s | %-*s |", kColumnWidth, rates.c_str(), kNameWidth, name);
 }
-void PrintCell(const std::string& text) { std::printf(" %*s |", kWidth, text.c_str()); }
+void PrintCell(const std::string& text) { std::printf(" %*s |", kColumnWidth, text.c_str()); }
 
 bool PrintBoundedRow(const Row& row) {
     bool allHold = true;
@@ -90,9 +90,9 @@ void Measure(const Resampler& resampler, int coincidentTones, Row& row) {
 bool PrintTable(const std::vector<Measured>& all) {
     PrintLead("rates", "");
     for (const Column& column : kColumns) PrintCell(column.heading);
-    std::printf("\n|%s|%s|", std::string(kWidth + 2, '-').c_str(), std::string(kNameWidth + 2, '-').c_str());
+    std::printf("\n|%s|%s|", std::string(kColumnWidth + 2, '-').c_str(), std::string(kNameWidth + 2, '-').c_str());
     for (size_t i = 0; i < std::size(kColumns); ++i)
-        std::printf("%s:|", std::string(kWidth + 1, '-').c_str());
+        std::printf("%s:|", std::string(kColumnWidth + 1, '-').c_str());
     PrintLead("", "default bound");
     for (const Column& column : kColumns) PrintCell(Text(column.format, Figures().*column.figure));
     bool allHold = true;

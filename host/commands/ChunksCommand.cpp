@@ -20,8 +20,6 @@ namespace w64 {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 // The chunks found in one file.
 struct ChunkList {
     const std::string& name;

@@ -18,8 +18,6 @@ namespace w64 {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 // What the decoder reports, with the errors that did not stop it.
 struct Answer {
     STKvAudioInfo info;

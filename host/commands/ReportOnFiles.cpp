@@ -8,8 +8,6 @@
 
 namespace w64 {
 
-using Json = nlohmann::ordered_json;
-
 bool ReportOnFiles(std::span<const std::string> files, bool asJSON, Console& console,
                    const std::function<void(size_t, Json*)>& describe) {
     const char* separator = "\n";

@@ -22,8 +22,6 @@ namespace w64 {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 bool IsRawChunk(const STInternalTag& tag) { return BeginsWithNoCase(tag.Name, L"_riff_"); }
 
 // A raw chunk in the tags: its four-character code, then its data. The format and the audio come without data, to

@@ -220,18 +220,17 @@ void PlotPicture::DrawOutline(PictureArea area, const Envelope& envelope, size_t
         for (size_t i = columns.size(); i-- > 0;) place(i, low(columns[i]));
         cairo_close_path(context_.get());
     };
-    using Column = const Envelope::Column&;
     cairo_save(context_.get());
     cairo_rectangle(context_.get(), area.left, area.top, area.width, area.height);
     cairo_clip(context_.get());
-    outline([](Column column) { return column.low; }, [](Column column) { return column.high; });
+    outline([](const auto& column) { return column.low; }, [](const auto& column) { return column.high; });
     SetColour(envelope.FramesPerColumn() == 1 ? kPower : kPeaks);
     cairo_fill_preserve(context_.get());
     cairo_set_line_width(context_.get(), layout_.Scaled(1.2));
     cairo_set_line_cap(context_.get(), CAIRO_LINE_CAP_ROUND);  // makes a single point visible
     cairo_stroke(context_.get());
-    outline([](Column column) { return std::max(column.low, -column.RootMeanSquare()); },
-            [](Column column) { return std::min(column.high, column.RootMeanSquare()); });
+    outline([](const auto& column) { return std::max(column.low, -column.RootMeanSquare()); },
+            [](const auto& column) { return std::min(column.high, column.RootMeanSquare()); });
     SetColour(kPower);
     cairo_fill(context_.get());
     cairo_restore(context_.get());
