@@ -90,7 +90,8 @@ void Measure(const Resampler& resampler, int coincidentTones, Row& row) {
 bool PrintTable(const std::vector<Measured>& all) {
     PrintLead("rates", "");
     for (const Column& column : kColumns) PrintCell(column.heading);
-    std::printf("\n|%s|%s|", std::string(kColumnWidth + 2, '-').c_str(), std::string(kNameWidth + 2, '-').c_str());
+    std::printf("\n|%s|%s|", std::string(kColumnWidth + 2, '-').c_str(),
+                std::string(kNameWidth + 2, '-').c_str());
     for (size_t i = 0; i < std::size(kColumns); ++i)
         std::printf("%s:|", std::string(kColumnWidth + 1, '-').c_str());
     PrintLead("", "default bound");
