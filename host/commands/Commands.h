@@ -42,6 +42,7 @@ struct EncodeOptions {
     std::string input;
     std::string output;
     ConversionOptions conversion;
+    bool salvage = false;
     bool force = false;
 };
 

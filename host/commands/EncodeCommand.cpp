@@ -3,6 +3,7 @@
 #include "host/formats/AudioSource.h"
 #include "host/formats/MPEGSource.h"
 #include "host/formats/Wave64Writer.h"
+#include "host/layout/Salvage.h"
 #include "host/layout/Wave64File.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/ForEachFile.h"
@@ -18,6 +19,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr const char* kSalvageHint = "\n--salvage keeps what is there";
+
 // libsndfile reads only the audio of a Wave64 file.
 void NoteExtras(const std::string& input, const AudioSource& source, CommandContext context) {
     std::vector<std::string> extras = source.Extras();
@@ -27,14 +30,34 @@ void NoteExtras(const std::string& input, const AudioSource& source, CommandCont
     if (!extras.empty()) context.console.Note(input, "note: not carried over: " + Joined(extras, ", "));
 }
 
+// What is there can be kept; of a Wave64 file only the decoder finds it.
+std::string DescribeCut(const std::string& input, const AudioSource& source) {
+    const std::string cut = source.DescribeCut();
+    std::error_code error;
+    if (!cut.empty() || !fs::is_regular_file(input, error)) return cut;
+    if (Wave64File(input).MissingBytes() == 0 && !HidesAudio(input)) return "";
+    throw Failure("the file is cut off or damaged; w64 decode --salvage keeps what it still holds");
+}
+
 void Convert(const EncodeOptions& options, CommandContext context, Progress& progress) {
     AudioSource source(options.input);
+    std::string cut = DescribeCut(options.input, source);
+    if (!cut.empty() && !options.salvage) throw Failure(cut + kSalvageHint);
+    const auto read = [&]() -> std::span<const uint8_t> {
+        try {
+            return source.Read();
+        } catch (const Failure& failure) {
+            cut = failure.what();
+            if (!options.salvage) throw Failure(cut + kSalvageHint);
+            return {};
+        }
+    };
     const tWAVEFORMATEX& format = source.Format().Format;
     Conversion conversion(XAudioWFX(&source.Format()), options.conversion);
     Wave64Writer writer(options.output, options.force, conversion.Target(), context.traceDescriptor);
     const Conversion::Write write = [&writer](std::span<const uint8_t> frames) { writer.Write(frames); };
     Progress::Share share(progress, source.Frames());
-    for (auto bytes = source.Read(); !bytes.empty(); bytes = source.Read()) {
+    for (auto bytes = read(); !bytes.empty(); bytes = read()) {
         Interrupt::Check();
         conversion.Convert(bytes, write);
         const auto frames = static_cast<int64_t>(bytes.size()) / format.nBlockAlign;
@@ -42,6 +65,7 @@ void Convert(const EncodeOptions& options, CommandContext context, Progress& pro
     }
     conversion.Finish(write);
     writer.Finish();
+    if (!cut.empty()) context.console.Note(options.input, "note: " + cut);
     NoteExtras(options.input, source, context);
     context.console.Summary(options.output, share.Outcome());
 }

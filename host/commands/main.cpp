@@ -250,6 +250,7 @@ void AddEncode(CLI::App& app, CommandLine& line) {
     command->add_option("IN", options.input, "WAV, RF64, AIFF, FLAC, CAF ...")->required()->type_name("");
     command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
     AddConversion(command, options.conversion);
+    command->add_flag("--salvage", options.salvage, "Encode what a cut-off file still holds");
     AddForce(command, options.force);
 }
 

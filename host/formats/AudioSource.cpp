@@ -1,6 +1,7 @@
 #include "host/formats/AudioSource.h"
 
 #include "audio/samples/XAudioRdWr.h"
+#include "base/Saturating.h"
 #include "host/files/InputFile.h"
 #include "host/formats/Speakers.h"
 #include "host/layout/ChunkKind.h"
@@ -85,6 +86,11 @@ bool BeginsLikeContainer(const std::string& path) {
 
 AudioSource::AudioSource(const std::string& path) : file_(Open(path, info_)) {
     if (!file_) throw Failure(OpenError(path));
+    if (std::error_code error; std::filesystem::is_regular_file(path, error)) headers_.emplace(path);
+    if (const int64_t bytes = headers_ ? headers_->BytesInNoChunk() : 0; bytes > 0) {
+        throw Failure("the recording was never finished: by its header it has no audio, but " +
+                      Counted(bytes, "byte") + " follow; sox --ignore-length can read them");
+    }
     kind_ = KindOf(info_.format);
     const auto channels = static_cast<unsigned>(info_.channels);
     format_ = MakeWaveFormat(kind_, channels, static_cast<uint32_t>(info_.samplerate), ReadChannelMask());
@@ -117,35 +123,67 @@ uint32_t AudioSource::ReadChannelMask() const {
 }
 
 std::vector<std::string> AudioSource::Extras() const {
-    std::vector<std::string> extras;
-    std::vector<std::string> tags;
+    std::vector<std::string> tags = headers_ ? headers_->Tags() : std::vector<std::string>();
     for (const auto& [string, name] : kStrings) {
-        if (sf_get_string(file_.get(), string)) tags.push_back(name);
+        if (sf_get_string(file_.get(), string)) AddOnce(tags, name);
     }
+    std::vector<std::string> extras;
     if (!tags.empty()) extras.push_back("tags (" + Joined(tags, ", ") + ")");
-    for (const char* code : {"bext", "iXML", "axml", "chna", "cart", "cue ", "MARK", "inst", "INST", "smpl",
-                             "acid", "id3 ", "ID3 ", "_PMX", "DISP"}) {
-        if (HasChunk(code)) extras.push_back(ContentOf(code));
-    }
+    const std::vector<std::string> contents = headers_ ? headers_->Contents() : ContentsOfStream();
+    extras.insert(extras.end(), contents.begin(), contents.end());
     return extras;
 }
 
-bool AudioSource::HasChunk(const std::string& code) const {
-    SF_CHUNK_INFO chunk{};
-    code.copy(chunk.id, code.size());
-    chunk.id_size = static_cast<unsigned>(code.size());
-    return sf_get_chunk_iterator(file_.get(), &chunk) != nullptr;
+// Of the chunks before the audio; nothing else is known until a stream has ended.
+std::vector<std::string> AudioSource::ContentsOfStream() const {
+    std::vector<std::string> contents;
+    for (auto* at = sf_get_chunk_iterator(file_.get(), nullptr); at; at = sf_next_chunk_iterator(at)) {
+        SF_CHUNK_INFO chunk{};
+        if (sf_get_chunk_size(at, &chunk) != SF_ERR_NO_ERROR) continue;
+        const std::string code(chunk.id, std::min<size_t>(chunk.id_size, 4));
+        if (code[0] != '\0' && !SourceHeaders::IsStructure(code)) AddOnce(contents, ContentOf(code));
+    }
+    return contents;
+}
+
+std::string AudioSource::DescribeCut() const {
+    if (!headers_) return "";
+    const int64_t missing = headers_->MissingBytes();
+    if (missing == 0) return "";
+    const int64_t milliseconds = SaturatingMultiply(info_.frames, 1000) / info_.samplerate;
+    return "the file is cut off, " + Counted(missing, "byte") + (missing == 1 ? " is" : " are") +
+           " missing; " + FormatDuration(milliseconds) + " of audio (" + Counted(info_.frames, "frame") +
+           ") is there";
+}
+
+// Some programs write a size of their own to a stream when they do not know how long it gets.
+bool AudioSource::IsOfUnknownLength() const {
+    switch (info_.format & SF_FORMAT_TYPEMASK) {
+    case SF_FORMAT_MPEG:  // the length is an estimate
+        return true;
+    case SF_FORMAT_WAV:
+    case SF_FORMAT_WAVEX:
+    case SF_FORMAT_AIFF:
+    case SF_FORMAT_AU:
+        return !headers_ && SourceHeaders::LeavesLengthOpen(static_cast<uint64_t>(
+                                SaturatingMultiply(info_.frames, format_.Format.nBlockAlign)));
+    default:
+        return false;
+    }
 }
 
 std::span<const uint8_t> AudioSource::Read() {
+    if (!failure_.empty()) throw Failure(failure_);
     const sf_count_t frames = ReadFrames();
-    if (sf_error(file_.get()) != SF_ERR_NO_ERROR) throw Failure(sf_strerror(file_.get()));
     framesRead_ += frames;
-    const bool isEstimate = (info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG;
-    if (frames == 0 && framesRead_ < info_.frames && !isEstimate) {
-        throw Failure("ends after " + std::to_string(framesRead_) + " of " + std::to_string(info_.frames) +
-                      " frames");
+    if (sf_error(file_.get()) != SF_ERR_NO_ERROR) {
+        failure_ = sf_strerror(file_.get());
+    } else if (frames == 0 && framesRead_ < info_.frames && !IsOfUnknownLength()) {
+        const bool isCounted = info_.frames < SF_COUNT_MAX;
+        failure_ = "ends after " + std::to_string(framesRead_) +
+                   (isCounted ? " of " + std::to_string(info_.frames) + " frames" : " frames, too soon");
     }
+    if (frames == 0 && !failure_.empty()) throw Failure(failure_);
     return std::span(bytes_).first(static_cast<size_t>(frames) * format_.Format.nBlockAlign);
 }
 

@@ -2,6 +2,7 @@
 
 #include "host/formats/SampleKind.h"
 #include "host/formats/SoundFileHandle.h"
+#include "host/formats/SourceHeaders.h"
 
 #include <cstdint>
 #include <optional>
@@ -28,24 +29,30 @@ public:
     // What the file has besides audio, in words: "tags (Title, Artist)", "markers".
     std::vector<std::string> Extras() const;
 
-    // The next interleaved frames, valid until the next call; empty at the end.
+    // For a file that is cut off, what is missing and what is there, as a sentence; else empty.
+    std::string DescribeCut() const;
+
+    // The next interleaved frames, valid until the next call; empty at the end. Fails if the audio ends too soon.
     std::span<const uint8_t> Read();
 
 private:
     // Null where the library does not take it for audio.
     static SoundFileHandle Open(const std::string& path, SF_INFO& info);
     uint32_t ReadChannelMask() const;
-    bool HasChunk(const std::string& code) const;
+    std::vector<std::string> ContentsOfStream() const;
+    bool IsOfUnknownLength() const;
     sf_count_t ReadFrames();
 
     SF_INFO info_{};
     SoundFileHandle file_;
+    std::optional<SourceHeaders> headers_;  // of a file; a stream is read once
     SampleKind kind_{};
     WAVEFORMATEXTENSIBLE format_{};
     sf_count_t framesPerRead_ = 1;
     sf_count_t framesRead_ = 0;
     std::vector<int32_t> samples_;
     std::vector<uint8_t> bytes_;
+    std::string failure_;  // after the last bytes that were read
 };
 
 }  // namespace w64

@@ -98,6 +98,7 @@ std::span<const uint8_t> FrameReader::ReadBytes() try {
 
 std::string FrameReader::Complaint() const {
     const std::string errors = failure_.empty() && decoder_ ? JoinLines(decoder_->Errors()) : failure_;
+    if (errors.empty() && source_) return source_->DescribeCut();
     return errors.empty() && salvage_ ? DescribeLoss(*salvage_) : errors;
 }
 

@@ -12,7 +12,7 @@ namespace w64 {
 
 namespace {
 
-constexpr std::array<std::pair<std::string_view, const char*>, 22> kContents = {
+constexpr std::array<std::pair<std::string_view, const char*>, 24> kContents = {
     {{"fmt ", "format"},
      {"data", "audio"},
      {"fact", "number of frames"},
@@ -34,7 +34,9 @@ constexpr std::array<std::pair<std::string_view, const char*>, 22> kContents = {
      {"umid", "unique material identifier"},
      {"inst", "instrument"},
      {"smpl", "sampler settings"},
-     {"acid", "loop settings"}}};
+     {"acid", "loop settings"},
+     {"regn", "regions"},
+     {"strg", "texts of markers"}}};
 
 }  // namespace
 

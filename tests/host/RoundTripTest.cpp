@@ -69,10 +69,42 @@ TEST_F(RoundTrip, OtherSourcesKeepTheirSamples) {
     for (const auto& [format, name, kind] : cases) {
         SCOPED_TRACE(name);
         SoundFile(shop.Path() / name, format, 2).WriteInts(noise);
-        shop.Do("w64 encode -f " + name + " out.w64");
-        SoundFile encoded(shop.Path() / "out.w64");
-        EXPECT_EQ(encoded.Kind(), kind);
-        EXPECT_EQ(encoded.ReadSamples(), SoundFile(shop.Path() / name).ReadSamples());
+        EXPECT_EQ(shop.Do("w64 encode -f " + name + " out.w64").errors, "");
+        const std::vector<double> samples = SoundFile(shop.Path() / "out.w64").ReadSamples();
+        EXPECT_EQ(SoundFile(shop.Path() / "out.w64").Kind(), kind);
+        EXPECT_EQ(samples, SoundFile(shop.Path() / name).ReadSamples());
+
+        const Bytes file = shop.Read(name);
+        shop.Write(name, Resized(file, file.size() - 1496));
+        shop.ExpectRefused({{"encode -f " + name + " out.w64", 1, ""}});
+        if (format >> 16 > 3 && format >> 16 != 0x22)
+            continue;  // libsndfile opens no others, or only their start
+        const Outcome salvaged = shop.Do("w64 encode -f --salvage " + name + " out.w64");
+        EXPECT_PRED_FORMAT2(IsSubstring, "the file is cut off, 1,496 bytes are missing", salvaged.errors);
+        const std::vector<double> kept = SoundFile(shop.Path() / "out.w64").ReadSamples();
+        EXPECT_TRUE(kept.size() > 200 && std::ranges::equal(kept, std::span(samples).first(kept.size())));
+    }
+}
+
+// A program that writes to a pipe does not know the size of the audio beforehand.
+TEST_F(RoundTrip, SourcesOfUnknownLengthAreTakenToTheirEnd) {
+    for (const uint32_t size : {0xFFFF'FFFFu, 0x7FFF'F000u, 0u}) {
+        SCOPED_TRACE(size);
+        SoundFile(shop.Path() / "a.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 2)
+            .WriteInts(std::vector<int>(2000, -1));
+        shop.Do("w64 encode -f a.wav a.w64");
+        Bytes open = shop.Read("a.wav");
+        base::Store(&open[40], size);
+        shop.Write("a.wav", open);
+        if (size == 0) {
+            shop.ExpectRefused({{"encode a.wav b.w64", 1, "it has no audio, but 4,000 bytes follow"}});
+            continue;
+        }
+        for (const std::string command :
+             {"w64 encode -f a.wav b.w64", "cat a.wav | w64 encode -f /dev/stdin b.w64"}) {
+            EXPECT_EQ(shop.Do(command).errors, "");
+            EXPECT_TRUE(shop.Read("b.w64") == shop.Read("a.w64"));
+        }
     }
 }
 

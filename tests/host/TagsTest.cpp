@@ -1,4 +1,5 @@
 #include "HostWorkshop.h"
+#include "SoundFile.h"
 #include "TagBytes.h"
 #include "base/XStr.h"
 
@@ -310,6 +311,44 @@ TEST_F(Tags, AndOtherChunksAreNamedByWhatTheyAre) {
               "w64: a.w64: " + left + "w64: a.w64: " + left);
     EXPECT_EQ(shop.Do("w64 decode -qf a.w64").errors, "");
     EXPECT_EQ(shop.Run("w64 check b.w64").output.find("tags"), std::string::npos);
+}
+
+// By their own headers; libsndfile tells only of some.
+TEST_F(Tags, AndOtherChunksOfOtherFilesAreNamed) {
+    using namespace std::string_literals;
+    const auto chunk = [](const std::string& code, const std::string& data, bool bigEndian = false) {
+        std::string size = {static_cast<char>(data.size()), 0, 0, 0};
+        if (bigEndian) std::ranges::reverse(size);
+        return code + size + data + std::string(data.size() % 2, 0);
+    };
+    const std::string chunks =
+        chunk("LIST", "INFO" + chunk("INAM", "Song") + chunk("IENG", "Eva") + chunk("IKEY", "x")) +
+        chunk("LIST", "adtl") + chunk("umid", "x") + chunk("JUNK", "x") + chunk("LGWV", "x") +
+        chunk("umid", "y");
+    const std::string named =
+        "tags (Title, IENG, IKEY), texts of markers, unique material identifier, 'LGWV'";
+    // The file, where more is put into it, and what is to be named then.
+    const std::tuple<int, std::string, size_t, std::string, std::string> cases[] = {
+        {SF_FORMAT_WAV, "a.wav", 0, chunks, named},
+        {SF_FORMAT_WAV, "b.wav", 12, chunks, named},
+        {SF_FORMAT_RF64, "c.rf64", 0, chunks, named},
+        {SF_FORMAT_AIFF, "d.aiff", 0, chunk("NAME", "x", true) + chunk("AESD", "x", true),
+         "tags (Title), 'AESD'"},
+        {SF_FORMAT_CAF, "e.caf", 52, "info\0\0\0\0\0\0\0\x0B\0\0\0\1key\0Cis"s, "tags (key)"},
+        {SF_FORMAT_FLAC, "f.flac", 42,
+         "\4\0\0\x1B\1\0\0\0x\2\0\0\0\5\0\0\0ISRC=\5\0\0\0DATE=\6\0\0 "s + std::string(32, 0),
+         "tags (ISRC, Date), picture"},
+    };
+    for (const auto& [format, name, at, more, expected] : cases) {
+        SCOPED_TRACE(name);
+        SoundFile(shop.Path() / name, format | SF_FORMAT_PCM_16, 2).WriteInts(std::vector<int>(2000));
+        Bytes file = shop.Read(name);
+        file.insert(at == 0 ? file.end() : file.begin() + static_cast<std::ptrdiff_t>(at), more.begin(),
+                    more.end());
+        shop.Write(name, file);
+        EXPECT_EQ(shop.Do("w64 encode -f " + name + " out.w64").errors,
+                  "w64: " + name + ": note: not carried over: " + expected + "\n");
+    }
 }
 
 TEST_F(Options, AreListedSetAndKept) {
