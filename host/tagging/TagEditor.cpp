@@ -140,7 +140,11 @@ NTag TagEditor::ReadTags(const fs::path& path, uint32_t flags) const {
     DecoderInstance decoder(library_, context_.traceDescriptor);
     decoder.Open(path, flags);
     const std::vector<std::string> errors = decoder.Errors();
-    if (!errors.empty()) throw Failure(JoinLines(errors) + "\nw64 check tells what is wrong with the file");
+    if (!errors.empty()) {
+        throw Failure(JoinLines(errors) +
+                      "\nw64 check tells what is wrong with the file; w64 tags remove --all "
+                      "removes damaged tags too");
+    }
     return decoder.Tags();
 }
 
