@@ -1,6 +1,7 @@
 #include "host/commands/NearestName.h"
 
 #include <algorithm>
+#include <cctype>
 #include <numeric>
 #include <utility>
 
@@ -26,17 +27,30 @@ size_t Distance(std::string_view a, std::string_view b) {
     return last.back();
 }
 
-size_t Cost(std::string_view typed, std::string_view name) {
-    return name.starts_with(typed) ? 1 : Distance(typed, name);  // people abbreviate
+std::string InSmallLetters(std::string_view text) {
+    std::string small(text);
+    std::ranges::transform(small, small.begin(), [](unsigned char c) { return std::tolower(c); });
+    return small;
+}
+
+size_t Cost(const std::string& typed, const std::string& name) {
+    const std::string meant = InSmallLetters(name);
+    return meant.starts_with(typed) ? 1 : Distance(typed, meant);  // people abbreviate
 }
 
 }  // namespace
 
 std::optional<std::string> NearestName(std::string_view typed, const std::vector<std::string>& names) {
-    const auto cost = [typed](const std::string& name) { return Cost(typed, name); };
+    const auto cost = [small = InSmallLetters(typed)](const std::string& name) { return Cost(small, name); };
     const auto nearest = std::ranges::min_element(names, {}, cost);
     const size_t affordable = std::max<size_t>(typed.size() / 3, 1);
     return nearest == names.end() || cost(*nearest) > affordable ? std::nullopt : std::optional(*nearest);
+}
+
+std::string Suggestion(std::string_view typed, const std::vector<std::string>& names,
+                       const std::string& otherwise) {
+    const auto meant = NearestName(typed, names);
+    return meant ? "did you mean '" + *meant + "'?" : otherwise;
 }
 
 }  // namespace w64

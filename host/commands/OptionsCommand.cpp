@@ -1,4 +1,5 @@
 #include "host/commands/Commands.h"
+#include "host/commands/NearestName.h"
 #include "host/decoder/OwnSettings.h"
 #include "host/decoder/PluginLibrary.h"
 #include "host/decoder/ReportChannels.h"
@@ -61,8 +62,10 @@ const Option& Find(const std::vector<Option>& options, const std::string& name) 
     const auto found = std::ranges::find_if(options, [&](const Option& option) {
         return Matches(option.title, name) || Matches(option.name, name);
     });
-    if (found == options.end()) throw UsageError("there is no option '" + name + "', see w64 options");
-    return *found;
+    if (found != options.end()) return *found;
+    std::vector<std::string> titles;
+    for (const Option& option : options) titles.push_back(option.title);
+    throw UsageError("there is no option '" + name + "'; " + Suggestion(name, titles, "see w64 options"));
 }
 
 // By its text or its number.

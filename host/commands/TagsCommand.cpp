@@ -1,4 +1,5 @@
 #include "host/commands/Commands.h"
+#include "host/commands/NearestName.h"
 #include "host/commands/ReportOnFiles.h"
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/OwnSettings.h"
@@ -94,8 +95,10 @@ void AddAssignment(NTag& tags, const std::string& assignment) {
     const XStr name = ToTagText(assignment.substr(0, sign));
     const XStr value = ToTagText(assignment.substr(sign + 1));
     if (!clRIFFSUMMARYLISTChunk::HasIdentifier(name)) {
-        throw UsageError("a Wave64 file cannot store '" + ToUTF8(name) +
-                         "'; w64 tags set --help lists the names that it can");
+        std::vector<std::string> names;
+        for (const wchar_t* known : clRIFFSUMMARYLISTChunk::Names()) names.push_back(ToUTF8(known));
+        throw UsageError("a Wave64 file cannot store '" + ToUTF8(name) + "'; " +
+                         Suggestion(ToUTF8(name), names, "w64 tags set --help lists the names that it can"));
     }
     if (tags.FindElement(name.c_str())) throw UsageError("'" + ToUTF8(name) + "' is set twice");
     tags.AddTag(name.c_str(), value.c_str());

@@ -201,6 +201,37 @@ void AddCheck(CLI::App& app, CommandLine& line) {
     command->footer(std::string(kAboutCheck) + kAlso);
 }
 
+// "w64 tags set"
+std::string TitleOf(const CLI::App& command) {
+    const CLI::App* parent = command.get_parent();
+    return (parent ? TitleOf(*parent) + " " : "") + command.get_name();
+}
+
+std::string NoSuch(const char* what, const std::string& typed, const std::vector<std::string>& names,
+                   const CLI::App& command) {
+    return std::string("there is no ") + what + " '" + typed + "'; " +
+           Suggestion(typed, names, "see " + TitleOf(command) + " --help");
+}
+
+std::vector<std::string> CommandsOf(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+    return names;
+}
+
+std::string NoCommand(const std::string& name, const CLI::App& app) {
+    return NoSuch("command", name, CommandsOf(app), app);
+}
+
+// A first file that is not there may be a mistyped command; else empty.
+std::string MistypedCommand(const CLI::App& app) {
+    const CLI::Option* files = app.get_option_no_throw("FILE");
+    if (!files || files->empty()) return "";
+    const std::string& typed = files->results()[0];
+    const bool isCommand = NearestName(typed, CommandsOf(app)) && ::access(typed.c_str(), F_OK) != 0;
+    return isCommand ? NoCommand(typed, app) : "";
+}
+
 void AddTagEdit(CLI::App* command, TagEditOptions& options, const char* tags, const char* help) {
     command->add_option("FILE", options.file, "A Wave64 file")->required()->type_name("");
     command->add_option(tags, options.tags, help)->type_name("");
@@ -219,6 +250,9 @@ void AddTags(CLI::App& app, CommandLine& line) {
         if (!command->get_subcommands().empty()) return;
         if (line.tags.inputs.empty()) throw CLI::RequiredError("FILE");
         Choose(line, TagsCommand, line.tags);
+        if (const std::string mistyped = MistypedCommand(*command); !mistyped.empty()) {
+            line.run = [mistyped](Console&) -> bool { throw UsageError(mistyped); };
+        }
     });
     command->footer(std::string(kAboutTags) + kAlso);
 
@@ -297,25 +331,6 @@ void AddPlot(CLI::App& app, CommandLine& line) {
     command->footer(std::string(kAboutPlot) + kAlso);
 }
 
-// "w64 tags set"
-std::string TitleOf(const CLI::App& command) {
-    const CLI::App* parent = command.get_parent();
-    return (parent ? TitleOf(*parent) + " " : "") + command.get_name();
-}
-
-std::string NoSuch(const char* what, const std::string& typed, const std::vector<std::string>& names,
-                   const CLI::App& command) {
-    const auto meant = NearestName(typed, names);
-    return std::string("there is no ") + what + " '" + typed + "'; " +
-           (meant ? "did you mean '" + *meant + "'?" : "see " + TitleOf(command) + " --help");
-}
-
-std::string NoCommand(const std::string& name, const CLI::App& app) {
-    std::vector<std::string> names;
-    for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
-    return NoSuch("command", name, names, app);
-}
-
 // Options of the whole program may follow a command.
 std::string NoOption(const std::string& argument, const CLI::App& command) {
     std::vector<std::string> names;
@@ -331,6 +346,7 @@ std::string NoOption(const std::string& argument, const CLI::App& command) {
 std::string Explanation(const CLI::App& app, const CLI::Error& error) {
     const CLI::App* command = &app;
     while (!command->get_subcommands().empty()) command = command->get_subcommands()[0];
+    if (const std::string mistyped = MistypedCommand(*command); !mistyped.empty()) return mistyped;
     const auto code = static_cast<CLI::ExitCodes>(error.get_exit_code());
     const auto unknown = app.remaining(true);
     if (!unknown.empty() && (code == CLI::ExitCodes::ExtrasError || code == CLI::ExitCodes::RequiredError)) {

@@ -13,7 +13,7 @@ InputFile::InputFile(const std::string& name) {
     std::error_code error;
     const fs::file_status status = fs::status(name, error);
     if (fs::is_directory(status)) reason = std::errc::is_a_directory;
-    if (fs::is_other(status)) throw Failure("is a pipe or a device, not a file");
+    if (fs::is_other(status)) throw Failure(kNoFile);
     if (reason == std::errc::operation_would_block) throw Failure("is in use by another program");
     throw Failure(std::make_error_code(reason).message());
 }

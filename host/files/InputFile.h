@@ -10,6 +10,8 @@ namespace w64 {
 // Errors: Failure that says why it cannot be opened, in the system's words where it has any.
 class InputFile : public XFile {
 public:
+    static constexpr const char* kNoFile = "is a pipe or a device, not a file";
+
     explicit InputFile(const std::string& name);
 };
 

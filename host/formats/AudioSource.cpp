@@ -61,12 +61,16 @@ constexpr std::array<std::pair<int, const char*>, 10> kStrings = {{{SF_STR_TITLE
 // libsndfile reports some non-audio files as missing.
 std::string OpenError(const std::string& path) {
     const std::string reason = sf_strerror(nullptr);
-    if (::access(path.c_str(), R_OK) != 0) return std::generic_category().message(errno);
     std::error_code error;
-    if (std::filesystem::is_directory(path, error)) {
+    const std::filesystem::file_status status = std::filesystem::status(path, error);
+    if (std::filesystem::is_block_file(status) || std::filesystem::is_character_file(status)) {
+        return InputFile::kNoFile;
+    }
+    if (::access(path.c_str(), R_OK) != 0) return std::generic_category().message(errno);
+    if (std::filesystem::is_directory(status)) {
         return std::make_error_code(std::errc::is_a_directory).message();
     }
-    const bool isThere = std::filesystem::is_regular_file(path, error);
+    const bool isThere = std::filesystem::is_regular_file(status);
     return isThere && reason.starts_with("File does not exist") ? "is not an audio file" : reason;
 }
 

@@ -220,6 +220,9 @@ TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
     };
     Bytes cut = List({{"IART", Text(u"Abba")}});
     cut.resize(cut.size() - 4);
+    shop.Write("a.w64", withLists(cut));
+    shop.ExpectRefused(
+        {{"tags remove -f a.w64 title", 1, "; w64 tags remove --all removes damaged tags too\n"}});
     for (const std::string how : {"", " --in-place"}) {
         for (const auto& [list, edit] : {std::pair(Bytes(), "title"), std::pair(cut, "--all"),
                                          std::pair(List({{"IXYZ", Text(u"?")}}), "-f title")}) {
@@ -382,12 +385,12 @@ TEST_F(Options, AreListedSetAndKept) {
         full.output.starts_with("w64: cannot write the settings to " + file + ", which is unchanged: "));
     EXPECT_TRUE(full.output.ends_with("\nexit 1\n"));
     EXPECT_EQ(ReadText(shop.Settings()), settings);
-    shop.ExpectRefused({{"options Nope", 2, ", see w64 options\n"},
+    shop.ExpectRefused({{"options Nope", 2, "; see w64 options\n"},
                         {"options 'LIST Text=3'", 2, "w64: 'LIST Text' is one of\n"},
                         {"options --unset", 2, "either the name of an option or --all"},
                         {"options --unset --all 'LIST Text'", 2, "either the name"},
                         {"options --all", 2, "--all is for --unset"},
-                        {"options --unset 'LIST Text=1'", 2, ", see w64 options\n"},
+                        {"options --unset 'list txt=1'", 2, "did you mean 'LIST Text'?\n"},
                         {"options 'LIST Text='", 2, "w64: 'LIST Text' is one of\n"}});
     fs::resize_file(shop.Settings(), 100);  // malformed
     shop.Write("a.w64", kUntagged);
