@@ -3,6 +3,7 @@
 #include "host/files/InputFile.h"
 #include "host/layout/ChunkBar.h"
 #include "host/layout/ChunkWalk.h"
+#include "host/layout/DecoderNotes.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/FormatText.h"
 #include "host/terminal/Terminal.h"
@@ -150,7 +151,10 @@ bool ChunksCommand(const ChunksOptions& options, CommandContext context) {
         } else {
             Print(list, std::exchange(isFirst, false));
         }
-        if (list.isDamaged) throw Failure("the layout is damaged; w64 check tells how");
+        if (list.isDamaged) {
+            const std::string damage = DescribeDamage(list.name);
+            throw Failure(damage.empty() ? "the layout is damaged; w64 check tells how" : damage);
+        }
     });
 }
 

@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* kSalvageHint = "the file is cut off or damaged; --salvage keeps what it still holds";
+constexpr const char* kSalvageHint = "--salvage keeps what it still holds";
 constexpr const char* kSubDecoderHint =
     "MPEG audio is decoded by mp3.dll in the folder of w64; both come from the same build or package";
 
@@ -172,7 +172,9 @@ private:
             }
             const bool isDamaged = opened || HidesAudio(source) || Wave64File(source).MissingBytes() > 0;
             if (options_.salvage || !isDamaged) throw;
-            throw Failure(std::string(failure.what()) + "\n" + kSalvageHint);
+            const std::string damage = DescribeDamage(source);
+            throw Failure(std::string(failure.what()) + "\n" +
+                          (damage.empty() ? "the file is damaged" : damage) + "; " + kSalvageHint);
         }
         if (salvage) Note(Describe(*salvage, !IsMPEG(stored)));
         const std::vector<std::string> extras = Wave64File(job_.input).Extras();

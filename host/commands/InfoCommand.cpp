@@ -27,7 +27,11 @@ struct Answer {
 
 Answer AskDecoder(const PluginLibrary& library, const std::string& name, CommandContext context) {
     DecoderInstance decoder(library, context.traceDescriptor);
-    decoder.Open(name, kvOpenAudioInfo | kvOpenProperties);
+    try {
+        decoder.Open(name, kvOpenAudioInfo | kvOpenProperties);
+    } catch (const DecoderFailure& failure) {
+        throw Failure(WithDamage(failure.what(), name));
+    }
     PassOnNotes(decoder, name, context.console);
     return {decoder.Info(), decoder.Properties(), decoder.Errors()};
 }
@@ -139,7 +143,7 @@ bool InfoCommand(const InfoOptions& options, CommandContext context) {
         } else {
             Print(subject);
         }
-        if (!answer.errors.empty()) throw Failure(JoinLines(answer.errors));
+        if (!answer.errors.empty()) throw Failure(WithDamage(JoinLines(answer.errors), name));
         if (const std::string cut = file.DescribeCut(); !cut.empty()) throw Failure(cut);
     });
 }

@@ -134,7 +134,8 @@ bool TagsCommand(const TagsOptions& options, CommandContext context) {
             Print(name, decoder.Tags(), options.chunks);
         }
         PassOnNotes(decoder, name, context.console);
-        if (const auto errors = decoder.Errors(); !errors.empty()) throw Failure(JoinLines(errors));
+        const auto errors = decoder.Errors();
+        if (!errors.empty()) throw Failure(WithDamage(JoinLines(errors), name));
         if (const std::string cut = Wave64File(name).DescribeCut(); !cut.empty()) throw Failure(cut);
     });
 }

@@ -36,7 +36,7 @@ std::unique_ptr<XJSON::Object> SafeSettings() {
 void RequireReadableSettings() {
     if (XRegistry::IsFileReadable()) return;
     throw Failure("the settings in '" + ToUTF8(XRegistry::RegFileLocation()) +
-                  "' cannot be read; nothing was changed");
+                  "' cannot be read; mend or delete that file");
 }
 
 OwnSettings::OwnSettings() : file_(Platform::MemoryFile()), root_(SafeSettings()) {

@@ -3,6 +3,7 @@
 #include "audio/samples/XAudioRdWr.h"
 #include "base/LittleEndian.h"
 #include "host/files/InputFile.h"
+#include "host/layout/DecoderNotes.h"
 #include "host/layout/Wave64File.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/FormatText.h"
@@ -36,7 +37,8 @@ std::string DescribeLoss(const Salvage& salvage) {
 
 }  // namespace
 
-FrameReader::FrameReader(const std::string& path, const fs::path& copyFolder, const CommandContext& context) {
+FrameReader::FrameReader(const std::string& path, const fs::path& copyFolder, const CommandContext& context)
+    : path_(path) {
     if (BeginsLikeWave64(path)) {
         OpenWave64(path, copyFolder, context);
     } else {
@@ -56,7 +58,11 @@ void FrameReader::OpenWave64(const std::string& path, const fs::path& copyFolder
     decoder_.emplace(*library_, context.traceDescriptor);
     const bool isToStop = salvage_ && salvage_->isToStop;
     decoder_->SetDecodeRange(0, isToStop ? salvage_->frames : DecoderInstance::kPastTheEnd);
-    decoder_->Open(salvage_ ? salvage_->source : fs::path(path), kvOpenDecode | kvOpenAudioInfo);
+    try {
+        decoder_->Open(salvage_ ? salvage_->source : fs::path(path), kvOpenDecode | kvOpenAudioInfo);
+    } catch (const DecoderFailure& failure) {
+        throw Failure(WithDamage(failure.what(), path));
+    }
     format_ = decoder_->Format();
 }
 
@@ -98,8 +104,9 @@ std::span<const uint8_t> FrameReader::ReadBytes() try {
 
 std::string FrameReader::Complaint() const {
     const std::string errors = failure_.empty() && decoder_ ? JoinLines(decoder_->Errors()) : failure_;
-    if (errors.empty() && source_) return source_->DescribeCut();
-    return errors.empty() && salvage_ ? DescribeLoss(*salvage_) : errors;
+    if (source_) return errors.empty() ? source_->DescribeCut() : errors;
+    if (!errors.empty()) return WithDamage(errors, path_);
+    return salvage_ ? DescribeLoss(*salvage_) : "";
 }
 
 }  // namespace w64

@@ -41,6 +41,7 @@ private:
     std::span<const uint8_t> ReadBytes();
     void MakeNumbers();
 
+    std::string path_;
     std::optional<Salvage> salvage_;  // of a damaged file
     std::optional<PluginLibrary> library_;
     std::optional<DecoderInstance> decoder_;  // either this

@@ -20,8 +20,9 @@ constexpr int64_t kSizeFieldOffset = 16;  // in the outer header and in chunk he
 // The audio chunk in the file, regardless of the outer header.
 struct AudioExtent {
     WalkedChunk chunk;
-    int64_t present;  // bytes from its data to the end of the file
-    bool fits;        // other chunks follow its data, up to where the file ends
+    int64_t present;                  // bytes from its data to the end of the file
+    bool fits;                        // other chunks follow its data, up to where the file ends
+    std::optional<XAudioWFX> format;  // where it lies before the audio
 
     uint64_t Announced() const { return chunk.fit == ChunkFit::TooSmall ? 0 : chunk.ClaimedBytes(); }
     // A crashed recorder leaves the initial size, zero, or an outdated one.
@@ -52,11 +53,16 @@ std::optional<AudioExtent> FindAudio(const fs::path& path) try {
     const int64_t fileBytes = file.Size();
     const uint64_t outerSize = ReadOuterSize(file);
     ChunkWalk walk(file, 0);  // the outer size of a crashed recorder may end anywhere
+    std::optional<XAudioWFX> format;
     auto chunk = walk.Next();
-    while (chunk && KindOfChunk(chunk->identifier) != ChunkKind::Audio) chunk = walk.Next();
+    for (; chunk && KindOfChunk(chunk->identifier) != ChunkKind::Audio; chunk = walk.Next()) {
+        if (format || KindOfChunk(chunk->identifier) != ChunkKind::Format) continue;
+        auto record = ReadFormatRecord(file, chunk->DataPosition(), chunk->dataBytes);
+        if (record) format.emplace(record->data(), static_cast<unsigned>(record->size()));
+    }
     if (!chunk) return std::nullopt;
     const bool fits = !chunk->HasKnownEnd() || ChunksReach(walk, OuterEnd(outerSize, *chunk, fileBytes));
-    return AudioExtent{*chunk, fileBytes - chunk->DataPosition(), fits};
+    return AudioExtent{*chunk, fileBytes - chunk->DataPosition(), fits, format};
 } catch (const Failure&) {
     return std::nullopt;
 }
@@ -117,6 +123,12 @@ std::optional<Salvage> PlanSalvage(const fs::path& path, const fs::path& copyFol
     salvage.lostBytes = std::max(announced, usable) - kept;
     salvage.milliseconds = format->CalcmsTime(kept);
     return salvage;
+}
+
+std::optional<int64_t> MillisecondsOfAudio(const fs::path& path) {
+    const auto audio = FindAudio(path);
+    if (!audio || !audio->format) return std::nullopt;
+    return XAudioWFX(*audio->format).CalcmsTime(audio->Usable());
 }
 
 bool HidesAudio(const fs::path& path) {

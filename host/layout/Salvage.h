@@ -27,6 +27,9 @@ struct Salvage {
 std::optional<Salvage> PlanSalvage(const std::filesystem::path& path,
                                    const std::filesystem::path& copyFolder);
 
+// The length of the audio in the file, whatever its sizes say; nothing if there is none or its format is unknown.
+std::optional<int64_t> MillisecondsOfAudio(const std::filesystem::path& path);
+
 // Whether the file's own sizes hide audio that is there.
 bool HidesAudio(const std::filesystem::path& path);
 

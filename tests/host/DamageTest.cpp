@@ -44,7 +44,8 @@ TEST_F(Damage, IsAnErrorUnlessSalvageKeepsEveryWholeFrame) {
         SCOPED_TRACE(name);
         shop.Write("a.w64", file);
         shop.Do("rm -f *.raw");
-        shop.ExpectRefused({{"decode a.w64 --start 1f", 1, "cut off or damaged; --salvage keeps"}});
+        shop.ExpectRefused({{"decode a.w64 --start 1f", 1, " of audio is there; --salvage keeps"},
+                            {"info a.w64", 1, " of audio is there\n"}});
         const size_t start = std::min<size_t>(framesThere / 2, 100);
         const Outcome salvaged = shop.Do("w64 decode a.w64 --salvage -o a.raw && "
                                          "w64 decode a.w64 --salvage -q --start " +
@@ -55,8 +56,14 @@ TEST_F(Damage, IsAnErrorUnlessSalvageKeepsEveryWholeFrame) {
         EXPECT_TRUE(shop.Contents() == (Folder{{"a.raw", kept}, {"a.w64", file}, {"b.raw", part}}));
     }
     shop.Write("a.w64", Resized(good, kDataAt + 1000));
-    shop.ExpectRefused({{"info a.w64", 1, "cut off, 59,000 bytes are missing"},
-                        {"info a.w64", 1, "in fact the file is cut off: it is 59,000 bytes shorter than"}});
+    shop.ExpectRefused(
+        {{"info a.w64", 1, "cut off, 59,000 bytes are missing; 0:00:00.003 of audio is there\n"},
+         {"decode a.w64", 1, "cut off, 59,000 bytes are missing; 0:00:00.003 of audio is there; --sal"},
+         {"info a.w64", 1, "in fact the file is cut off: it is 59,000 bytes shorter than"}});
+    shop.Write("a.w64", File(uint64_t{1} << 63, uint64_t{1} << 63));
+    const Outcome plotted = shop.Run("w64 plot a.w64");
+    EXPECT_PRED_FORMAT2(IsSubstring, "size in its header cannot be right; 0:00:00.208 of audio",
+                        plotted.errors);
 }
 
 // Reports and settings are kept in memory.

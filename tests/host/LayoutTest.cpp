@@ -198,7 +198,8 @@ TEST_F(Layout, CommandsPrintWhatIsThere) {
 
     shop.Do("mkfifo pipe");
     shop.Write("bad\xFF.w64", {});
-    shop.ExpectRefused({{"chunks b.w64", 1, "w64: b.w64: the layout is damaged; w64 check tells how\n"}});
+    shop.ExpectRefused(
+        {{"chunks b.w64", 1, "w64: b.w64: the file is cut off, 5,112 bytes are missing; 0:00:00.003"}});
     for (const std::string command : {"check ", "chunks "}) {
         shop.ExpectRefused({{command + "pipe", 1, "is a pipe or a device, not a file"},
                             {command + "bad\xFF.w64", 1, "the file name is not UTF-8"}});

@@ -395,7 +395,8 @@ TEST_F(Options, AreListedSetAndKept) {
     fs::resize_file(shop.Settings(), 100);  // malformed
     shop.Write("a.w64", kUntagged);
     for (const std::string command : {"options 'LIST Text=1'", "tags set a.w64 Title=x"})
-        shop.ExpectRefused({{command, 1, "settings in " + file + " cannot be read; nothing was changed\n"}});
+        shop.ExpectRefused(
+            {{command, 1, "settings in " + file + " cannot be read; mend or delete that file\n"}});
 }
 
 }  // namespace w64
