@@ -18,6 +18,7 @@ constexpr std::chrono::seconds kClockStep{2};
 struct Settings {
     Tree root = std::make_unique<XJSON::Object>();
     bool usable = false;  // the whole text was parsed
+    bool tree = false;    // and is an object, or empty
     bool lossy = false;   // but the tree does not represent all of it
 };
 
@@ -57,6 +58,7 @@ Settings Understand(const std::string& text) {
         XJSON::SkipSpacing(characters, position);
         const bool isAll = static_cast<size_t>(position) > characters.size();
         settings.usable = !isCutOff && isAll && ToUTF8(characters) == text;
+        settings.tree = settings.usable && (!value || value->TypeOf() == XJSON::Type::Object);
         settings.root = AsTree(std::move(value));
     } catch (const XJSON::Error&) {
         return settings;
@@ -89,6 +91,8 @@ sharedRegReadScope::sharedRegReadScope() : lock_(Shared().mutex) { Refresh(Share
 const XJSON::Object& sharedRegReadScope::Root() const { return *Shared().settings.root; }
 
 bool sharedRegReadScope::IsUsable() const { return Shared().settings.usable; }
+
+bool sharedRegReadScope::IsTree() const { return Shared().settings.tree; }
 
 regWriteScope::regWriteScope(bool makesFile) {
     const auto access = makesFile ? XFile::Access::ReadWriteOrCreate : XFile::Access::ReadWrite;

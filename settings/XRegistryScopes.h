@@ -20,6 +20,9 @@ public:
     // False if the file exists but cannot be opened, or not parsed to its end.
     bool IsUsable() const;
 
+    // Also false if the text is something else than settings, and reads as if there were none.
+    bool IsTree() const;
+
 private:
     std::lock_guard<std::mutex> lock_;
 };

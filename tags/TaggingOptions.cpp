@@ -37,7 +37,7 @@ TaggingOptions TaggingOptions::Read() {
         return static_cast<uint32_t>(XRegistryTree::ToInteger(value, nullptr));
     };
     TaggingOptions options;
-    options.usable = settings.IsUsable();
+    options.usable = settings.IsTree();
     options.createsLists = setting(L"Wave64TagDefault") <= 1;
     options.listBeforeAudio = setting(L"Wave64LISTPos") != 0;
     options.albumOption = static_cast<int>(setting(L"Wave64LISTAlbum"));

@@ -17,7 +17,7 @@ struct TaggingOptions {
     // The current settings, all from one read of the file.
     static TaggingOptions Read();
 
-    // False if the settings exist but cannot be fully read. The user's choices are then unknown, and no file may
+    // False if the settings exist but cannot be fully read, or are none. The user's choices are then unknown, and no file may
     // be edited.
     bool usable = true;
 

@@ -105,9 +105,8 @@ void AddAssignment(NTag& tags, const std::string& assignment) {
 }
 
 bool Edit(const TagEditOptions& options, const TagChange& change, CommandContext context) {
-    RequireReadableSettings();  // an edit must follow the user's options
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
-    OwnSettings settings;
+    OwnSettings settings(OwnSettings::Purpose::Editing);
     TagEditor editor(library, settings, context);
     return ForEachFile({&options.file, 1}, 1, context.console, [&](size_t) {
         RequireReadable(options.file);

@@ -20,11 +20,17 @@ std::vector<XStr> TaggingKey() {
     return XRegistry::ImportKeyPath(XRegistry::CurrentUser, TaggingOptions::KeyPath);
 }
 
-// The user's tagging options, with safe editing on.
-std::unique_ptr<XJSON::Object> SafeSettings() {
+Failure Unreadable() {
+    return Failure("the settings in '" + ToUTF8(XRegistry::RegFileLocation()) +
+                   "' cannot be read; mend or delete that file");
+}
+
+// The user's tagging options, all from one read, with safe editing on.
+std::unique_ptr<XJSON::Object> SafeSettings(OwnSettings::Purpose purpose) {
     auto root = std::make_unique<XJSON::Object>();
     XJSON::Object& key = XRegistryTree::CreateKey(*root, TaggingKey());
     const sharedRegReadScope settings;
+    if (purpose == OwnSettings::Purpose::Editing && !settings.IsTree()) throw Unreadable();
     const XJSON::Object* user = XRegistryTree::FindKey(settings.Root(), TaggingKey());
     for (int i = 0; user && i < user->Count(); ++i) key.AddAny(user->NameAt(i), user->ItemAt(i).Clone());
     XRegistryTree::SetValue(key, TaggingOptions::SafeEditName, std::make_unique<XJSON::Number>(1));
@@ -34,12 +40,10 @@ std::unique_ptr<XJSON::Object> SafeSettings() {
 }  // namespace
 
 void RequireReadableSettings() {
-    if (XRegistry::IsFileReadable()) return;
-    throw Failure("the settings in '" + ToUTF8(XRegistry::RegFileLocation()) +
-                  "' cannot be read; mend or delete that file");
+    if (!XRegistry::IsFileReadable()) throw Unreadable();
 }
 
-OwnSettings::OwnSettings() : file_(Platform::MemoryFile()), root_(SafeSettings()) {
+OwnSettings::OwnSettings(Purpose purpose) : file_(Platform::MemoryFile()), root_(SafeSettings(purpose)) {
     if (file_.Number() < 0) throw SystemFailure(kCannotOffer);
     bool missing = false;
     const auto* text = XRegistryTree::FindValue(*root_, TaggingKey(), TaggingOptions::LISTTextName);

@@ -17,7 +17,11 @@ void RequireReadableSettings();
 // One object per program, made before the decoder is used.
 class OwnSettings {
 public:
-    OwnSettings();
+    enum class Purpose {
+        Reading,  // settings that cannot be read count as unset
+        Editing,  // an edit must follow the user's options; errors: Failure
+    };
+    explicit OwnSettings(Purpose purpose = Purpose::Reading);
 
     // While one lives, the decoder writes new lists in the form that the user has chosen, else in 16-bit
     // characters. Outside an edit it reads lists of every form.

@@ -37,11 +37,10 @@ NTag TagChange::Expected(const NTag& before) const {
     return expected;
 }
 
-std::vector<std::string> UnwritableEntries(XFile& file) {
+std::vector<std::string> UnwritableEntries(XFile& file, int albumOption) {
     clWave64Handler chunks;
     std::vector<std::string> entries;
     std::map<XStr, XStr> seen;  // values by folded name, over all lists
-    const int albumOption = TaggingOptions::Read().albumOption;
     if (!chunks.Initialize(file.Handle(), {})) return entries;
     for (int i = 0; i < chunks.Count(); ++i) {
         XMem data;

@@ -20,7 +20,7 @@ struct TagChange {
 };
 
 // Descriptions of the entries that any edit of the list loses because they cannot be rewritten.
-std::vector<std::string> UnwritableEntries(XFile& file);
+std::vector<std::string> UnwritableEntries(XFile& file, int albumOption);
 
 // Descriptions of how the text tags of `found` differ from `expected`.
 std::vector<std::string> DifferencesOfTags(const NTag& expected, const NTag& found);

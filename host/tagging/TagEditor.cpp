@@ -67,7 +67,7 @@ void RefuseDifferences(const NTag& expected, const NTag& found, const TaggingOpt
 
 void RefuseLosses(const fs::path& path, const TaggingOptions& options) {
     InputFile file(path);
-    const std::vector<std::string> lost = UnwritableEntries(file);
+    const std::vector<std::string> lost = UnwritableEntries(file, options.albumOption);
     if (lost.empty()) return;
     // Without this option it is an album.
     const bool hasProduct = options.albumOption != 0 && std::ranges::find(lost, "'Product'") != lost.end();

@@ -397,6 +397,8 @@ TEST_F(Options, AreListedSetAndKept) {
     for (const std::string command : {"options 'LIST Text=1'", "tags set a.w64 Title=x"})
         shop.ExpectRefused(
             {{command, 1, "settings in " + file + " cannot be read; mend or delete that file\n"}});
+    shop.Do("echo '[1]' >" + file);  // no settings
+    shop.ExpectRefused({{"tags set a.w64 Title=x", 1, "cannot be read; mend or delete that file\n"}});
 }
 
 }  // namespace w64

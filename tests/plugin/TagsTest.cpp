@@ -230,6 +230,8 @@ TEST_F(TagsOfFile, StayWhereTheSettingsCannotBeRead) {
     text.insert(text.find_last_of('1') + 1, ",");
     folder.Write("settings", {text.begin(), text.end()});
     expectRefusals();
+    folder.Write("settings", {'[', '1', ']'});  // no settings
+    expectRefusals();
     std::filesystem::remove(settings);
     std::filesystem::create_directory(settings);  // cannot be opened
     expectRefusals();
