@@ -16,7 +16,7 @@ static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may only 
 std::atomic<time_t> receivedAt = 0;
 std::atomic<int> holds = 0;
 
-constexpr int kRequests[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int kRequests[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 constexpr int kFaults[] = {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP};
 
 time_t Seconds() {

@@ -110,12 +110,10 @@ TEST_F(Damage, WhatOnlyLooksOddIsDecoded) {
 TEST_F(Damage, OneReadThatFailsFailsTheEncoding) {
     shop.Write("a.w64", File({}, {}));
     shop.Do("w64 decode a.w64");
-    const std::string preload =
-        "ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD=" FAILING_READ " FAILING_READ=";
     int failures = 0;
     for (int read = 6; read < 30; read += 2) {  // two looks at the header, then the audio
         SCOPED_TRACE(read);
-        const Outcome outcome = shop.Run(preload + std::to_string(read) + " w64 encode -f a.wav b.w64");
+        const Outcome outcome = shop.Run(WithFailingRead(read) + "w64 encode -f a.wav b.w64");
         EXPECT_EQ(shop.Files().count("b.w64"), outcome.status == 0 ? 1u : 0u) << outcome.errors;
         if (outcome.status == 0) {
             EXPECT_TRUE(shop.Read("b.w64") == shop.Read("a.w64"));

@@ -17,6 +17,12 @@ inline Bytes Resized(Bytes bytes, size_t size) {
     return bytes;
 }
 
+// Before a command: its read of that number from a WAV file, or one with such a name, fails.
+inline std::string WithFailingRead(int number) {
+    return "ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD=" FAILING_READ " FAILING_READ=" +
+           std::to_string(number) + " ";
+}
+
 // A workshop whose commands find settings of their own, never those of whoever runs the test.
 class HostWorkshop : public Workshop {
 public:

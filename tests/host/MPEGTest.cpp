@@ -126,6 +126,13 @@ TEST_F(MPEG, AStreamCutInAFrameKeepsItsWholeFrames) {
     EXPECT_TRUE(shop.Read("c.raw") == DecodedAtOnce(stream));
     EXPECT_PRED_FORMAT2(IsSubstring, ", lost 0 bytes", shop.Do("w64 decode --salvage c.w64 -o d.raw").errors);
     EXPECT_TRUE(shop.Read("d.raw") == DecodedAtOnce(stream));
+
+    // Cut off within a block: all packets that are there.
+    shop.Write("e.w64", Resized(blocks, blocks.size() - 3000));
+    shop.ExpectRefused({{"decode e.w64 -o e.raw", 1, "--salvage keeps what it still holds"}});
+    shop.Do("w64 decode --salvage e.w64 -o e.raw");
+    const size_t audioAt = (blocks.size() - stream.size()) / 8 * 8;
+    EXPECT_TRUE(shop.Read("e.raw") == DecodedAtOnce(Slice(blocks, audioAt, blocks.size() - 3000)));
 }
 
 TEST_F(MPEG, WhatIsNoSingleStreamIsRefused) {

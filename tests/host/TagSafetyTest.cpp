@@ -124,9 +124,9 @@ TEST_F(SignalledEdit, InterruptedLeavesNothingBehind) {
 
 TEST_F(SignalledEdit, InPlaceIsNotCutShort) {
     for (Step& step : steps) step.edit += " --in-place";
-    const int signals[] = {SIGINT, SIGTERM, SIGHUP, SIGUSR1, SIGALRM};
+    const std::array signals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGUSR1, SIGUSR2, SIGALRM};
     int interrupted = 0;
-    for (size_t i = 0; i < 40 && !HasFailure(); ++i) interrupted += Signal(signals[i % 5]) != 0;
+    for (size_t i = 0; i < 40 && !HasFailure(); ++i) interrupted += Signal(signals[i % signals.size()]) != 0;
     EXPECT_GT(interrupted, 10);
 }
 
@@ -138,11 +138,13 @@ TEST(Interrupt, NoSignalEndsTheProgramWhileItIsHeld) {
             std::raise(SIGINT);
             std::this_thread::sleep_for(std::chrono::milliseconds(2100));  // nobody takes it for the same one
             for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGUSR1, SIGUSR1}) std::raise(signal);
+            static_cast<void>(!::write(STDERR_FILENO, "quit:\n", 6));
+            std::raise(SIGQUIT);
             static_cast<void>(!::write(STDERR_FILENO, "done\n", 5));
         }
         std::_Exit(0);
     };
-    EXPECT_EXIT(hold(), testing::KilledBySignal(SIGUSR1), "edited in place.*(\n.*)*done");
+    EXPECT_EXIT(hold(), testing::KilledBySignal(SIGUSR1), "quit:\nw64: .* edited in place.*\ndone");
 }
 
 TEST_F(TagSafety, WhatOthersWriteMeanwhileIsKept) {
@@ -172,6 +174,23 @@ TEST_F(TagSafety, WhatOthersWriteMeanwhileIsKept) {
     }
     shop.Write("a.w64", Recording(Pattern(600)).File());
     Replacement(file, console).Commit();
+}
+
+TEST_F(TagSafety, OneReadThatFailsLosesNothing) {
+    const std::string edit = "w64 tags set a.wav --in-place Artist=Abba";
+    const Bytes file = Recording(Pattern(600)).SummaryList(List({{"INAM", Text(u"Song")}})).File();
+    shop.Write("a.wav", file);
+    shop.Do(edit);
+    const Bytes edited = shop.Read("a.wav");
+    int failures = 0;
+    for (int read = 0; read < 60; ++read) {
+        SCOPED_TRACE(read);
+        shop.Write("a.wav", file);
+        const int status = shop.Run(WithFailingRead(read) + edit).status;
+        EXPECT_TRUE(shop.Read("a.wav") == edited || (status == 1 && shop.Read("a.wav") == file));
+        failures += status;
+    }
+    EXPECT_GT(failures, 10);
 }
 
 TEST_F(TagSafety, AnEditThatFailsEndsWithItsSettings) {
