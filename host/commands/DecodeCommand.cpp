@@ -25,7 +25,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* kSalvageHint = "--salvage keeps what it still holds";
 constexpr const char* kSubDecoderHint =
     "MPEG audio is decoded by mp3.dll in the folder of w64; both come from the same build or package";
 
@@ -174,7 +173,8 @@ private:
             if (options_.salvage || !isDamaged) throw;
             const std::string damage = DescribeDamage(source);
             throw Failure(std::string(failure.what()) + "\n" +
-                          (damage.empty() ? "the file is damaged" : damage) + "; " + kSalvageHint);
+                          (damage.empty() ? "the file is damaged" : damage) +
+                          "; --salvage keeps what it still holds");
         }
         if (salvage) Note(Describe(*salvage, !IsMPEG(stored)));
         const std::vector<std::string> extras = Wave64File(job_.input).Extras();

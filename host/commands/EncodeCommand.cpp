@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* kSalvageHint = "\n--salvage keeps what is there";
+constexpr const char* kSalvageHint = "; --salvage keeps what it still holds";
 
 // libsndfile reads only the audio of a Wave64 file.
 void NoteExtras(const std::string& input, const AudioSource& source, CommandContext context) {

@@ -214,7 +214,7 @@ uint64_t SourceHeaders::NumberAt(int64_t position, size_t bytes, bool bigEndian)
     std::string digits = TextAt(position, bytes);
     if (!bigEndian) std::ranges::reverse(digits);
     uint64_t number = 0;
-    for (const unsigned char digit : digits) number = number << 8 | digit;
+    for (const char digit : digits) number = number << 8 | static_cast<unsigned char>(digit);
     return number;
 }
 
