@@ -32,7 +32,7 @@ void NoteExtras(const std::string& input, const AudioSource& source, CommandCont
 
 // What is there can be kept; of a Wave64 file only the decoder finds it.
 std::string DescribeCut(const std::string& input, const AudioSource& source) {
-    const std::string cut = source.DescribeCut();
+    std::string cut = source.DescribeCut();
     std::error_code error;
     if (!cut.empty() || !fs::is_regular_file(input, error)) return cut;
     if (Wave64File(input).MissingBytes() == 0 && !HidesAudio(input)) return "";

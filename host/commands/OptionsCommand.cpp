@@ -64,6 +64,7 @@ const Option& Find(const std::vector<Option>& options, const std::string& name) 
     });
     if (found != options.end()) return *found;
     std::vector<std::string> titles;
+    titles.reserve(options.size());
     for (const Option& option : options) titles.push_back(option.title);
     throw UsageError("there is no option '" + name + "'; " + Suggestion(name, titles, "see w64 options"));
 }

@@ -346,7 +346,7 @@ std::string NoOption(const std::string& argument, const CLI::App& command) {
 std::string Explanation(const CLI::App& app, const CLI::Error& error) {
     const CLI::App* command = &app;
     while (!command->get_subcommands().empty()) command = command->get_subcommands()[0];
-    if (const std::string mistyped = MistypedCommand(*command); !mistyped.empty()) return mistyped;
+    if (std::string mistyped = MistypedCommand(*command); !mistyped.empty()) return mistyped;
     const auto code = static_cast<CLI::ExitCodes>(error.get_exit_code());
     const auto unknown = app.remaining(true);
     if (!unknown.empty() && (code == CLI::ExitCodes::ExtrasError || code == CLI::ExitCodes::RequiredError)) {

@@ -91,9 +91,9 @@ bool BeginsLikeContainer(const std::string& path) {
 AudioSource::AudioSource(const std::string& path) : file_(Open(path, info_)) {
     if (!file_) throw Failure(OpenError(path));
     if (std::error_code error; std::filesystem::is_regular_file(path, error)) headers_.emplace(path);
-    if (const int64_t bytes = headers_ ? headers_->BytesInNoChunk() : 0; bytes > 0) {
+    if (const int64_t bytes = headers_ ? headers_->BytesInNoChunk() : 0; bytes > 0 && info_.frames == 0) {
         throw Failure("the recording was never finished: by its header it has no audio, but " +
-                      Counted(bytes, "byte") + " follow; sox --ignore-length can read them");
+                      Counted(bytes, "byte") + " follow; sox --ignore-length reads them from WAV files");
     }
     kind_ = KindOf(info_.format);
     const auto channels = static_cast<unsigned>(info_.channels);

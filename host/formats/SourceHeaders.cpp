@@ -2,7 +2,6 @@
 
 #include "host/layout/ChunkKind.h"
 #include "host/terminal/Failure.h"
-#include "host/terminal/Interrupt.h"
 
 #include <algorithm>
 #include <array>
@@ -19,7 +18,8 @@ constexpr int64_t kCodeBytes = 4;
 constexpr int64_t kSizeBytes = 4;
 constexpr int64_t kMaxNameBytes = 64;
 constexpr uint64_t kMaxTextBytes = 65536;
-constexpr int kMaxEntries = 1000;  // of a list; a hostile one would keep the program busy
+constexpr int kMaxEntries = 1000;  // of a list, as a hostile one would keep the program busy
+constexpr int kMaxChunks = 100'000;
 
 bool IsPrintable(std::string_view text) {
     return std::ranges::all_of(text, [](unsigned char c) { return std::isprint(c) != 0; });
@@ -48,7 +48,9 @@ std::string NameOfTag(const std::string& code) {
 }  // namespace
 
 void AddOnce(std::vector<std::string>& texts, const std::string& text) {
-    if (std::ranges::find(texts, text) == texts.end()) texts.push_back(text);
+    constexpr size_t kMax = 24;
+    if (texts.size() > kMax || std::ranges::find(texts, text) != texts.end()) return;
+    texts.push_back(texts.size() < kMax ? text : "others");
 }
 
 bool SourceHeaders::LeavesLengthOpen(uint64_t audioBytes) {
@@ -84,8 +86,7 @@ SourceHeaders::SourceHeaders(const std::string& path) : file_(path), fileBytes_(
 
 void SourceHeaders::WalkChunks(int64_t position, size_t sizeBytes, bool isPadded) {
     const size_t headerBytes = kCodeBytes + sizeBytes;
-    while (Has(position, headerBytes)) {
-        Interrupt::Check();
+    for (int i = 0; i < kMaxChunks && Has(position, headerBytes); ++i) {
         const std::string code = TextAt(position, kCodeBytes);
         if (!IsPrintable(code)) {
             if (audioIsEmpty_) bytesInNoChunk_ = fileBytes_ - position;
@@ -107,6 +108,7 @@ void SourceHeaders::ReadSun() {
     if (!Has(0, kHeaderBytes)) return;
     const auto audio = static_cast<int64_t>(NumberAt(4, 4, true));
     NoteAudio({"", audio, NumberAt(8, 4, true)});
+    if (audioIsEmpty_) bytesInNoChunk_ = std::max<int64_t>(fileBytes_ - audio, 0);
     const bool hasText = audio > kHeaderBytes && Has(kHeaderBytes, 1) && NumberAt(kHeaderBytes, 1, true) != 0;
     if (hasText) contents_.emplace_back("annotation");
 }
@@ -118,7 +120,8 @@ void SourceHeaders::WalkBlocks() {
                                                    "", "cue sheet", "picture"};
     constexpr unsigned kComments = 4;
     bool isLast = false;
-    for (int64_t position = kCodeBytes; !isLast && Has(position, kHeaderBytes);) {
+    int64_t position = kCodeBytes;
+    for (int i = 0; i < kMaxEntries && !isLast && Has(position, kHeaderBytes); ++i) {
         const auto type = static_cast<unsigned>(NumberAt(position, 1, true));
         isLast = (type & 0x80) != 0;
         const unsigned kind = type & 0x7F;
@@ -214,7 +217,7 @@ uint64_t SourceHeaders::NumberAt(int64_t position, size_t bytes, bool bigEndian)
     std::string digits = TextAt(position, bytes);
     if (!bigEndian) std::ranges::reverse(digits);
     uint64_t number = 0;
-    for (const char digit : digits) number = number << 8 | static_cast<unsigned char>(digit);
+    for (const char digit : digits) number = number << 8 | static_cast<uint8_t>(digit);
     return number;
 }
 

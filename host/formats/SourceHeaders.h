@@ -16,11 +16,9 @@ class SourceHeaders {
 public:
     explicit SourceHeaders(const std::string& path);
 
-    // Each once.
-    const std::vector<std::string>& Tags() const { return tags_; }  // names
-    const std::vector<std::string>& Contents() const {
-        return contents_;
-    }  // besides audio and tags, in words
+    // The names of tags, and what else there is besides the audio, in words.
+    const std::vector<std::string>& Tags() const { return tags_; }
+    const std::vector<std::string>& Contents() const { return contents_; }
 
     // Bytes of audio that are announced and not there; none where the length is left open.
     int64_t MissingBytes() const { return missingBytes_; }
@@ -66,6 +64,7 @@ private:
     std::vector<std::string> contents_;
 };
 
+// Adds a text that is not there yet; "others" for those that are too many to be told.
 void AddOnce(std::vector<std::string>& texts, const std::string& text);
 
 }  // namespace w64

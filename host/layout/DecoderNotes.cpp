@@ -37,7 +37,7 @@ std::string DescribeDamage(const std::string& file) {
     Wave64File chunks(file);
     const auto milliseconds = MillisecondsOfAudio(file);
     const bool isPlausible = chunks.MissingBytes() <= static_cast<int64_t>(kMaxRecordingBytes);
-    const std::string cut = milliseconds && isPlausible ? chunks.DescribeCut() : "";
+    std::string cut = milliseconds && isPlausible ? chunks.DescribeCut() : "";
     if (!cut.empty()) return cut;
     std::string text = DescribeShortness(file);
     if (text.empty() && CallsForSalvage(file)) text = "the sizes in the file are wrong, see w64 check";
