@@ -2,8 +2,6 @@
 #include "audio/pipeline/XAudioConv.h"
 #include "audio/samples/XAudioACMDecoder.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <tuple>
 
@@ -84,18 +82,6 @@ TEST(XAudioConv, RunsItsStagesAndGivesTheOptionsToOneOfThem) {
     }
 }
 
-TEST(XAudioConv, CostsNoCopyWithNothingToDo) {
-    XAudioBufferNew audio = Noise(kFrames, Format(kTagPCM, 2, 16));
-    XAudioConv conv;
-    ASSERT_TRUE(conv.ConvertData(audio, Format(kTagPCM, 2, 16), true, true, L"dither=1", true));
-    EXPECT_EQ(conv.BufferStart(), audio.BufferStart());
-    ASSERT_TRUE(conv.ConvertData(audio, Format(kTagPCM, 2, 16), false, true, nullptr, false));
-    EXPECT_NE(conv.BufferStart(), audio.BufferStart());
-    EXPECT_EQ(Used(conv), Used(audio));
-    ASSERT_TRUE(conv.ConvertData(audio, Format(kTagPCM, 2, 4), false, true, nullptr, false));
-    EXPECT_NE(conv.BufferStart(), audio.BufferStart()) << "a depth that no stage makes";
-}
-
 // Integers cannot hold them, and a filter would spread them. Floats are not clipped either.
 TEST(XAudioConv, KeepsWhatIsNoNumberOnlyInFloats) {
     using Floats = std::vector<float>;
@@ -166,23 +152,6 @@ TEST(XAudioACMDecoder, PassesLinearFormatsAndRefusesTheRest) {
             EXPECT_EQ(decoder.Buffer().BufferStart() == bytes.data(), inPlace && accepted);
             EXPECT_TRUE(!accepted || decoder.Buffer().BitsPerSample() == std::min(out.BitsPerSample(), 32));
         }
-    }
-}
-
-TEST(XAudioACMEncoder, MakesFloatOfIntegersOnly) {
-    const std::tuple<XAudioWFX, XAudioWFX, int64_t> cases[] = {
-        {Format(kTagPCM, 1, 16), Format(kTagFloat, 1, 64), 8},
-        {Format(kTagPCM, 1, 16), Format(kTagPCM, 1, 24), 4},  // this stage does not change the depth
-        {Format(kTagFloat, 1, 32), Format(kTagPCM, 1, 16), 0},
-        {Format(kTagPCM, 1, 16), Format(kTagFloat, 1, 32, 48000), 0},
-    };
-    for (const auto& [in, out, bytesOut] : cases) {
-        int16_t samples[2] = {};
-        XAudioBufferNew input(samples, sizeof samples, in, true);
-        XAudioACMEncoder encoder;
-        EXPECT_EQ(encoder.ConvertData(input, out, true, true), bytesOut != 0) << out.WFXToString();
-        EXPECT_EQ(encoder.Buffer().GetUsedByte(), bytesOut);
-        EXPECT_EQ(encoder.Buffer().BufferStart() == input.BufferStart(), bytesOut == 4);
     }
 }
 

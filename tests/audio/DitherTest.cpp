@@ -1,8 +1,6 @@
 #include "Formats.h"
 #include "audio/samples/XAudioBitsConv.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 
 namespace w64 {

@@ -1,8 +1,6 @@
 #include "audio/fft/FFT.h"
 #include "Formats.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <numbers>
 
@@ -10,7 +8,7 @@ namespace w64 {
 
 namespace {
 
-constexpr double kPi = std::numbers::pi;
+using std::numbers::pi;
 
 // Work areas of exactly the documented sizes.
 struct Work {
@@ -66,7 +64,7 @@ double Rotated(int j, int k, double angle) {
 }
 
 double Angle(double numerator, int denominator) {
-    return kPi * std::fmod(numerator, 2.0 * denominator) / denominator;
+    return pi * std::fmod(numerator, 2.0 * denominator) / denominator;
 }
 
 int Last(int index, int n) { return index == 0 ? n : index; }
@@ -77,10 +75,10 @@ const Definition kDefinitions[] = {
     {"cdft -1", Run<cdft, -1>, 2,
      [](int n, int j, int k) { return Rotated(j, k, -Angle(4.0 * (j / 2) * (k / 2), n)); }},
     {"rdft 1", Run<rdft, 1>, 2,
-     [](int n, int j, int k) { return k == 1 ? std::cos(kPi * j) : CosSin(k, Angle(2.0 * j * (k / 2), n)); }},
+     [](int n, int j, int k) { return k == 1 ? std::cos(pi * j) : CosSin(k, Angle(2.0 * j * (k / 2), n)); }},
     {"rdft -1", Run<rdft, -1>, 2,
      [](int n, int j, int k) {
-         if (j < 2) return j == 0 ? 0.5 : std::cos(kPi * k) / 2;
+         if (j < 2) return j == 0 ? 0.5 : std::cos(pi * k) / 2;
          return CosSin(j, Angle(2.0 * (j / 2) * k, n));
      }},
     {"ddct -1", Run<ddct, -1>, 6, [](int n, int j, int k) { return std::cos(Angle((j + 0.5) * k, n)); }},
@@ -100,7 +98,7 @@ void ExpectNear(const Samples& numbers, const Samples& expected, double toleranc
 
 TEST(FFT, EveryTransformIsItsDefiningSum) {
     for (const Definition& definition : kDefinitions) {
-        for (int n = 2; n <= 1024; n *= 2) {
+        for (int n = 2; n <= 512; n *= 2) {
             SCOPED_TRACE(testing::Message() << definition.name << " of " << n);
             Work work(n, definition.quartersOfN);
             const Samples input = definition.Input(n);
@@ -127,18 +125,11 @@ TEST(FFT, LargeTransformsInvertAndAreTheirSums) {
             for (double& number : a) number *= 2.0 / n;
             ExpectNear(a, input, 1e-12);
         }
-        for (size_t which : {8u, 9u}) {  // these are their own inverse
+        for (const size_t which : {8u, 9u}) {
             const Definition& definition = kDefinitions[which];
-            SCOPED_TRACE(testing::Message() << definition.name << " of " << n);
-            Samples a = definition.Input(n);
-            if (which == 9) a[0] = 0;  // it has no sine
-            const Samples expected = a;
-            for (int way = 0; way < 2; ++way) {
-                if (which == 8) a[0] /= 2, a.back() /= 2;  // these have no mirror image
-                definition.transform(n, a.data(), work);
-            }
-            for (double& number : a) number *= 2.0 / n;
-            ExpectNear(a, expected, 1e-12);
+            const Samples input = definition.Input(n), a = definition.Transformed(n, work);
+            for (const size_t k : {1u, 2u, 3u, 4097u, 20000u, 32767u})
+                ASSERT_NEAR(a[k], definition.Sum(n, input, k), 1e-12 * n) << definition.name << k;
         }
     }
 }

@@ -3,6 +3,7 @@
 #include "Bytes.h"
 #include "audio/samples/XAudioRdWr.h"
 
+#include <gtest/gtest.h>
 #include <random>
 
 namespace w64 {

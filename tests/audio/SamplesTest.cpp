@@ -2,8 +2,6 @@
 #include "audio/samples/SampleKernels.h"
 #include "audio/samples/XAudioBitsConv.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <tuple>
 
@@ -186,14 +184,6 @@ TEST(XAudioBitsConv, TruncatesAndClips) {
     EXPECT_EQ(Used(conv), (Bytes{0xFF, 0x7F, 0xFF, 0xFF, 0x00, 0x80, 0x00, 0x00}));
     ASSERT_TRUE(conv.ConvertData(conv, 8, true, nullptr, false));  // its own result again
     EXPECT_EQ(Used(conv), (Bytes{255, 127, 0, 128}));
-}
-
-TEST(XAudioBitsConv, TakesSamplesThatAreNotKnownForSilence) {
-    Bytes stored(3, 0x55);
-    XAudioBufferNew unknown(stored.data(), 3, Format(1, 1, 12), true);
-    XAudioBitsConv silence;
-    ASSERT_TRUE(silence.ConvertData(unknown, 16, false, nullptr, false));
-    EXPECT_EQ(Used(silence), Bytes(6));
 }
 
 }  // namespace

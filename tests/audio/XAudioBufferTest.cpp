@@ -2,8 +2,6 @@
 #include "audio/buffer/XAudioDataStream.h"
 #include "audio/buffer/XAudioMaintainBuffer.h"
 
-#include <gtest/gtest.h>
-
 #include <numeric>
 
 namespace w64 {
@@ -93,12 +91,12 @@ TEST(XAudioMaintainBuffer, KeepsTheNewestBytes) {
     for (const size_t step : {999U, 70000U, 200000U}) {  // the last is longer than the buffer
         XAudioMaintainBuffer buffer;
         ASSERT_TRUE(buffer.Create(1000, kFormat));
-        for (size_t begin = 0; begin < audio.size(); begin += step) {
-            const size_t end = std::min(begin + step, audio.size());
-            buffer.AddData(&audio[begin], static_cast<int64_t>(end - begin));
-            const size_t held = std::min<size_t>(end, 176400);
-            ASSERT_EQ(buffer.GetUsedByte(), static_cast<int64_t>(held));
-            ASSERT_TRUE(std::equal(buffer.BufferStart(), buffer.BufferStart() + held, &audio[end - held]));
+        for (size_t end = step; end - step < audio.size(); end += step) {
+            const Bytes part = Slice(audio, end - step, end);
+            buffer.AddData(part.data(), std::ssize(part));
+            const size_t held = std::min<size_t>(std::min(end, audio.size()), 176400);
+            const Bytes newest(buffer.BufferStart(), buffer.BufferStart() + buffer.GetUsedByte());
+            ASSERT_TRUE(newest == Slice(audio, std::min(end, audio.size()) - held, end));
         }
     }
 }

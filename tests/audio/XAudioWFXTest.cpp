@@ -1,7 +1,5 @@
 #include "Formats.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <tuple>
 
@@ -90,21 +88,6 @@ TEST(XAudioWFX, ConvertsBetweenPlainAndExtensible) {
     ASSERT_TRUE(floats.ConvertWFXToExtensible());
     ASSERT_TRUE(floats.ConvertExtensibleToWFX());
     EXPECT_EQ(floats.WFXToString(), Format(kTagFloat, 2, 32).WFXToString());
-}
-
-TEST(XAudioWFX, SizeAndTimeArithmetic) {
-    XAudioWFX format(2, 44100, 16);
-    EXPECT_EQ(format.CalcmsTime(INT64_MAX), INT64_MAX / 176400);
-    EXPECT_EQ(format.CalcBufferSize(1001), 176576);
-    EXPECT_EQ(format.SamplesToBytes_DivChan(-INT64_MAX), INT64_MIN);
-    XAudioWFX zero = Format(kTagADPCM, 0, 4);
-    zero.SetBlockAlign(0);
-    EXPECT_EQ(zero.BlockAlignBuffer(5), 5);
-    EXPECT_EQ(zero.BytesToSamples_DivChan(5), 5);
-    XAudioWFX silent = Extensible(KSDATAFORMAT_SUBTYPE_PCM, 0, 16);
-    EXPECT_EQ(silent.ChannelAlignSamples(5), 5);
-    EXPECT_EQ(silent.Channels(), 1);
-    EXPECT_EQ(silent.wfxex()->dwChannelMask, 0x80000000U) << "the repair is of the divisor alone";
 }
 
 }  // namespace

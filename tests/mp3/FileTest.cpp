@@ -1,7 +1,6 @@
 #include "MPEGBytes.h"
 #include "PluginHost.h"
 
-#include <gtest/gtest.h>
 #include <random>
 
 namespace w64 {

@@ -1,7 +1,6 @@
 #include "MPEGBytes.h"
 #include "PluginHost.h"
 
-#include <gtest/gtest.h>
 #include <random>
 #include <span>
 
@@ -38,10 +37,6 @@ public:
 
     Bytes audio;
 };
-
-Bytes Part(const Bytes& bytes, int64_t from, int64_t to) {
-    return {bytes.begin() + from, bytes.begin() + to};
-}
 
 class Packets : public testing::Test {
 protected:
@@ -90,21 +85,21 @@ TEST_F(Packets, DamageIsSkippedAndTold) {
         ASSERT_NEAR(base::Load<float>(decoded.data() + decoded.size() - fromEnd),
                     base::Load<float>(host.audio.data() + host.audio.size() - fromEnd), 1e-5);
     }
-    EXPECT_NE(host.capture.Information().find("Skipped "), std::string::npos);
+    EXPECT_HAS("Skipped ", host.capture.Information());
     EXPECT_EQ(host.capture.Errors(), "");
 }
 
 // At 4179 the tenth MPEG frame of stereo has ended; the first one of mono has 104 bytes.
 TEST_F(Packets, AForeignFrameIsDamageAndTwoAreAnotherFormat) {
-    const Bytes head = Part(stereo, 0, 4179), tail = Part(stereo, 4179, std::ssize(stereo));
+    const Bytes head = Slice(stereo, 0, 4179), tail = Slice(stereo, 4179);
     const std::string skipped = "Skipped 104 bytes at 4179 that hold no MPEG audio.  [MPEGStream]\r\n";
     PacketHost damaged;
-    ASSERT_TRUE(damaged.FeedAll(head + Part(mono, 0, 104) + tail, 1000)) << damaged.capture.Errors();
+    ASSERT_TRUE(damaged.FeedAll(head + Slice(mono, 0, 104) + tail, 1000)) << damaged.capture.Errors();
     EXPECT_EQ(damaged.audio.size(), decoded.size());
     EXPECT_EQ(damaged.capture.Information(), skipped);
 
     PacketHost cutOff;
-    ASSERT_TRUE(cutOff.FeedAll(head + Part(tail, 0, 104)));
+    ASSERT_TRUE(cutOff.FeedAll(head + Slice(tail, 0, 104)));
     EXPECT_TRUE(cutOff.audio == DecodedAtOnce(head));
     EXPECT_EQ(cutOff.capture.Information(), skipped);
 
@@ -148,7 +143,7 @@ TEST_F(Packets, ANewStartKeepsNothingOfWhatCameBefore) {
     PacketHost host;
     ASSERT_TRUE(host.FeedAll(stereo));
     ASSERT_TRUE(host.FeedAll(stereo)) << "after the last packet";
-    ASSERT_EQ(host.Feed(Part(stereo, 0, 4000), false), 1);
+    ASSERT_EQ(host.Feed(Slice(stereo, 0, 4000), false), 1);
     host.audio.resize(2 * decoded.size());
     ASSERT_EQ(Plugin().SetPosition(host.handle, 44100), 1);
     ASSERT_TRUE(host.FeedAll(stereo));
@@ -164,13 +159,13 @@ TEST_F(Packets, ANewStartKeepsNothingOfWhatCameBefore) {
 
 TEST_F(Packets, TimesAreThoseOfTheAudio) {
     PacketHost host;
-    ASSERT_EQ(host.Feed(Part(stereo, 0, 300), false), 1);
+    ASSERT_EQ(host.Feed(Slice(stereo, 0, 300), false), 1);
     EXPECT_EQ(host.block.Data, nullptr);
     EXPECT_EQ(host.block.DataSize, 0u);
-    ASSERT_EQ(host.Feed(Part(stereo, 300, 4179), false), 1);
+    ASSERT_EQ(host.Feed(Slice(stereo, 300, 4179), false), 1);
     EXPECT_EQ(host.block.DurationMilliseconds, 10 * 1152 * 1000 / 44100);
     EXPECT_EQ(host.block.BitRate, 128000u);
-    ASSERT_EQ(host.Feed(Part(stereo, 4179, 5015), false), 1);
+    ASSERT_EQ(host.Feed(Slice(stereo, 4179, 5015), false), 1);
     EXPECT_EQ(host.block.PositionMilliseconds, 10 * 1152 * 1000 / 44100);
     EXPECT_EQ(host.block.DurationMilliseconds, 2 * 1152 * 1000 / 44100);
     for (const int64_t position : {INT64_MAX, INT64_MIN}) {

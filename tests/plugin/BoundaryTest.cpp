@@ -1,8 +1,6 @@
 #include "PluginHost.h"
-#include "Wave64Bytes.h"
 
 #include <array>
-#include <gtest/gtest.h>
 
 namespace w64 {
 
@@ -10,11 +8,17 @@ namespace {
 
 Bytes SmallFile() { return Wave64Bytes().Fmt(1, 2, 44100, 16).Data(Pattern(400)).File(); }
 
+class Boundary : public testing::Test {
+protected:
+    const TempFolder folder;
+    const std::filesystem::path path = folder.Write("a.w64", SmallFile());
+};
+
 std::ptrdiff_t OpenDescriptors() { return std::distance(std::filesystem::directory_iterator("/dev/fd"), {}); }
 
 }  // namespace
 
-TEST(Boundary, NullHandlesAndRecordsGiveZero) {
+TEST_F(Boundary, NullHandlesAndRecordsGiveZero) {
     const PluginHost host;
     STKvCodecGetSet record{};
     STKvOpenDecoder open{};
@@ -30,7 +34,7 @@ TEST(Boundary, NullHandlesAndRecordsGiveZero) {
     EXPECT_EQ(record.Text1, nullptr);
 }
 
-TEST(Boundary, AnswersWhatThePluginIsAndItsTagOptions) {
+TEST_F(Boundary, AnswersWhatThePluginIsAndItsTagOptions) {
     const wchar_t *const tags = L"ID Tag Options", *const none = L"-";
     const struct {
         const wchar_t* key;
@@ -63,22 +67,19 @@ TEST(Boundary, AnswersWhatThePluginIsAndItsTagOptions) {
         const auto text = [&](const wchar_t* given) { return XStr(given ? given : none); };
         EXPECT_EQ((std::array{text(record.Text1), text(record.Text2), text(record.Text3)}), c.texts);
     }
-    EXPECT_NE(host.capture.Trace().find("Decodes  [Get]\r\n"), std::string::npos);
+    EXPECT_HAS("Decodes  [Get]\r\n", host.capture.Trace());
 }
 
-TEST(Boundary, OpenRefusesPacketsAndFilesWithoutAName) {
-    const TempFolder folder;
+TEST_F(Boundary, OpenRefusesPacketsAndFilesWithoutAName) {
     PluginHost packets, unnamed;
-    EXPECT_EQ(packets.Open(folder.Write("a.w64", SmallFile()), kvOpenPackets | kvOpenDecode), 0);
+    EXPECT_EQ(packets.Open(path, kvOpenPackets | kvOpenDecode), 0);
     EXPECT_EQ(packets.capture.Errors(), "Error cannot decode external-packet data.  [Open]\r\n");
     EXPECT_EQ(Plugin().Open(unnamed.handle, &unnamed.open), 0);
     EXPECT_EQ(unnamed.capture.Errors(),
               "Error opening file '' check no other program has it open.  [Open]\r\n");
 }
 
-TEST(Boundary, OpenFillsOnlyWhatIsAskedFor) {
-    const TempFolder folder;
-    const auto path = folder.Write("a.w64", SmallFile());
+TEST_F(Boundary, OpenFillsOnlyWhatIsAskedFor) {
     for (const uint32_t flags : {0u, 4u, 1u}) {
         PluginHost host;
         ASSERT_EQ(host.Open(path, flags), 1);
@@ -90,9 +91,7 @@ TEST(Boundary, OpenFillsOnlyWhatIsAskedFor) {
     }
 }
 
-TEST(Boundary, CallsOutOfOrderNeitherCrashNorLeak) {
-    const TempFolder folder;
-    const auto path = folder.Write("a.w64", SmallFile());
+TEST_F(Boundary, CallsOutOfOrderNeitherCrashNorLeak) {
     const auto before = OpenDescriptors();
     {
         PluginHost host;
@@ -110,40 +109,35 @@ TEST(Boundary, CallsOutOfOrderNeitherCrashNorLeak) {
         ASSERT_EQ(host.Open(path), 1);
         EXPECT_EQ(Plugin().Close(host.handle, nullptr) & host.Close(), 1);
         EXPECT_EQ(host.DecodeBlock() | Plugin().SetPosition(host.handle, 0), 0);
-        EXPECT_NE(host.capture.Errors().find("Error reading data from file."), std::string::npos);
+        EXPECT_HAS("Error reading data from file.", host.capture.Errors());
         ASSERT_EQ(host.Open(path), 1);
     }
     EXPECT_EQ(OpenDescriptors(), before);
 }
 
-TEST(Boundary, ASecondFileIsReadByTheFirstOnesFormat) {
-    const TempFolder folder;
+TEST_F(Boundary, ASecondFileIsReadByTheFirstOnesFormat) {
     PluginHost host;
-    ASSERT_EQ(host.Open(folder.Write("a.w64", SmallFile()), kvOpenAudioInfo), 1);
+    ASSERT_EQ(host.Open(path, kvOpenAudioInfo), 1);
     host.Close();
     const Bytes other = Wave64Bytes().Fmt(1, 1, 8000, 8).Data(Pattern(8000)).File();
     ASSERT_EQ(host.Open(folder.Write("b.w64", other), kvOpenAudioInfo), 1);
     EXPECT_EQ(host.open.AudioInfo.LengthBytes, 400);
 }
 
-TEST(Boundary, TheTraceTellsWhatIsDoneAndEndsWhereItBegan) {
-    const TempFolder folder;
-    const auto path = folder.Write("a.w64", SmallFile());
+TEST_F(Boundary, TheTraceTellsWhatIsDoneAndEndsWhereItBegan) {
     PluginHost host;
     ASSERT_EQ(host.Open(path), 1);
     const std::string trace = host.capture.Trace();
     const std::string indentation(trace.find('-'), ' ');  // what failed calls before this one left
     EXPECT_TRUE(trace.starts_with(indentation + "->->  [Open]\r\n")) << trace;
     EXPECT_TRUE(trace.ends_with("\n" + indentation + "<-<-  [Open]\r\n")) << trace;
-    const char* const lines[] = {
-        "Got Chunk 'data'  Length: 424'  RiffSize: 512  ChunkPosition: 88  [ScanFile]",
-        "clWave64Handler::CalcAllChunks: Ok",
-        "Audio Length: 2 mili-seconds  400 bytes  1411 kbps",
-        "Compressed WFX (on file): Format Tag: 1  Channels: 2  Bits per Sample: 16  Samples Per Second: "
-        "44100  "
-        "Bytes Per Second: 176400  Block Align: 4  CB Size: 0",
-    };
-    for (const std::string line : lines) EXPECT_NE(trace.find(line + "\r\n"), std::string::npos) << trace;
+    for (const char* line :
+         {"Got Chunk 'data'  Length: 424'  RiffSize: 512  ChunkPosition: 88  [ScanFile]\r\n",
+          "clWave64Handler::CalcAllChunks: Ok\r\n", "Audio Length: 2 mili-seconds  400 bytes  1411 kbps\r\n",
+          "Compressed WFX (on file): Format Tag: 1  Channels: 2  Bits per Sample: 16  Samples Per Second: "
+          "44100"
+          "  Bytes Per Second: 176400  Block Align: 4  CB Size: 0\r\n"})
+        EXPECT_HAS(line, trace);
 }
 
 }  // namespace w64

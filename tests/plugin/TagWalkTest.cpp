@@ -64,19 +64,17 @@ Chunks ForeignOf(Chunks chunks) {
 }
 
 // What a host reads.
-Bytes BlockOf(const Chunks& chunks, Tags tags) {
-    int serial = 1;
+Bytes BlockOf(const Chunks& chunks, const Tags& tags) {
+    std::vector<Bytes> raw;
     for (const Chunk& chunk : chunks) {
         // One without data at the end of the file is not seen.
         const bool unseen = chunk.data.empty() && &chunk == &chunks.back();
         if (chunk.IsPadding() || chunk.Code() == "fact" || (chunk.IsList() && !chunk.data.empty()) || unseen)
             continue;
-        Bytes raw(chunk.header.begin(), chunk.header.begin() + 4);
-        if (chunk.Code() != "fmt " && chunk.Code() != "data")
-            raw.insert(raw.end(), chunk.data.begin(), chunk.data.end());
-        tags.push_back({L"_riff_" + std::to_wstring(serial++), L"", raw});
+        const bool isCodeOnly = chunk.Code() == "fmt " || chunk.Code() == "data";
+        raw.push_back(Slice(chunk.header, 0, 4) + (isCodeOnly ? Bytes() : chunk.data));
     }
-    return Pack(tags);
+    return Pack(tags, raw);
 }
 
 class TagWalk : public TaggedFile {
@@ -142,13 +140,9 @@ protected:
         } while (Below(2) == 0);
         const uint32_t kind = Below(8);
         const Tags others = Without(tags, named);
-        if (kind == 0) {
-            tags.clear();
-            return Delete({});
-        }
         if (kind < 3) {
-            tags = others;
-            return Delete(named);
+            tags = kind == 0 ? Tags() : others;
+            return Delete(kind == 0 ? Tags() : named);
         }
         const Bytes block = Pack(named);
         named.insert(named.end(), others.begin(), others.end());
@@ -163,7 +157,7 @@ private:
 }  // namespace
 
 TEST_F(TagWalk, SafeEditingLosesNothing) {
-    for (int walk = 0; walk < 100; ++walk) {
+    for (int walk = 0; walk < 60; ++walk) {
         Tags tags;
         const std::string layout = AnyLayout(tags, walk % 3 != 0);
         Reset(AnyFile(layout));
@@ -191,14 +185,13 @@ TEST_F(TagWalk, SafeEditingLosesNothing) {
 TEST_F(TagWalk, DamageCostsNoAudio) {
     constexpr uint8_t values[] = {0, 1, 3, 8, 0x7F, 0x80, 0xFF};
     int refused = 0;
-    for (int round = 0; round < 500; ++round) {
+    for (int round = 0; round < 300; ++round) {
         Tags tags;
         Bytes file = AnyFile(AnyLayout(tags, true) + (Below(4) == 0 ? AnyList(tags) : ""));
         Bytes block = Pack({{L"Title", L"Hello", {1}}, {L"Artist", L"Abba"}});
         for (Bytes* damaged : {&file, &block}) {
-            for (uint32_t n = Below(3); n > 0; --n) {
+            for (uint32_t n = Below(3); n > 0; --n)
                 (*damaged)[Below(std::min<size_t>(damaged->size(), 300))] = values[Below(std::size(values))];
-            }
             if (Below(8) == 0) damaged->resize(1 + Below(damaged->size()));
         }
         Reset(file);
@@ -218,27 +211,7 @@ TEST_F(TagWalk, DamageCostsNoAudio) {
         ASSERT_TRUE(isKept || after == file) << round;
         refused += 1 - result;
     }
-    EXPECT_GT(refused, 40);
-    EXPECT_LT(refused, 210);
-}
-
-TEST_F(TagWalk, SafelyBehind4GiBOfAudio) {
-    constexpr uint64_t audio = (uint64_t{1} << 32) + 8, size = 40 + 48 + 24 + audio;
-    Bytes head = Wave64Bytes().Fmt(1, 2, 44100, 16).Data({}, 24 + audio).File(size);
-    Reset(head);
-    std::filesystem::resize_file(path, size);
-    SetOptions("SafeEdit=1");
-    const Tags tags = {{L"Title", L"Hello"}};
-    for (const uint64_t grown : {24u + 4 + 8 + 12, 0u}) {
-        ASSERT_EQ(grown != 0 ? Write(Pack(tags)) : Delete({}), 1);
-        base::Store(head.data() + 16, size + grown);
-        Bytes start(head.size());
-        std::ifstream(path, std::ios::binary).read(reinterpret_cast<char*>(start.data()), std::ssize(start));
-        EXPECT_EQ(start, head);
-        EXPECT_EQ(std::filesystem::file_size(path), size + grown);
-        const Tags half = {{L"Title", L"Hel"}};
-        EXPECT_TRUE(Read() == BlockOf(*SoundChunksOf(FileOf("fmt data:9")), grown != 0 ? half : Tags()));
-    }
+    EXPECT_TRUE(refused > 24 && refused < 126) << refused;
 }
 
 }  // namespace w64

@@ -1,8 +1,6 @@
 #include "PluginHost.h"
-#include "Wave64Bytes.h"
 #include "Workshop.h"
 
-#include <gtest/gtest.h>
 #include <mutex>
 #include <thread>
 

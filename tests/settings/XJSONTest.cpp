@@ -125,27 +125,26 @@ TEST(JSON, MembersKeepTheirOrderAndMayRepeat) {
 }
 
 TEST(JSON, ChecksTheSharedFallbacks) {
+    const auto broken = [](auto view) { return ErrorOf([&] { return &(Null::TheNull().*view)(); }); };
+    const auto expectBroken = [&](auto& value, auto wrong, auto view, const char* error) {
+        std::swap(value, wrong);
+        EXPECT_EQ(broken(view), error);
+        std::swap(value, wrong);
+    };
     auto& object = const_cast<Object&>(EmptyObject);
     auto& array = const_cast<Array&>(EmptyArray);
-    XStr& string = const_cast<String&>(EmptyString).Value;
-    int64_t& number = const_cast<Number&>(EmptyNumber).Value;
-    bool& boolean = const_cast<Boolean&>(EmptyBoolean).Value;
-    const auto broken = [](auto view) { return ErrorOf([&] { return &(Null::TheNull().*view)(); }); };
     object.AddArray(L"x");
     EXPECT_EQ(broken(&AnyType::AsObject), "EmptyObject.Count() == 0");
     object.Empty();
     array.AddArray();
     EXPECT_EQ(broken(&AnyType::AsArray), "EmptyArray.Count() == 0");
     array.Empty();
-    string = L"x";
-    EXPECT_EQ(broken(&AnyType::AsString), "EmptyString.Value.Length() == 0");
-    string.clear();
-    number = 1;
-    EXPECT_EQ(broken(&AnyType::AsNumber), "EmptyNumber.Value == 0");
-    number = 0;
-    boolean = true;
-    EXPECT_EQ(broken(&AnyType::AsBoolean), "EmptyBoolean.Value == false");
-    boolean = false;
+    expectBroken(const_cast<String&>(EmptyString).Value, XStr(L"x"), &AnyType::AsString,
+                 "EmptyString.Value.Length() == 0");
+    expectBroken(const_cast<Number&>(EmptyNumber).Value, int64_t{1}, &AnyType::AsNumber,
+                 "EmptyNumber.Value == 0");
+    expectBroken(const_cast<Boolean&>(EmptyBoolean).Value, true, &AnyType::AsBoolean,
+                 "EmptyBoolean.Value == false");
     EXPECT_EQ(broken(&AnyType::AsBoolean), "");
 }
 

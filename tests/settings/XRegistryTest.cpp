@@ -1,4 +1,5 @@
 #include "settings/XRegistry.h"
+#include "Expect.h"
 #include "TempFolder.h"
 #include "base/Base64.h"
 #include "settings/XJSON.h"
@@ -6,7 +7,6 @@
 
 #include <csignal>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -33,29 +33,21 @@ int Get(const XStr& name, const XStr& path = kPath) {
     return missing ? -1 : value;
 }
 
-bool SetMany(const XStr& prefix, int count) {
-    bool good = true;
-    for (int i = 0; i < count; ++i) good &= Set(i, prefix + Int2Str(i));
-    return good;
-}
+// Another process of this program.
+class Process {
+public:
+    template <class Body>
+    explicit Process(Body body) : id_(::fork()) {
+        if (id_ == 0) ::_exit(body() ? 0 : 1);
+    }
+    bool Succeeds() const {
+        int status = 1;
+        return ::waitpid(id_, &status, 0) == id_ && status == 0;
+    }
 
-bool HaveMany(const XStr& prefix, int count) {
-    bool good = true;
-    for (int i = 0; i < count; ++i) good &= Get(prefix + Int2Str(i)) == i;
-    return good;
-}
-
-template <class Body>
-pid_t StartProcess(Body body) {
-    const pid_t child = ::fork();
-    if (child == 0) ::_exit(body() ? 0 : 1);
-    return child;
-}
-
-bool Succeeds(pid_t child) {
-    int status = 1;
-    return ::waitpid(child, &status, 0) == child && status == 0;
-}
+private:
+    pid_t id_;
+};
 
 XStr Joined(const XStrList& list) {
     XStr text;
@@ -81,6 +73,9 @@ protected:
     }
     void Put(const std::string& text) const { folder.Write("settings", {text.begin(), text.end()}); }
     std::string Text() const { return ReadText(file); }
+    auto FilesInFolder() const {
+        return std::distance(std::filesystem::directory_iterator(folder.Path()), {});
+    }
 
     TempFolder folder;
     std::filesystem::path file = folder.Path() / "settings";
@@ -106,13 +101,14 @@ TEST_F(Registry, KeepsEveryTypeForOtherProcesses) {
     const XStr text = L"\u00E9\n\"\\\u20AC" + XStr(1, L'\0') + XStr(1, static_cast<wchar_t>(0x1F600));
     XStrList list;
     for (const XStr& item : {XStr(L"a,b"), XStr(), text}) list.Append(item);
-    ASSERT_TRUE(Succeeds(StartProcess([&] {
+    const Process other([&] {
         return XRegistry::SetDWORD(0xFFFFFFFF, L"dword", kUser, kPath) && Set(INT32_MIN, L"int32") &&
                XRegistry::SetInt64(INT64_MIN, L"int64", kUser, kPath) &&
                XRegistry::SetString(text, L"string", kUser, kPath) &&
                XRegistry::SetBinaryData(data.data(), data.size(), L"binary", kUser, kPath) &&
                XRegistry::SetStringList(list, L"list", kUser, kPath);
-    })));
+    });
+    ASSERT_TRUE(other.Succeeds());
     EXPECT_EQ(XRegistry::GetDWORD(L"DWord", kUser, L"\\\\SOFTWARE\\maker\\Product\\\\"), 0xFFFFFFFF);
     EXPECT_EQ(Get(L"int32"), INT32_MIN);
     EXPECT_EQ(XRegistry::GetInt64(L"int64", kUser, kPath), INT64_MIN);
@@ -140,18 +136,19 @@ TEST_F(Registry, KeepsEveryTypeForOtherProcesses) {
 }
 
 TEST_F(Registry, ProcessesAndThreadsLoseNothingOfEachOther) {
-    const pid_t child = StartProcess([] { return SetMany(L"child", 40); });
-    EXPECT_TRUE(SetMany(L"parent", 40));
-    EXPECT_TRUE(Succeeds(child));
-    std::thread writer([] { EXPECT_TRUE(SetMany(L"thread", 10)); });
-    std::thread reader([] {
-        for (int i = 0; i < 50; ++i) EXPECT_TRUE(HaveMany(L"parent", 3));
-    });
-    EXPECT_TRUE(SetMany(L"main", 10));
-    writer.join();
-    reader.join();
-    EXPECT_TRUE(HaveMany(L"child", 40) && HaveMany(L"parent", 40));
-    EXPECT_TRUE(HaveMany(L"thread", 10) && HaveMany(L"main", 10));
+    const auto setMany = [](const XStr& prefix) {
+        bool good = true;
+        for (int i = 0; i < 20; ++i) good &= Set(i, prefix + Int2Str(i)) && Get(prefix + L"0") == 0;
+        return good;
+    };
+    const Process other([&] { return setMany(L"other"); });
+    std::thread thread([&] { EXPECT_TRUE(setMany(L"thread")); });
+    EXPECT_TRUE(setMany(L"main"));
+    thread.join();
+    EXPECT_TRUE(other.Succeeds());
+    for (const XStr prefix : {L"other", L"thread", L"main"}) {
+        for (int i = 0; i < 20; ++i) EXPECT_EQ(Get(prefix + Int2Str(i)), i);
+    }
 }
 
 TEST_F(Registry, SeesEveryChangeOfTheFileAndOfItsLocation) {
@@ -176,13 +173,11 @@ TEST_F(Registry, SeesEveryChangeOfTheFileAndOfItsLocation) {
 
 TEST_F(Registry, LeavesAMalformedFileAlone) {
     for (const std::string& text :
-         {std::string("{\"HKCU\":{\"v\":1.5}}"), std::string(100000, '['), std::string("{\"HKCU\":"),
-          std::string("{} {}"), std::string("{\"HKCU\":{\"w\":\"\xFF\"}}")}) {
+         std::initializer_list<std::string>{R"({"HKCU":{"v":1.5}})", std::string(100000, '['), R"({"HKCU":)",
+                                            "{} {}", "{\"HKCU\":{\"w\":\"\xFF\"}}"}) {
         Put(text);
         EXPECT_EQ(Get(L"v", L""), -1);
-        EXPECT_FALSE(XRegistry::SetDWORD(1, L"v", kUser, kPath));
-        EXPECT_FALSE(XRegistry::DeleteVal(L"v", kUser, kPath));
-        EXPECT_FALSE(XRegistry::IsFileReadable());
+        EXPECT_FALSE(Set(1, L"v") || XRegistry::DeleteVal(L"v", kUser, kPath) || XRegistry::IsFileReadable());
         EXPECT_EQ(Text(), text);
     }
     // These can be read, but not all of it could be written again.
@@ -191,18 +186,15 @@ TEST_F(Registry, LeavesAMalformedFileAlone) {
         const std::string text = std::string("{\"HKCU\":{\"v\":1,\"w\":") + value + "}}";
         Put(text);
         EXPECT_EQ(Get(L"v", L""), 1);
-        EXPECT_TRUE(XRegistry::IsFileReadable());
-        EXPECT_FALSE(XRegistry::SetDWORD(2, L"v", kUser, L"")) << value;
+        EXPECT_TRUE(XRegistry::IsFileReadable() && !Set(2, L"v", L"")) << value;
         EXPECT_EQ(Text(), text);
     }
     Put("{\"HKCU\":{\"w\":\"\\ud83d\\ude00\"}}");
     EXPECT_TRUE(XRegistry::DeleteVal(L"none", kUser, L"") && Set(1, L"v", L""));
-    EXPECT_NE(Text().find("\xF0\x9F\x98\x80"), std::string::npos);
+    EXPECT_HAS("\xF0\x9F\x98\x80", Text());
     for (const char* text : {"", " ", "[1]"}) {  // settings with nothing in them
         Put(text);
-        EXPECT_TRUE(XRegistry::DeleteVal(L"v", kUser, L""));
-        EXPECT_EQ(Text(), text);
-        EXPECT_TRUE(Set(1, L"v", L""));
+        EXPECT_TRUE(XRegistry::DeleteVal(L"v", kUser, L"") && Text() == text && Set(1, L"v", L""));
         EXPECT_EQ(Text(), "{\n    \"HKCU\":{\n        \"v\":1\n    }\n}");
     }
 }
@@ -212,12 +204,10 @@ TEST_F(Registry, FailsWhereThereIsNoFileToWrite) {
     ::setenv("HOME", folder.Path().c_str(), 1);
     for (const std::string& location : {std::string("~"), std::string(), file.native() + "/none"}) {
         Locate(location);
-        EXPECT_FALSE(Set(1, L"v")) << location;
-        EXPECT_EQ(Get(L"v"), -1) << location;
+        EXPECT_TRUE(!Set(1, L"v") && Get(L"v") == -1) << location;
     }
     Locate("~/settings");
-    EXPECT_TRUE(Set(1, L"v"));
-    EXPECT_TRUE(std::filesystem::exists(file));
+    EXPECT_TRUE(Set(1, L"v") && std::filesystem::exists(file));
     XRegistry::SetRegFileLocation(L"elsewhere", false);
     EXPECT_EQ(XRegistry::RegFileLocation(), FromUTF8(file.native()));
     ::unsetenv("XCLASS_XREGISTRY_LOCATION");
@@ -238,14 +228,14 @@ TEST_F(Registry, AWriteThatIsCutShortLeavesTheOldSettingsAndNothingInTheWay) {
         ::setrlimit(RLIMIT_FSIZE, &limit);
         return XRegistry::SetString(XStr(8000, L'y'), L"old", kUser, L"");
     };
-    EXPECT_TRUE(Succeeds(StartProcess([&] { return !write(SIG_IGN); })));
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
-    EXPECT_FALSE(Succeeds(StartProcess([&] { return write(SIG_DFL); })));  // killed
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 2);
+    EXPECT_TRUE(Process([&] { return !write(SIG_IGN); }).Succeeds());
+    EXPECT_EQ(FilesInFolder(), 1);
+    EXPECT_FALSE(Process([&] { return write(SIG_DFL); }).Succeeds());  // killed
+    EXPECT_EQ(FilesInFolder(), 2);
     EXPECT_EQ(Text(), text);
     ASSERT_TRUE(XRegistry::SetString(L"", L"old", kUser, L""));
     EXPECT_EQ(Text(), "{\n    \"HKCU\":{\n        \"old\":\"\"\n    }\n}");
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
+    EXPECT_EQ(FilesInFolder(), 1);
     EXPECT_EQ((std::string{std::istreambuf_iterator<char>(before), {}}), text);  // not written over
 }
 
@@ -261,8 +251,12 @@ TEST_F(Registry, AWriteFollowsLinksAndKeepsTheMode) {
 
 TEST_F(Registry, WaitsForALockButNotForEver) {
     ASSERT_TRUE(Set(1, L"v"));
-    const int holder = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_EQ(::flock(holder, LOCK_EX), 0);
+    const auto lock = [&] {
+        const int holder = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+        EXPECT_EQ(::flock(holder, LOCK_EX), 0);
+        return holder;
+    };
+    int holder = lock();
     std::thread writer([] { EXPECT_TRUE(Set(3, L"w", L"")); });
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     std::filesystem::rename(folder.Write("other", {'{', '}'}), file);
@@ -270,12 +264,11 @@ TEST_F(Registry, WaitsForALockButNotForEver) {
     writer.join();
     EXPECT_EQ(Text(), "{\n    \"HKCU\":{\n        \"w\":3\n    }\n}");
 
-    const int other = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_EQ(::flock(other, LOCK_EX), 0);
+    holder = lock();
     std::thread late([] { EXPECT_FALSE(Set(4, L"w", L"")); });
     EXPECT_FALSE(XRegistry::IsFileReadable());
     late.join();
-    ::close(other);
+    ::close(holder);
     EXPECT_EQ(Get(L"w", L""), 3);
 }
 
@@ -330,13 +323,12 @@ TEST_F(Registry, ATransactionShowsItsChangesAndWritesThemTogether) {
 }
 
 TEST_F(Registry, ACopyOfAKeyShowsWhatTheKeyShows) {
-    Put("{\"HKCU\":{\"from\":{\"v\":1,\"V\":2,\"k\":{\"v\":3},\"K\":{\"v\":4,\"hidden\":5}}}}");
+    Put(R"({"HKCU":{"from":{"v":1,"V":2,"k":{"v":3},"K":{"v":4,"hidden":5}}}})");
     XRegistryTransaction copy;
     copy.CopyKey(kUser, L"from", kUser, L"to");
     ASSERT_TRUE(copy.Commit());
-    EXPECT_EQ(Get(L"v", L"to"), 1);
-    EXPECT_EQ(Get(L"v", L"to\\k"), 3);
-    EXPECT_EQ(Get(L"hidden", L"to\\k"), -1);
+    EXPECT_TRUE(Get(L"v", L"to") == 1 && Get(L"v", L"to\\k") == 3 && Get(L"hidden", L"to\\k") == -1)
+        << Text();
 }
 
 TEST_F(Registry, NoChangeMakesTheTreeTooDeepToRead) {

@@ -1,9 +1,6 @@
 #include "MPEGBytes.h"
 #include "PluginHost.h"
-#include "Wave64Bytes.h"
 #include "base/XApplication.h"
-
-#include <gtest/gtest.h>
 
 namespace w64 {
 
@@ -135,26 +132,6 @@ TEST_F(SubDecoder, FailuresAreNamed) {
         EXPECT_EQ(host.capture.Errors(), c.error);
         EXPECT_EQ(host.Close(), 1);
     }
-}
-
-TEST_F(SubDecoder, OfMPEGAudioGivesTheSameSamplesAndStartsAnew) {
-    Install(MP3_PLUGIN);
-    for (const auto& [kind, tag] : {std::pair{"mp3", uint16_t{85}}, {"mp2", 80}}) {
-        Bytes stream = Encoded(44100, 2, "320", kind);
-        while (stream.size() < 200'000) stream = stream + stream;
-        const Bytes audio = DecodedAtOnce(stream);
-        PluginHost host;
-        ASSERT_EQ(host.Open(File(stream, tag)), 1) << host.capture.Errors();
-        EXPECT_EQ(base::Load<uint16_t>(host.open.AudioInfo.WaveFormat.Bytes), 3);
-        EXPECT_TRUE(host.DecodeAll() == audio);
-        ASSERT_EQ(Plugin().SetPosition(host.handle, 0), 1);
-        EXPECT_TRUE(host.DecodeAll() == audio);
-        EXPECT_EQ(host.capture.Errors(), "");
-    }
-    PluginHost host;
-    EXPECT_EQ(host.Open(File(packets)), 0);
-    EXPECT_EQ(host.capture.Errors(), "Error no MPEG audio found.  [MPEGStream]\r\n"
-                                     "Error decoding audio with external Decoder.  [ExternalDecodeData]\r\n");
 }
 
 }  // namespace w64

@@ -25,4 +25,22 @@ inline Bytes Pattern(size_t size) {
     return bytes;
 }
 
+// What there is of the bytes in [from, to).
+inline Bytes Slice(const Bytes& bytes, size_t from, size_t to = SIZE_MAX) {
+    const auto at = [&](size_t offset) {
+        return bytes.begin() + static_cast<std::ptrdiff_t>(std::min(offset, bytes.size()));
+    };
+    return {at(from), at(to)};
+}
+
+inline Bytes Resized(Bytes bytes, size_t size) {
+    bytes.resize(size);
+    return bytes;
+}
+
+inline Bytes operator+(Bytes bytes, const Bytes& more) {
+    bytes.insert(bytes.end(), more.begin(), more.end());
+    return bytes;
+}
+
 }  // namespace w64

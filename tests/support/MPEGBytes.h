@@ -42,9 +42,4 @@ inline Bytes DecodedAtOnce(const Bytes& stream, bool gapless = false) {
     return audio;
 }
 
-inline Bytes operator+(Bytes bytes, const Bytes& more) {
-    bytes.insert(bytes.end(), more.begin(), more.end());
-    return bytes;
-}
-
 }  // namespace w64

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "Bytes.h"
+#include "Expect.h"
 #include "ReportCapture.h"
 #include "TempFolder.h"
+#include "Wave64Bytes.h"
 #include "base/XStr.h"
 #include "interface/w64_decoder.h"
 

@@ -13,9 +13,8 @@ class Wave64Bytes {
 public:
     // `sizeField` lies about the size when given.
     Wave64Bytes& Chunk(std::string_view code, const Bytes& data, std::optional<uint64_t> sizeField = {}) {
-        Bytes guid(code.begin(), code.end());
-        guid.insert(guid.end(), {0xF3, 0xAC, 0xD3, 0x11, 0x8C, 0xD1, 0x00, 0xC0, 0x4F, 0x8E, 0xDB, 0x8A});
-        return Chunk(guid, data, sizeField);
+        const Bytes tail = {0xF3, 0xAC, 0xD3, 0x11, 0x8C, 0xD1, 0x00, 0xC0, 0x4F, 0x8E, 0xDB, 0x8A};
+        return Chunk(Bytes(code.begin(), code.end()) + tail, data, sizeField);
     }
 
     // A count and that many entries.
@@ -23,6 +22,14 @@ public:
         const Bytes guid = {0xBC, 0x94, 0x5F, 0x92, 0x5A, 0x52, 0xD2, 0x11,
                             0x86, 0xDC, 0x00, 0xC0, 0x4F, 0x8E, 0xDB, 0x8A};
         return Chunk(guid, data, sizeField);
+    }
+
+    // Of a code each, without data.
+    Wave64Bytes& EmptyChunks(int count) {
+        const Bytes levl = Wave64Bytes().Chunk("levl", {}).File();
+        bytes_.reserve(bytes_.size() + 24 * static_cast<size_t>(count));
+        for (; count > 0; --count) bytes_.insert(bytes_.end(), levl.begin() + 40, levl.end());
+        return *this;
     }
 
     Wave64Bytes& Fmt(uint16_t tag, uint16_t channels, uint32_t rate, uint16_t bits) {
@@ -50,8 +57,7 @@ public:
         Append(body, rate * blockAlign);
         Append(body, blockAlign);
         Append(body, bits);
-        Append<uint16_t>(body, 0);
-        return body;
+        return body + Bytes(2);
     }
 
     // 40 bytes, the sub-format of `tag`.
@@ -62,8 +68,7 @@ public:
         Append(body, bits);
         Append(body, mask);
         Append(body, tag);
-        body.insert(body.end(), {0, 0, 0, 0, 0x10, 0, 0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71});
-        return body;
+        return body + Bytes{0, 0, 0, 0, 0x10, 0, 0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71};
     }
 
 private:

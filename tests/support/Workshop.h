@@ -40,12 +40,4 @@ public:
     }
 };
 
-// What there is of the bytes in [from, to).
-inline Bytes Slice(const Bytes& bytes, size_t from, size_t to) {
-    const auto at = [&](size_t offset) {
-        return bytes.begin() + static_cast<std::ptrdiff_t>(std::min(offset, bytes.size()));
-    };
-    return {at(from), at(to)};
-}
-
 }  // namespace w64

@@ -2,7 +2,6 @@
 #include "Bytes.h"
 
 #include <gtest/gtest.h>
-#include <random>
 
 namespace w64 {
 
@@ -86,17 +85,18 @@ TEST(Tags, MergesByName) {
 }
 
 TEST(Tags, GoByNameByKindAndBySize) {
-    const std::pair<unsigned, const char*> cases[] = {
-        {1, "Title=;"},
-        {2 | 8, "_riff_3=;_ALBUMART_1_Media=;Title=;"},
-        {4, "_CDTOC=;Title=;"},
-        {16, "_crc=;Title=;"},
-    };
+    const std::pair<unsigned, const char*> cases[] = {{1, "Title=;"},
+                                                      {2 | 8, "_riff_3=;_ALBUMART_1_Media=;Title=;"},
+                                                      {4, "_CDTOC=;Title=;"},
+                                                      {16, "_crc=;Title=;"}};
     for (const auto& [keep, expected] : cases) {
-        NTag tags;
-        for (const wchar_t* name :
-             {L"_riff_3", L"_CDTOC", L"_cdtoc2", L"_ALBUMART_1_Media", L"_crc", L"_", L"Title"})
-            tags.AddTag(name, L"");
+        NTag tags = Tags({{L"_riff_3", L""},
+                          {L"_CDTOC", L""},
+                          {L"_cdtoc2", L""},
+                          {L"_ALBUMART_1_Media", L""},
+                          {L"_crc", L""},
+                          {L"_", L""},
+                          {L"Title", L""}});
         tags.DropTagsBeginUnderScore(keep);
         EXPECT_EQ(Listing(tags), expected) << keep;
     }
@@ -142,35 +142,25 @@ TEST(PackedTags, AreReadUpToTheFirstItemThatIsCutShort) {
         {kUTF8, "\1\0\0\0\7\0\0\0T\0V"sv, "T=V;"},                            // no terminator
         {kUTF8, "\1\0\0\0\x0A\0\0\0\xC3\0V\0!?"sv, "\uFFFD=V:!?;"},
     };
-    for (const auto& [form, block, expected] : cases) {
+    for (const auto& [form, block, expected] : cases)
         EXPECT_EQ(Listing(Unpacked(block, form)), expected) << testing::PrintToString(block);
-    }
     NTag tags;
     tags.InitFromRawMemory(nullptr, 100);
     EXPECT_EQ(tags.Count(), 0);
 }
 
-TEST(PackedTags, SurviveTruncationAndMutation) {
+TEST(PackedTags, SurviveTruncation) {
     NTag samples = Tags({{L"Title", L"\u00C5 \u20AC"}, {L"", L""}});
     AddData(samples, L"_riff_3", "data");
     samples.AddTag(STInternalTag(samples[2]));
     samples[3].Value = L"both";
     const std::string whole = Listing(samples);
-    std::mt19937 random(1);
     for (const Form& form : {kUTF16, kUTF8}) {
         const std::string good = Packed(samples, form);
         EXPECT_EQ(Listing(Unpacked(good, form)), whole);
         for (size_t size = 0; size < good.size(); ++size) {
             const std::string cut = Listing(Unpacked({good.data(), size}, form));
             EXPECT_TRUE(cut.size() < whole.size() && whole.starts_with(cut)) << size << cut;
-        }
-        for (int i = 0; i < 20000; ++i) {
-            std::string block = good.substr(0, good.size() - random() % 4);
-            for (auto changes = random() % 4 + 1; changes > 0; --changes) {
-                block[random() % block.size()] = static_cast<char>(random() % 3 ? random() % 16 : random());
-            }
-            const NTag tags = Unpacked(block, form);
-            EXPECT_EQ(Listing(Unpacked(Packed(tags, form), form)), Listing(tags));
         }
     }
 }
@@ -213,26 +203,24 @@ TEST(AlbumArt, KnowsThePictureTypes) {
         EXPECT_EQ(NTag::AlbumArtDescriptionToAPICPicType(name.c_str() + 1), type);
     }
     EXPECT_EQ(NTag::AlbumArtAPICPicTypeToElementDescription(16), L"_Video Capture");
-    EXPECT_EQ(NTag::AlbumArtDescriptionToAPICPicType(L"publisher logo"), 20);
-    EXPECT_EQ(NTag::AlbumArtDescriptionToAPICPicType(L"Fish"), 3);
-    EXPECT_EQ(NTag::AlbumArtDescriptionToAPICPicType(L""), 3);
+    for (const auto& [text, type] : {std::pair(L"publisher logo", 20), {L"Fish", 3}, {L"", 3}})
+        EXPECT_EQ(NTag::AlbumArtDescriptionToAPICPicType(text), type);
 }
 
 TEST(AlbumArt, IsFoundByIndexAndItsNameSplit) {
     NTag tags = Tags({{L"_albumart_12_Media<subdesc>scan<subdesc>2", L""},
                       {L"_AlbumArt_2_Front_Cover<SUBDESC>", L""},
                       {L"_albumart_3", L""}});
-    using Art = std::tuple<const STInternalTag*, XStr, XStr>;
-    const auto find = [&tags](int index) {
-        XStr description = L"before", subDescription = L"before";
-        const STInternalTag* tag = tags.GetAlbumArt(index, description, subDescription);
-        return Art(tag, description, subDescription);
-    };
-    EXPECT_EQ(find(1), Art(tags.pTag(0), L"Media", L"scan<subdesc>2"));
-    EXPECT_EQ(find(2), Art(tags.pTag(1), L"Front_Cover<SUBDESC>", L""));
-    EXPECT_EQ(find(3), Art(tags.pTag(2), L"", L""));
-    EXPECT_EQ(find(4), Art(nullptr, L"", L""));
-    XStr description, subDescription;
+    const std::tuple<const STInternalTag*, XStr, XStr> cases[] = {
+        {tags.pTag(0), L"Media", L"scan<subdesc>2"},
+        {tags.pTag(1), L"Front_Cover<SUBDESC>", L""},
+        {tags.pTag(2), L"", L""},
+        {nullptr, L"", L""}};
+    XStr description = L"before", subDescription = L"before";
+    for (int index = 1; const auto& art : cases) {
+        const STInternalTag* tag = tags.GetAlbumArt(index++, description, subDescription);
+        EXPECT_EQ(std::tuple(tag, description, subDescription), art);
+    }
     NTag::SpiltAlbumArtDesctiptionLine(L"_albumart__Media", description, subDescription);
     EXPECT_EQ(description, L"Media");
 }

@@ -1,4 +1,5 @@
 #include "Bytes.h"
+#include "Expect.h"
 #include "ReportCapture.h"
 #include "TempFolder.h"
 #include "Wave64Bytes.h"
@@ -6,9 +7,7 @@
 #include "tags/clRIFFSUMMARYLISTChunk.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <optional>
-#include <random>
 #include <sstream>
 #include <unistd.h>
 
@@ -41,10 +40,10 @@ struct Reading {
                      const STNStdReport& report = {})
         : text(form) {
         const Bytes data(list.begin(), list.end());
-        const auto size = static_cast<unsigned>(data.size());
         NTag tags;
         tags.AddTag(L"replaced", L"");
-        const bool result = List::InitFrom(data.data(), size, tags, report, albumOption, text);
+        const bool result =
+            List::InitFrom(data.data(), unsigned(data.size()), tags, report, albumOption, text);
         EXPECT_EQ(result, tags.Count() > 0);
         for (int i = 0; i < tags.Count(); ++i) pairs.emplace_back(tags[i].Name, tags[i].Value);
     }
@@ -90,14 +89,15 @@ TEST(SummaryList, MostIdentifiersStandForOneNameWhateverTheOptions) {
 }
 
 TEST(SummaryList, AlbumAndTrackGoByTheOptions) {
-    const std::tuple<int, int, Pairs, std::string, std::string> rows[] = {
-        {0, 0, {{L"Album", L"x"}, {L"ISRC", L"x"}, {L"Track", L"x"}, {L"Track", L"x"}}, "IPRD", "itrk"},
-        {1, 0, {{L"Product", L"x"}, {L"Album", L"x"}, {L"Track", L"x"}, {L"Track", L"x"}}, "ISRC", "itrk"},
-        {0, -1, {{L"Album", L"x"}, {L"ISRC", L"x"}, {L"Track", L"x"}, {L"Track", L"x"}}, "IPRD", "TRCK"},
+    const std::tuple<int, int, const wchar_t*, const wchar_t*, std::string, std::string> rows[] = {
+        {0, 0, L"Album", L"ISRC", "IPRD", "itrk"},
+        {1, 0, L"Product", L"Album", "ISRC", "itrk"},
+        {0, -1, L"Album", L"ISRC", "IPRD", "TRCK"},
     };
     const Bytes list =
         ListBytes().Entry("IPRD", kX).Entry("ISRC", kX).Entry("itrk", kX).Entry("TRCK", kX).data;
-    for (const auto& [album, track, read, writtenAlbum, writtenTrack] : rows) {
+    for (const auto& [album, track, first, second, writtenAlbum, writtenTrack] : rows) {
+        const Pairs read = {{first, L"x"}, {second, L"x"}, {L"Track", L"x"}, {L"Track", L"x"}};
         EXPECT_EQ(Reading(list, Half, album).pairs, read);
         const Pairs pairs = {{L"isrc", L"x"}, {L"ALBUM", L"x"}, {L"track", L"x"}};
         EXPECT_EQ(Written(pairs, Half, album, track),
@@ -142,9 +142,7 @@ TEST(SummaryList, ReadsBackWhatWasWritten) {
     Pairs halves = pairs, units = pairs;
     for (auto& [name, value] : halves) value.resize((value.size() + 1) / 2);
     for (auto& [name, value] : units) value = SplitIntoUnits(value);
-    const Reading half(Written(pairs));
-    EXPECT_EQ(half.pairs, halves);
-    EXPECT_EQ(half.text, Half);
+    EXPECT_EQ(Reading(Written(pairs)).pairs, halves);
     for (const LISTText asked : {Wide, UTF16}) {
         for (const LISTText form : {Wide, UTF16}) {
             const Reading whole(Written(pairs, form), asked);
@@ -210,9 +208,8 @@ TEST(SummaryList, HalfTextIsReadAsCodesWhateverItsBytesAre) {
         {{'R', 0, 0, 0, 0, 0, 0, 0, 'x', 0, 0, 0}, L"R"},
         {{0xFF, 0xFF, 0xFF, 0xFF}, XStr{static_cast<wchar_t>(-1)}},
     };
-    for (const auto& [text, value] : cases) {
+    for (const auto& [text, value] : cases)
         EXPECT_EQ(Reading(ListBytes().Entry("INAM", text).data).pairs, (Pairs{{L"Title", value}}));
-    }
 }
 
 TEST(SummaryList, DamageEndsTheListWhereItIs) {
@@ -245,7 +242,7 @@ TEST(SummaryList, DamageEndsTheListWhereItIs) {
     EXPECT_FALSE(List::InitFrom(nullptr, 100, tags, {}, 0, text));
     const ReportCapture capture;
     Reading(good.data, Half, 0, capture.Report());
-    EXPECT_NE(capture.Trace().find("Decoding LISTSUMMARY chunk:\r\n"), std::string::npos);
+    EXPECT_HAS("Decoding LISTSUMMARY chunk:\r\n", capture.Trace());
 }
 
 TEST(SummaryList, TellsWhatItPassesOver) {
@@ -261,17 +258,16 @@ TEST(SummaryList, TellsWhatItPassesOver) {
     list.back() = 1;
     EXPECT_EQ(hidden(list), std::vector<XStr>{L"the bytes after the last tag"});
     EXPECT_EQ(hidden(ListBytes().Entry("IXYZ", two16).data), std::vector<XStr>{L"the unknown 'IXYZ'"});
-    for (const Bytes& two : {two16, two32}) {
+    for (const Bytes& two : {two16, two32})
         EXPECT_EQ(hidden(ListBytes().Entry("INAM", two).data),
                   std::vector<XStr>{L"text after the end of 'Title'"});
-    }
     EXPECT_TRUE(hidden({}).empty());
 }
 
 TEST(SummaryList, ThatCannotBeReadIsNotWhole) {
     const TempFolder folder;
-    const auto path =
-        folder.Write("a.w64", Wave64Bytes().SummaryList(ListBytes().Entry("INAM", kX).data).File());
+    const Bytes list = ListBytes().Entry("INAM", kX).data;
+    const auto path = folder.Write("a.w64", Wave64Bytes().SummaryList(list).File());
     XFile file, unreadable;
     ASSERT_TRUE(file.Open(FromUTF8(path.native()), XFile::Access::Read));
     clWave64Handler chunks;
@@ -281,23 +277,6 @@ TEST(SummaryList, ThatCannotBeReadIsNotWhole) {
     ASSERT_TRUE(unreadable.Open(reinterpret_cast<void*>(intptr_t{writeOnly})));
     EXPECT_FALSE(ChunkTags::ReadSummaryLists(unreadable, chunks, {}, {}).areWhole);
     ::close(writeOnly);
-}
-
-TEST(SummaryList, SurvivesRandomDamage) {
-    std::mt19937 random(20240607);
-    size_t read = 0;
-    for (int round = 0; round < 20000; ++round) {
-        const auto form = LISTText(round % 3);
-        Bytes list = Written({{L"Title", L"Hey"}, {L"Comment", kNote + L"A"}, {L"Album", L"1"}}, form);
-        for (auto changes = random() % 5; changes > 0; --changes) {
-            list[random() % list.size()] = static_cast<uint8_t>(random() % 3 ? random() % 24 : random());
-        }
-        list.resize(list.size() - random() % 3 * (random() % 8));
-        const size_t tags = Reading(list, form).pairs.size();
-        ASSERT_LE(tags, (list.size() - 4) / 8);
-        read += tags;
-    }
-    EXPECT_GT(read, 20000u);
 }
 
 }  // namespace w64

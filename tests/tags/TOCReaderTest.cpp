@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <limits>
 #include <memory>
 #include <vector>
 
@@ -12,7 +12,6 @@ namespace w64 {
 
 namespace {
 
-constexpr int kMax = std::numeric_limits<int>::max();
 constexpr uint8_t kData = TOCTrack::kDataTrack;
 
 struct Entry {
@@ -45,16 +44,15 @@ const TOC kEndless = Record(1, 3, {{1, 0, 0}});  // its last track is not there
 }  // namespace
 
 TEST(TOCReader, LimitsTheTrackNumbers) {
-    const std::pair<TOC, std::pair<int, int>> cases[] = {
-        {Record(1, 120, {}), {1, 99}}, {Record(5, 3, {}), {3, 3}}, {Record(200, 150, {}), {99, 99}}};
-    for (const auto& [toc, expected] : cases) {
+    const std::tuple<TOC, int, int> cases[] = {
+        {Record(1, 120, {}), 1, 99}, {Record(5, 3, {}), 3, 3}, {Record(200, 150, {}), 99, 99}};
+    for (const auto& [toc, first, last] : cases) {
         const clTOCReader reader(toc);
-        EXPECT_EQ(std::pair(reader.FirstTrack(), reader.LastTrack()), expected);
-        EXPECT_EQ(reader.TrackCount(), expected.second - expected.first + 1);
+        EXPECT_EQ(std::tuple(reader.FirstTrack(), reader.LastTrack(), reader.TrackCount()),
+                  std::tuple(first, last, last - first + 1));
     }
     const clTOCReader reader(kAudioDisc);
-    EXPECT_EQ(reader.Track(-5).TrackNumber, 1);
-    EXPECT_EQ(reader.LBAAddress(2), 40000u);
+    EXPECT_TRUE(reader.Track(-5).TrackNumber == 1 && reader.LBAAddress(2) == 40000);
     EXPECT_EQ(&reader.Track(1000), &reader.Track(99));
 }
 
@@ -70,17 +68,15 @@ TEST(TOCReader, TellsAudioFromData) {
     };
     for (const auto& [toc, audioTracks, extra] : cases) {
         const clTOCReader reader(toc);
-        EXPECT_EQ(reader.AudioTrackCount(), audioTracks);
-        EXPECT_EQ(reader.HasAudioTracks(), audioTracks > 0);
-        EXPECT_EQ(reader.IsCDExtra(), extra);
+        EXPECT_EQ(std::tuple(reader.AudioTrackCount(), reader.HasAudioTracks(), reader.IsCDExtra()),
+                  std::tuple(audioTracks, audioTracks > 0, extra));
     }
 
-    TOC moved = kExtraDisc;
+    TOC moved = kExtraDisc, afterTheLast = kExtraDisc;
     moved.Tracks[0].Address[3] = 9;
     EXPECT_FALSE(clTOCReader::WasCDExtra(kExtraDisc, moved));
     moved.Tracks[1].Address[3] = 9;
     EXPECT_TRUE(clTOCReader::WasCDExtra(kExtraDisc, moved));
-    TOC afterTheLast = kExtraDisc;
     afterTheLast.Tracks[0].TrackNumber = 3;
     EXPECT_FALSE(clTOCReader::WasCDExtra(afterTheLast, moved));
     moved.LastTrack = 0;
@@ -90,22 +86,23 @@ TEST(TOCReader, TellsAudioFromData) {
 TEST(TOCReader, ConvertsAddresses) {
     EXPECT_EQ(clTOCReader::MSFtoLBA(0, 1, 0, true), 0);
     EXPECT_EQ(clTOCReader::MSFtoLBA(1, 2, 3, true), 4503);
-    EXPECT_EQ(clTOCReader::MSFtoLBA(kMax, kMax, kMax, false), kMax);
+    EXPECT_EQ(clTOCReader::MSFtoLBA(INT_MAX, INT_MAX, INT_MAX, false), INT_MAX);
     EXPECT_EQ(clTOCReader::LBATomSecTime(76), 1013u);
     EXPECT_EQ(clTOCReader::LBATomSecTime(0xFFFFFFFF), static_cast<uint32_t>(0xFFFFFFFFull * 1000 / 75));
     EXPECT_EQ(clTOCReader::MSFTomSecTime(1, 2, 3), 62040);
-    EXPECT_EQ(clTOCReader::MSFTomSecTime(-kMax, 0, 0), -kMax - 1);
-    int minute = 0, second = 0, frame = 0;
-    clTOCReader::LBAtoMSF(4653, minute, second, frame, false);
-    EXPECT_EQ(std::tuple(minute, second, frame), std::tuple(1, 2, 3));
-    clTOCReader::LBAtoMSF(kMax, minute, second, frame, true);
-    EXPECT_EQ(std::tuple(minute, second, frame), std::tuple(477218, 37, 22));
-    using Address = std::array<uint8_t, 4>;
-    Address address{};
+    EXPECT_EQ(clTOCReader::MSFTomSecTime(-INT_MAX, 0, 0), INT_MIN);
+    const auto msf = [](int lba, bool pregap) {
+        std::array<int, 3> time{};
+        clTOCReader::LBAtoMSF(lba, time[0], time[1], time[2], pregap);
+        return time;
+    };
+    EXPECT_EQ(msf(4653, false), (std::array{1, 2, 3}));
+    EXPECT_EQ(msf(INT_MAX, true), (std::array{477218, 37, 22}));
+    std::array<uint8_t, 4> address{};
     clTOCReader::MSFAddressFromLBADWORD(4503, address.data(), true);
-    EXPECT_EQ(address, (Address{0, 1, 2, 3}));
+    EXPECT_EQ(address, (std::array<uint8_t, 4>{0, 1, 2, 3}));
     clTOCReader::LBAAddressFromDWORD(0x89ABCDEF, address.data());
-    EXPECT_EQ(address, (Address{0x89, 0xAB, 0xCD, 0xEF}));
+    EXPECT_EQ(address, (std::array<uint8_t, 4>{0x89, 0xAB, 0xCD, 0xEF}));
     EXPECT_EQ(clTOCReader::LBAAddressToDWORD(address.data()), 0x89ABCDEFu);
 }
 
