@@ -1,7 +1,4 @@
 #include "HostWorkshop.h"
-#include "Wave64Bytes.h"
-
-#include <gtest/gtest.h>
 
 namespace w64 {
 
@@ -50,7 +47,7 @@ TEST_F(Damage, IsAnErrorUnlessSalvageKeepsEveryWholeFrame) {
         const Outcome salvaged = shop.Do("w64 decode a.w64 --salvage -o a.raw && "
                                          "w64 decode a.w64 --salvage -q --start " +
                                          std::to_string(start) + "f --end 150f -o b.raw");
-        EXPECT_PRED_FORMAT2(IsSubstring, lost, salvaged.errors);
+        EXPECT_HAS(lost, salvaged.errors);
         const Bytes kept = Slice(file, kDataAt, kDataAt + framesThere * kFrameBytes);
         const Bytes part = Slice(kept, start * kFrameBytes, 150 * kFrameBytes);
         EXPECT_TRUE(shop.Contents() == (Folder{{"a.raw", kept}, {"a.w64", file}, {"b.raw", part}}));
@@ -62,8 +59,7 @@ TEST_F(Damage, IsAnErrorUnlessSalvageKeepsEveryWholeFrame) {
          {"info a.w64", 1, "in fact the file is cut off: it is 59,000 bytes shorter than"}});
     shop.Write("a.w64", File(uint64_t{1} << 63, uint64_t{1} << 63));
     const Outcome plotted = shop.Run("w64 plot a.w64");
-    EXPECT_PRED_FORMAT2(IsSubstring, "size in its header cannot be right; 0:00:00.208 of audio",
-                        plotted.errors);
+    EXPECT_HAS("size in its header cannot be right; 0:00:00.208 of audio", plotted.errors);
 }
 
 // Reports and settings are kept in memory.
@@ -71,7 +67,7 @@ TEST_F(Damage, IsToldWithoutRoomForTemporaryFiles) {
     shop.Write("a.w64", File(kDataAt + 600, {}));
     const char* const decode = "w64 decode a.w64 -o - --format raw 2>&1 >/dev/null; echo exit $?";
     const std::string told = shop.Run(decode).output;
-    EXPECT_PRED_FORMAT2(IsSubstring, "--salvage keeps what it still holds\nexit 1\n", told);
+    EXPECT_HAS("--salvage keeps what it still holds\nexit 1\n", told);
     EXPECT_EQ(shop.Run(std::string("(ulimit -f 0; ") + decode + ") | cat").output, told);
 
     if (shop.Run("unshare -m true").status != 0) GTEST_SKIP() << "no file systems can be mounted here";
@@ -80,16 +76,6 @@ TEST_F(Damage, IsToldWithoutRoomForTemporaryFiles) {
     shop.Write("b.w64", File({}, {}));
     shop.Do(noTemp +
             "w64 tags set b.w64 Title=x --in-place && w64 tags b.w64 && w64 info b.w64 && w64 options'");
-}
-
-TEST_F(Damage, ChunksWithoutNumberAreNoAudio) {
-    Bytes file = File(kDataAt + 600, {});
-    const size_t chunks = file.size();
-    file.resize(chunks + size_t{24} * 450'001 + 8);
-    for (size_t at = chunks; at + 24 < file.size(); at += 24) file[at + 16] = 24;
-    shop.Write("a.w64", file);
-    shop.Do("w64 decode a.w64 --salvage -o a.raw");
-    EXPECT_TRUE(shop.Read("a.raw") == kAudio);
 }
 
 TEST_F(Damage, WhatOnlyLooksOddIsDecoded) {

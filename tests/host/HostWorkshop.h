@@ -1,26 +1,24 @@
 #pragma once
 
+#include "Expect.h"
 #include "Json.h"
+#include "Wave64Bytes.h"
 #include "Workshop.h"
 
-#include <gtest/gtest.h>
 #include <initializer_list>
 #include <map>
 
 namespace w64 {
 
-using testing::IsSubstring;
 using Folder = std::map<std::string, Bytes>;  // what is in files, by name
 
-inline Bytes Resized(Bytes bytes, size_t size) {
-    bytes.resize(size);
-    return bytes;
-}
+// Before a command, preloads what meddles with its files.
+inline const std::string kMeddling =
+    "ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD=" W64_MEDDLING " ";
 
-// Before a command: its read of that number from a WAV file, or one with such a name, fails.
+// Its read of that number from a WAV file, or one with such a name, fails.
 inline std::string WithFailingRead(int number) {
-    return "ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD=" FAILING_READ " FAILING_READ=" +
-           std::to_string(number) + " ";
+    return kMeddling + "FAILING_READ=" + std::to_string(number) + " ";
 }
 
 // A workshop whose commands find settings of their own, never those of whoever runs the test.
@@ -59,8 +57,8 @@ public:
             SCOPED_TRACE(arguments);
             const Outcome outcome = Run("w64 " + arguments);
             EXPECT_EQ(outcome.status, status);
-            EXPECT_PRED_FORMAT2(IsSubstring, "\nw64: ", "\n" + outcome.errors);
-            EXPECT_PRED_FORMAT2(IsSubstring, message, outcome.errors);
+            EXPECT_HAS("\nw64: ", "\n" + outcome.errors);
+            EXPECT_HAS(message, outcome.errors);
             EXPECT_TRUE(Contents() == before);
             EXPECT_EQ(ReadText(Settings()), settings);
         }
@@ -68,9 +66,8 @@ public:
 
     Folder Contents() const {
         Folder contents;
-        for (const std::string& name : Files()) {
+        for (const std::string& name : Files())
             contents[name] = std::filesystem::is_regular_file(Path() / name) ? Read(name) : Bytes();
-        }
         return contents;
     }
 

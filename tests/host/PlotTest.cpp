@@ -2,10 +2,11 @@
 #include "SoundFile.h"
 #include "host/plot/AxisTicks.h"
 #include "host/plot/Envelope.h"
+#include "host/plot/PlotLayout.h"
 #include "host/plot/Spectrogram.h"
 
+#include <cairo.h>
 #include <cmath>
-#include <gtest/gtest.h>
 #include <limits>
 #include <numbers>
 
@@ -25,12 +26,60 @@ void AddInBlocks(Analysis& analysis, std::span<const double> samples, size_t blo
     }
 }
 
-// As the header of the file tells.
-std::pair<int, int> SizeOf(const Bytes& png) {
-    return {png.at(18) * 256 + png.at(19), png.at(22) * 256 + png.at(23)};
-}
+class Picture {
+public:
+    explicit Picture(const std::filesystem::path& png)
+        : image_(cairo_image_surface_create_from_png(png.c_str()), cairo_surface_destroy) {}
+
+    // The sum of red, green and blue, at shares of an area from its left and its bottom.
+    int Brightness(const PictureArea& area, double x, double y) const {
+        const auto column = area.left + static_cast<int>(x * area.width);
+        const auto row = area.Bottom() - static_cast<int>(y * area.height);
+        const uint8_t* pixel = cairo_image_surface_get_data(image_.get()) +
+                               static_cast<ptrdiff_t>(row) * cairo_image_surface_get_stride(image_.get()) +
+                               static_cast<ptrdiff_t>(column) * 4;
+        return pixel[0] + pixel[1] + pixel[2];
+    }
+
+private:
+    std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)> image_;
+};
 
 }  // namespace
+
+// On the left a loud low tone above silence and on the right a soft high one, then a tone before silence.
+TEST_F(Plot, TimeFrequencyAndLevelRunTheRightWay) {
+    constexpr int kHalf = 22050;
+    Bytes samples;
+    for (int i = 0; i < 2 * kHalf; ++i) {
+        const auto tone = [i](double hertz) { return std::sin(2 * std::numbers::pi * hertz * i / 44100); };
+        Append(samples, static_cast<float>(i < kHalf ? 0.4 + 0.4 * tone(5000) : 0.1 * tone(17000)));
+        Append(samples, static_cast<float>(i < kHalf ? 0.4 * tone(5000) : 0));
+    }
+    SoundFile(shop.Path() / "a.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 2).WriteRaw(samples);
+    shop.Do("w64 plot a.wav --size 640x400");
+    const Picture picture(shop.Path() / "a.png");
+    const PlotLayout layout({640, 400}, 2);
+    const struct {
+        size_t lane;
+        double x, level;
+        bool isDrawn;
+    } levels[] = {
+        {0, 0.2, 0.65, true}, {0, 0.2, -0.65, false}, {0, 0.8, 0.65, false}, {0, 0.8, -0.05, true},
+        {1, 0.2, 0.35, true}, {1, 0.2, -0.35, true},  {1, 0.2, 0.65, false}, {1, 0.8, 0.1, false},
+    };
+    for (const auto& c : levels) {
+        const int brightness = picture.Brightness(layout.Lane(c.lane), c.x, 0.5 + c.level / 2);
+        EXPECT_EQ(brightness < 600, c.isDrawn) << c.lane << " at " << c.x << ", " << c.level;
+    }
+    const auto power = [&](double x, double hertz) {
+        return picture.Brightness(layout.Spectrogram(), x, hertz / 22050);
+    };
+    EXPECT_GT(power(0.2, 5000), 250);
+    EXPECT_GT(power(0.8, 17000), 250);
+    for (const auto& [x, hertz] : {std::pair(0.2, 17000.0), {0.8, 5000.0}, {0.3, 11000.0}})
+        EXPECT_LT(power(x, hertz), 150) << x << ", " << hertz;
+}
 
 TEST(Spectrogram, SineIsALineOfItsLevelAndNothingElse) {
     constexpr int64_t kFrames = 60'000;
@@ -66,18 +115,6 @@ TEST(Spectrogram, SineIsALineOfItsLevelAndNothingElse) {
             }
             EXPECT_LT(10 * std::log10(leak), floor);
         }
-    }
-}
-
-TEST(Spectrogram, FewFramesAreEnough) {
-    for (const size_t frames : {1u, 2u, 63u, 64u, 100u}) {
-        Spectrogram spectrogram({1, 300, 1000, -120, static_cast<int64_t>(frames)});
-        spectrogram.Add(std::vector<double>(frames, 0.5));
-        spectrogram.Finish();
-        ASSERT_EQ(spectrogram.Columns(), frames);
-        const auto column = spectrogram.Column(frames - 1);
-        EXPECT_GT(column[0], 1e-4);
-        EXPECT_TRUE(std::ranges::all_of(column, [](float power) { return std::isfinite(power); }));
     }
 }
 
@@ -118,15 +155,14 @@ TEST(AxisTicks, StepsAndLabels) {
 }
 
 TEST_F(Plot, EveryKindOfFileGivesThePictureOfItsAudio) {
-    shop.Do("mkdir b c && w64 sample a.w64 --seconds 2 && w64 decode a.w64 -o b.wav && mv b.wav b/a.w64 && "
+    shop.Do("mkdir b c && w64 sample a.w64 --seconds 1 && w64 decode a.w64 -o b.wav && mv b.wav b/a.w64 && "
             "w64 decode a.w64 -o c.flac && mv c.flac c/a.w64 && "
-            "for i in a b/a c/a; do w64 plot $i.w64 --size 800x500 --floor -180; done; "
-            "w64 plot a.w64 -o d.png");
+            "for i in a b/a c/a; do w64 plot $i.w64 --size 800x400 --floor -180; done");
     const Bytes picture = shop.Read("a.png");
-    EXPECT_EQ(SizeOf(picture), std::pair(800, 500));
+    EXPECT_EQ(Bytes(picture.begin() + 18, picture.begin() + 24),
+              (Bytes{800 / 256, 800 % 256, 0, 0, 400 / 256, 400 % 256}));
     EXPECT_TRUE(shop.Read("b/a.png") == picture) << "of a WAV file";
     EXPECT_TRUE(shop.Read("c/a.png") == picture) << "of a FLAC file";
-    EXPECT_EQ(SizeOf(shop.Read("d.png")).first, 1600);
 }
 
 TEST_F(Plot, WhatIsNoNumberIsDrawnAsSilence) {
@@ -139,12 +175,12 @@ TEST_F(Plot, WhatIsNoNumberIsDrawnAsSilence) {
                 Append(samples, i == 500 ? sample : 0.25F);
         }
         SoundFile(shop.Path() / "a.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1).WriteRaw(samples);
-        notes = shop.Do("w64 plot -f a.wav").errors;
+        notes = shop.Do("w64 plot -f a.wav --size 640x400").errors;
         return shop.Read("a.png");
     };
     const Bytes silent = plot(0, 0, 0);
     EXPECT_TRUE(plot(std::numeric_limits<float>::quiet_NaN(), infinite, -infinite) == silent);
-    EXPECT_PRED_FORMAT2(IsSubstring, "3 samples are infinite or NaN", notes);
+    EXPECT_HAS("3 samples are infinite or NaN", notes);
 }
 
 TEST_F(Plot, LosesAndPretendsNothing) {
@@ -152,18 +188,15 @@ TEST_F(Plot, LosesAndPretendsNothing) {
     shop.Write("a.png", Pattern(100));
     SoundFile(shop.Path() / "empty.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1).WriteRaw({});
     shop.ExpectRefused({{"plot a.w64", 1, "exists already"},
-                        {"plot a.w64 -o a.jpg", 2, "should end in .png"},
-                        {"plot a.w64 -o nowhere/b.png", 1, "cannot create"},
                         {"plot a.png -o b.png", 1, "a.png: "},
                         {"plot empty.wav", 1, "holds no audio"}});
     shop.Write("cut.w64", Slice(shop.Read("a.w64"), 0, 100'000));
-    const Outcome outcome = shop.Run("w64 plot cut.w64");  // as far as it goes
+    const Outcome outcome = shop.Run("w64 plot cut.w64 --size 640x400");  // as far as it goes
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_PRED_FORMAT2(
-        IsSubstring, "cut.w64: the file is cut off after 0:00:00.346, 188,106 bytes of audio are missing\n",
-        outcome.errors);
-    shop.Do("w64 decode -q cut.w64 --salvage && mkdir whole && mv cut.wav whole/cut.w64 && w64 plot "
-            "whole/cut.w64");
+    EXPECT_HAS("cut.w64: the file is cut off after 0:00:00.346, 188,106 bytes of audio are missing\n",
+               outcome.errors);
+    shop.Do("w64 decode -q cut.w64 --salvage && mkdir whole && mv cut.wav whole/cut.w64 && "
+            "w64 plot whole/cut.w64 --size 640x400");
     EXPECT_TRUE(shop.Read("cut.png") == shop.Read("whole/cut.png")) << "not all that is there";
 }
 

@@ -1,13 +1,11 @@
 #include "HostWorkshop.h"
 #include "SoundFile.h"
-#include "Wave64Bytes.h"
 #include "host/formats/SampleKind.h"
 #include "host/formats/Speakers.h"
 #include "host/formats/Wave64Writer.h"
 
 #include <array>
 #include <cmath>
-#include <gtest/gtest.h>
 
 namespace w64 {
 
@@ -25,21 +23,18 @@ Bytes Audio(int channels, size_t sampleBytes) {
 
 TEST_F(RoundTrip, EveryLinearFormatComesBackBitForBit) {
     for (const auto& [kind, sampleBytes] : kLinearKinds) {
-        for (const int channels : {1, 2, 3, 8}) {
+        for (const int channels : {1, 7}) {
             SCOPED_TRACE(testing::Message() << "kind " << kind << ", channels " << channels);
             const Bytes audio = Audio(channels, sampleBytes);
             SoundFile(shop.Path() / "in.wav", SF_FORMAT_WAV | kind, channels).WriteRaw(audio);
-            shop.Do("w64 encode in.wav -f a.w64 && w64 decode a.w64 -f && w64 decode a.w64 -fo a.raw");
-            SoundFile encoded(shop.Path() / "a.w64");
+            shop.Do("w64 encode in.wav -f a.w64 && w64 decode a.w64 -f");
+            SoundFile encoded(shop.Path() / "a.w64"), decoded(shop.Path() / "a.wav");
             EXPECT_EQ(encoded.Info().format, SF_FORMAT_W64 | kind);
             EXPECT_EQ(Slice(encoded.ReadRaw(), 0, audio.size()), audio);  // it takes padding for audio
             EXPECT_EQ(shop.Read("a.w64").size() % 8, 0u);
-            SoundFile decoded(shop.Path() / "a.wav");
-            EXPECT_EQ(decoded.Kind(), kind);
-            EXPECT_EQ(decoded.Info().channels, channels);
-            EXPECT_EQ(decoded.Info().samplerate, 44100);
+            EXPECT_EQ(std::tuple(decoded.Kind(), decoded.Info().channels, decoded.Info().samplerate),
+                      std::tuple(kind, channels, 44100));
             EXPECT_EQ(decoded.ReadRaw(), audio);
-            EXPECT_EQ(shop.Read("a.raw"), audio);
         }
     }
 }
@@ -80,7 +75,7 @@ TEST_F(RoundTrip, OtherSourcesKeepTheirSamples) {
         if (format >> 16 > 3 && format >> 16 != 0x22)
             continue;  // libsndfile opens no others, or only their start
         const Outcome salvaged = shop.Do("w64 encode -f --salvage " + name + " out.w64");
-        EXPECT_PRED_FORMAT2(IsSubstring, "the file is cut off, 1,496 bytes are missing", salvaged.errors);
+        EXPECT_HAS("the file is cut off, 1,496 bytes are missing", salvaged.errors);
         const std::vector<double> kept = SoundFile(shop.Path() / "out.w64").ReadSamples();
         EXPECT_TRUE(kept.size() > 200 && std::ranges::equal(kept, std::span(samples).first(kept.size())));
     }
@@ -108,11 +103,18 @@ TEST_F(RoundTrip, SourcesOfUnknownLengthAreTakenToTheirEnd) {
     }
 }
 
+// FLAC of whole frames only: its header alone tells that there were more.
+TEST_F(RoundTrip, ASourceThatEndsEarlyIsNotTakenForWhole) {
+    shop.Do("w64 sample a.w64 --seconds 2 && w64 decode a.w64 -o a.flac");
+    const std::string whole = ReadText(shop.Path() / "a.flac");
+    shop.Write("cut.flac", Slice(shop.Read("a.flac"), 0, whole.rfind("\xFF\xF8")));
+    shop.ExpectRefused({{"encode cut.flac b.w64", 1, "w64: cut.flac: ends after "},
+                        {"encode cut.flac b.w64", 1, " of 96000 frames\n"}});
+}
+
 TEST_F(RoundTrip, FilesOfOtherWritersDecode) {
-    const auto file = [&](const std::string& name, const char* ending) {
-        return shop.Path() / (name + ending);
-    };
     std::map<std::string, Bytes> audio;  // by file
+    std::string sox = "sox() { command sox -D -n \"$@\" synth 0.1 sine 440 noise; }";
     for (const auto& [kind, sampleBytes] : kLinearKinds) {
         const std::string type = kind == SF_FORMAT_PCM_U8 ? "unsigned"
                                  : kind < SF_FORMAT_FLOAT ? "signed"
@@ -120,79 +122,64 @@ TEST_F(RoundTrip, FilesOfOtherWritersDecode) {
         for (int channels = 1; channels <= 8; ++channels) {
             const std::string name = std::to_string(kind) + "-" + std::to_string(channels);
             audio[name] = Audio(channels, sampleBytes);
-            SoundFile(file(name, ".w64"), SF_FORMAT_W64 | kind, channels).WriteRaw(audio[name]);
-
-            const std::string sox = "SoX" + name;
-            shop.Do("sox -D -n -e " + type + " -b " + std::to_string(8 * sampleBytes) + " -c " +
-                    std::to_string(channels) + " " + sox + ".w64 synth 0.1 sine 440 noise");
-            audio[sox] = SoundFile(file(sox, ".w64")).ReadRaw();
-            EXPECT_EQ(audio[sox].size(), 4800 * static_cast<size_t>(channels) * sampleBytes);
+            SoundFile(shop.Path() / (name + ".w64"), SF_FORMAT_W64 | kind, channels).WriteRaw(audio[name]);
+            sox += " && sox -e " + type + " -b " + std::to_string(8 * sampleBytes) + " -c " +
+                   std::to_string(channels) + " SoX" + name + ".w64";
         }
     }
+    shop.Do(sox);
+    for (const std::string& file : shop.Files()) {
+        if (file.starts_with("SoX"))
+            audio[file.substr(0, file.size() - 4)] = SoundFile(shop.Path() / file).ReadRaw();
+    }
+    EXPECT_EQ(audio.size(), 2 * 8 * kLinearKinds.size());
     shop.Do("w64 decode -q *.w64 --format raw");
     for (const auto& [name, bytes] : audio) EXPECT_TRUE(shop.Read(name + ".raw") == bytes) << name;
 
-    const Outcome flac = shop.Run("w64 decode -q SoX*-3.w64 --format flac");
-    EXPECT_PRED_FORMAT2(IsSubstring, "FLAC holds 8, 16 and 24-bit integers", flac.errors);
+    EXPECT_HAS("FLAC holds 8, 16 and 24-bit integers",
+               shop.Run("w64 decode -q SoX*-3.w64 --format flac").errors);
     for (const auto& [kind, sampleBytes] : kLinearKinds) {
-        const std::string name = "SoX" + std::to_string(kind) + "-3";
-        ASSERT_EQ(fs::exists(file(name, ".flac")), sampleBytes <= 3);
+        const auto path = shop.Path() / ("SoX" + std::to_string(kind) + "-3.flac");
+        ASSERT_EQ(fs::exists(path), sampleBytes <= 3);
         if (sampleBytes > 3) continue;
-        EXPECT_EQ(SoundFile(file(name, ".flac")).ReadSamples(), SoundFile(file(name, ".w64")).ReadSamples());
+        EXPECT_EQ(SoundFile(path).ReadSamples(),
+                  SoundFile(fs::path(path).replace_extension("w64")).ReadSamples());
     }
 }
 
-TEST_F(RoundTrip, ChannelMaskIsKept) {
-    const std::pair<uint32_t, std::vector<int>> cases[] = {
-        {0x4, {SF_CHANNEL_MAP_CENTER}},
-        {0x33,
-         {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_REAR_LEFT, SF_CHANNEL_MAP_REAR_RIGHT}},
-        {0x60F,
-         {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_CENTER, SF_CHANNEL_MAP_LFE,
-          SF_CHANNEL_MAP_SIDE_LEFT, SF_CHANNEL_MAP_SIDE_RIGHT}},
+TEST_F(RoundTrip, SpeakersAreKept) {
+    const std::vector<int> centre = {SF_CHANNEL_MAP_CENTER},
+                           stereo = {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT};
+    const auto with = [&](std::vector<int> more) {
+        more.insert(more.begin(), stereo.begin(), stereo.end());
+        return more;
     };
-    for (const auto& [mask, map] : cases) {
+    const std::tuple<uint16_t, uint16_t, uint32_t, std::vector<int>> cases[] = {
+        {1, 24, 0x4, centre},
+        {1, 24, 0x33, with({SF_CHANNEL_MAP_REAR_LEFT, SF_CHANNEL_MAP_REAR_RIGHT})},
+        {1, 24, 0x60F,
+         with({SF_CHANNEL_MAP_CENTER, SF_CHANNEL_MAP_LFE, SF_CHANNEL_MAP_SIDE_LEFT,
+               SF_CHANNEL_MAP_SIDE_RIGHT})},
+        {3, 32, 0x4, centre},
+        {3, 32, 0x3, stereo},
+    };
+    for (const auto& [tag, bits, mask, map] : cases) {
         const auto channels = static_cast<uint16_t>(map.size());
-        const Bytes format = Wave64Bytes::ExtensibleBody(1, channels, 48000, 24, mask);
-        shop.Write("a.w64", Wave64Bytes().Chunk("fmt ", format).Data(Audio(channels, 3)).File());
+        const Bytes format = Wave64Bytes::ExtensibleBody(tag, channels, 48000, bits, mask);
+        const Bytes audio = Audio(channels, bits / 8u);
+        shop.Write("a.w64", Wave64Bytes().Chunk("fmt ", format).Data(audio).File());
         shop.Do("w64 decode a.w64 -f && w64 encode a.wav b.w64 -f");
         EXPECT_EQ(SoundFile(shop.Path() / "a.wav").ChannelMap(), map);
-        EXPECT_EQ(shop.Read("b.w64"), shop.Read("a.w64"));
+        const Bytes plain = Wave64Bytes().Fmt(tag, channels, 48000, bits).Data(audio).File();
+        EXPECT_EQ(shop.Read("b.w64"), tag == 3 ? plain : shop.Read("a.w64"));  // floats of usual speakers
     }
-}
-
-TEST(ChannelMask, ComesFromSpeakersInTheirOrderOnly) {
-    const auto mask = [](const std::vector<int>& map) { return ChannelMaskFromMap(map); };
-    EXPECT_EQ(mask({SF_CHANNEL_MAP_FRONT_LEFT, SF_CHANNEL_MAP_FRONT_RIGHT, SF_CHANNEL_MAP_FRONT_CENTER}), 7u);
-    EXPECT_EQ(mask({SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_TOP_REAR_RIGHT}), 0x20001u);
-    EXPECT_EQ(mask({SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_CENTER, SF_CHANNEL_MAP_RIGHT}), 0u);
-    EXPECT_EQ(mask({SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_LEFT}), 0u);
-    EXPECT_EQ(mask({SF_CHANNEL_MAP_AMBISONIC_B_W, SF_CHANNEL_MAP_LEFT}), 0u);
-}
-
-TEST_F(RoundTrip, FloatsOfUsualSpeakersHavePlainRecords) {
-    const std::map<int, std::vector<int>> speakers = {{1, {SF_CHANNEL_MAP_CENTER}},
-                                                      {2, {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT}}};
-    for (const auto& [channels, map] : speakers) {
-        const auto count = static_cast<uint16_t>(channels);
-        const Bytes format = Wave64Bytes::ExtensibleBody(3, count, 48000, 32, channels == 1 ? 4 : 3);
-        const Bytes audio = Audio(channels, 4);
-        shop.Write("a.w64", Wave64Bytes().Chunk("fmt ", format).Data(audio).File());
-        shop.Do("w64 decode a.w64 -f && w64 encode a.wav b.w64 -f && w64 sample -f c.w64 --float");
-        EXPECT_EQ(SoundFile(shop.Path() / "a.wav").ChannelMap(), map);
-        EXPECT_EQ(shop.Read("b.w64"), Wave64Bytes().Fmt(3, count, 48000, 32).Data(audio).File());
-    }
-    EXPECT_EQ(SoundFile(shop.Path() / "c.w64").Kind(), SF_FORMAT_FLOAT);
-}
-
-TEST_F(RoundTrip, SampleIsTheSameEveryTimeAndDoesNotClip) {
-    shop.Do("for i in a b; do w64 sample $i.w64 --channels 6 --bits 16 --seconds 3; done");
-    EXPECT_TRUE(shop.Read("a.w64") == shop.Read("b.w64"));
-    const auto samples = SoundFile(shop.Path() / "a.w64").ReadSamples();
-    ASSERT_EQ(samples.size(), 6u * 3 * 48000);
-    std::array<double, 6> peaks{};
-    for (size_t i = 0; i < samples.size(); ++i) peaks[i % 6] = std::max(peaks[i % 6], std::abs(samples[i]));
-    for (const double peak : peaks) EXPECT_TRUE(peak > 0.05 && peak < 0.98) << peak;
+    EXPECT_EQ(ChannelMaskFromMap(with({SF_CHANNEL_MAP_FRONT_CENTER})), 7u);
+    EXPECT_EQ(ChannelMaskFromMap(std::vector<int>{SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_TOP_REAR_RIGHT}),
+              0x20001u);
+    for (const std::vector<int>& none : {with({SF_CHANNEL_MAP_LEFT}),
+                                         {SF_CHANNEL_MAP_CENTER, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_LEFT},
+                                         {SF_CHANNEL_MAP_AMBISONIC_B_W, SF_CHANNEL_MAP_LEFT}})
+        EXPECT_EQ(ChannelMaskFromMap(none), 0u);
 }
 
 // Holes where audio would be.

@@ -3,7 +3,6 @@
 #include "TagBytes.h"
 #include "base/XStr.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #ifdef __linux__
@@ -61,10 +60,8 @@ TEST_F(Tags, AreSetChangedAndRemoved) {
     for (const std::string how : {"", " --in-place"}) {
         shop.Write("a.w64", kUntagged);
         for (const auto& [command, shown] : steps) {
-            const std::string line = std::string("w64 tags ").append(command).append(how);
-            SCOPED_TRACE(line);
-            const Outcome outcome = shop.Run(line);
-            EXPECT_EQ(outcome.output + outcome.errors, "");
+            SCOPED_TRACE(command);
+            EXPECT_EQ(shop.Run("w64 tags " + command + how + " 2>&1").output, "");
             EXPECT_EQ(shop.Tags("a.w64"), shown);
             Bytes rest = Slice(shop.Read("a.w64"), 0, kUntagged.size());
             base::Store<uint64_t>(rest.data() + 16, kUntagged.size());
@@ -72,43 +69,28 @@ TEST_F(Tags, AreSetChangedAndRemoved) {
             EXPECT_EQ(shop.Contents() == (Folder{{"a.w64", kUntagged}}), shown.empty());
         }
         EXPECT_FALSE(fs::exists(shop.Settings()));
-        const Bytes other = List({{"IART", Text(u"Abba")}});
-        shop.Write("a.w64",
-                   Recording(kAudio).SummaryList(List({{"INAM", Text(u"Song")}})).SummaryList(other).File());
+        Wave64Bytes two = Recording(kAudio).SummaryList(List({{"INAM", Text(u"Song")}}));
+        shop.Write("a.w64", two.SummaryList(List({{"IART", Text(u"Abba")}})).File());
         EXPECT_EQ(shop.Run("w64 tags remove a.w64 Title" + how).errors, "");
         EXPECT_EQ(shop.Tags("a.w64"), "Artist=Abba");
     }
 }
 
-TEST_F(Tags, AreShownWhateverFormTheListHas) {
-    const std::pair<Bytes, std::string> cases[] = {
-        {List({{"INAM", Text(U"S\U0001F3B5")}, {"IART", {'B', 0, 0, 0, 'o', 0}}}), "Title=S🎵, Artist=Bo"},
-        {List({{"INAM", Text(u"a\xD83C")}, {"IART", Text(U"32")}}), "Title=a�, Artist=32"},
-        {List({{"INAM", Text(u"S\U0001F3B5ng")}, {"IXYZ", {}}}), "Title=S🎵ng"},
-    };
-    for (const auto& [list, shown] : cases) {
-        shop.Write("a.w64", Tagged(list));
-        EXPECT_EQ(shop.Tags("a.w64"), shown);
-    }
-    const Outcome outcome = shop.Run("w64 tags nowhere.w64 a.w64");
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_PRED_FORMAT2(IsSubstring, "  Title                S🎵ng\n", outcome.output);
-}
-
 TEST_F(Tags, KeepTheFormOfTheListTheyAreIn) {
     const Bytes units = List({{"IART", Text(u"Song")}, {"INAM", Text(u"S\U0001F3B5\xDFB5")}});
     const Bytes codes = List({{"IART", Text(U"Song")}, {"INAM", Text(U"S\u266A")}});
-    const std::tuple<const char*, Bytes, Bytes> cases[] = {
-        {"", kUntagged, List({{"IART", Text(u"Song")}})},
-        {"LISTText=1", kUntagged, List({{"IART", Text(U"Song")}})},
-        {"LISTText=1", Tagged(List({{"INAM", Text(u"S\U0001F3B5\xDFB5")}})), units},
-        {"LISTText=2", Tagged(List({{"INAM", Text(U"S\u266A")}})), codes},
-        {"", Tagged(List({{"IART", {'O', 0, 0, 0, 'l', 0}}})), List({{"IART", Text(U"Song")}})},
+    const std::tuple<const char*, Bytes, const char*, Bytes> cases[] = {
+        {"", kUntagged, "", List({{"IART", Text(u"Song")}})},
+        {"LISTText=1", kUntagged, "", List({{"IART", Text(U"Song")}})},
+        {"LISTText=1", Tagged(List({{"INAM", Text(u"S\U0001F3B5\xDFB5")}})), "Title=S🎵�", units},
+        {"LISTText=2", Tagged(List({{"INAM", Text(U"S\u266A")}})), "Title=S♪", codes},
+        {"", Tagged(List({{"IART", {'O', 0, 0, 0, 'l', 0}}})), "Artist=Ol", List({{"IART", Text(U"Song")}})},
     };
-    for (const auto& [settings, before, after] : cases) {
+    for (const auto& [settings, before, shown, after] : cases) {
         fs::remove(shop.Settings());
         shop.Configure(settings);
         shop.Write("a.w64", before);
+        EXPECT_EQ(shop.Tags("a.w64"), shown);
         EXPECT_EQ(shop.Run("w64 tags set a.w64 Artist=Song").errors, "");
         EXPECT_EQ(shop.Read("a.w64"), Tagged(after));
     }
@@ -120,65 +102,37 @@ TEST_F(Tags, GoWhereTheOptionsSay) {
         {"LISTPos=1 LISTPadding=2 LISTPaddingSize=0 LISTTrack=0", "tags before the audio, "},
     };
     for (const auto& [options, place] : places) {
-        SCOPED_TRACE(options);
         shop.Configure("SafeEdit=0 " + options);
-        const std::string settings = ReadText(shop.Settings());
-        const auto written = fs::last_write_time(shop.Settings());
+        const auto written = std::pair(ReadText(shop.Settings()), fs::last_write_time(shop.Settings()));
         shop.Write("a.w64", Recording(kAudio).Chunk("junk", Pattern(80)).File());
-        for (const std::string edit : {"set a.w64 Track=7 Year=1", "set a.w64 Comment=\"$(seq 2000)\"",
-                                       "set a.w64 Comment=2 Year=", "remove a.w64 comment",
-                                       "remove a.w64 --all", "set a.w64 Track=8"}) {
-            EXPECT_EQ(shop.Do("w64 tags " + edit + " && w64 check -q a.w64 && w64 decode -qf a.w64 -o a.raw")
-                          .errors,
-                      "");
+        for (const std::string edit :
+             {"set a.w64 Track=7 Comment=\"$(seq 2000)\"", "set a.w64 Comment=2 Year=", "remove a.w64 --all",
+              "set a.w64 Track=8"}) {
+            shop.Do("w64 tags " + edit + " && w64 check -q a.w64 && w64 decode -qf a.w64 -o a.raw");
             EXPECT_EQ(shop.Read("a.raw"), kAudio);
-            EXPECT_PRED_FORMAT2(IsSubstring, std::string(701, 'b'), ReadText(shop.Path() / "a.w64"));
+            EXPECT_HAS(std::string(701, 'b'), ReadText(shop.Path() / "a.w64"));
         }
-        EXPECT_PRED_FORMAT2(IsSubstring, place, shop.Do("w64 check a.w64").output);
+        EXPECT_HAS(place, shop.Do("w64 check a.w64").output);
         EXPECT_EQ(shop.Tags("a.w64"), "Track=8");
-        EXPECT_EQ(ReadText(shop.Settings()), settings);
-        EXPECT_EQ(fs::last_write_time(shop.Settings()), written);
+        EXPECT_EQ(std::pair(ReadText(shop.Settings()), fs::last_write_time(shop.Settings())), written);
     }
-}
-
-TEST_F(Tags, AreReadByOthers) {
-    if (shop.Run("ffprobe -version").status != 0) GTEST_SKIP() << "there is no ffprobe";
-    shop.Write("a.w64", kUntagged);
-    EXPECT_EQ(shop.Run("w64 tags set a.w64 Title='Größe ♪' Artist=A Comment='x y'").errors, "");
-    const Outcome probed = shop.Run("ffprobe -v error -show_entries format_tags -of json a.w64");
-    EXPECT_EQ(JsonAt(probed.output, "/format/tags"), R"({"artist":"A","comment":"x y","title":"Größe ♪"})");
 }
 
 TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
     const Bytes plain = Tagged(List({{"INAM", Text(u"Song")}}));
     const Bytes unknown = Tagged(List({{"INAM", Text(u"Song")}, {"IXYZ", Text(u"?")}}));
-    Bytes two = Text(u"Anna");
-    std::ranges::copy(Text(u"Bert"), std::back_inserter(two));
-    const Bytes hidden = Tagged(List({{"IART", two}, {"INAM", Text(u"Song")}}));
+    const Bytes hidden = Tagged(List({{"IART", Text(u"Anna") + Text(u"Bert")}, {"INAM", Text(u"Song")}}));
     const Bytes twice = Tagged(List({{"itrk", Text(u"1")}, {"TRCK", Text(u"2")}}));
     Bytes corrupt = plain;
     base::Store<uint32_t>(corrupt.data() + corrupt.size() - 16, 99);  // the value's size
     const auto expectRefused = [&](const Bytes& file, std::initializer_list<HostWorkshop::Refusal> edits,
                                    const std::string& options = {}) {
-        SCOPED_TRACE(options);
         fs::remove(shop.Settings());
         shop.Configure(options);
         shop.Write("a.w64", file);
         shop.ExpectRefused(edits);
     };
-    expectRefused(
-        plain, {{"tags set a.w64 Title=🎵", 2, "'🎵' (U+1F3B5) cannot be stored; tags take characters up to"},
-                {"tags set a.w64 Title=\xFF", 2, "is not UTF-8 text"},
-                {"tags set a.w64 Foo=x", 2, "cannot store 'Foo'; w64 tags set --help lists"},
-                {"tags set a.w64 Title", 2, "'Title' is not Name=Value"},
-                {"tags set a.w64 =x", 2, "'=x' is not Name=Value"},
-                {"tags set a.w64 Title=x title=y", 2, "'title' is set twice"},
-                {"tags set a.w64", 2, "NAME=VALUE is required"},
-                {"tags remove a.w64", 2, "either names of tags or --all"},
-                {"tags remove a.w64 Title Artist", 1, "has no tag 'Artist'"},
-                {"tags remove a.w64 _riff_1", 1, "has no tag '_riff_1'"},
-                {"tags set nowhere.w64 Title=x", 1, "No such file or directory"},
-                {"tags set . Title=x", 1, "Is a directory"}});
+    expectRefused(plain, {{"tags set a.w64", 2, "NAME=VALUE is required"}});
     const char* set = "tags set a.w64 Title=x";
     expectRefused(unknown, {{set, 1, "lost: the unknown 'IXYZ'; --force edits anyway"}});
     expectRefused(hidden, {{set, 1, "lost: text after the end of 'Artist'; --force"}});
@@ -218,8 +172,7 @@ TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
     const auto withLists = [](const Bytes& first) {
         return Recording(kAudio).SummaryList(first).SummaryList(List({{"INAM", Text(u"Song")}})).File();
     };
-    Bytes cut = List({{"IART", Text(u"Abba")}});
-    cut.resize(cut.size() - 4);
+    const Bytes cut = Resized(List({{"IART", Text(u"Abba")}}), 18);
     shop.Write("a.w64", withLists(cut));
     shop.ExpectRefused(
         {{"tags remove -f a.w64 title", 1, "; w64 tags remove --all removes damaged tags too\n"}});
@@ -253,7 +206,7 @@ TEST_F(Tags, LeaveTheFileItsAttributesAndItsNames) {
     EXPECT_TRUE(fs::is_symlink(shop.Path() / "b.w64"));
 
     fs::create_hard_link(file, shop.Path() / "c.w64");
-    EXPECT_PRED_FORMAT2(IsSubstring, "hard links", shop.Run("w64 tags set a.w64 Title=y").errors);
+    EXPECT_HAS("hard links", shop.Run("w64 tags set a.w64 Title=y").errors);
     EXPECT_EQ(shop.Tags("c.w64"), "Title=x");
     EXPECT_EQ(shop.Run("w64 tags set a.w64 --in-place Title=z").errors, "");
     EXPECT_EQ(shop.Tags("c.w64"), "Title=z");
@@ -276,7 +229,7 @@ TEST_F(Tags, NeedTheRightToWrite) {
         " && unset XCLASS_XREGISTRY_LOCATION && HOME=/nowhere " + nobody + "w64 tags set a.w64 Title=x";
     for (const auto& [modes, message] : cases) {
         const Outcome outcome = shop.Run(modes + set);
-        EXPECT_PRED_FORMAT2(IsSubstring, message, outcome.errors);
+        EXPECT_HAS(message, outcome.errors);
         EXPECT_EQ(shop.Contents() == (Folder{{"a.w64", kUntagged}}), !message.empty());
     }
 }
@@ -294,26 +247,6 @@ TEST_F(Tags, OfHostileFilesDoNoHarm) {
         EXPECT_TRUE(IsHarmless(outcome.output + outcome.errors)) << command;
     }
     EXPECT_EQ(shop.Tags("a.w64"), "Title=\x1B[2J\u009B 31m\x7F\r\n\b\u0085 x");
-}
-
-TEST_F(Tags, AndOtherChunksAreNamedByWhatTheyAre) {
-    const Bytes list = List({{"INAM", Text(u"Song")}, {"IART", Text(u"Abba")}});
-    const Wave64Bytes recording = Recording(kAudio).Chunk("bext", Pattern(602)).Chunk("levl", Pattern(1));
-    shop.Write("a.w64", Wave64Bytes(recording).SummaryList(list).File());
-    shop.Write("b.w64", recording.File());
-    const std::string text = "a.w64\n  Title                Song\n  Artist               Abba\n";
-    EXPECT_EQ(shop.Do("w64 tags a.w64").output, text);
-    EXPECT_EQ(
-        shop.Do("w64 tags --chunks a.w64").output,
-        text +
-            "  Chunks\n    format\n    broadcast extension, 701 bytes\n    audio\n    broadcast extension, "
-            "602 bytes\n    peak levels, 1 byte\n");
-    const std::string left =
-        "note: not carried over: tags (Title, Artist), broadcast extension, peak levels\n";
-    EXPECT_EQ(shop.Do("w64 decode a.w64 && w64 encode a.w64 c.w64").errors,
-              "w64: a.w64: " + left + "w64: a.w64: " + left);
-    EXPECT_EQ(shop.Do("w64 decode -qf a.w64").errors, "");
-    EXPECT_EQ(shop.Run("w64 check b.w64").output.find("tags"), std::string::npos);
 }
 
 // By their own headers; libsndfile tells only of some.
@@ -354,44 +287,16 @@ TEST_F(Tags, AndOtherChunksOfOtherFilesAreNamed) {
     }
 }
 
-TEST_F(Options, AreListedSetAndKept) {
-    EXPECT_PRED_FORMAT2(IsSubstring, "LIST Padding Size     2 KB  (not set)\n",
-                        shop.Run("w64 options").output);
+TEST_F(Options, AreKeptWhereTheyCannotBeChanged) {
+    shop.Do("w64 options");
     EXPECT_FALSE(fs::exists(shop.Settings()));
-    const std::pair<std::string, std::string> changes[] = {
-        {"'list text=1'", "LIST Text             32-bit\n"},
-        {"'LIST Text=16-BIT'", "LIST Text             16-bit\n"},
-        {"wave64listtext=0", "LIST Text             32-bit, half of each value\n"},
-        {"'LIST Padding Size=4'", "LIST Padding Size     16 KB\n"},
-    };
-    for (const auto& [change, shown] : changes) {
-        EXPECT_EQ(shop.Run("w64 options " + change).output, shown);
-        EXPECT_PRED_FORMAT2(IsSubstring, shown, shop.Run("w64 options").output);
-    }
-    EXPECT_EQ(shop.Run("w64 options 'list text'").output, changes[2].second +
-                                                              "  0  32-bit, half of each value\n"
-                                                              "  1  32-bit\n  2  16-bit\n");
-    EXPECT_EQ(shop.Run("w64 options --unset 'List text'").output,
-              "LIST Text             32-bit, half of each value  (not set; w64 writes 16-bit text)\n");
-    EXPECT_PRED_FORMAT2(IsSubstring, "Size     16 KB\n", shop.Run("w64 options").output);
-    const std::string all = shop.Run("w64 options --unset --all").output;
-    EXPECT_PRED_FORMAT2(IsSubstring, "Size     2 KB  (not set)\n", all);
-    EXPECT_EQ(shop.Run("w64 options").output, all);
     shop.Run("w64 options 'LIST Padding Size=4'");
     const std::string file = "'" + shop.Settings().string() + "'";
     const std::string settings = ReadText(shop.Settings());
     const Outcome full = shop.Run("(ulimit -f 0; w64 options 'LIST Text=1' 2>&1; echo exit $?) | cat");
-    EXPECT_TRUE(
-        full.output.starts_with("w64: cannot write the settings to " + file + ", which is unchanged: "));
+    EXPECT_HAS("w64: cannot write the settings to " + file + ", which is unchanged: ", full.output);
     EXPECT_TRUE(full.output.ends_with("\nexit 1\n"));
     EXPECT_EQ(ReadText(shop.Settings()), settings);
-    shop.ExpectRefused({{"options Nope", 2, "; see w64 options\n"},
-                        {"options 'LIST Text=3'", 2, "w64: 'LIST Text' is one of\n"},
-                        {"options --unset", 2, "either the name of an option or --all"},
-                        {"options --unset --all 'LIST Text'", 2, "either the name"},
-                        {"options --all", 2, "--all is for --unset"},
-                        {"options --unset 'list txt=1'", 2, "did you mean 'LIST Text'?\n"},
-                        {"options 'LIST Text='", 2, "w64: 'LIST Text' is one of\n"}});
     fs::resize_file(shop.Settings(), 100);  // malformed
     shop.Write("a.w64", kUntagged);
     for (const std::string command : {"options 'LIST Text=1'", "tags set a.w64 Title=x"})
