@@ -52,14 +52,8 @@ TEST_F(Damage, IsAnErrorUnlessSalvageKeepsEveryWholeFrame) {
         const Bytes part = Slice(kept, start * kFrameBytes, 150 * kFrameBytes);
         EXPECT_TRUE(shop.Contents() == (Folder{{"a.raw", kept}, {"a.w64", file}, {"b.raw", part}}));
     }
-    shop.Write("a.w64", Resized(good, kDataAt + 1000));
-    shop.ExpectRefused(
-        {{"info a.w64", 1, "cut off, 59,000 bytes are missing; 0:00:00.003 of audio is there\n"},
-         {"decode a.w64", 1, "cut off, 59,000 bytes are missing; 0:00:00.003 of audio is there; --sal"},
-         {"info a.w64", 1, "in fact the file is cut off: it is 59,000 bytes shorter than"}});
     shop.Write("a.w64", File(uint64_t{1} << 63, uint64_t{1} << 63));
-    const Outcome plotted = shop.Run("w64 plot a.w64");
-    EXPECT_HAS("size in its header cannot be right; 0:00:00.208 of audio", plotted.errors);
+    EXPECT_HAS("size in its header cannot be right; 0:00:00.208 of audio", shop.Run("w64 plot a.w64").errors);
 }
 
 // Reports and settings are kept in memory.

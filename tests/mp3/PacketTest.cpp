@@ -64,10 +64,8 @@ TEST_F(Packets, WhereverTheyAreCutTheSamplesAreTheSame) {
             ASSERT_TRUE(host.FeedAll(stream, most)) << host.capture.Errors();
             EXPECT_TRUE(host.audio == expected) << most;
             EXPECT_EQ(host.capture.Information(), "");
-            EXPECT_EQ(base::Load<uint16_t>(host.block.WaveFormat.Bytes), 3);
-            EXPECT_EQ(base::Load<uint16_t>(host.block.WaveFormat.Bytes + 2), c.channels);
-            EXPECT_EQ(base::Load<int32_t>(host.block.WaveFormat.Bytes + 4), c.rate);
-            EXPECT_EQ(base::Load<uint16_t>(host.block.WaveFormat.Bytes + 14), 32);
+            EXPECT_EQ(Bytes(host.block.WaveFormat.Bytes, host.block.WaveFormat.Bytes + 18),
+                      Wave64Bytes::FmtBody(3, uint16_t(c.channels), uint32_t(c.rate), 32));
         }
     }
 }

@@ -13,39 +13,32 @@
 namespace w64 {
 
 // The plug-in as a host sees it: nine names in a library.
-struct PluginLibrary {
-    explicit PluginLibrary(const char* path) : library(::dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
-        if (!library) throw std::runtime_error(::dlerror());
-        Find(Create, "Create");
-        Find(Destroy, "Destroy");
-        Find(Open, "Open");
-        Find(Close, "Close");
-        Find(DecodeBlock, "DecodeBlock");
-        Find(SetPosition, "SetPosition");
-        Find(Get, "Get");
-        Find(Set, "Set");
-        Find(DeleteATag, "DeleteATag");
-    }
+class PluginLibrary {
+public:
+    explicit PluginLibrary(const char* path) : library_(::dlopen(path, RTLD_NOW | RTLD_LOCAL)) {}
     PluginLibrary(const PluginLibrary&) = delete;
     PluginLibrary& operator=(const PluginLibrary&) = delete;
-    ~PluginLibrary() { ::dlclose(library); }
+    ~PluginLibrary() { ::dlclose(library_); }
 
+private:
     template <class Function>
-    void Find(Function& function, const char* name) {
-        function = reinterpret_cast<Function>(::dlsym(library, name));
-        if (!function) throw std::runtime_error(name);
+    Function Find(const char* name) const {
+        void* const function = library_ ? ::dlsym(library_, name) : nullptr;
+        return function ? reinterpret_cast<Function>(function) : throw std::runtime_error(::dlerror());
     }
 
-    void* library;
-    KvCreateFn Create;
-    KvDestroyFn Destroy;
-    KvOpenFn Open;
-    KvCloseFn Close;
-    KvDecodeBlockFn DecodeBlock;
-    KvSetPositionFn SetPosition;
-    KvGetFn Get;
-    KvSetFn Set;
-    KvDeleteATagFn DeleteATag;
+    void* library_;
+
+public:
+    const KvCreateFn Create = Find<KvCreateFn>("Create");
+    const KvDestroyFn Destroy = Find<KvDestroyFn>("Destroy");
+    const KvOpenFn Open = Find<KvOpenFn>("Open");
+    const KvCloseFn Close = Find<KvCloseFn>("Close");
+    const KvDecodeBlockFn DecodeBlock = Find<KvDecodeBlockFn>("DecodeBlock");
+    const KvSetPositionFn SetPosition = Find<KvSetPositionFn>("SetPosition");
+    const KvGetFn Get = Find<KvGetFn>("Get");
+    const KvSetFn Set = Find<KvSetFn>("Set");
+    const KvDeleteATagFn DeleteATag = Find<KvDeleteATagFn>("DeleteATag");
 };
 
 inline const PluginLibrary& Plugin() {

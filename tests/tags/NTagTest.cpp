@@ -149,22 +149,6 @@ TEST(PackedTags, AreReadUpToTheFirstItemThatIsCutShort) {
     EXPECT_EQ(tags.Count(), 0);
 }
 
-TEST(PackedTags, SurviveTruncation) {
-    NTag samples = Tags({{L"Title", L"\u00C5 \u20AC"}, {L"", L""}});
-    AddData(samples, L"_riff_3", "data");
-    samples.AddTag(STInternalTag(samples[2]));
-    samples[3].Value = L"both";
-    const std::string whole = Listing(samples);
-    for (const Form& form : {kUTF16, kUTF8}) {
-        const std::string good = Packed(samples, form);
-        EXPECT_EQ(Listing(Unpacked(good, form)), whole);
-        for (size_t size = 0; size < good.size(); ++size) {
-            const std::string cut = Listing(Unpacked({good.data(), size}, form));
-            EXPECT_TRUE(cut.size() < whole.size() && whole.starts_with(cut)) << size << cut;
-        }
-    }
-}
-
 TEST(PackedTags, LeaveOutWhatTheSizeFieldCannotHold) {
     NTag tags = Tags({{L"huge", L""}, {L"T", L"V"}});
     if (!tags[0].Data.Resize(size_t{1} << 31)) GTEST_SKIP() << "no 2 GiB of address space";
