@@ -155,6 +155,18 @@ TEST(XAudioACMDecoder, PassesLinearFormatsAndRefusesTheRest) {
     }
 }
 
+TEST(XAudioACMEncoder, MakesFloatOfIntegersOnly) {
+    for (const auto& [out, bytes] : {std::pair(Format(kTagFloat, 1, 64), 8),
+                                     {Format(kTagPCM, 1, 24), 4},  // this stage does not change the depth
+                                     {Format(kTagFloat, 1, 32, 48000), 0}}) {
+        int16_t samples[2] = {};
+        XAudioBufferNew input(samples, sizeof samples, Format(kTagPCM, 1, 16), true);
+        XAudioACMEncoder encoder;
+        EXPECT_EQ(encoder.ConvertData(input, out, true, true), bytes != 0) << out.WFXToString();
+        EXPECT_EQ(encoder.Buffer().GetUsedByte(), bytes);
+    }
+}
+
 }  // namespace
 
 }  // namespace w64
