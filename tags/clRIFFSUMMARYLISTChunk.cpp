@@ -80,11 +80,17 @@ const wchar_t* NameOf(uint32_t identifier, bool albumInISRC) {
     }
 }
 
+// The options of the user.
+struct Identifiers {
+    bool albumInISRC = false;
+    bool trackInTRCK = false;
+};
+
 // 0 for a name without an identifier. "Product" has none on purpose, and "Album" can share one with "ISRC".
-uint32_t IdentifierOf(std::wstring_view name, bool albumInISRC, bool trackInTRCK) {
-    if (EqualNoCase(name, L"Album")) return albumInISRC ? Code("ISRC") : Code("IPRD");
+uint32_t IdentifierOf(std::wstring_view name, Identifiers use) {
+    if (EqualNoCase(name, L"Album")) return use.albumInISRC ? Code("ISRC") : Code("IPRD");
     if (EqualNoCase(name, L"ISRC")) return Code("ISRC");
-    if (EqualNoCase(name, L"Track")) return trackInTRCK ? Code("TRCK") : Code("itrk");
+    if (EqualNoCase(name, L"Track")) return use.trackInTRCK ? Code("TRCK") : Code("itrk");
     const auto* plain = std::ranges::find_if(
         kPlainNames, [name](const IdentifierAndName& row) { return EqualNoCase(row.name, name); });
     return plain != std::end(kPlainNames) ? plain->identifier : 0;
@@ -261,11 +267,11 @@ void AppendEntry(std::string& out, uint32_t identifier, const XStr& value, LISTT
 }
 
 // The count, then an entry for each tag that can be stored; empty if there is none.
-std::string BuildList(const NTag& tags, bool albumInISRC, bool trackInTRCK, LISTText form) {
+std::string BuildList(const NTag& tags, Identifiers use, LISTText form) {
     std::string list(kCountBytes, '\0');
     uint32_t count = 0;
     for (int i = 0; i < tags.Count(); ++i) {
-        const uint32_t identifier = IdentifierOf(tags[i].Name, albumInISRC, trackInTRCK);
+        const uint32_t identifier = IdentifierOf(tags[i].Name, use);
         if (identifier == 0 || tags[i].Value.empty()) continue;
         AppendEntry(list, identifier, tags[i].Value, form);
         ++count;
@@ -294,7 +300,7 @@ bool clRIFFSUMMARYLISTChunk::TagsToLIST(XMem& out, const NTag& tags, const STNSt
     out.Clear();
     std::string list;
     try {
-        list = BuildList(tags, albumOption != 0, trackOption != 0, text);
+        list = BuildList(tags, {.albumInISRC = albumOption != 0, .trackInTRCK = trackOption != 0}, text);
     } catch (const std::bad_alloc&) {
         return false;
     }
@@ -334,7 +340,7 @@ std::vector<XStr> clRIFFSUMMARYLISTChunk::HiddenParts(const void* data, unsigned
     return parts;
 }
 
-bool clRIFFSUMMARYLISTChunk::HasIdentifier(const XStr& name) { return IdentifierOf(name, false, false) != 0; }
+bool clRIFFSUMMARYLISTChunk::HasIdentifier(const XStr& name) { return IdentifierOf(name, {}) != 0; }
 
 std::vector<const wchar_t*> clRIFFSUMMARYLISTChunk::Names() {
     std::vector<const wchar_t*> names = {L"Album", L"ISRC", L"Track"};

@@ -11,7 +11,7 @@ using Layout = HostTest;
 
 namespace fs = std::filesystem;
 
-constexpr size_t kDataAt = 88;  // behind the outer header and 18 bytes of format
+constexpr size_t kDataAt = 88;  // after the outer header and 18 bytes of format
 constexpr size_t kSizeField = 16;
 
 const Bytes kAudio = Pattern(6000);

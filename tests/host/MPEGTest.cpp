@@ -14,7 +14,7 @@ Bytes Text(const std::string& text) { return {text.begin(), text.end()}; }
 // Of 210 bytes; its size counts 7 bits a byte.
 Bytes ID3v2Tag() { return Resized(Text("ID3\4") + Bytes(4) + Bytes{1, 200 - 128}, 210); }
 
-// The data of the chunk at a position, and behind it the next position.
+// The data of the chunk at a position, and after it the next position.
 Bytes TakeChunk(const Bytes& file, size_t& position) {
     const auto size = static_cast<size_t>(base::Load<uint64_t>(file.data() + position + 16));
     const Bytes data = Slice(file, position + 24, position + size);

@@ -28,7 +28,7 @@ Bytes Text(const Unit* text) {
     return bytes;
 }
 
-// Audio with a chunk of somebody else's before it; what is appended lies behind the audio.
+// Audio with a chunk of somebody else's before it; what is appended comes after the audio.
 inline Wave64Bytes Recording(const Bytes& audio) {
     return Wave64Bytes().Fmt(1, 2, 48000, 24).Chunk("bext", Bytes(701, 'b')).Data(audio);
 }

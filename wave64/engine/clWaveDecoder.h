@@ -8,6 +8,7 @@
 #include "base/XStrList.h"
 #include "interface/w64_decoder.h"
 #include "tags/NTag.h"
+#include "tags/TagWriter.h"
 #include "wave64/container/clWave64Handler.h"
 #include "wave64/engine/clKvDecoder.h"
 
@@ -72,8 +73,8 @@ public:
 private:
     [[nodiscard]] static bool InternalReadTags(XFile& file, clWave64Handler& handler, NTag& tags,
                                                int& listIndex, const STNStdReport& report);
-    [[nodiscard]] static bool IDTagWriter(const wchar_t* fileName, NTag& tags, bool deleteNamed,
-                                          bool deleteAll, const STNStdReport& report);
+    [[nodiscard]] static bool IDTagWriter(const wchar_t* fileName, TagEdit edit, NTag& tags,
+                                          const STNStdReport& report);
     XStr WaveHeaderName() const;
     int64_t SampleCount();
     XStr ChunkListText();

@@ -2,7 +2,6 @@
 
 #include "interface/StdReport.h"
 #include "tags/ChunkTags.h"
-#include "tags/TagWriter.h"
 #include "wave64/engine/clWaveDecoder.h"
 
 namespace w64 {
@@ -37,7 +36,7 @@ bool clWaveDecoder::WriteIDTags(const wchar_t* fileName, const void* block, int 
     NTag tags;
     tags.InitFromRawMemory(static_cast<const unsigned char*>(block), size);
     if (tags.Count() == 0) return true;
-    const bool done = IDTagWriter(fileName, tags, false, false, report);
+    const bool done = IDTagWriter(fileName, TagEdit::Merge, tags, report);
     StdReport::WriteDEBUG(L"<-<-", report, "WriteIDTags", true);
     return done;
 }
@@ -46,12 +45,11 @@ bool clWaveDecoder::DeleteTags(const wchar_t* fileName, const XStrList& names, b
                                const STNStdReport& report) {
     NTag tags;
     for (const XStr& name : names) tags.AddTag(name.c_str(), L"");
-    return IDTagWriter(fileName, tags, true, deleteAll, report);
+    return IDTagWriter(fileName, deleteAll ? TagEdit::DeleteAll : TagEdit::DeleteNamed, tags, report);
 }
 
-bool clWaveDecoder::IDTagWriter(const wchar_t* fileName, NTag& tags, bool deleteNamed, bool deleteAll,
+bool clWaveDecoder::IDTagWriter(const wchar_t* fileName, TagEdit edit, NTag& tags,
                                 const STNStdReport& report) {
-    const TagEdit edit = deleteAll ? TagEdit::DeleteAll : deleteNamed ? TagEdit::DeleteNamed : TagEdit::Merge;
     return TagWriter(report).Edit(fileName, edit, tags);
 }
 
