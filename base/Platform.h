@@ -19,6 +19,10 @@ int MemoryFile();
 // Makes an empty file share the blocks of another (a reflink). False where the file system cannot.
 bool ShareContents(int from, int to);
 
+// Where data begins at or after `position`, past the hole that is there in a sparse file; INT64_MAX if none does. On
+// file systems without holes it is `position`.
+int64_t NextData(int file, int64_t position);
+
 // Copies at most `bytes` from `offset` to the same offset, within the kernel where possible. Returns the number
 // copied: 0 at the end, -1 with errno set on failure.
 int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes);

@@ -61,6 +61,11 @@ int MemoryFile() { return ::memfd_create("w64", MFD_CLOEXEC); }
 
 bool ShareContents(int from, int to) { return ::ioctl(to, FICLONE, from) == 0; }
 
+int64_t NextData(int file, int64_t position) {
+    const off_t data = ::lseek(file, position, SEEK_DATA);
+    return data >= 0 ? data : errno == ENXIO ? INT64_MAX : position;
+}
+
 int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes) {
     off_t read = offset;
     off_t write = offset;

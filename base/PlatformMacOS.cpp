@@ -1,6 +1,7 @@
 #include "base/Platform.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <copyfile.h>
 #include <cstdlib>
 #include <fcntl.h>
@@ -32,6 +33,11 @@ int MemoryFile() {
 
 // The system clones files by name only, and the copy is already open.
 bool ShareContents(int /*from*/, int /*to*/) { return false; }
+
+int64_t NextData(int file, int64_t position) {
+    const off_t data = ::lseek(file, position, SEEK_DATA);
+    return data >= 0 ? data : errno == ENXIO ? INT64_MAX : position;
+}
 
 int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes) {
     std::vector<char> block(static_cast<size_t>(std::min<int64_t>(bytes, 1 << 20)));

@@ -60,15 +60,6 @@ bool Lock(int descriptor, int operation) {
     return result == 0 || errno != EWOULDBLOCK;
 }
 
-// Makes a new name survive a power cut; the file itself is safe either way.
-void SyncFolder(const std::filesystem::path& folder) {
-    const char* path = folder.empty() ? "." : folder.c_str();
-    const int descriptor = ::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0) return;
-    ::fsync(descriptor);
-    ::close(descriptor);
-}
-
 }  // namespace
 
 bool XFile::Open(std::wstring_view path, Access access) {
@@ -179,8 +170,18 @@ bool XFile::TakeAttributes(const XFile& from) {
 bool XFile::MoveOver(std::wstring_view name, std::wstring_view path) {
     const std::string target = ToUTF8(path);
     if (::fsync(descriptor_) != 0 || ::rename(ToUTF8(name).c_str(), target.c_str()) != 0) return false;
-    SyncFolder(std::filesystem::path(target).parent_path());
+    // Whether the new name is on disk or not, it leads to a whole file.
+    static_cast<void>(SyncFolder(std::filesystem::path(target).parent_path()));
     return true;
+}
+
+bool XFile::SyncFolder(const std::string& folder) {
+    const char* path = folder.empty() ? "." : folder.c_str();
+    const int descriptor = ::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return false;
+    const bool isSynced = ::fsync(descriptor) == 0 || errno == EINVAL;  // some file systems sync no folders
+    ::close(descriptor);
+    return isSynced;
 }
 
 // From the end backwards, so that nothing is overwritten before it is read.

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace w64 {
@@ -64,6 +65,9 @@ public:
 
     // Syncs the file to disk, then renames it from `name` to `path`, in the same folder, replacing what is there.
     [[nodiscard]] bool MoveOver(std::wstring_view name, std::wstring_view path);
+
+    // Makes the names in a folder, "" for the current one, survive a power cut.
+    [[nodiscard]] static bool SyncFolder(const std::string& folder);
 
 private:
     [[nodiscard]] bool MoveBlock(int64_t from, int64_t to, std::span<std::byte> block);

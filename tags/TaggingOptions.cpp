@@ -39,7 +39,7 @@ TaggingOptions TaggingOptions::Read() {
     TaggingOptions options;
     options.usable = settings.IsTree();
     options.createsLists = setting(L"Wave64TagDefault") <= 1;
-    options.listBeforeAudio = setting(L"Wave64LISTPos") != 0;
+    options.listBeforeAudio = setting(LISTPlaceName) != 0;
     options.albumOption = static_cast<int>(setting(L"Wave64LISTAlbum"));
     options.trackOption = static_cast<int>(setting(L"Wave64LISTTrack"));
     options.paddingMode = static_cast<int>(setting(L"Wave64LISTPadding"));

@@ -13,6 +13,7 @@ struct TaggingOptions {
     static constexpr const wchar_t* KeyPath = L"Software\\Quillomere\\Korvastune\\Tagging";
     static constexpr const wchar_t* SafeEditName = L"Wave64SafeEdit";
     static constexpr const wchar_t* LISTTextName = L"Wave64LISTText";
+    static constexpr const wchar_t* LISTPlaceName = L"Wave64LISTPos";
 
     // The current settings, all from one read of the file.
     static TaggingOptions Read();

@@ -1,23 +1,31 @@
 #include "host/commands/Commands.h"
 #include "host/files/InputFile.h"
+#include "host/files/JournalledEdit.h"
 #include "host/layout/LayoutCheck.h"
 #include "host/terminal/ForEachFile.h"
 #include "host/terminal/FormatText.h"
 #include "host/terminal/StandardOutput.h"
 
+#include <algorithm>
 #include <iostream>
+#include <iterator>
+#include <vector>
 
 namespace w64 {
 
 namespace {
 
-const char* Verdict(const LayoutCheck& check) {
-    if (check.HasFaults()) return "wrong";
-    return check.Findings().empty() ? "sound" : "sound, but odd";
+using Findings = std::vector<LayoutFinding>;
+
+bool HaveFaults(const Findings& findings) { return std::ranges::any_of(findings, &LayoutFinding::isFault); }
+
+const char* Verdict(const Findings& findings) {
+    if (HaveFaults(findings)) return "wrong";
+    return findings.empty() ? "sound" : "sound, but odd";
 }
 
-void PrintFindings(const LayoutCheck& check, bool faults) {
-    for (const LayoutFinding& finding : check.Findings()) {
+void PrintFindings(const Findings& findings, bool faults) {
+    for (const LayoutFinding& finding : findings) {
         if (finding.isFault != faults) continue;
         std::cout << (faults ? "  wrong  " : "  odd    ") << finding.text;
         if (finding.alike != 0) std::cout << " And " << Grouped(finding.alike) << " more like it.";
@@ -25,11 +33,11 @@ void PrintFindings(const LayoutCheck& check, bool faults) {
     }
 }
 
-void Print(const std::string& name, const LayoutCheck& check, bool faultsOnly) {
-    if (faultsOnly && !check.HasFaults()) return;
-    std::cout << Visible(name) << ": " << Verdict(check) << " (" << check.Summary() << ")\n";
-    PrintFindings(check, true);
-    if (!faultsOnly) PrintFindings(check, false);
+void Print(const std::string& name, const LayoutCheck& check, const Findings& findings, bool faultsOnly) {
+    if (faultsOnly && !HaveFaults(findings)) return;
+    std::cout << Visible(name) << ": " << Verdict(findings) << " (" << check.Summary() << ")\n";
+    PrintFindings(findings, true);
+    if (!faultsOnly) PrintFindings(findings, false);
     if (check.CallsForSalvage()) std::cout << "  w64 decode --salvage keeps the audio that is there.\n";
 }
 
@@ -38,10 +46,16 @@ void Print(const std::string& name, const LayoutCheck& check, bool faultsOnly) {
 bool CheckCommand(const LayoutOptions& options, CommandContext context) {
     bool allSound = true;
     const bool allDone = ForEachFile(options.inputs, 1, context.console, [&](size_t i) {
-        InputFile file(options.inputs[i]);
+        const std::string& name = options.inputs[i];
+        Findings findings;
+        if (HasInterruptedEdit(name)) {
+            findings.push_back({true, "An edit of the file was interrupted; w64 repair finishes it."});
+        }
+        InputFile file(name);
         const LayoutCheck check(file);
-        Print(options.inputs[i], check, context.console.IsQuiet());
-        allSound = allSound && !check.HasFaults();
+        std::ranges::copy(check.Findings(), std::back_inserter(findings));
+        Print(name, check, findings, context.console.IsQuiet());
+        allSound = allSound && !HaveFaults(findings);
     });
     FlushStandardOutput();
     return allDone && allSound;

@@ -1,6 +1,7 @@
 #include "host/commands/Commands.h"
 #include "host/commands/ReportOnFiles.h"
 #include "host/files/InputFile.h"
+#include "host/files/JournalledEdit.h"
 #include "host/layout/ChunkBar.h"
 #include "host/layout/ChunkWalk.h"
 #include "host/layout/DecoderNotes.h"
@@ -145,6 +146,7 @@ void Print(const ChunkList& list, bool isFirst) {
 bool ChunksCommand(const ChunksOptions& options, CommandContext context) {
     bool isFirst = true;
     return ReportOnFiles(options.inputs, options.json, context.console, [&](size_t i, Json* json) {
+        NoteInterruptedEdit(options.inputs[i], context.console);
         const ChunkList list = ListChunks(options.inputs[i]);
         if (json) {
             Describe(list, *json);

@@ -2,6 +2,7 @@
 
 #include "host/convert/Conversion.h"
 #include "host/formats/AudioSink.h"
+#include "host/formats/Wave64Writer.h"
 #include "host/plot/PlotLayout.h"
 #include "host/terminal/CommandContext.h"
 #include "host/terminal/TimePoint.h"
@@ -38,11 +39,17 @@ struct LayoutOptions {
     std::vector<std::string> inputs;
 };
 
+struct RepairOptions {
+    std::vector<std::string> inputs;
+    std::string journal;  // of an edit of the only input; empty for the one next to each
+};
+
 struct EncodeOptions {
     std::string input;
     std::string output;
     ConversionOptions conversion;
     bool salvage = false;
+    unsigned padding = kDefaultPadding;
     bool force = false;
 };
 
@@ -53,6 +60,7 @@ struct SampleOptions {
     std::optional<unsigned> bits;  // default: 24, or 32 for floats
     bool isFloat = false;
     double seconds = 5;
+    unsigned padding = kDefaultPadding;
     bool force = false;
 };
 
@@ -75,6 +83,7 @@ struct TagEditOptions {
     std::vector<std::string> tags;  // Name=Value to set, names to remove
     bool all = false;
     bool inPlace = false;
+    bool move = false;   // the tags go before the audio
     bool force = false;  // even when tags that cannot be rewritten are lost
 };
 
@@ -91,6 +100,7 @@ struct OptionsOptions {
 [[nodiscard]] bool ChunksCommand(const ChunksOptions& options, CommandContext context);
 [[nodiscard]] bool CheckCommand(const LayoutOptions& options,
                                 CommandContext context);  // false for faults too
+[[nodiscard]] bool RepairCommand(const RepairOptions& options, CommandContext context);
 [[nodiscard]] bool EncodeCommand(const EncodeOptions& options, CommandContext context);
 [[nodiscard]] bool SampleCommand(const SampleOptions& options, CommandContext context);
 [[nodiscard]] bool PlotCommand(const PlotOptions& options, CommandContext context);

@@ -6,6 +6,7 @@
 #include "host/decoder/SubDecoder.h"
 #include "host/files/FileName.h"
 #include "host/files/InputFile.h"
+#include "host/files/JournalledEdit.h"
 #include "host/files/OutputFile.h"
 #include "host/layout/DecoderNotes.h"
 #include "host/layout/Salvage.h"
@@ -247,8 +248,10 @@ bool DecodeCommand(const DecodeOptions& options, CommandContext context) {
     const std::vector<DecodeJob> jobs = PlanDecodeJobs(options);
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     Progress progress(context.console, fs::path(options.inputs[0]).filename(), static_cast<int>(jobs.size()));
-    return ForEachFile(options.inputs, options.jobs, context.console,
-                       [&](size_t i) { FileDecoding(jobs[i], options, context, library, progress).Run(); });
+    return ForEachFile(options.inputs, options.jobs, context.console, [&](size_t i) {
+        NoteInterruptedEdit(options.inputs[i], context.console);
+        FileDecoding(jobs[i], options, context, library, progress).Run();
+    });
 }
 
 }  // namespace w64

@@ -1,5 +1,6 @@
 #include "host/commands/Commands.h"
 #include "host/files/FileName.h"
+#include "host/files/JournalledEdit.h"
 #include "host/formats/AudioSource.h"
 #include "host/formats/MPEGSource.h"
 #include "host/formats/Wave64Writer.h"
@@ -54,7 +55,8 @@ void Convert(const EncodeOptions& options, CommandContext context, Progress& pro
     };
     const tWAVEFORMATEX& format = source.Format().Format;
     Conversion conversion(XAudioWFX(&source.Format()), options.conversion);
-    Wave64Writer writer(options.output, options.force, conversion.Target(), context.traceDescriptor);
+    Wave64Writer writer(options.output, options.force, conversion.Target(), options.padding,
+                        context.traceDescriptor);
     const Conversion::Write write = [&writer](std::span<const uint8_t> frames) { writer.Write(frames); };
     Progress::Share share(progress, source.Frames());
     for (auto bytes = read(); !bytes.empty(); bytes = read()) {
@@ -73,8 +75,8 @@ void Convert(const EncodeOptions& options, CommandContext context, Progress& pro
 void Wrap(const EncodeOptions& options, CommandContext context, Progress& progress) {
     MPEGSource source(options.input);
     const bool countFits = source.Frames() <= UINT32_MAX;
-    Wave64Writer writer(options.output, options.force, source.Format(), context.traceDescriptor,
-                        countFits ? static_cast<uint32_t>(source.Frames()) : 0);
+    Wave64Writer writer(options.output, options.force, source.Format(), options.padding,
+                        context.traceDescriptor, countFits ? static_cast<uint32_t>(source.Frames()) : 0);
     Progress::Share share(progress, source.Bytes());
     for (auto bytes = source.Read(); !bytes.empty(); bytes = source.Read()) {
         Interrupt::Check();
@@ -106,6 +108,7 @@ bool EncodeCommand(const EncodeOptions& options, CommandContext context) {
     const std::vector<std::string> inputs = {options.input};
     Progress progress(context.console, fs::path(options.input).filename(), 1);
     return ForEachFile(inputs, 1, context.console, [&](size_t) {
+        NoteInterruptedEdit(options.input, context.console);
         RefuseToReplaceInput(options.input, options.output);
         const auto encode = IsToBeWrapped(options) ? Wrap : Convert;
         encode(options, context, progress);

@@ -2,6 +2,7 @@
 #include "host/commands/ReportOnFiles.h"
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/OwnSettings.h"
+#include "host/files/JournalledEdit.h"
 #include "host/formats/Speakers.h"
 #include "host/layout/DecoderNotes.h"
 #include "host/layout/Wave64File.h"
@@ -134,6 +135,7 @@ bool InfoCommand(const InfoOptions& options, CommandContext context) {
     const OwnSettings settings;  // so that lists of every form are read
     return ReportOnFiles(options.inputs, options.json, context.console, [&](size_t i, Json* json) {
         const std::string& name = options.inputs[i];
+        NoteInterruptedEdit(name, context.console);
         const Answer answer = AskDecoder(library, name, context);
         Wave64File file(name);
         if (!file.Format()) throw Failure("cannot read the file");

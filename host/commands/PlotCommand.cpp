@@ -1,5 +1,6 @@
 #include "host/commands/Commands.h"
 #include "host/files/FileName.h"
+#include "host/files/JournalledEdit.h"
 #include "host/files/OutputFile.h"
 #include "host/formats/FrameReader.h"
 #include "host/formats/Speakers.h"
@@ -91,7 +92,10 @@ bool PlotCommand(const PlotOptions& options, CommandContext context) {
     if (target.extension() != ".png") throw UsageError("'" + options.output + "' should end in .png");
     const std::vector<std::string> inputs = {options.input};
     Progress progress(context.console, fs::path(options.input).filename(), 1);
-    return ForEachFile(inputs, 1, context.console, [&](size_t) { Plot(options, target, context, progress); });
+    return ForEachFile(inputs, 1, context.console, [&](size_t) {
+        NoteInterruptedEdit(options.input, context.console);
+        Plot(options, target, context, progress);
+    });
 }
 
 }  // namespace w64

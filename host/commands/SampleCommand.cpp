@@ -55,7 +55,8 @@ bool SampleCommand(const SampleOptions& options, CommandContext context) {
     const std::vector<std::string> outputs = {options.output};
     Progress progress(context.console, std::filesystem::path(options.output).filename(), 1);
     return ForEachFile(outputs, 1, context.console, [&](size_t) {
-        Wave64Writer writer(options.output, options.force, XAudioWFX(&format), context.traceDescriptor);
+        Wave64Writer writer(options.output, options.force, XAudioWFX(&format), options.padding,
+                            context.traceDescriptor);
         Progress::Share share(progress, 0);
         WriteSignal(options, writer, format, share);
         writer.Finish();

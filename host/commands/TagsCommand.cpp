@@ -4,6 +4,7 @@
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/OwnSettings.h"
 #include "host/files/InputFile.h"
+#include "host/files/JournalledEdit.h"
 #include "host/layout/ChunkKind.h"
 #include "host/layout/DecoderNotes.h"
 #include "host/layout/Wave64File.h"
@@ -110,11 +111,7 @@ bool Edit(const TagEditOptions& options, const TagChange& change, CommandContext
     TagEditor editor(library, settings, context);
     return ForEachFile({&options.file, 1}, 1, context.console, [&](size_t) {
         RequireReadable(options.file);
-        if (options.inPlace) {
-            editor.EditInPlace(options.file, change);
-        } else {
-            editor.EditCopy(options.file, change);
-        }
+        editor.Edit(options.file, change, options.inPlace);
     });
 }
 
@@ -125,6 +122,7 @@ bool TagsCommand(const TagsOptions& options, CommandContext context) {
     const OwnSettings settings;
     return ReportOnFiles(options.inputs, options.json, context.console, [&](size_t i, Json* json) {
         const std::string& name = options.inputs[i];
+        NoteInterruptedEdit(name, context.console);
         DecoderInstance decoder(library, context.traceDescriptor);
         decoder.Open(name, kvOpenTags);
         if (json) {
@@ -142,6 +140,7 @@ bool TagsCommand(const TagsOptions& options, CommandContext context) {
 bool SetTagsCommand(const TagEditOptions& options, CommandContext context) {
     TagChange change;
     change.dropUnwritable = options.force;
+    change.moveList = options.move;
     for (const std::string& assignment : options.tags) AddAssignment(change.set, assignment);
     return Edit(options, change, context);
 }

@@ -25,6 +25,7 @@ namespace {
 constexpr int kFileFailed = 1;
 constexpr int kWrongUsage = 2;
 constexpr int kSignalled = 128;  // plus the signal, as in shells
+constexpr unsigned kMaxPadding = 1 << 24;
 
 struct CommandLine {
     bool quiet = false;
@@ -34,6 +35,7 @@ struct CommandLine {
     InfoOptions info;
     ChunksOptions chunks;
     LayoutOptions check;
+    RepairOptions repair;
     EncodeOptions encode;
     TagsOptions tags;
     TagEditOptions setTags;
@@ -73,6 +75,7 @@ constexpr const char* kExamples = R"(Examples:
   w64 info song.w64
   w64 chunks song.w64                   where the audio, the tags and free space lie
   w64 check *.w64                       what is wrong or odd about files
+  w64 repair song.w64                   finish an edit that was interrupted
   w64 tags set song.w64 "Title=The Song" Artist=Somebody
   w64 encode song.wav song.w64
   w64 sample test.w64 --channels 6
@@ -88,9 +91,19 @@ constexpr const char* kAboutCheck =
     "the exit code is then 1. What is odd does no harm; -q hides it.\n"
     "Nothing is changed, and the audio itself is not checked.\n\n";
 
+constexpr const char* kAboutRepair =
+    "An edit that a crash or a power failure interrupts leaves its journal next to the\n"
+    "file, as .NAME.w64-journal. Every command that edits the file finishes it, and so\n"
+    "does this one. --journal is for a file that was renamed since.\n\n";
 constexpr const char* kAboutTags =
-    "A copy of the file is edited, compared with the file, and then replaces it: if an\n"
-    "edit fails, the file is unchanged, unless it is edited in place.\n\n";
+    "If the tags fit where they are, only their bytes change, in an instant and under a\n"
+    "journal, which survives a power failure. Else the audio has to move: a copy of the\n"
+    "file is edited and compared, and replaces it. Tags go before the audio if there is\n"
+    "room, or the file is small, and else after it; LIST Position (w64 options) decides\n"
+    "otherwise.\n\n"
+    "--in-place needs neither a copy nor a folder that can be written to. If the audio\n"
+    "has to move, it cannot be stopped then, and a power failure meanwhile leaves part of\n"
+    "the audio twice or not at all.\n\n";
 constexpr const char* kAboutPlot =
     "The waveform has a lane for each channel, or one for all if there are more than 8:\n"
     "peaks in pale blue, RMS in dark blue. The spectrogram below is the mean over all\n"
@@ -120,6 +133,20 @@ PictureSize ParseSize(const std::string& text) {
         throw CLI::ValidationError("the size must be 640x400 to 8000x4000 pixels");
     }
     return size;
+}
+
+void AddPadding(CLI::App* command, unsigned& padding) {
+    const auto check = [](const std::string& text) {
+        unsigned bytes = 0;
+        const bool isNumber = CLI::detail::lexical_cast(text, bytes);
+        const bool isRight =
+            isNumber && bytes % 8 == 0 && (bytes == 0 || bytes >= 32) && bytes <= kMaxPadding;
+        return isRight ? "" : "'" + text + "' is neither 0 nor a multiple of 8 from 32 to 16777216";
+    };
+    command->add_option("--padding", padding, "Bytes to leave before the audio for tags, 0 for none")
+        ->check(check)
+        ->type_name("N")
+        ->capture_default_str();
 }
 
 void AddForce(CLI::App* command, bool& force) {
@@ -232,11 +259,22 @@ std::string MistypedCommand(const CLI::App& app) {
     return isCommand ? NoCommand(typed, app) : "";
 }
 
+void AddRepair(CLI::App& app, CommandLine& line) {
+    RepairOptions& options = line.repair;
+    CLI::App* command = app.add_subcommand("repair", "Finish an edit that was interrupted");
+    OnCommand(command, line, RepairCommand, options);
+    command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
+    command
+        ->add_option("--journal", options.journal, "The journal of the edit; default: the one next to FILE")
+        ->type_name("JOURNAL");
+    command->footer(std::string(kAboutRepair) + kAlso);
+}
+
 void AddTagEdit(CLI::App* command, TagEditOptions& options, const char* tags, const char* help) {
     command->add_option("FILE", options.file, "A Wave64 file")->required()->type_name("");
     command->add_option(tags, options.tags, help)->type_name("");
     command->add_flag("--in-place", options.inPlace,
-                      "Edit the file itself instead of a copy that replaces it; less safe");
+                      "Make no copy, even if the audio has to move; less safe");
     command->add_flag("-f,--force", options.force, "Edit even if tags that cannot be rewritten are lost");
 }
 
@@ -258,8 +296,11 @@ void AddTags(CLI::App& app, CommandLine& line) {
 
     CLI::App* set = command->add_subcommand("set", "Set tags; an empty value removes the tag");
     AddTagEdit(set, line.setTags, "NAME=VALUE", "Tags to set");
-    OnCommand(set, line, SetTagsCommand, line.setTags);
-    set->get_option("NAME=VALUE")->required();
+    set->add_flag("--move", line.setTags.move, "Move tags that are after the audio to the place before it");
+    set->final_callback([&line] {
+        if (line.setTags.tags.empty() && !line.setTags.move) throw CLI::RequiredError("NAME=VALUE");
+        Choose(line, SetTagsCommand, line.setTags);
+    });
     set->footer("Names:\n" + TagNamesInColumns() + "\n" + kAboutTags + kAlso);
     CLI::App* remove = command->add_subcommand("remove", "Remove tags");
     AddTagEdit(remove, line.removeTags, "NAME", "Tags to remove");
@@ -285,6 +326,7 @@ void AddEncode(CLI::App& app, CommandLine& line) {
     command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
     AddConversion(command, options.conversion);
     command->add_flag("--salvage", options.salvage, "Encode what a cut-off file still holds");
+    AddPadding(command, options.padding);
     AddForce(command, options.force);
 }
 
@@ -305,6 +347,7 @@ void AddSample(CLI::App& app, CommandLine& line) {
         ->type_name("N");
     add("--seconds", options.seconds, "Length in seconds", CLI::Range(0.001, 1e6).description(""));
     command->add_flag("--float", options.isFloat, "Floating-point samples");
+    AddPadding(command, options.padding);
     AddForce(command, options.force);
 }
 
@@ -397,6 +440,7 @@ void Describe(CLI::App& app, CommandLine& line) {
     AddInfo(app, line);
     AddChunks(app, line);
     AddCheck(app, line);
+    AddRepair(app, line);
     AddTags(app, line);
     AddOptions(app, line);
     AddEncode(app, line);

@@ -45,20 +45,25 @@ void RequireReadableSettings() {
 
 OwnSettings::OwnSettings(Purpose purpose) : file_(Platform::MemoryFile()), root_(SafeSettings(purpose)) {
     if (file_.Number() < 0) throw SystemFailure(kCannotOffer);
-    bool missing = false;
-    const auto* text = XRegistryTree::FindValue(*root_, TaggingKey(), TaggingOptions::LISTTextName);
-    const auto chosen = static_cast<uint32_t>(XRegistryTree::ToInteger(text, &missing));
-    listText_ = missing ? kUTF16 : chosen;
+    const auto chosen = [this](const wchar_t* name) {
+        bool missing = false;
+        const auto* value = XRegistryTree::FindValue(*root_, TaggingKey(), name);
+        const auto number = static_cast<uint32_t>(XRegistryTree::ToInteger(value, &missing));
+        return missing ? std::nullopt : std::optional(number);
+    };
+    listText_ = chosen(TaggingOptions::LISTTextName).value_or(kUTF16);
+    listPlace_ = chosen(TaggingOptions::LISTPlaceName);
     XRegistry::SetRegFileLocation(L"/dev/fd/" + std::to_wstring(file_.Number()), true);
     OfferEveryForm();
     if (!TaggingOptions::Read().rules.safe) throw Failure(kCannotOffer);
 }
 
-void OwnSettings::OfferEveryForm() { Offer(kUTF16); }
+void OwnSettings::OfferEveryForm() { Offer(kUTF16, listPlace_.value_or(0)); }
 
-void OwnSettings::Offer(uint32_t listText) {
+void OwnSettings::Offer(uint32_t listText, uint32_t listPlace) {
     XJSON::Object& key = XRegistryTree::CreateKey(*root_, TaggingKey());
     XRegistryTree::SetValue(key, TaggingOptions::LISTTextName, std::make_unique<XJSON::Number>(listText));
+    XRegistryTree::SetValue(key, TaggingOptions::LISTPlaceName, std::make_unique<XJSON::Number>(listPlace));
     const std::string text = ToUTF8(JoinUnits(root_->ToText()));
     XFile file;
     file.Open(reinterpret_cast<void*>(intptr_t{file_.Number()}));

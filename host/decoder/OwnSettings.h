@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace w64 {
 
@@ -23,11 +24,17 @@ public:
     };
     explicit OwnSettings(Purpose purpose = Purpose::Reading);
 
+    // Whether the user has chosen where new lists go.
+    bool ChoosesListPlace() const { return listPlace_.has_value(); }
+
     // While one lives, the decoder writes new lists in the form that the user has chosen, else in 16-bit
-    // characters. Outside an edit it reads lists of every form.
+    // characters, and before the audio if `beforeAudio` says so; else where the user has chosen. Outside an edit it
+    // reads lists of every form.
     class Edit {
     public:
-        explicit Edit(OwnSettings& settings) : settings_(&settings) { settings.Offer(settings.listText_); }
+        Edit(OwnSettings& settings, std::optional<bool> beforeAudio) : settings_(&settings) {
+            settings.Offer(settings.listText_, beforeAudio ? *beforeAudio : settings.listPlace_.value_or(0));
+        }
         Edit(const Edit&) = delete;  // ends once
         Edit& operator=(const Edit&) = delete;
         ~Edit();
@@ -40,11 +47,12 @@ public:
 
 private:
     void OfferEveryForm();
-    void Offer(uint32_t listText);
+    void Offer(uint32_t listText, uint32_t listPlace);
 
     Descriptor file_;
     std::unique_ptr<XJSON::Object> root_;  // what is written to it
     uint32_t listText_ = 0;                // as the user has chosen
+    std::optional<uint32_t> listPlace_;    // likewise; nothing if unset
 };
 
 }  // namespace w64

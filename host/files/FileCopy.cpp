@@ -1,6 +1,7 @@
 #include "host/files/FileCopy.h"
 
 #include "base/Platform.h"
+#include "host/files/TempFile.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/Interrupt.h"
 
@@ -15,20 +16,31 @@ constexpr const char* kShorter = "the file became shorter while it was copied";
 
 }  // namespace
 
-void CopyBeginning(const XFile& from, XFile& to, int64_t bytes) {
+bool CanShareBlocks(const XFile& from, const std::filesystem::path& folder) try {
+    TempFile copy(folder, XFile::Access::CreatePrivate);
+    return Platform::ShareContents(from.Descriptor(), copy.File().Descriptor());
+} catch (const Failure&) {
+    return false;
+}
+
+void CopyBeginning(const XFile& from, XFile& to, int64_t bytes, const std::function<void(int64_t)>& copied) {
     constexpr int64_t kPiece = int64_t{64} << 20;  // small enough to react to an interrupt
-    if (Platform::ShareContents(from.Descriptor(), to.Descriptor())) {
-        if (to.Size() < bytes) throw Failure(kShorter);
-        if (!to.SetFileSize(bytes)) throw SystemFailure(kCannotCopy);
-        return;
-    }
-    for (int64_t done = 0; done < bytes;) {
+    const bool isShared = Platform::ShareContents(from.Descriptor(), to.Descriptor());
+    if (isShared && to.Size() < bytes) throw Failure(kShorter);
+    if (!to.SetFileSize(bytes)) throw SystemFailure(kCannotCopy);
+    if (isShared && copied) copied(bytes);
+    for (int64_t done = 0; done < bytes && !isShared;) {
         Interrupt::Check();
-        const int64_t copied =
-            Platform::CopySomeBytes(from.Descriptor(), to.Descriptor(), done, std::min(kPiece, bytes - done));
-        if (copied < 0) throw SystemFailure(kCannotCopy);
-        if (copied == 0) throw Failure(kShorter);
-        done += copied;
+        int64_t end = std::min(Platform::NextData(from.Descriptor(), done), bytes);
+        if (end == done) {
+            const int64_t left = std::min(kPiece, bytes - done);
+            const int64_t count = Platform::CopySomeBytes(from.Descriptor(), to.Descriptor(), done, left);
+            if (count < 0) throw SystemFailure(kCannotCopy);
+            end += count;
+        }
+        if (end == done || from.Size() < bytes) throw Failure(kShorter);
+        if (copied) copied(end - done);
+        done = end;
     }
 }
 

@@ -3,11 +3,18 @@
 #include "base/XFile.h"
 
 #include <cstdint>
+#include <filesystem>
+#include <functional>
 
 namespace w64 {
 
-// Copies the first `bytes` of a file into an empty one. The two share blocks where the file system can.
+// Whether a copy in that folder can share the blocks of the file, so that it takes no time and no room.
+bool CanShareBlocks(const XFile& from, const std::filesystem::path& folder);
+
+// Copies the first `bytes` of a file into an empty one. The two share blocks where the file system can; else holes
+// stay holes. `copied` is told of every piece.
 // Errors: Failure, and Interrupt between pieces.
-void CopyBeginning(const XFile& from, XFile& to, int64_t bytes);
+void CopyBeginning(const XFile& from, XFile& to, int64_t bytes,
+                   const std::function<void(int64_t)>& copied = {});
 
 }  // namespace w64

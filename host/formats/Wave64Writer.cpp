@@ -3,29 +3,35 @@
 #include "host/terminal/Failure.h"
 
 #include <new>
+#include <vector>
 
 namespace w64 {
 
 namespace {
 
-clPassRIFFChunks ChunksFor(std::optional<uint32_t> frameCount) {
+clPassRIFFChunks ChunksFor(unsigned padding, std::optional<uint32_t> frameCount) {
     clPassRIFFChunks chunks;
-    if (!frameCount) return chunks;
-    // The writer fills in the format, which comes first.
-    const bool added = chunks.AddInternal(RIFFChnkID("fmt "), nullptr, 0, false) &&
-                       chunks.AddInternal(RIFFChnkID("fact"), &*frameCount, sizeof *frameCount, false);
-    if (!added) throw std::bad_alloc();
+    const auto add = [&chunks](const char* code, const void* data, size_t size) {
+        if (!chunks.AddInternal(RIFFChnkID(code), data, static_cast<uint32_t>(size), false))
+            throw std::bad_alloc();
+    };
+    add("fmt ", nullptr, 0);  // the writer fills it in
+    if (frameCount) add("fact", &*frameCount, sizeof *frameCount);
+    if (padding != 0) {
+        const std::vector<uint8_t> zeros(padding - kChunkHeaderBytes);
+        add("JUNK", zeros.data(), zeros.size());
+    }
     return chunks;
 }
 
 }  // namespace
 
-Wave64Writer::Wave64Writer(const std::string& path, bool replace, const XAudioWFX& format,
+Wave64Writer::Wave64Writer(const std::string& path, bool replace, const XAudioWFX& format, unsigned padding,
                            int traceDescriptor, std::optional<uint32_t> frameCount)
     : output_(path, replace), channels_(traceDescriptor) {
     chunks_.SetRules({.safe = true});
-    Check(chunks_.InitializeNewWAV(output_.File().Handle(), format, channels_.Report(), ChunksFor(frameCount),
-                                   0));
+    Check(chunks_.InitializeNewWAV(output_.File().Handle(), format, channels_.Report(),
+                                   ChunksFor(padding, frameCount), 0));
 }
 
 void Wave64Writer::Write(std::span<const uint8_t> audio) {

@@ -11,14 +11,18 @@
 
 namespace w64 {
 
+// Bytes of the padding chunk before the audio of a new file: room for its first tags.
+constexpr unsigned kDefaultPadding = 4096;
+
 // A new Wave64 file of one format.
 // Order:  Write any number of times, then Finish; without Finish there is no file.
 // Errors: Failure.
 class Wave64Writer {
 public:
-    // Compressed audio needs a count of its frames, 0 where it is unknown.
-    Wave64Writer(const std::string& path, bool replace, const XAudioWFX& format, int traceDescriptor,
-                 std::optional<uint32_t> frameCount = std::nullopt);
+    // `padding` counts the chunk's header; 0 for none. Compressed audio needs a count of its frames, 0 where it is
+    // unknown.
+    Wave64Writer(const std::string& path, bool replace, const XAudioWFX& format, unsigned padding,
+                 int traceDescriptor, std::optional<uint32_t> frameCount = std::nullopt);
 
     // Interleaved frames in WAVE layout, or compressed audio.
     void Write(std::span<const uint8_t> audio);

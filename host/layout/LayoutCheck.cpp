@@ -63,8 +63,6 @@ LayoutCheck::LayoutCheck(XFile& file) : file_(file), fileBytes_(file.Size()) {
     CheckWhatIsThere();
 }
 
-bool LayoutCheck::HasFaults() const { return std::ranges::any_of(findings_, &LayoutFinding::isFault); }
-
 std::string LayoutCheck::Summary() const {
     std::string text = Bytes(fileBytes_);
     if (chunks_ != 0) text = Counted(chunks_, "chunk") + ", " + text;

@@ -27,7 +27,6 @@ public:
     explicit LayoutCheck(XFile& file);
 
     const std::vector<LayoutFinding>& Findings() const { return findings_; }
-    bool HasFaults() const;
 
     // There is audio, and a normal decode fails or ends too soon.
     bool CallsForSalvage() const { return data_ && structureIsFaulty_; }

@@ -3,7 +3,6 @@
 #include "host/terminal/Failure.h"
 #include "host/terminal/FormatText.h"
 #include "host/terminal/Interrupt.h"
-#include "wave64/container/clWave64Handler.h"
 
 #include <algorithm>
 #include <cstring>
@@ -20,7 +19,8 @@ std::string Describe(const STRIFFChunk& chunk) {
 // Compares ranges of two files through one pair of buffers.
 class ByteComparison {
 public:
-    ByteComparison(XFile& a, XFile& b) : a_(a), b_(b) {}
+    ByteComparison(XFile& a, XFile& b, const std::function<void(int64_t)>& compared)
+        : a_(a), b_(b), compared_(compared) {}
 
     bool AreSame(int64_t positionA, int64_t positionB, int64_t bytes) {
         for (int64_t done = 0; done < bytes; done += kBlock) {
@@ -30,6 +30,7 @@ public:
                 std::memcmp(blockA_.data(), blockB_.data(), size) != 0) {
                 return false;
             }
+            if (compared_) compared_(static_cast<int64_t>(size));
         }
         return true;
     }
@@ -43,19 +44,23 @@ private:
 
     XFile& a_;
     XFile& b_;
+    const std::function<void(int64_t)>& compared_;
     std::vector<char> blockA_ = std::vector<char>(kBlock);
     std::vector<char> blockB_ = std::vector<char>(kBlock);
 };
 
 }  // namespace
 
-KeptChunks::KeptChunks(XFile& file) {
-    clWave64Handler chunks;
+void ScanSound(clWave64Handler& chunks, XFile& file) {
     chunks.SetRules({.safe = true});
     if (!chunks.Initialize(file.Handle(), {})) throw Failure("is not a readable Wave64 file");
-    if (!chunks.LayoutFault().empty()) {
-        throw Failure("its layout is not sound: " + ToUTF8(chunks.LayoutFault()) + "; w64 check tells more");
-    }
+    if (chunks.LayoutFault().empty()) return;
+    throw Failure("its layout is not sound: " + ToUTF8(chunks.LayoutFault()) + "; w64 check tells more");
+}
+
+KeptChunks::KeptChunks(XFile& file) {
+    clWave64Handler chunks;
+    ScanSound(chunks, file);
     for (int i = 0; i < chunks.Count(); ++i) {
         const bool isList = CompareGUID(chunks[i].ChunkGUID, kSummaryListCode);
         if (!isList && !chunks.IsPadding(i)) chunks_.push_back(chunks[i]);
@@ -75,8 +80,14 @@ std::string KeptChunks::DifferenceTo(const KeptChunks& edited) const {
     return more ? Describe(edited.chunks_[chunks_.size()]) + " was added" : "";
 }
 
-std::string KeptChunks::DifferenceOfBytes(XFile& file, const KeptChunks& edited, XFile& editedFile) const {
-    ByteComparison comparison(file, editedFile);
+bool KeptChunks::StandsAs(const KeptChunks& edited) const {
+    return std::ranges::equal(chunks_, edited.chunks_, {}, &STRIFFChunk::ChunkPosition,
+                              &STRIFFChunk::ChunkPosition);
+}
+
+std::string KeptChunks::DifferenceOfBytes(XFile& file, const KeptChunks& edited, XFile& editedFile,
+                                          const std::function<void(int64_t)>& compared) const {
+    ByteComparison comparison(file, editedFile, compared);
     for (size_t i = 0; i < chunks_.size(); ++i) {
         const STRIFFChunk& chunk = chunks_[i];
         if (!comparison.AreSame(chunk.FileDataPosition, edited.chunks_[i].FileDataPosition, chunk.DataSize)) {

@@ -13,6 +13,7 @@ struct TagChange {
     NTag set;                  // an empty value removes
     std::vector<XStr> remove;  // by name, when nothing is set
     bool removeAll = false;
+    bool moveList = false;        // a list after the audio goes before it
     bool dropUnwritable = false;  // tags that cannot be rewritten may be lost
 
     // The text tags of `before` with the change applied, as they should read after the edit.

@@ -1,12 +1,17 @@
 #include "host/tagging/TagEditor.h"
 
 #include "host/decoder/DecoderInstance.h"
+#include "host/files/FileCopy.h"
 #include "host/files/InputFile.h"
+#include "host/files/JournalledEdit.h"
 #include "host/files/Replacement.h"
+#include "host/tagging/KeptChunks.h"
+#include "host/tagging/Sketch.h"
 #include "host/tagging/TagTexts.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/FormatText.h"
 #include "host/terminal/Interrupt.h"
+#include "host/terminal/Progress.h"
 #include "tags/TaggingOptions.h"
 #include "tags/clRIFFSUMMARYLISTChunk.h"
 
@@ -85,60 +90,120 @@ void RefuseAbsent(const NTag& tags, const std::vector<XStr>& names, const Taggin
     }
 }
 
+constexpr int64_t kSmall = int64_t{64} << 20;  // a file whose copy takes no time worth saving
+
+void NoteWorsePlace(const std::string& file, Console& console) {
+    console.Note(file,
+                 "the tags are after the audio, where fewer programs find them; w64 tags set --move puts "
+                 "them before it, which takes a copy of the file");
+}
+
 }  // namespace
 
-void TagEditor::EditCopy(const fs::path& path, const TagChange& change) {
-    Replacement replacement(path, context_.console);
-    const KeptChunks before(replacement.Original());
-    Edit(replacement.Copy(), change);
+void TagEditor::Edit(const fs::path& path, const TagChange& change, bool inPlace) {
+    using Lock = LockedFile::Lock;
+    LockedFile recording(path, inPlace ? Lock::WherePossible : Lock::Required);
+    FinishInterruptedEdit(recording, Journal::Of(recording.Path()), context_.console);
+    const Plan plan = MakePlan(recording, change, inPlace);
+    if (plan.still) {
+        EditStill(recording, *plan.still, inPlace);
+        if (plan.hasWorsePlace) NoteWorsePlace(recording.Name(), context_.console);
+    } else if (inPlace) {
+        EditInPlace(recording, change, plan);
+    } else {
+        EditCopy(recording, change, plan);
+    }
+}
 
+// Where the user has not chosen a place, a new list goes before the audio, where more programs find it, unless that
+// takes a long copy.
+TagEditor::Plan TagEditor::MakePlan(LockedFile& recording, const TagChange& change, bool inPlace) {
+    XFile& file = recording.File();
+    if (change.moveList) return Try(file, change, true);
+    if (settings_.ChoosesListPlace()) return Try(file, change, {});
+    Plan before = Try(file, change, true);
+    if (before.still || before.hasList) return before;
+    const bool copies = file.Size() < kSmall || CanShareBlocks(file, recording.Path().parent_path());
+    if (copies && !inPlace) return before;
+    Plan after = Try(file, change, false);
+    after.hasWorsePlace = true;
+    return after;
+}
+
+TagEditor::Plan TagEditor::Try(XFile& recording, const TagChange& change, std::optional<bool> beforeAudio) {
+    Sketch sketch(recording);
+    Plan plan{beforeAudio, sketch.HasList(), change.moveList && sketch.HasListAfterAudio()};
+    EditTags(sketch.Path(), change, plan);
+    plan.still = sketch.StillEdit();
+    return plan;
+}
+
+void TagEditor::EditStill(LockedFile& recording, const RangeEdit& edit, bool inPlace) {
+    if (edit.ChangesNothing()) return;
+    try {
+        MakeJournalledEdit(recording, edit);
+    } catch (const JournalFailure& failure) {
+        if (!inPlace) throw Failure(std::string(failure.what()) + "; --in-place edits without one");
+        MakeEditWithoutJournal(recording, edit);
+    }
+}
+
+void TagEditor::EditCopy(LockedFile& recording, const TagChange& change, const Plan& plan) {
+    Console& console = context_.console;
+    console.Note(recording.Name(), "the audio has to move: a copy of the file is edited and replaces it");
+    Progress progress(console, recording.Path().filename(), 1);
+    Progress::Share share(progress, 2 * recording.File().Size());
+    const auto advance = [&share](int64_t bytes) { share.Advance(bytes, 0); };
+
+    Replacement replacement(recording, console, advance);
+    const KeptChunks before(recording.File());
+    EditTags(replacement.Copy(), change, plan);
     InputFile copy(replacement.Copy());
     const KeptChunks after(copy);
     std::string difference = before.DifferenceTo(after);
-    if (difference.empty()) difference = before.DifferenceOfBytes(replacement.Original(), after, copy);
+    if (difference.empty()) difference = before.DifferenceOfBytes(recording.File(), after, copy, advance);
     if (!difference.empty()) throw Failure("the edited copy is wrong: " + difference);
     copy.Close();
     replacement.Commit();
 }
 
-void TagEditor::EditInPlace(const fs::path& path, const TagChange& change) {
+void TagEditor::EditInPlace(LockedFile& recording, const TagChange& change, const Plan& plan) {
     const Interrupt::Hold hold;
     Interrupt::Check();  // for a signal that came before
-    const auto keptChunks = [&] {
-        InputFile file(path);
-        return KeptChunks(file);
-    };
-    const KeptChunks before = keptChunks();
-    Edit(path, change);
-    const std::string difference = before.DifferenceTo(keptChunks());
+    const KeptChunks before(recording.File());
+    recording.File().Close();  // the decoder opens it alone
+    EditTags(recording.Path(), change, plan);
+    InputFile file(recording.Path());
+    const std::string difference = before.DifferenceTo(KeptChunks(file));
     if (!difference.empty()) throw Failure("the edited file is wrong: " + difference);
 }
 
 // Any difference from the expected result fails the edit before the file is relied on.
-void TagEditor::Edit(const fs::path& path, const TagChange& change) {
+void TagEditor::EditTags(const fs::path& path, const TagChange& change, const Plan& plan) {
     // If all tags are removed, damaged ones do not matter.
-    const NTag before = ReadTags(path, change.removeAll ? kvOpenAudioInfo : kvOpenTags);
-    OwnSettings::Edit edit(settings_);
+    const NTag before = change.removeAll ? NTag() : ReadTags(path);
+    OwnSettings::Edit edit(settings_, plan.beforeAudio);
     const TaggingOptions options = TaggingOptions::Read();
     RefuseAbsent(before, change.remove, options);
     if (!change.dropUnwritable && !change.removeAll) RefuseLosses(path, options);
     const NTag expected = change.Expected(before);
     RefuseDifferences(expected, WrittenAndRead(expected, options), options);
     DecoderInstance decoder(library_, context_.traceDescriptor);
-    if (expected.Count() == 0) {
-        decoder.DeleteTags(path, {});  // leaves no empty list
-    } else if (change.set.Count() > 0) {
+    if (expected.Count() == 0 || plan.movesList) decoder.DeleteTags(path, {});  // leaves no empty list
+    if (plan.movesList) {
+        decoder.WriteTags(path, expected);
+    } else if (expected.Count() > 0 && change.set.Count() > 0) {
         decoder.WriteTags(path, change.set);
-    } else {
+    } else if (expected.Count() > 0 && !change.remove.empty()) {
         decoder.DeleteTags(path, change.remove);
     }
     edit.End();
-    RefuseDifferences(expected, ReadTags(path, kvOpenTags), options);
+    RefuseDifferences(expected, ReadTags(path), options);
 }
 
-NTag TagEditor::ReadTags(const fs::path& path, uint32_t flags) const {
+NTag TagEditor::ReadTags(const fs::path& path) const {
     DecoderInstance decoder(library_, context_.traceDescriptor);
-    decoder.Open(path, flags);
+    decoder.Open(path, kvOpenTags);
     const std::vector<std::string> errors = decoder.Errors();
     if (!errors.empty()) {
         throw Failure(JoinLines(errors) +

@@ -89,7 +89,7 @@ std::string Progress::Line() const {
                                    ? Shortened(name_)
                                    : std::to_string(filesDone_) + " of " + std::to_string(files_) + " files";
     const std::string after =
-        Percent(share) + "  " + FormatSpeed(speed) + "  " + FormatMinutes(left) + " left";
+        Percent(share) + "  " + (speed > 0 ? FormatSpeed(speed) + "  " : "") + FormatMinutes(left) + " left";
     const std::string line =
         before + "  " + Bar(share, Console::Columns(), before.size() + after.size()) + after;
     // A line that wraps cannot be redrawn.

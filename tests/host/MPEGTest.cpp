@@ -54,7 +54,7 @@ TEST_F(MPEG, IsWrappedAsItIsAndDecodesToTheSameSamples) {
         const size_t frames = audio.size() / frameBytes;
         shop.Write("song.bin", ID3v2Tag() + stream + Resized(Text("TAGTitle"), 128));
 
-        EXPECT_EQ(shop.Do("w64 encode -f song.bin a.w64 && w64 check -q a.w64").errors,
+        EXPECT_EQ(shop.Do("w64 encode -f song.bin a.w64 --padding 0 && w64 check -q a.w64").errors,
                   "w64: song.bin: note: left out 210 bytes before the MPEG audio: ID3v2 tag\n"
                   "w64: song.bin: note: left out 128 bytes after the MPEG audio: ID3v1 tag\n");
         const Bytes file = shop.Read("a.w64");

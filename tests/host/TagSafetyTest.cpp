@@ -38,7 +38,7 @@ protected:
         Put(Recording(audio).Chunk("levl", Pattern(99)).File());
         for (Step& step : steps) {
             step.before = File();
-            ASSERT_EQ(shop.Run("w64 tags " + step.edit).errors, "");
+            ASSERT_EQ(shop.Run("w64 -q tags " + step.edit).errors, "");
             const std::string decode = "w64 check -q a.w64 && w64 decode a.w64 -o - --format raw";
             ASSERT_TRUE(shop.Do(decode).output == std::string(audio.begin(), audio.end()));
             step.after = File();
@@ -169,7 +169,8 @@ TEST_F(TagSafety, WhatOthersWriteMeanwhileIsKept) {
     Console console({.quiet = true});
     for (const auto& change : changes) {
         shop.Write("a.w64", Recording(Pattern(600)).File());
-        Replacement replacement(file, console);
+        LockedFile original(file);
+        Replacement replacement(original, console);
         std::this_thread::sleep_for(std::chrono::milliseconds(20));  // file systems count time in steps
         change();
         const Bytes theirs = shop.Read("a.w64");
@@ -177,7 +178,8 @@ TEST_F(TagSafety, WhatOthersWriteMeanwhileIsKept) {
         EXPECT_EQ(shop.Read("a.w64"), theirs);
     }
     shop.Write("a.w64", Recording(Pattern(600)).File());
-    Replacement(file, console).Commit();
+    LockedFile original(file);
+    Replacement(original, console).Commit();
 }
 
 TEST_F(TagSafety, OneReadThatFailsLosesNothing) {
@@ -203,7 +205,7 @@ TEST_F(TagSafety, AnEditThatFailsEndsWithItsSettings) {
                                     XRegistry::CurrentUser, TaggingOptions::KeyPath));
     OwnSettings settings;
     const auto fail = [&] {
-        const OwnSettings::Edit edit(settings);
+        const OwnSettings::Edit edit(settings, {});
         EXPECT_EQ(TaggingOptions::Read().text, LISTText::Wide);
         throw Failure("");
     };
@@ -214,22 +216,20 @@ TEST_F(TagSafety, AnEditThatFailsEndsWithItsSettings) {
 TEST_F(TagSafety, AFullDiskChangesNothing) {
     const Bytes file = Recording(Pattern(60'000)).File();
     const auto tryWithMoreAndMore = [&](const std::string& room, size_t from, size_t step, const char* how) {
-        const std::string set = " && w64 tags set a.w64 Title=" + std::string(10'000, 't') + how;
-        const std::string copying = "cannot copy the file: ";
-        Names met;
+        const std::string set = " && w64 -q tags set a.w64 Title=" + std::string(10'000, 't') + how;
         shop.Write("a.w64", file);
         for (size_t i = 0; i < 100; ++i) {
             const std::string size = std::to_string(from + i * step);
             SCOPED_TRACE(room + size);
             const Outcome outcome = shop.Run((room + size).append(set));
             if (outcome.status == 0) break;
-            const bool noCopy = outcome.errors.find(copying) != std::string::npos;
-            EXPECT_HAS(noCopy ? copying : "disk full?", outcome.errors);
+            EXPECT_TRUE(outcome.errors.starts_with("w64: a.w64: cannot ") ||
+                        outcome.errors.find("disk full?") != std::string::npos)
+                << outcome.errors;
             ASSERT_EQ(outcome.status, 1);
             ASSERT_TRUE(shop.Contents() == (Folder{{"a.w64", file}}));
-            met.insert(outcome.errors);
+            ASSERT_LT(i, 99u);
         }
-        EXPECT_EQ(met.size(), *how ? 1u : 2u);  // no room for the copy, and none for what its edit adds
         EXPECT_EQ(shop.Tags("a.w64"), "Title=" + std::string(10'000, 't'));
     };
     const char* const ways[] = {"", " --in-place"};
@@ -251,7 +251,7 @@ TEST_F(TagSafety, ALockHeldElsewhereIsRespected) {
                             {"tags set a.w64 Year=1 --in-place", 1, "other program"}});
     }
     ::close(descriptor);
-    EXPECT_EQ(shop.Run("w64 tags set a.w64 Title=x").errors, "");
+    EXPECT_EQ(shop.Run("w64 -q tags set a.w64 Title=x").errors, "");
 }
 
 TEST_F(TagSafety, TheCheckOfACopySeesEveryByteThatIsToStay) {

@@ -1,0 +1,45 @@
+#include "host/files/LockedFile.h"
+
+#include "host/files/FileName.h"
+#include "host/terminal/Failure.h"
+
+#include <sys/file.h>
+
+namespace w64 {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A folder that is hidden by now, as the current one can be, has no path. Opening the file then says what is wrong.
+fs::path Followed(const std::string& name) {
+    std::error_code error;
+    fs::path followed = fs::canonical(name, error);
+    return error ? fs::path(name) : followed;
+}
+
+FileStamp Open(XFile& file, const fs::path& path, LockedFile::Lock lock) {
+    if (!file.Open(WideName(path), XFile::Access::ReadWrite)) {
+        if (errno == EWOULDBLOCK) throw Failure("is in use by another program");
+        throw SystemFailure("cannot open the file for writing");
+    }
+    if (lock == LockedFile::Lock::Required && ::flock(file.Descriptor(), LOCK_EX | LOCK_NB) != 0) {
+        throw SystemFailure("cannot be locked, which keeps two edits apart; --in-place edits without a lock");
+    }
+    return FileStamp(file.Descriptor());
+}
+
+}  // namespace
+
+LockedFile::LockedFile(const std::string& name, Lock lock)
+    : name_(name), path_(Followed(name)), stamp_(Open(file_, path_, lock)) {
+    RefuseChanges();
+}
+
+void LockedFile::RefuseChanges() const {
+    if (stamp_.StillHolds(path_)) return;
+    throw Failure("another program has changed the file meanwhile; its version is kept, and this edit is "
+                  "dropped");
+}
+
+}  // namespace w64

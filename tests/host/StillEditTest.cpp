@@ -1,0 +1,258 @@
+#include "CrashStates.h"
+#include "TagBytes.h"
+#include "host/commands/Commands.h"
+#include "host/files/JournalledEdit.h"
+#include "host/terminal/Failure.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace w64 {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kJournal = ".a.w64.w64-journal";
+const Bytes kList = List({{"INAM", Text(u"Song")}});
+const Bytes kAudio = Pattern(6000);
+
+Wave64Bytes Padded(size_t bytes) {
+    return Wave64Bytes()
+        .Fmt(1, 2, 48000, 24)
+        .Chunk("junk", Bytes(bytes))
+        .Data(kAudio)
+        .Chunk("levl", Pattern(9));
+}
+
+// Edits of a recording that need not move its audio.
+class StillEdit : public HostTest {
+protected:
+    // For a program whose changes to the disk are recorded.
+    std::string Recorded(const std::string& more = {}) const {
+        return "ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD=" DISK_RECORDER
+               " DISK_FOLDER='" +
+               shop.Path().string() + "' DISK_LOG='" + Log() + "' " + more + " ";
+    }
+    std::string Log() const { return other.Path() / "log"; }
+
+    CrashStates Record(const std::string& command) const {
+        const Folder before = shop.Contents();
+        fs::remove(Log());
+        shop.Do(Recorded() + command);
+        return {before, shop.Path(), Log()};
+    }
+
+    void Fill(const Folder& folder) const {
+        for (const std::string& name : shop.Files()) fs::remove_all(shop.Path() / name);
+        for (const auto& [name, bytes] : folder) shop.Write(name, bytes);
+    }
+
+    bool Repair() const {
+        Console console({.quiet = true});
+        return RepairCommand({.inputs = {shop.Path() / "a.w64"}, .journal = {}}, {console, 0, {}});
+    }
+
+    const TempFolder other{};
+};
+
+struct Case {
+    std::string options, edit;
+    Bytes file;
+};
+const Case kCases[] = {
+    {"", "set a.w64 Title=x", Padded(4072).File()},
+    {"", "set a.w64 Artist=Somebody", Padded(4072).SummaryList(kList).File()},
+    {"", "set a.w64 Comment=" + std::string(700, 'c'), Padded(0).SummaryList(kList).File()},
+    {"", "remove a.w64 --all", Padded(0).SummaryList(Pattern(900)).File()},
+    {"", "set a.w64 --move Year=1", Padded(300).SummaryList(kList).File()},
+    {"LISTPos=0", "set a.w64 Title=x", Padded(80'000).File()},
+    {"LISTPos=1", "set a.w64 Title=x", Padded(0).File()},  // moves
+};
+
+}  // namespace
+
+TEST_F(StillEdit, APowerCutLeavesTheOldFileOrTheNewOne) {
+    size_t between = 0;
+    size_t finished = 0;
+    for (const auto& [options, edit, old] : kCases) {
+        SCOPED_TRACE(edit.substr(0, 30));
+        fs::remove(shop.Settings());
+        shop.Configure(options);
+        Fill({{"a.w64", old}});
+        const CrashStates states = Record("w64 -q tags " + edit);
+        const Bytes edited = shop.Read("a.w64");
+        EXPECT_NE(edited, old);
+        EXPECT_EQ(shop.Do("w64 check -q a.w64 && w64 decode -f a.w64 -o - --format raw").output.size(),
+                  6000u);
+        for (const Folder& state : states.All()) {
+            Fill(state);
+            ASSERT_EQ(state.count("a.w64"), 1u);
+            const bool isBetween = state.at("a.w64") != old && state.at("a.w64") != edited;
+            between += isBetween;
+            ASSERT_TRUE(Repair());
+            const Bytes found = shop.Read("a.w64");
+            ASSERT_TRUE(found == edited || (!isBetween && found == old));
+            ASSERT_EQ(shop.Files().count(kJournal), 0u);
+            finished += found == edited;
+        }
+        EXPECT_GT(states.All().size(), 5u);
+    }
+    EXPECT_GT(between, 50u);  // where the journal is what saves the file
+    EXPECT_GT(finished, between);
+}
+
+TEST_F(StillEdit, KilledAtAnyCallOrMomentLeavesTheOldFileOrTheNewOne) {
+    int changes = 0;
+    for (const auto& [options, edit, old] : kCases) {
+        SCOPED_TRACE(edit.substr(0, 30));
+        fs::remove(shop.Settings());
+        shop.Configure(options);
+        Fill({{"a.w64", old}});
+        shop.Do("w64 -q tags " + edit);
+        const Bytes edited = shop.Read("a.w64");
+        for (int i = 1, status = 1; status != 0; ++i, ++changes) {
+            Fill({{"a.w64", old}});
+            status = shop.Run(Recorded("DISK_KILL=" + std::to_string(i)) + "w64 -q tags " + edit).status;
+            const bool isPlain = shop.Read("a.w64") == old || shop.Read("a.w64") == edited;
+            EXPECT_EQ(shop.Run("w64 check a.w64").output.find("interrupted") != std::string::npos,
+                      HasInterruptedEdit(shop.Path() / "a.w64"));
+            ASSERT_TRUE(Repair());
+            EXPECT_TRUE(shop.Read("a.w64") == edited || (isPlain && shop.Read("a.w64") == old)) << i;
+        }
+    }
+    EXPECT_GT(changes, 60);
+
+    shop.Configure("LISTPos=0");
+    const std::string edits[] = {"set a.w64 Title=" + std::string(3000, 't'), "remove a.w64 --all"};
+    const Bytes old = Padded(0).File();
+    Fill({{"a.w64", old}});
+    shop.Do("w64 tags " + edits[0]);
+    const Bytes files[] = {old, shop.Read("a.w64")};
+    size_t done = 1;
+    for (int i = 0; i < 500 && !HasFailure(); ++i) {
+        const std::string moment = std::to_string(0.02 + 0.0002 * i);
+        shop.Run("timeout --foreground -s KILL " + moment + " w64 -q tags " + edits[1 - done]);
+        ASSERT_TRUE(Repair());
+        const Bytes found = shop.Read("a.w64");
+        if (found == files[1 - done]) done = 1 - done;
+        EXPECT_EQ(found, files[done]);
+        EXPECT_EQ(shop.Files(), std::set<std::string>{"a.w64"});
+    }
+}
+
+TEST_F(StillEdit, ReadsAndWritesLittleOfAnyLengthAndLeavesTheRestAlone) {
+    constexpr uint64_t audio = 100'000'000'000;
+    const Bytes list = Wave64Bytes().SummaryList(kList).File();
+    const Bytes tail = Slice(list, 40, list.size());
+    for (const size_t padding : {size_t{4072}, size_t{0}, size_t{200'000}}) {
+        const Wave64Bytes head =
+            Wave64Bytes().Fmt(1, 2, 48000, 24).Chunk("junk", Bytes(padding)).Data({}, 24 + audio);
+        const uint64_t length = head.File().size() + audio + (padding == 0 ? tail.size() : 0);
+        const fs::path file = shop.Write("a.w64", head.File(length));
+        fs::resize_file(file, length);
+        if (padding == 0) {
+            std::fstream at(file);
+            at.seekp(static_cast<std::streamoff>(length - tail.size()));
+            at.write(reinterpret_cast<const char*>(tail.data()), static_cast<std::streamsize>(tail.size()));
+        }
+        fs::create_hard_link(file, other.Path() / "link");
+        const std::string look = "stat -c '%i %h %u %g %a' a.w64";
+        const std::string before = shop.Do(look).output;
+        fs::remove(Log());
+        shop.Do(Recorded() + "w64 tags set a.w64 Artist=Somebody");
+        const std::string moved =
+            "grep -aE '^(read|write) .*/a[.]w64 ' '" + Log() + "' | awk '{ n += $5 } END { print n }'";
+        EXPECT_LE(std::stoul(shop.Do(moved).output), 256u << 10);
+        EXPECT_GT(std::stoul(shop.Do(moved).output), 4096u);
+        EXPECT_HAS("Artist=Somebody", shop.Tags("a.w64"));
+        EXPECT_EQ(shop.Do(look).output, before);
+        EXPECT_LT(std::stoll(shop.Do("stat -c %b a.w64").output), 1000);  // blocks; the rest is a hole
+        fs::remove(other.Path() / "link");
+    }
+}
+
+TEST_F(StillEdit, IsRefusedWhereItCannotBeSafe) {
+    const Bytes file = Padded(4072).File();
+    Fill({{"a.w64", file}});
+    const auto expectRefused = [&](const std::string& command, const std::string& message) {
+        const Folder before = shop.Contents();
+        const Outcome outcome = shop.Run(command);
+        EXPECT_EQ(outcome.status, 1) << command;
+        EXPECT_HAS(message, outcome.errors);
+        EXPECT_TRUE(shop.Contents() == before);
+    };
+    const std::string set = "w64 tags set a.w64 Title=x";
+    shop.Write(kJournal, Text("a diary"));
+    expectRefused(set, "the name of the journal of an edit, is taken by something else");
+    fs::remove(shop.Path() / kJournal);
+    fs::create_directory(shop.Path() / kJournal);
+    expectRefused(set, "is taken by something else");
+    fs::remove(shop.Path() / kJournal);
+    expectRefused(Recorded("DISK_NO_LOCKS=1") + set, "cannot be locked");
+    EXPECT_EQ(shop.Run(Recorded("DISK_NO_LOCKS=1") + set + " --in-place").errors, "");
+
+    // Another program writes while the edit is prepared, or after it was interrupted.
+    Fill({{"a.w64", file}});
+    const RangeEdit edit{int64_t(file.size()), int64_t(file.size()), {{500, Bytes(4), Bytes(4, 'x')}}};
+    const auto write = [&](size_t at) {
+        std::fstream(shop.Path() / "a.w64").seekp(std::streamoff(at)).put('y');
+    };
+    {
+        LockedFile locked(shop.Path() / "a.w64");
+        ::usleep(20'000);  // file systems count time in steps
+        write(5000);
+        EXPECT_THROW(MakeJournalledEdit(locked, edit), Failure);
+        EXPECT_EQ(shop.Files(), std::set<std::string>{"a.w64"});
+    }
+    const Journal journal = Journal::Of(shop.Path() / "a.w64");
+    journal.Write(edit);
+    EXPECT_HAS("interrupted; w64 repair finishes it", shop.Do("w64 info a.w64").errors);
+    expectRefused("w64 check a.w64", "");
+    write(502);
+    expectRefused(set, "changed since, so the edit cannot be finished");
+    write(501);
+    fs::rename(shop.Path() / kJournal, shop.Path() / "j");
+    fs::rename(shop.Path() / "a.w64", shop.Path() / "b.w64");
+    Bytes fixed = file;
+    fixed[5000] = 'y';
+    shop.Write("b.w64", fixed);
+    shop.Do("w64 repair b.w64 --journal j");
+    std::fill_n(fixed.begin() + 500, 4, 'x');
+    EXPECT_TRUE(shop.Contents() == (Folder{{"b.w64", fixed}}));
+    shop.Write("j", Text("a diary"));
+    expectRefused("w64 repair b.w64 --journal j", "is taken by something else");
+}
+
+TEST_F(StillEdit, PutsNewTagsWhereTheyFit) {
+    const auto place = [&] { return shop.Do("w64 check a.w64").output; };
+    Fill({{"a.w64", Padded(4072).File()}});
+    EXPECT_EQ(shop.Do("w64 tags set a.w64 Title=x").errors, "");
+    EXPECT_HAS("tags before the audio", place());
+    Fill({{"a.w64", Padded(0).File()}});
+    EXPECT_HAS("a copy of the file is edited", shop.Do("w64 tags set a.w64 Title=x").errors);
+    EXPECT_HAS("tags before the audio", place());
+
+    constexpr uint64_t audio = 80'000'000;  // too long to be copied unasked
+    const Bytes head = Wave64Bytes().Fmt(1, 2, 48000, 24).Data({}, 24 + audio).File(112 + audio);
+    fs::resize_file(shop.Write("a.w64", head), 112 + audio);
+    EXPECT_HAS("w64 tags set --move puts", shop.Do("w64 tags set a.w64 Title=x").errors);
+    EXPECT_HAS("tags after the audio", place());
+    EXPECT_EQ(shop.Do("w64 tags set a.w64 Artist=y").errors, "");
+    shop.Do("w64 tags set a.w64 --move");
+    EXPECT_HAS("tags before the audio", place());
+    EXPECT_EQ(shop.Tags("a.w64"), "Artist=y, Title=x");
+    EXPECT_EQ(shop.Do("w64 tags set a.w64 --move").errors, "");
+    EXPECT_EQ(shop.Tags("a.w64"), "Artist=y, Title=x");
+
+    for (const std::string padding : {"0", "32", "4096"}) {
+        shop.Do("w64 sample -f a.w64 --seconds 0.1 --padding " + padding);
+        shop.Do("w64 decode -f a.w64 && w64 encode -f a.wav b.w64 --padding " + padding);
+        EXPECT_TRUE(shop.Read("a.w64") == shop.Read("b.w64"));
+        EXPECT_EQ(shop.Read("a.w64").size(), 28'904 + std::stoul(padding));
+    }
+    shop.ExpectRefused({{"sample c.w64 --padding 24", 2, "neither 0 nor a multiple of 8"},
+                        {"encode a.wav c.w64 --padding 33", 2, "neither 0 nor a multiple of 8"}});
+}
+
+}  // namespace w64
