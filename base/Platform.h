@@ -27,6 +27,9 @@ int64_t NextData(int file, int64_t position);
 // copied: 0 at the end, -1 with errno set on failure.
 int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes);
 
+// Bytes that this process has written to files so far; 0 when it is unknown.
+int64_t BytesWritten();
+
 // Copies the extended attributes, access lists included. False with errno set on failure; a file system without
 // attributes is no failure.
 bool CopyAttributes(int from, int to);

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <linux/fs.h>
 #include <string>
 #include <sys/ioctl.h>
@@ -71,6 +72,15 @@ int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes) {
     off_t write = offset;
     const ssize_t copied = ::copy_file_range(from, &read, to, &write, static_cast<size_t>(bytes), 0);
     return copied < 0 && CannotCopyInKernel() ? CopyThroughMemory(from, to, offset, bytes) : copied;
+}
+
+int64_t BytesWritten() {
+    std::ifstream counts("/proc/self/io");
+    std::string name;
+    int64_t bytes = 0;
+    while (counts >> name >> bytes && name != "wchar:") {
+    }
+    return name == "wchar:" ? bytes : 0;
 }
 
 bool CopyAttributes(int from, int to) {

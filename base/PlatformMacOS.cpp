@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <libproc.h>
 #include <mach-o/dyld.h>
 #include <unistd.h>
 #include <vector>
@@ -43,6 +44,13 @@ int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes) {
     std::vector<char> block(static_cast<size_t>(std::min<int64_t>(bytes, 1 << 20)));
     const ssize_t got = ::pread(from, block.data(), block.size(), offset);
     return got <= 0 ? got : ::pwrite(to, block.data(), static_cast<size_t>(got), offset);
+}
+
+int64_t BytesWritten() {
+    rusage_info_v2 info{};
+    const bool isKnown =
+        ::proc_pid_rusage(::getpid(), RUSAGE_INFO_V2, reinterpret_cast<rusage_info_t*>(&info)) == 0;
+    return isKnown ? static_cast<int64_t>(info.ri_diskio_byteswritten) : 0;
 }
 
 bool CopyAttributes(int from, int to) {

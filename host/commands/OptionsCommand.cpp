@@ -45,6 +45,10 @@ std::vector<Option> AnnouncedOptions(const PluginLibrary& library) {
 
 std::vector<Option> AllOptions(const std::string& plugin) {
     std::vector<Option> options = AnnouncedOptions(PluginLibrary::OfWave64(plugin));
+    for (Option& option : options) {
+        const bool isPlace = option.name == ToUTF8(TaggingOptions::LISTPlaceName);
+        if (isPlace) option.unset = "not set; w64 puts new tags where they fit";
+    }
     options.push_back({"Safe Editing",
                        ToUTF8(TaggingOptions::SafeEditName),
                        {"off", "on"},

@@ -99,8 +99,8 @@ constexpr const char* kAboutTags =
     "If the tags fit where they are, only their bytes change, in an instant and under a\n"
     "journal, which survives a power failure. Else the audio has to move: a copy of the\n"
     "file is edited and compared, and replaces it. Tags go before the audio if there is\n"
-    "room, or the file is small, and else after it; LIST Position (w64 options) decides\n"
-    "otherwise.\n\n"
+    "room, or the file is small, and else after it; LIST Chunk Position (w64 options)\n"
+    "decides otherwise.\n\n"
     "--in-place needs neither a copy nor a folder that can be written to. If the audio\n"
     "has to move, it cannot be stopped then, and a power failure meanwhile leaves part of\n"
     "the audio twice or not at all.\n\n";

@@ -39,7 +39,7 @@ uint32_t CRC32(std::span<const uint8_t> bytes) {
 }
 
 std::string NameFor(const std::string& name) {
-    const std::string whole = "." + name + std::string(kEnding);
+    std::string whole = "." + name + std::string(kEnding);
     if (whole.size() <= kMaxNameBytes) return whole;
     char hash[10];
     std::snprintf(hash, sizeof hash, ".%08x", CRC32(Bytes(name.begin(), name.end())));
@@ -134,34 +134,33 @@ bool Journal::IsThere() const {
 std::optional<RangeEdit> Journal::Read() const {
     if (!IsThere()) return {};
     const std::string name = "'" + path_.native() + "'";
-    const Failure taken(name +
-                        ", the name of the journal of an edit, is taken by something else; rename that");
-    if (std::error_code error; !fs::is_regular_file(fs::symlink_status(path_, error))) throw taken;
+    const std::string taken =
+        name + ", the name of the journal of an edit, is taken by something else; rename that";
+    if (std::error_code error; !fs::is_regular_file(fs::symlink_status(path_, error))) throw Failure(taken);
     XFile file;
     if (!file.Open(FromUTF8(path_.native()), XFile::Access::Read)) throw SystemFailure("cannot open " + name);
-    if (file.Size() > kMaxBytes) throw taken;
+    if (file.Size() > kMaxBytes) throw Failure(taken);
     Bytes bytes(static_cast<size_t>(std::max<int64_t>(file.Size(), 0)));
     if (file.Read(bytes.data(), bytes.size()) < bytes.size()) throw SystemFailure("cannot read " + name);
-    if (!IsJournal(bytes)) throw taken;
+    if (!IsJournal(bytes)) throw Failure(taken);
     if (!IsWhole(bytes)) return {};
     return Unpacked(std::span(bytes).first(bytes.size() - sizeof(uint32_t)));
 }
 
 void Journal::Write(const RangeEdit& edit) const {
-    const auto failure = [this] {
-        return JournalFailure(
-            SystemFailure("cannot write the journal of the edit, '" + path_.native() + "'").what());
-    };
+    const std::string cannot = "cannot write the journal of the edit, '" + path_.native() + "'";
     const Bytes bytes = Packed(edit);
     XFile file;
-    if (!file.Open(FromUTF8(path_.native()), XFile::Access::CreatePrivate)) throw failure();
+    if (!file.Open(FromUTF8(path_.native()), XFile::Access::CreatePrivate)) {
+        throw JournalFailure(SystemFailure(cannot).what());
+    }
     if (file.Write(bytes.data(), bytes.size()) && ::fsync(file.Descriptor()) == 0 &&
         XFile::SyncFolder(path_.parent_path().native())) {
         return;
     }
-    const JournalFailure reason = failure();
+    const std::string reason = SystemFailure(cannot).what();
     ::unlink(path_.c_str());
-    throw reason;
+    throw JournalFailure(reason);
 }
 
 void Journal::Remove() const {

@@ -4,6 +4,8 @@
 #include "host/terminal/Failure.h"
 #include "host/terminal/Interrupt.h"
 
+#include <unistd.h>
+
 namespace w64 {
 
 namespace fs = std::filesystem;
@@ -42,6 +44,8 @@ bool IsWhole(const Journal& journal) try {
 }  // namespace
 
 void MakeJournalledEdit(LockedFile& file, const RangeEdit& edit) {
+    // The journal is about bytes on disk, and another program may just have written them.
+    if (::fsync(file.File().Descriptor()) != 0) throw SystemFailure("cannot write");
     const Journal journal = Journal::Of(file.Path());
     journal.Write(edit);
     try {

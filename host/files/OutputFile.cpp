@@ -1,6 +1,7 @@
 #include "host/files/OutputFile.h"
 
 #include "host/files/FileName.h"
+#include "host/files/JournalledEdit.h"
 #include "host/terminal/Failure.h"
 
 #include <sys/stat.h>
@@ -33,11 +34,14 @@ void OutputFile::Commit() {
     const int descriptor = File().Descriptor();
     if (::fsync(descriptor) != 0) throw SystemFailure("cannot write '" + path_.native() + "'");
     if (!replace_) return MoveToFreeName();
+    const bool leavesJournal = HasInterruptedEdit(path_);
     struct stat old {};
     if (::stat(path_.c_str(), &old) == 0) ::fchmod(descriptor, old.st_mode & 07777);  // keeps who may read it
     if (::rename(temp_.Path().c_str(), path_.c_str()) != 0) {
         throw SystemFailure("cannot replace '" + path_.native() + "'");
     }
+    // An edit of the old file must not be finished in this one.
+    if (leavesJournal && XFile::SyncFolder(path_.parent_path().native())) Journal::Of(path_).Remove();
 }
 
 // Unlike a rename, a link never replaces a file that another program has put there meanwhile.

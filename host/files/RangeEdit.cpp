@@ -58,15 +58,14 @@ int64_t RangeEdit::Bytes() const {
 }
 
 bool RangeEdit::IsSound() const {
-    if (lengthBefore < 0 || lengthAfter < 0) return false;
-    int64_t reached = lengthBefore;
-    for (const ByteRange& range : ranges) {
-        if (range.position < 0 || range.position > std::max(lengthBefore, lengthAfter)) return false;
-        if (EndOf(range, range.before) > lengthBefore || EndOf(range, range.after) > lengthAfter)
-            return false;
-        reached = std::max(reached, EndOf(range, range.after));
-    }
-    return lengthAfter - reached < 8;  // the padding of the last chunk may be added too
+    const auto fits = [](const std::vector<uint8_t>& bytes, int64_t position, int64_t length) {
+        return bytes.empty() || static_cast<int64_t>(bytes.size()) <= length - position;
+    };
+    return lengthBefore >= 0 && lengthAfter >= 0 && lengthAfter - lengthBefore <= kMaxGrowth &&
+           std::ranges::all_of(ranges, [&](const ByteRange& range) {
+               return range.position >= 0 && fits(range.before, range.position, lengthBefore) &&
+                      fits(range.after, range.position, lengthAfter);
+           });
 }
 
 bool RangeEdit::MayHaveLeft(XFile& file) const {

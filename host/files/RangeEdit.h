@@ -26,8 +26,9 @@ struct RangeEdit {
     bool ChangesNothing() const { return ranges.empty() && lengthBefore == lengthAfter; }
     int64_t Bytes() const;  // in the ranges, old and new
 
-    // Whether the ranges lie in the file and the lengths fit them.
+    // Whether the ranges lie in the file, and it grows by no more than a tag edit needs.
     bool IsSound() const;
+    static constexpr int64_t kMaxGrowth = int64_t{64} << 20;
 
     // Whether the file may be what an interruption of this edit has left, even one by a power failure: every byte
     // of the ranges is the old or the new one, and the length lies between the two lengths.

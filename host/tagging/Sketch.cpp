@@ -99,7 +99,7 @@ std::optional<RangeEdit> Sketch::StillEdit() {
     ScanSound(chunks, file_);
     if (!AddRanges(chunks, edit)) return {};
     const int64_t cutOff = edit.lengthBefore - edit.lengthAfter;
-    if (edit.Bytes() + cutOff > Journal::kMaxBytes / 2) return {};
+    if (!edit.IsSound() || edit.Bytes() + cutOff > Journal::kMaxBytes / 2) return {};
     if (cutOff > 0) {
         edit.ranges.push_back({edit.lengthAfter, ReadFrom(recording_, edit.lengthAfter, cutOff), {}});
     }

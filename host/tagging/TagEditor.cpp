@@ -1,5 +1,6 @@
 #include "host/tagging/TagEditor.h"
 
+#include "base/Platform.h"
 #include "host/decoder/DecoderInstance.h"
 #include "host/files/FileCopy.h"
 #include "host/files/InputFile.h"
@@ -16,7 +17,12 @@
 #include "tags/clRIFFSUMMARYLISTChunk.h"
 
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <new>
+#include <thread>
+#include <utility>
 
 namespace w64 {
 
@@ -89,6 +95,32 @@ void RefuseAbsent(const NTag& tags, const std::vector<XStr>& names, const Taggin
         throw Failure("has no tag '" + ToPrintable(name) + "'" + (isAlbum ? BecauseOf({kAlbumTag}) : ""));
     }
 }
+
+// Shows how far a move has come, which the decoder makes in a single call: by what the program writes meanwhile.
+class MoveProgress {
+public:
+    MoveProgress(Console& console, const fs::path& file, int64_t bytes)
+        : progress_(console, file.filename(), 1), share_(progress_, bytes) {
+        if (console.HasStatusLine())
+            thread_ = std::jthread([this](const std::stop_token& stop) { Watch(stop); });
+    }
+
+private:
+    void Watch(const std::stop_token& stop) {
+        std::mutex access;
+        std::condition_variable_any wait;
+        std::unique_lock lock(access);
+        for (int64_t seen = Platform::BytesWritten(); !stop.stop_requested();) {
+            wait.wait_for(lock, stop, std::chrono::milliseconds(100), [] { return false; });
+            const int64_t written = Platform::BytesWritten();
+            share_.Advance(written - std::exchange(seen, written), 0);
+        }
+    }
+
+    Progress progress_;
+    Progress::Share share_;
+    std::jthread thread_;
+};
 
 constexpr int64_t kSmall = int64_t{64} << 20;  // a file whose copy takes no time worth saving
 
@@ -171,6 +203,7 @@ void TagEditor::EditInPlace(LockedFile& recording, const TagChange& change, cons
     const Interrupt::Hold hold;
     Interrupt::Check();  // for a signal that came before
     const KeptChunks before(recording.File());
+    const MoveProgress progress(context_.console, recording.Path(), recording.File().Size());
     recording.File().Close();  // the decoder opens it alone
     EditTags(recording.Path(), change, plan);
     InputFile file(recording.Path());

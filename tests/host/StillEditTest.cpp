@@ -4,6 +4,7 @@
 #include "host/files/JournalledEdit.h"
 #include "host/terminal/Failure.h"
 
+#include <chrono>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -64,6 +65,8 @@ const Case kCases[] = {
     {"", "set a.w64 Title=x", Padded(4072).File()},
     {"", "set a.w64 Artist=Somebody", Padded(4072).SummaryList(kList).File()},
     {"", "set a.w64 Comment=" + std::string(700, 'c'), Padded(0).SummaryList(kList).File()},
+    {"", "set a.w64 Comment=" + std::string(200, 'c'),
+     Padded(0).SummaryList(kList).Chunk("junk", Bytes(40)).File()},
     {"", "remove a.w64 --all", Padded(0).SummaryList(Pattern(900)).File()},
     {"", "set a.w64 --move Year=1", Padded(300).SummaryList(kList).File()},
     {"LISTPos=0", "set a.w64 Title=x", Padded(80'000).File()},
@@ -127,18 +130,23 @@ TEST_F(StillEdit, KilledAtAnyCallOrMomentLeavesTheOldFileOrTheNewOne) {
     const std::string edits[] = {"set a.w64 Title=" + std::string(3000, 't'), "remove a.w64 --all"};
     const Bytes old = Padded(0).File();
     Fill({{"a.w64", old}});
+    const auto begin = std::chrono::steady_clock::now();
     shop.Do("w64 tags " + edits[0]);
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
     const Bytes files[] = {old, shop.Read("a.w64")};
     size_t done = 1;
+    int made = 0;
     for (int i = 0; i < 500 && !HasFailure(); ++i) {
-        const std::string moment = std::to_string(0.02 + 0.0002 * i);
-        shop.Run("timeout --foreground -s KILL " + moment + " w64 -q tags " + edits[1 - done]);
+        const std::string moment = std::to_string(took.count() * (0.3 + 0.0016 * i));
+        shop.Run("timeout --foreground -s KILL " + moment + " w64 -q tags " + edits[done]);
         ASSERT_TRUE(Repair());
         const Bytes found = shop.Read("a.w64");
-        if (found == files[1 - done]) done = 1 - done;
+        if (found == files[1 - done]) done = 1 - done, ++made;
         EXPECT_EQ(found, files[done]);
         EXPECT_EQ(shop.Files(), std::set<std::string>{"a.w64"});
     }
+    EXPECT_GT(made, 20);
+    EXPECT_LT(made, 480);
 }
 
 TEST_F(StillEdit, ReadsAndWritesLittleOfAnyLengthAndLeavesTheRestAlone) {
@@ -209,6 +217,10 @@ TEST_F(StillEdit, IsRefusedWhereItCannotBeSafe) {
     journal.Write(edit);
     EXPECT_HAS("interrupted; w64 repair finishes it", shop.Do("w64 info a.w64").errors);
     expectRefused("w64 check a.w64", "");
+    const Folder interrupted = shop.Contents();
+    shop.Do("w64 -q sample -f a.w64");
+    EXPECT_EQ(shop.Files(), std::set<std::string>{"a.w64"});
+    Fill(interrupted);
     write(502);
     expectRefused(set, "changed since, so the edit cannot be finished");
     write(501);
