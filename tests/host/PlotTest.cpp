@@ -184,7 +184,7 @@ TEST_F(Plot, WhatIsNoNumberIsDrawnAsSilence) {
 }
 
 TEST_F(Plot, LosesAndPretendsNothing) {
-    shop.Do("w64 sample a.w64 --seconds 1");
+    shop.Do("w64 sample a.w64 --seconds 1 --padding 0");
     shop.Write("a.png", Pattern(100));
     SoundFile(shop.Path() / "empty.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1).WriteRaw({});
     shop.ExpectRefused({{"plot a.w64", 1, "exists already"},

@@ -128,26 +128,30 @@ TEST_F(MeddledEdit, InPlaceIsNotCutShort) {
 
 TEST_F(MeddledEdit, OfTwoAtOnceNoneIsLost) {
     const std::string other = "w64 tags set a.w64 Artist=Other";
-    const Step step = {"set a.w64 Title=One", steps[0].before};
-    const auto after = [&](const std::string& commands) {
-        Put(step.before);
-        shop.Do(commands);
-        return File();
-    };
-    const std::string first = "w64 tags " + step.edit;
-    // Whether the first one and the other one fail, and what is in the file.
-    const std::tuple<bool, bool, std::string> results[] = {{false, true, after(first)},
-                                                           {true, false, after(other)},
-                                                           {false, false, after(first + " && " + other)},
-                                                           {false, false, after(other + " && " + first)}};
-    for (const char* how : {"", " --in-place"}) {
-        AtEveryChange(step, how, other + " || touch failed", [&](const Outcome& outcome) {
-            const bool hasOtherFailed = fs::remove(shop.Path() / "failed");
-            const std::tuple result(outcome.status != 0, hasOtherFailed, File());
-            EXPECT_NE(std::ranges::find(results, result), std::end(results))
-                << outcome.status << hasOtherFailed << outcome.errors;
-            EXPECT_EQ(shop.Files(), Names{"a.w64"});
-        });
+    const Bytes roomy =
+        Wave64Bytes().Fmt(1, 2, 48000, 24).Chunk("junk", Bytes(4072)).Data(Pattern(600)).File();
+    for (const std::string& before : {steps[0].before, std::string(roomy.begin(), roomy.end())}) {
+        const Step step = {"set a.w64 Title=One", before};
+        const auto after = [&](const std::string& commands) {
+            Put(before);
+            shop.Do(commands);
+            return File();
+        };
+        const std::string first = "w64 tags " + step.edit;
+        // Whether the first one and the other one fail, and what is in the file.
+        const std::tuple<bool, bool, std::string> results[] = {{false, true, after(first)},
+                                                               {true, false, after(other)},
+                                                               {false, false, after(first + " && " + other)},
+                                                               {false, false, after(other + " && " + first)}};
+        for (const char* how : {"", " --in-place"}) {
+            AtEveryChange(step, how, other + " || touch failed", [&](const Outcome& outcome) {
+                const bool hasOtherFailed = fs::remove(shop.Path() / "failed");
+                const std::tuple result(outcome.status != 0, hasOtherFailed, File());
+                EXPECT_NE(std::ranges::find(results, result), std::end(results))
+                    << outcome.status << hasOtherFailed << outcome.errors;
+                EXPECT_EQ(shop.Files(), Names{"a.w64"});
+            });
+        }
     }
 }
 
