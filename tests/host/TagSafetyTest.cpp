@@ -60,7 +60,7 @@ protected:
             Put(step.before);
             const Outcome outcome =
                 shop.Run(kMeddling + "MEANWHILE='touch met; " + meanwhile +
-                         "' MEANWHILE_AT=" + std::to_string(change) + " w64 tags " + step.edit + how);
+                         "' MEANWHILE_AT=" + std::to_string(change) + " w64 -q tags " + step.edit + how);
             if (!fs::remove(shop.Path() / "met")) {
                 EXPECT_EQ(outcome.errors, "");
                 EXPECT_GT(change, 2);
