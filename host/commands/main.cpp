@@ -149,6 +149,14 @@ void AddPadding(CLI::App* command, unsigned& padding) {
         ->capture_default_str();
 }
 
+void AddFiles(CLI::App* command, std::vector<std::string>& files) {
+    command->add_option("FILE", files, "Wave64 files")->required()->type_name("");
+}
+
+void AddJSON(CLI::App* command, bool& json) {
+    command->add_flag("--json", json, "Write a JSON array with an object per file");
+}
+
 void AddForce(CLI::App* command, bool& force) {
     command->add_flag("-f,--force", force, "Replace existing files");
 }
@@ -208,24 +216,35 @@ void AddInfo(CLI::App& app, CommandLine& line) {
     InfoOptions& options = line.info;
     CLI::App* command = app.add_subcommand("info", "Show format, length and chunks");
     OnCommand(command, line, InfoCommand, options);
-    command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
-    command->add_flag("--json", options.json, "Write a JSON array with an object per file");
+    AddFiles(command, options.inputs);
+    AddJSON(command, options.json);
 }
 
 void AddChunks(CLI::App& app, CommandLine& line) {
     ChunksOptions& options = line.chunks;
     CLI::App* command = app.add_subcommand("chunks", "Show the chunks of a file and where they are");
     OnCommand(command, line, ChunksCommand, options);
-    command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
-    command->add_flag("--json", options.json, "Write a JSON array with an object per file");
+    AddFiles(command, options.inputs);
+    AddJSON(command, options.json);
 }
 
 void AddCheck(CLI::App& app, CommandLine& line) {
     LayoutOptions& options = line.check;
     CLI::App* command = app.add_subcommand("check", "Report what is wrong or odd about a file's layout");
     OnCommand(command, line, CheckCommand, options);
-    command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
+    AddFiles(command, options.inputs);
     command->footer(std::string(kAboutCheck) + kAlso);
+}
+
+void AddRepair(CLI::App& app, CommandLine& line) {
+    RepairOptions& options = line.repair;
+    CLI::App* command = app.add_subcommand("repair", "Finish an edit that was interrupted");
+    OnCommand(command, line, RepairCommand, options);
+    AddFiles(command, options.inputs);
+    command
+        ->add_option("--journal", options.journal, "The journal of the edit; default: the one next to FILE")
+        ->type_name("JOURNAL");
+    command->footer(std::string(kAboutRepair) + kAlso);
 }
 
 // "w64 tags set"
@@ -259,17 +278,6 @@ std::string MistypedCommand(const CLI::App& app) {
     return isCommand ? NoCommand(typed, app) : "";
 }
 
-void AddRepair(CLI::App& app, CommandLine& line) {
-    RepairOptions& options = line.repair;
-    CLI::App* command = app.add_subcommand("repair", "Finish an edit that was interrupted");
-    OnCommand(command, line, RepairCommand, options);
-    command->add_option("FILE", options.inputs, "Wave64 files")->required()->type_name("");
-    command
-        ->add_option("--journal", options.journal, "The journal of the edit; default: the one next to FILE")
-        ->type_name("JOURNAL");
-    command->footer(std::string(kAboutRepair) + kAlso);
-}
-
 void AddTagEdit(CLI::App* command, TagEditOptions& options, const char* tags, const char* help) {
     command->add_option("FILE", options.file, "A Wave64 file")->required()->type_name("");
     command->add_option(tags, options.tags, help)->type_name("");
@@ -283,7 +291,7 @@ void AddTags(CLI::App& app, CommandLine& line) {
     command->require_subcommand(0, 1);
     command->add_option("FILE", line.tags.inputs, "Wave64 files")->type_name("");
     command->add_flag("--chunks", line.tags.chunks, "Show the other chunks too");
-    command->add_flag("--json", line.tags.json, "Write a JSON array with an object per file");
+    AddJSON(command, line.tags.json);
     command->final_callback([command, &line] {
         if (!command->get_subcommands().empty()) return;
         if (line.tags.inputs.empty()) throw CLI::RequiredError("FILE");
