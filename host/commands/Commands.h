@@ -44,6 +44,16 @@ struct RepairOptions {
     std::string journal;  // of an edit of the only input; empty for the one next to each
 };
 
+struct MD5Options {
+    std::vector<std::string> inputs;
+    bool json = false;
+};
+
+struct CompareOptions {
+    std::string first;
+    std::string second;
+};
+
 struct EncodeOptions {
     std::string input;
     std::string output;
@@ -101,6 +111,9 @@ struct OptionsOptions {
 [[nodiscard]] bool CheckCommand(const LayoutOptions& options,
                                 CommandContext context);  // false for faults too
 [[nodiscard]] bool RepairCommand(const RepairOptions& options, CommandContext context);
+[[nodiscard]] bool MD5Command(const MD5Options& options, CommandContext context);
+[[nodiscard]] bool CompareCommand(const CompareOptions& options,
+                                  CommandContext context);  // false for differences too
 [[nodiscard]] bool EncodeCommand(const EncodeOptions& options, CommandContext context);
 [[nodiscard]] bool SampleCommand(const SampleOptions& options, CommandContext context);
 [[nodiscard]] bool PlotCommand(const PlotOptions& options, CommandContext context);

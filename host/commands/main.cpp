@@ -36,6 +36,8 @@ struct CommandLine {
     ChunksOptions chunks;
     LayoutOptions check;
     RepairOptions repair;
+    MD5Options md5;
+    CompareOptions compare;
     EncodeOptions encode;
     TagsOptions tags;
     TagEditOptions setTags;
@@ -76,6 +78,8 @@ constexpr const char* kExamples = R"(Examples:
   w64 chunks song.w64                   where the audio, the tags and free space lie
   w64 check *.w64                       what is wrong or odd about files
   w64 repair song.w64                   finish an edit that was interrupted
+  w64 md5 song.w64 song.flac            whether an archived copy has the same audio
+  w64 compare song.w64 song.flac        where their audio first differs
   w64 tags set song.w64 "Title=The Song" Artist=Somebody
   w64 encode song.wav song.w64
   w64 sample test.w64 --channels 6
@@ -95,6 +99,13 @@ constexpr const char* kAboutRepair =
     "An edit that a crash or a power failure interrupts leaves its journal next to the\n"
     "file, as .NAME.w64-journal. Every command that edits the file finishes it, and so\n"
     "does this one. --journal is for a file that was renamed since.\n\n";
+constexpr const char* kAboutMD5 =
+    "The MD5 is the one that FLAC files keep: metaflac --show-md5sum prints the same for\n"
+    "the same audio. Floats and 32-bit integers count as they are stored. A file that is\n"
+    "not whole has none.\n\n";
+constexpr const char* kAboutCompare =
+    "Values are compared: the same samples in another container, or with more bits, are\n"
+    "equal. If they differ, the first difference is shown, and the exit code is 1.\n\n";
 constexpr const char* kAboutTags =
     "If the tags fit where they are, only their bytes change, in an instant and under a\n"
     "journal, which survives a power failure. Else the audio has to move: a copy of the\n"
@@ -245,6 +256,26 @@ void AddRepair(CLI::App& app, CommandLine& line) {
         ->add_option("--journal", options.journal, "The journal of the edit; default: the one next to FILE")
         ->type_name("JOURNAL");
     command->footer(std::string(kAboutRepair) + kAlso);
+}
+
+void AddMD5(CLI::App& app, CommandLine& line) {
+    MD5Options& options = line.md5;
+    CLI::App* command = app.add_subcommand("md5", "Print the MD5 of the audio of any files");
+    OnCommand(command, line, MD5Command, options);
+    command->add_option("FILE", options.inputs, "Audio files: Wave64, WAV, AIFF, FLAC ...")
+        ->required()
+        ->type_name("");
+    AddJSON(command, options.json);
+    command->footer(std::string(kAboutMD5) + kAlso);
+}
+
+void AddCompare(CLI::App& app, CommandLine& line) {
+    CompareOptions& options = line.compare;
+    CLI::App* command = app.add_subcommand("compare", "Compare the audio of two files of any kind");
+    OnCommand(command, line, CompareCommand, options);
+    command->add_option("A", options.first, "An audio file")->required()->type_name("");
+    command->add_option("B", options.second, "Another one")->required()->type_name("");
+    command->footer(std::string(kAboutCompare) + kAlso);
 }
 
 // "w64 tags set"
@@ -449,6 +480,8 @@ void Describe(CLI::App& app, CommandLine& line) {
     AddChunks(app, line);
     AddCheck(app, line);
     AddRepair(app, line);
+    AddMD5(app, line);
+    AddCompare(app, line);
     AddTags(app, line);
     AddOptions(app, line);
     AddEncode(app, line);

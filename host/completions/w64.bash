@@ -1,6 +1,6 @@
 # bash completion for w64. Commands and options come from the program's own help.
 
-_w64_commands() { sed -n '/^Subcommands:/,/^$/s/^  \([a-z]\{1,\}\) .*/\1/p' <<<"$1"; }
+_w64_commands() { sed -n '/^Subcommands:/,/^$/s/^  \([a-z0-9]\{1,\}\) .*/\1/p' <<<"$1"; }
 _w64_options() { grep -oE '^  (-[a-z],)?--[a-z-]+' <<<"$1" | tr -d ' ' | tr , '\n'; }
 _w64_names() { awk -F '  +' '/^$/ { on = 0 } on { for (i = 2; i <= NF; i++) print $i "=" } /^Names:/ { on = 1 }' <<<"$1"; }
 

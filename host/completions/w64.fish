@@ -12,7 +12,7 @@ end
 
 # The subcommands of a command, as name, tab, description
 function __w64_commands
-    w64 $argv --help 2>/dev/null | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]\{1,\}\)  *\(.*\)/\1\t\2/p'
+    w64 $argv --help 2>/dev/null | sed -n '/^Subcommands:/,/^$/s/^  \([a-z0-9]\{1,\}\)  *\(.*\)/\1\t\2/p'
 end
 
 # The options of the command, likewise; a short name has its own line

@@ -1,0 +1,55 @@
+#include "host/commands/Commands.h"
+#include "host/commands/ReportOnFiles.h"
+#include "host/formats/AudioMD5.h"
+#include "host/formats/AudioReader.h"
+#include "host/terminal/Failure.h"
+#include "host/terminal/FormatText.h"
+#include "host/terminal/Interrupt.h"
+#include "host/terminal/Progress.h"
+
+#include <filesystem>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+namespace w64 {
+
+namespace {
+
+// Of the whole audio; a part of it has no digest.
+AudioMD5 Digested(AudioReader& reader, Progress& progress) {
+    const XAudioWFX& format = reader.Format();
+    AudioMD5 md5(format);
+    Progress::Share share(progress, reader.ExpectedFrames());
+    for (auto bytes = reader.Read(); !bytes.empty(); bytes = reader.Read()) {
+        Interrupt::Check();
+        md5.Add(bytes);
+        const auto frames = static_cast<int64_t>(bytes.size()) / format.BlockAlign();
+        share.Advance(frames, static_cast<double>(frames) / format.SamplesPerSec());
+    }
+    const std::string complaint = reader.Complaint();
+    if (!complaint.empty()) throw Failure(complaint);
+    return md5;
+}
+
+}  // namespace
+
+bool MD5Command(const MD5Options& options, CommandContext context) {
+    const std::vector<std::string>& names = options.inputs;
+    Progress progress(context.console, std::filesystem::path(names[0]).filename(),
+                      static_cast<int>(names.size()));
+    return ReportOnFiles(names, options.json, context.console, [&](size_t i, Json* json) {
+        AudioReader reader(names[i], {}, context);
+        AudioMD5 md5 = Digested(reader, progress);
+        const std::string form = md5.IsOfFLAC() ? "as FLAC" : "as stored";
+        const std::string samples = DescribeFormat(reader.Format());
+        const std::string digest = md5.Digest();
+        if (json) {
+            json->update({{"md5", digest}, {"form", form}, {"format", samples}});
+        } else {
+            std::cout << digest << "  " << Visible(names[i])
+                      << (md5.IsOfFLAC() ? "" : "  (" + form + ": " + samples + ")") << "\n";
+        }
+    });
+}
+
+}  // namespace w64
