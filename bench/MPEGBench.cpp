@@ -2,13 +2,13 @@
 
 #include "BenchPlugin.h"
 #include "audio/format/XAudioWFX.h"
+#include "mp3/library/MPG123Handle.h"
 #include "wave64/container/clWave64Handler.h"
 
 #include <benchmark/benchmark.h>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <mpg123.h>
 #include <unistd.h>
 #include <vector>
@@ -80,8 +80,7 @@ void DecodeMPEGByLibrary(benchmark::State& state) {
     TestMPEG();
     int64_t bytes = 0;
     for ([[maybe_unused]] auto _ : state) {
-        const std::unique_ptr<mpg123_handle, decltype(&mpg123_delete)> owner(mpg123_new(nullptr, nullptr),
-                                                                             mpg123_delete);
+        const MPG123Handle owner(mpg123_new(nullptr, nullptr));
         mpg123_handle* handle = owner.get();
         mpg123_param(handle, MPG123_ADD_FLAGS, MPG123_QUIET | MPG123_FORCE_FLOAT, 0);
         mpg123_param(handle, MPG123_REMOVE_FLAGS, MPG123_GAPLESS, 0);

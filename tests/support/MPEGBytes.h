@@ -1,9 +1,9 @@
 #pragma once
 
 #include "TempFolder.h"
+#include "mp3/library/MPG123Handle.h"
 
 #include <cstdlib>
-#include <memory>
 #include <mpg123.h>
 #include <stdexcept>
 
@@ -24,8 +24,7 @@ inline Bytes Encoded(int rate, int channels, const std::string& quality, const s
 
 // What libmpg123 makes of the stream when it is fed with all of it at once.
 inline Bytes DecodedAtOnce(const Bytes& stream, bool gapless = false) {
-    const std::unique_ptr<mpg123_handle, decltype(&mpg123_delete)> owner(mpg123_new(nullptr, nullptr),
-                                                                         mpg123_delete);
+    const MPG123Handle owner(mpg123_new(nullptr, nullptr));
     mpg123_handle* handle = owner.get();
     mpg123_param(handle, MPG123_ADD_FLAGS, MPG123_QUIET | MPG123_FORCE_FLOAT, 0);
     if (!gapless) mpg123_param(handle, MPG123_REMOVE_FLAGS, MPG123_GAPLESS, 0);
