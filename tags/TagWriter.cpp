@@ -16,7 +16,7 @@ bool TagWriter::Edit(const XStr& fileName, TagEdit edit, NTag& tags) {
     options_ = TaggingOptions::Read();
     if (!options_.usable) {
         return Fail(L"Error the file is left as it is, the settings in '" + XRegistry::RegFileLocation() +
-                    L"' cannot be read; mend or delete them.");
+                    L"' cannot be read; if no other program is using them, repair or delete them.");
     }
     const bool safe = options_.rules.safe;
     chunks_.SetRules(options_.rules);

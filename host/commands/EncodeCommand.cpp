@@ -4,6 +4,7 @@
 #include "host/formats/AudioSource.h"
 #include "host/formats/MPEGSource.h"
 #include "host/formats/Wave64Writer.h"
+#include "host/layout/DecoderNotes.h"
 #include "host/layout/Salvage.h"
 #include "host/layout/Wave64File.h"
 #include "host/terminal/Failure.h"
@@ -37,7 +38,9 @@ std::string DescribeCut(const std::string& input, const AudioSource& source) {
     std::error_code error;
     if (!cut.empty() || !fs::is_regular_file(input, error)) return cut;
     if (Wave64File(input).MissingBytes() == 0 && !HidesAudio(input)) return "";
-    throw Failure("the file is cut off or damaged; w64 decode --salvage keeps what it still holds");
+    const std::string damage = DescribeDamage(input);
+    throw Failure((damage.empty() ? "the file is damaged" : damage) +
+                  "; w64 decode --salvage keeps what it still holds");
 }
 
 void Convert(const EncodeOptions& options, CommandContext context, Progress& progress) {

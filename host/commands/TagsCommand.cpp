@@ -46,9 +46,9 @@ void Describe(const NTag& tags, Json& json) {
         const STInternalTag& tag = tags[i];
         if (IsRawChunk(tag)) {
             const RawChunk chunk(tag);
-            json["chunks"].push_back({{"name", ToPrintable(tag.Name)},
-                                      {"code", ToUTF8(Widen(chunk.code))},
-                                      {"bytes", chunk.bytes}});
+            Json& entry = json["chunks"].emplace_back(
+                Json{{"name", ToPrintable(tag.Name)}, {"code", ToUTF8(Widen(chunk.code))}});
+            if (!chunk.IsPlace()) entry["bytes"] = chunk.bytes;
         } else {
             json["tags"].push_back({{"name", ToPrintable(tag.Name)}, {"value", ToPrintable(tag.Value)}});
         }

@@ -66,13 +66,13 @@ void CheckChannels(const XAudioWFX& source, const XAudioWFX& target) {
 void CheckSamples(const XAudioWFX& source) {
     const int tag = source.WFXFormatTag();
     if (IsLinear(tag) && XAudioRdWr::HasLayout(tag, source.BitsPerSample())) return;
-    throw Failure("8, 16, 24 and 32-bit integers and 32 and 64-bit floats can be converted, this is " +
+    throw Failure("8, 16, 24 and 32-bit integers and 32 and 64-bit floats can be converted; this is " +
                   DescribeFormat(source));
 }
 
 void CheckFrame(const XAudioWFX& format) {
     if (format.Channels() * format.BytesPerSample() <= kMaxFrameBytes) return;
-    throw Failure("frames have up to " + std::to_string(kMaxFrameBytes) + " bytes, this is " +
+    throw Failure("frames have up to " + std::to_string(kMaxFrameBytes) + " bytes; this is " +
                   DescribeFormat(format));
 }
 

@@ -22,7 +22,7 @@ std::vector<XStr> TaggingKey() {
 
 Failure Unreadable() {
     return Failure("the settings in '" + ToUTF8(XRegistry::RegFileLocation()) +
-                   "' cannot be read; mend or delete that file");
+                   "' cannot be read; if no other program is using that file, repair or delete it");
 }
 
 // The user's tagging options, all from one read, with safe editing on.

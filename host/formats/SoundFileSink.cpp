@@ -65,7 +65,7 @@ protected:
         info.channels = format_.Channels();
         info.format = type | subtype;
         if (subtype == 0 || info.samplerate <= 0 || sf_format_check(&info) == 0) {
-            throw Failure(kind + " holds " + holds + ", this is " + DescribeFormat(format_));
+            throw Failure(kind + " holds " + holds + "; this is " + DescribeFormat(format_));
         }
         encoder_.reset(sf_open_virtual(SoundFileOutput::Calls(), SFM_WRITE, &info, output_.get()));
         if (!encoder_) {

@@ -194,7 +194,7 @@ TEST_F(ConversionTest, WhatCannotBeDoneIsTold) {
          "cannot mix 10 channels to 2; 1 to 8 can be mixed to 1 to 8"},
         {Format(1, 20000, 8, 48000), To(44100), "in 20000 channels, only in up to 64"},
         {Format(1, 20000, 8, 48000), To(kSame, kSame, 32),
-         "up to 65535 bytes, this is PCM, 32-bit, 20000 channels"},
+         "up to 65535 bytes; this is PCM, 32-bit, 20000 channels"},
         {Format(1, 8, 16, 9600000), To(48000), "to 48000 Hz in 8 channels, only in up to 2"},
     };
     for (const auto& [source, options, message] : cases) {

@@ -110,6 +110,8 @@ TEST_F(RoundTrip, ASourceThatEndsEarlyIsNotTakenForWhole) {
     shop.Write("cut.flac", Slice(shop.Read("a.flac"), 0, whole.rfind("\xFF\xF8")));
     shop.ExpectRefused(
         {{"encode cut.flac b.w64", 1, " of 96000 frames; --salvage keeps what it still holds\n"}});
+    shop.Write("cut.w64", Slice(shop.Read("a.w64"), 0, 100'000));
+    shop.ExpectRefused({{"encode cut.w64 b.w64", 1, " of audio is there; w64 decode --salvage keeps what "}});
 }
 
 TEST_F(RoundTrip, FilesOfOtherWritersDecode) {

@@ -142,7 +142,7 @@ TEST_F(Tags, AreLeftAsTheyAreWhereAnEditCannotBeRight) {
     expectRefused(Resized(kUntagged, 3000),
                   {{"tags set a.w64 Year=1 --in-place", 1, "not sound: the chunks end at 6840"}});
     expectRefused(Resized(plain, 9999), {{set, 1, "its layout is not sound: the chunks end at 6888"}});
-    expectRefused(Recording(kAudio).File(6000), {{set, 1, "reaches out of the file"}});
+    expectRefused(Recording(kAudio).File(6000), {{set, 1, "extends past the end of the file"}});
     expectRefused(Pattern(1000), {{set, 1, "a.w64: "}});
     // The decoder does otherwise than was meant.
     expectRefused(plain, {{"tags set a.w64 Title=A\x01", 1, "as expected: 'Title' reads "}});
@@ -303,9 +303,12 @@ TEST_F(Options, AreKeptWhereTheyCannotBeChanged) {
     shop.Write("a.w64", kUntagged);
     for (const std::string command : {"options 'LIST Text=1'", "tags set a.w64 Title=x"})
         shop.ExpectRefused(
-            {{command, 1, "settings in " + file + " cannot be read; mend or delete that file\n"}});
+            {{command, 1,
+              "settings in " + file +
+                  " cannot be read; if no other program is using that file, repair or delete it\n"}});
     shop.Do("echo '[1]' >" + file);  // no settings
-    shop.ExpectRefused({{"tags set a.w64 Title=x", 1, "cannot be read; mend or delete that file\n"}});
+    shop.ExpectRefused({{"tags set a.w64 Title=x", 1,
+                         "cannot be read; if no other program is using that file, repair or delete it\n"}});
 }
 
 }  // namespace w64

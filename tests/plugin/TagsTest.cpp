@@ -200,8 +200,9 @@ TEST_F(TagsOfFile, StayWhereTheSettingsCannotBeRead) {
     Reset(FileOf("fmt data:9 half:INAM=Hello"));
     SetOptions("SafeEdit=1");
     std::string text = ReadText(settings);
-    const std::string reason = "Error the file is left as it is, the settings in '" + settings.string() +
-                               "' cannot be read; mend or delete them.  [IDTagWriter]\r\n";
+    const std::string reason =
+        "Error the file is left as it is, the settings in '" + settings.string() +
+        "' cannot be read; if no other program is using them, repair or delete them.  [IDTagWriter]\r\n";
     const auto expectRefusals = [&] {
         ExpectRefusals(reason);
         EXPECT_EQ(host->capture.Errors(), reason);  // and nothing else
@@ -242,7 +243,7 @@ TEST_F(TagsOfFile, StayInFilesThatAreNotSound) {
     for (const char* options : {"SafeEdit=1", ""}) {
         SetOptions(options);
         Reset(Wave64Bytes().Fmt(1, 2, 44100, 16).Chunk("levl", {}, 23).Data(Pattern(100)).File());
-        ExpectRefusals("the chunk at 88 claims no bytes.  [IDTagWriter]\r\n");
+        ExpectRefusals("the chunk at 88 has a size of 23, less than its header.  [IDTagWriter]\r\n");
     }
     const std::pair<Bytes, std::string> noWave64[] = {
         {Bytes(39), "Error: File too small for RIFF.  [ScanFile]\r\n"},

@@ -126,15 +126,17 @@ void clWave64Handler::WalkChunks(int64_t fileSize) {
             report_, kScanFile);
         // A smaller size would lead back to or into this header.
         if (sizeField < kChunkHeaderBytes || Count() == kMaxChunks) {
-            layoutFault_ = L"the chunk at " + Int2Str(position) +
-                           (Count() == kMaxChunks ? L" is one too many" : L" claims no bytes");
+            layoutFault_ =
+                L"the chunk at " + Int2Str(position) +
+                (Count() == kMaxChunks ? L" exceeds the limit of " + Int2Str(kMaxChunks)
+                                       : L" has a size of " + Int2Str(sizeField) + L", less than its header");
             isScanLimited_ = true;
             StdReport::WriteERROR(L"File error reading chunk.", report_, kScanFile);
             return;
         }
         if (const auto left = static_cast<uint64_t>(riffSize_ - position); left < sizeField) {
             StdReport::WriteERROR(L"Error Chunk is out of file.", report_, kScanFile);
-            layoutFault_ = L"the chunk at " + Int2Str(position) + L" reaches out of the file";
+            layoutFault_ = L"the chunk at " + Int2Str(position) + L" extends past the end of the file";
             sizeField = left;
         }
         const auto bytes = static_cast<int64_t>(sizeField);
