@@ -9,7 +9,7 @@
 namespace w64 {
 
 // The settings file under a lock: shared by several readers, or held by one process that replaces it.
-// Replacing: the new text is written to a temporary file beside the old one, synced and renamed over it, so the
+// Replacing: the new text is written to a temporary file next to the old one, synced and renamed over it, so the
 //            path always names a complete text. Links are followed; owner, mode and attributes are kept.
 // Errors:    none reported. Waiting for the lock ends after five seconds.
 class XRegistryFile {

@@ -15,7 +15,7 @@ namespace w64 {
 
 struct DecodeOptions {
     std::vector<std::string> inputs;
-    std::string output;  // a file, an existing folder, "-", or empty for a name beside each input
+    std::string output;  // a file, an existing folder, "-", or empty for a name next to each input
     std::optional<AudioFileType> type;
     std::optional<TimePoint> start;
     std::optional<TimePoint> end;
@@ -76,7 +76,7 @@ struct SampleOptions {
 
 struct PlotOptions {
     std::string input;
-    std::string output;  // empty for a name beside the input
+    std::string output;  // empty for a name next to the input
     PictureSize size;
     double floor = -120;  // of the spectrogram, in dBFS
     bool force = false;

@@ -12,7 +12,7 @@ namespace w64 {
 bool CanShareBlocks(const XFile& from, const std::filesystem::path& folder);
 
 // Copies the first `bytes` of a file into an empty one. The two share blocks where the file system can; else holes
-// stay holes. `copied` is told of every piece.
+// stay holes. `copied` gets the size of every piece.
 // Errors: Failure, and Interrupt between pieces.
 void CopyBeginning(const XFile& from, XFile& to, int64_t bytes,
                    const std::function<void(int64_t)>& copied = {});

@@ -69,7 +69,7 @@ Bytes Packed(const RangeEdit& edit) {
     return out;
 }
 
-// Reads what Packed has written. Nothing is believed, although the checksum is right.
+// Reads what Packed has written. A right checksum proves nothing: every number is checked.
 class Unpacker {
 public:
     explicit Unpacker(std::span<const uint8_t> bytes) : left_(bytes) {}

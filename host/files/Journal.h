@@ -18,8 +18,8 @@ public:
 // disk before the first byte of the edited file changes, and is removed when the last one is on disk.
 //
 // Little-endian, all numbers of 64 bits: "W64JRNL1"; the lengths before and after; the number of ranges; for each its
-// position, the numbers of bytes before and after, and those bytes. A CRC-32 of all that ends it. Without the right
-// one, the edit has not begun.
+// position, the numbers of bytes before and after, and those bytes. It ends with a CRC-32 of all that. If this is
+// wrong, the edit has not begun.
 // Use:    under the lock of the edited file.
 // Errors: Failure.
 class Journal {

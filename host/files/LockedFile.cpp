@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A folder that is hidden by now, as the current one can be, has no path. Opening the file then says what is wrong.
+// The path may not resolve, as in a current folder that is deleted. Opening the file then says what is wrong.
 fs::path Followed(const std::string& name) {
     std::error_code error;
     fs::path followed = fs::canonical(name, error);

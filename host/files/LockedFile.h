@@ -8,8 +8,8 @@
 
 namespace w64 {
 
-// A file to be edited, open under an exclusive lock. Programs that respect locks cannot change it meanwhile; that
-// another one has is noticed.
+// A file to be edited, open under an exclusive lock. Programs that respect locks cannot change it meanwhile;
+// changes by others are detected.
 // Errors: Failure.
 class LockedFile {
 public:

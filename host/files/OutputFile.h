@@ -4,7 +4,7 @@
 
 namespace w64 {
 
-// A file that appears under its name only when it is complete: it is written beside that name, flushed to disk
+// A file that appears under its name only when it is complete: it is written next to that name, flushed to disk
 // and then renamed. Without Commit it is removed.
 // Errors: Failure.
 class OutputFile {

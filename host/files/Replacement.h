@@ -10,13 +10,14 @@
 
 namespace w64 {
 
-// A copy of a file, made beside it to be edited, that then takes the file's place. If another program has changed the
+// A copy of a file, made next to it to be edited, that then takes the file's place. If another program has changed the
 // file meanwhile, its version is kept and the copy refused.
 // Without Commit the file stays as it is and the copy is removed.
 // Errors: Failure, and Interrupt while it copies.
 class Replacement {
 public:
-    // Copies that killed runs have left in the same folder are named on the console. `copied` is told of every piece.
+    // Copies that killed runs have left in the same folder are named on the console. `copied` gets the size of
+    // every piece.
     Replacement(LockedFile& original, Console& console, const std::function<void(int64_t)>& copied = {});
 
     const std::filesystem::path& Copy() const { return copy_.Path(); }

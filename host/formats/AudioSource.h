@@ -36,7 +36,7 @@ public:
     std::span<const uint8_t> Read();
 
 private:
-    // Null where the library does not take it for audio.
+    // Null if libsndfile does not recognise it as audio.
     static SoundFileHandle Open(const std::string& path, SF_INFO& info);
     uint32_t ReadChannelMask() const;
     std::vector<std::string> ContentsOfStream() const;

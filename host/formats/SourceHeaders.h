@@ -9,8 +9,8 @@
 
 namespace w64 {
 
-// What an audio file holds by its own headers. libsndfile passes over much of it, and takes audio that is cut off
-// for whole. WAV, RF64, AIFF, CAF, AU and FLAC are known; of other files nothing is told.
+// What an audio file holds by its own headers. libsndfile skips much of it, and treats audio that is cut off as
+// complete. WAV, RF64, AIFF, CAF, AU and FLAC are known; for other files nothing is reported.
 // Errors: Failure for a file that cannot be read.
 class SourceHeaders {
 public:
@@ -64,7 +64,7 @@ private:
     std::vector<std::string> contents_;
 };
 
-// Adds a text that is not there yet; "others" for those that are too many to be told.
+// Adds a text that is not there yet; "others" once there are too many to list.
 void AddOnce(std::vector<std::string>& texts, const std::string& text);
 
 }  // namespace w64

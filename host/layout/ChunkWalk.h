@@ -40,7 +40,7 @@ struct WalkedChunk {
 uint64_t ReadOuterSize(XFile& file);
 
 // The chunks of a file in order, by what is there: a wrong outer size hides none of them, and no size leads out
-// of the file or back. Of a chunk's data only the last few bytes are read.
+// of the file or back. Only the last few bytes of a chunk's data are read.
 class ChunkWalk {
 public:
     enum class Stop {

@@ -8,7 +8,7 @@
 namespace w64 {
 
 // What is wrong with the sizes in a file, in particular where it is cut off, and how much audio is there, as a sentence;
-// empty where they are right. The decoder's words do not tell it.
+// empty where they are right. The decoder's messages do not say so.
 std::string DescribeDamage(const std::string& file);
 
 // The decoder's errors with `file`, and on a line of its own the damage.

@@ -20,7 +20,7 @@ struct LayoutFinding {
 };
 
 // A strict check of the layout of a Wave64 file: the headers, the bytes between the chunks, and whether format
-// and audio agree. Of the audio only the end is read.
+// and audio agree. Only the end of the audio is read.
 // Errors: none; everything wrong is a finding.
 class LayoutCheck {
 public:

@@ -25,7 +25,7 @@ public:
     // Whether those of the edited file are at the same positions; for chunks without a DifferenceTo.
     bool StandsAs(const KeptChunks& edited) const;
 
-    // The first chunk with different bytes, likewise. `compared` is told of every block. Errors: Interrupt.
+    // The first chunk with different bytes, likewise. `compared` gets the size of every block. Errors: Interrupt.
     std::string DifferenceOfBytes(XFile& file, const KeptChunks& edited, XFile& editedFile,
                                   const std::function<void(int64_t)>& compared = {}) const;
 

@@ -14,7 +14,7 @@
 namespace w64 {
 
 // A recording in miniature, to try a tag edit on: a file in memory with the same chunks in the same order, the large
-// ones shrunk, but for lists. It takes a few reads, whatever the length of the recording.
+// ones shrunk, except lists. It takes a few reads, whatever the length of the recording.
 // Errors: Failure, also for a recording whose layout is not sound.
 class Sketch {
 public:
@@ -25,7 +25,7 @@ public:
     bool HasList() const { return hasListBeforeAudio_ || hasListAfterAudio_; }
     bool HasListAfterAudio() const { return hasListAfterAudio_; }
 
-    // What the edits of the sketch come to in the recording; nothing if a chunk other than lists and padding would
+    // The edits of the sketch as an edit of the recording; nothing if a chunk other than lists and padding would
     // move, or the edit is too large for a journal. Fails if such a chunk is missing or has another size.
     std::optional<RangeEdit> StillEdit();
 

@@ -10,7 +10,7 @@ namespace w64 {
 struct CommandContext {
     Console& console;
     int traceDescriptor;        // 0 for none
-    const std::string& plugin;  // a file or a folder; empty for the one beside the program
+    const std::string& plugin;  // a file or a folder; empty for the one next to the program
 };
 
 }  // namespace w64

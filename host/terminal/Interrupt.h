@@ -4,7 +4,8 @@
 
 namespace w64 {
 
-// Ctrl-C, Ctrl-\\ and a polite kill. The first one asks the program to stop and clean up; a second one ends it at once.
+// SIGINT (Ctrl-C), SIGQUIT (Ctrl-\\), SIGTERM and SIGHUP. The first one asks the program to stop and clean up; a
+// second one ends it at once.
 class Interrupt {
 public:
     static void Install();
@@ -16,7 +17,7 @@ public:
     static void Check();
 
     // While one lives, no signal ends the program, however often it is sent, except those that cannot be blocked
-    // and those for a fault in the program itself. Ctrl-C, Ctrl-\\ and a polite kill are answered on standard error.
+    // and those for a fault in the program itself. Those above are answered on standard error.
     // Threads: for work done by the thread that makes it, while there is no other.
     class Hold {
     public:
