@@ -170,8 +170,9 @@ private:
             if (IsMPEG(stored) && !HasSubDecoder()) {
                 throw Failure(std::string(failure.what()) + "\n" + kSubDecoderHint);
             }
-            const bool isDamaged = opened || HidesAudio(source) || Wave64File(source).MissingBytes() > 0;
-            if (options_.salvage || !isDamaged) throw;
+            const bool isDamaged = opened || HidesAudio(source) ||
+                                   (Wave64File(source).MissingBytes() > 0 && MillisecondsOfAudio(source));
+            if (options_.salvage || !isDamaged) throw Failure(WithDamage(failure.what(), job_.input));
             const std::string damage = DescribeDamage(source);
             throw Failure(std::string(failure.what()) + "\n" +
                           (damage.empty() ? "the file is damaged" : damage) +

@@ -112,6 +112,8 @@ TEST_F(RoundTrip, ASourceThatEndsEarlyIsNotTakenForWhole) {
         {{"encode cut.flac b.w64", 1, " of 96000 frames; --salvage keeps what it still holds\n"}});
     shop.Write("cut.w64", Slice(shop.Read("a.w64"), 0, 100'000));
     shop.ExpectRefused({{"encode cut.w64 b.w64", 1, " of audio is there; w64 decode --salvage keeps what "}});
+    shop.Write("head.w64", Slice(shop.Read("a.w64"), 0, 200));
+    shop.ExpectRefused({{"decode head.w64 -o b.wav", 1, " bytes shorter than its header says\n"}});
 }
 
 TEST_F(RoundTrip, FilesOfOtherWritersDecode) {
