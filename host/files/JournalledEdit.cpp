@@ -19,7 +19,7 @@ public:
 };
 
 void Undo(LockedFile& file, const RangeEdit& edit, const std::string& problem) try {
-    edit.Reverse().Apply(file.File());
+    edit.Undo(file.File());
 } catch (const Failure&) {
     throw HalfMade(problem + "; the edit is half made");
 }

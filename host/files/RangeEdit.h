@@ -26,7 +26,9 @@ struct RangeEdit {
     bool ChangesNothing() const { return ranges.empty() && lengthBefore == lengthAfter; }
     int64_t Bytes() const;  // in the ranges, old and new
 
-    // Whether the ranges lie in the file, and it grows by no more than a tag edit needs.
+    // Whether the ranges are in order, have every byte of theirs in the file and what is cut off its end, and it grows
+    // by no more than a tag edit needs. A file in which MayHaveLeft finds such an edit loses nothing that the edit
+    // does not have.
     bool IsSound() const;
     static constexpr int64_t kMaxGrowth = int64_t{64} << 20;
 
@@ -37,7 +39,8 @@ struct RangeEdit {
     // Makes the edit, from its start or from wherever it was interrupted, and flushes the file to disk.
     void Apply(XFile& file) const;
 
-    RangeEdit Reverse() const;
+    // Takes back an edit that Apply could not make, and flushes the file to disk.
+    void Undo(XFile& file) const;
 };
 
 }  // namespace w64

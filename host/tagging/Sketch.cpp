@@ -99,11 +99,11 @@ std::optional<RangeEdit> Sketch::StillEdit() {
     ScanSound(chunks, file_);
     if (!AddRanges(chunks, edit)) return {};
     const int64_t cutOff = edit.lengthBefore - edit.lengthAfter;
-    if (!edit.IsSound() || edit.Bytes() + cutOff > Journal::kMaxBytes / 2) return {};
+    if (edit.Bytes() + cutOff > Journal::kMaxBytes / 2) return {};
     if (cutOff > 0) {
         edit.ranges.push_back({edit.lengthAfter, ReadFrom(recording_, edit.lengthAfter, cutOff), {}});
     }
-    return edit;
+    return edit.IsSound() ? std::optional(std::move(edit)) : std::nullopt;
 }
 
 // The outer header, lists, and headers of padding. False where padding that was shrunk is gone or has become a list,

@@ -11,8 +11,10 @@ namespace w64 {
 // What a program did to the files of a folder, and every state in which a power cut could leave them.
 class CrashStates {
 public:
-    CrashStates(Folder before, const std::string& folder, const std::filesystem::path& log)
-        : folder_(folder) {
+    // Of more than `limit` states at a time, a sixteenth of as many are tried.
+    CrashStates(Folder before, const std::string& folder, const std::filesystem::path& log,
+                size_t limit = 4096)
+        : folder_(folder), limit_(limit) {
         for (auto& [name, bytes] : before) {
             onDisk_.names[name] = now_[name] = inodes_;
             onDisk_.files[inodes_++] = std::move(bytes);
@@ -99,9 +101,8 @@ private:
 
     // Every subset of the changes that may be lost, or a sample.
     void Collect() {
-        constexpr size_t kSample = 256;
-        const bool isAll = pending_.size() <= 12;
-        const size_t count = isAll ? size_t{1} << pending_.size() : kSample;
+        const bool isAll = pending_.size() < 64 && uint64_t{1} << pending_.size() <= limit_;
+        const size_t count = isAll ? size_t{1} << pending_.size() : limit_ / 16;
         for (size_t i = 0; i < count; ++i) {
             const uint64_t chosen = isAll ? i : random_();
             Disk disk = onDisk_;
@@ -115,6 +116,7 @@ private:
     }
 
     const std::string folder_;
+    const size_t limit_;
     int inodes_ = 1;
     Disk onDisk_;
     std::map<std::string, int> now_;

@@ -127,6 +127,45 @@ TEST_F(StillEdit, KilledAtAnyCallLeavesTheOldFileOrTheNewOne) {
     EXPECT_GT(changes, 60);
 }
 
+// The error strikes once, or the disk stays broken. A power cut can follow.
+TEST_F(StillEdit, AFailedCallLeavesTheOldFileOrTheNewOne) {
+    size_t cuts = 0;
+    for (const auto& [options, edit, old] : kCases) {
+        SCOPED_TRACE(edit.substr(0, 30));
+        fs::remove(shop.Settings());
+        shop.Configure(options);
+        Fill({{"a.w64", old}});
+        Record("w64 -q tags " + edit);
+        const Bytes edited = shop.Read("a.w64");
+        const int changes = std::stoi(
+            shop.Do("grep -acE '^(create|write|truncate|sync|rename|unlink) ' '" + Log() + "'").output);
+        std::set<Folder> tried;
+        for (int i = 1; i <= 2 * changes; ++i) {
+            const bool isOnce = i <= changes;
+            SCOPED_TRACE(i);
+            Fill({{"a.w64", old}});
+            fs::remove(Log());
+            const Outcome outcome =
+                shop.Run(Recorded(isOnce ? "DISK_FAIL=" + std::to_string(i)
+                                         : "DISK_FAILS=999 DISK_FAIL=" + std::to_string(i - changes)) +
+                         "w64 -q tags " + edit);
+            EXPECT_TRUE(outcome.status == 0 || outcome.errors.starts_with("w64: a.w64: ")) << outcome.errors;
+            if (outcome.status == 0) EXPECT_EQ(shop.Read("a.w64"), edited);
+            const CrashStates states({{"a.w64", old}}, shop.Path(), Log(), 32);
+            for (const Folder& state : states.All()) {
+                if (!tried.insert(state).second) continue;
+                const bool isPlain = state.at("a.w64") == old || state.at("a.w64") == edited;
+                cuts += !isPlain;
+                Fill(state);
+                ASSERT_TRUE(Repair());
+                ASSERT_TRUE(shop.Read("a.w64") == edited || (isPlain && shop.Read("a.w64") == old));
+                ASSERT_EQ(shop.Files().count(kJournal), 0u);
+            }
+        }
+    }
+    EXPECT_GT(cuts, 50u);
+}
+
 // About half of the moments come before the edit is made, half after.
 TEST_F(StillEdit, KilledAtAnyMomentLeavesTheOldFileOrTheNewOne) {
     shop.Configure("LISTPos=0");
