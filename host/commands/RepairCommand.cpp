@@ -11,7 +11,8 @@ bool RepairCommand(const RepairOptions& options, CommandContext context) {
     if (isNamed && options.inputs.size() != 1) throw UsageError("--journal is for a single file");
     return ForEachFile(options.inputs, 1, context.console, [&](size_t i) {
         RequireReadable(options.inputs[i]);
-        LockedFile file(options.inputs[i]);
+        // An edit in place can be interrupted where there are no locks. To finish it twice does no harm.
+        LockedFile file(options.inputs[i], LockedFile::Lock::WherePossible);
         const Journal journal = isNamed ? Journal(options.journal) : Journal::Of(file.Path());
         if (isNamed && !journal.Read()) {
             throw Failure("'" + options.journal + "' is not the whole journal of an edit");
