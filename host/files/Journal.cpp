@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <span>
 #include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace w64 {
@@ -69,17 +70,17 @@ Bytes Packed(const RangeEdit& edit) {
     return out;
 }
 
-// Reads what Packed has written. A right checksum proves nothing: every number is checked.
+// Reads what Packed has written. A right checksum proves nothing: every number is checked, and `problem` says so.
 class Unpacker {
 public:
-    explicit Unpacker(std::span<const uint8_t> bytes) : left_(bytes) {}
+    Unpacker(std::span<const uint8_t> bytes, const std::string& problem) : left_(bytes), problem_(problem) {}
 
     template <class T>
     T Number() {
         return base::Load<T>(Take(sizeof(T)).data());
     }
     Bytes Take(uint64_t count) {
-        if (count > left_.size()) throw Failure("the journal contradicts itself");
+        if (count > left_.size()) throw Failure(problem_);
         const auto taken = left_.first(static_cast<size_t>(count));
         left_ = left_.subspan(taken.size());
         return {taken.begin(), taken.end()};
@@ -87,10 +88,11 @@ public:
 
 private:
     std::span<const uint8_t> left_;
+    const std::string& problem_;
 };
 
-RangeEdit Unpacked(std::span<const uint8_t> bytes) {
-    Unpacker in(bytes);
+RangeEdit Unpacked(std::span<const uint8_t> bytes, const std::string& problem) {
+    Unpacker in(bytes, problem);
     in.Take(kMagic.size());
     RangeEdit edit;
     edit.lengthBefore = in.Number<int64_t>();
@@ -103,8 +105,14 @@ RangeEdit Unpacked(std::span<const uint8_t> bytes) {
         range.before = in.Take(before);
         range.after = in.Take(after);
     }
-    if (!edit.IsSound()) throw Failure("the journal contradicts itself");
+    if (!edit.IsSound()) throw Failure(problem);
     return edit;
+}
+
+bool BelongsTo(uid_t owner, const XFile& file) {
+    struct stat status {};
+    if (::fstat(file.Descriptor(), &status) != 0) return false;
+    return status.st_uid == owner || status.st_uid == ::geteuid() || status.st_uid == 0;
 }
 
 // A crash can leave some of the first bytes, or zeros.
@@ -123,7 +131,10 @@ bool IsWhole(const Bytes& bytes) {
 }  // namespace
 
 Journal Journal::Of(const fs::path& file) {
-    return Journal(file.parent_path() / NameFor(file.filename().native()));
+    Journal journal(file.parent_path() / NameFor(file.filename().native()));
+    struct stat status {};
+    journal.trusted_ = ::stat(file.c_str(), &status) == 0 ? status.st_uid : ::geteuid();
+    return journal;
 }
 
 bool Journal::IsThere() const {
@@ -144,7 +155,12 @@ std::optional<RangeEdit> Journal::Read() const {
     if (file.Read(bytes.data(), bytes.size()) < bytes.size()) throw SystemFailure("cannot read " + name);
     if (!IsJournal(bytes)) throw Failure(taken);
     if (!IsWhole(bytes)) return {};
-    return Unpacked(std::span(bytes).first(bytes.size() - sizeof(uint32_t)));
+    if (trusted_ && !BelongsTo(*trusted_, file)) {
+        throw Failure("the journal of an edit, " + name +
+                      ", belongs to another user; if you trust it, w64 repair --journal finishes the edit");
+    }
+    return Unpacked(std::span(bytes).first(bytes.size() - sizeof(uint32_t)),
+                    "the journal of an edit, " + name + ", contradicts itself; delete it");
 }
 
 void Journal::Write(const RangeEdit& edit) const {
@@ -152,6 +168,7 @@ void Journal::Write(const RangeEdit& edit) const {
     const Bytes bytes = Packed(edit);
     XFile file;
     if (!file.Open(FromUTF8(path_.native()), XFile::Access::CreatePrivate)) {
+        if (errno == EEXIST) throw Failure("is being edited by another program; try again when that is done");
         throw JournalFailure(SystemFailure(cannot).what());
     }
     if (file.Write(bytes.data(), bytes.size()) && ::fsync(file.Descriptor()) == 0 &&

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <sys/types.h>
 
 namespace w64 {
 
@@ -26,18 +27,19 @@ class Journal {
 public:
     explicit Journal(std::filesystem::path path) : path_(std::move(path)) {}
 
-    // ".NAME.w64-journal" next to the file; a hash replaces a long name. Symbolic links must be resolved.
+    // ".NAME.w64-journal" next to the file; a hash replaces a long name. Symbolic links must be resolved. Who can
+    // create files there is not trusted for that: the journal has to belong to this user, root or the file's owner.
     static Journal Of(const std::filesystem::path& file);
 
     const std::filesystem::path& Path() const { return path_; }
     bool IsThere() const;
 
     // The edit; nothing if there is no journal, or one of an edit that has not begun. Fails if the name is taken by
-    // something else.
+    // something else, and for a journal that is not sound or not trusted.
     std::optional<RangeEdit> Read() const;
 
     // Creates the journal and flushes it and its folder to disk.
-    // Errors: JournalFailure, and nothing is left behind.
+    // Errors: JournalFailure, and nothing is left behind; Failure if there is one already.
     void Write(const RangeEdit& edit) const;
 
     // Removes the journal, and flushes that to disk.
@@ -47,6 +49,7 @@ public:
 
 private:
     std::filesystem::path path_;
+    std::optional<uid_t> trusted_;  // nothing: anybody
 };
 
 }  // namespace w64

@@ -37,8 +37,8 @@ void ApplyOrUndo(LockedFile& file, const RangeEdit& edit) {
 
 bool IsWhole(const Journal& journal) try {
     return journal.Read().has_value();
-} catch (const Failure&) {  // not a journal, or not readable
-    return false;
+} catch (const Failure&) {  // not a journal, or another user's
+    return ::access(journal.Path().c_str(), R_OK) != 0 && errno == EACCES;
 }
 
 }  // namespace

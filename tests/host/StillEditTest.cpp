@@ -278,6 +278,28 @@ TEST_F(StillEdit, IsRefusedWhereItCannotBeSafe) {
     EXPECT_TRUE(shop.Contents() == (Folder{{"b.w64", fixed}}));
     shop.Write("j", Text("a diary"));
     expectRefused("w64 repair b.w64 --journal j", "is taken by something else");
+
+    // A sync may have failed: what reads as new need not be on the disk.
+    shop.Write("a.w64", shop.Read("b.w64"));
+    journal.Write(edit);
+    fs::remove(Log());
+    shop.Do(Recorded("DISK_NO_LOCKS=1") + "w64 repair a.w64");
+    EXPECT_HAS("/a.w64 500 4 4\nxxxx", shop.Do("cat '" + Log() + "'").output);
+
+    // A journal made to do harm: it cuts off, puts in or repeats what it does not have.
+    const int64_t size = std::ssize(file);
+    for (const RangeEdit& crafted :
+         {RangeEdit{size, 40, {}}, RangeEdit{INT64_MAX, 0, {}},
+          RangeEdit{size, size - 8, {{size - 4, Bytes(4), {}}}}, RangeEdit{size, size, {{500, {}, Bytes(4)}}},
+          RangeEdit{size, size, {edit.ranges[0], edit.ranges[0]}}}) {
+        journal.Write(crafted);
+        expectRefused(set, "contradicts itself");
+        fs::remove(journal.Path());
+    }
+    if (::geteuid() != 0) return;  // who cannot give files away
+    journal.Write(edit);
+    ASSERT_EQ(::chown(journal.Path().c_str(), 99, 99), 0);
+    expectRefused(set, "belongs to another user");
 }
 
 TEST_F(StillEdit, PutsNewTagsWhereTheyFit) {

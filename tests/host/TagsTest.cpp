@@ -234,6 +234,14 @@ TEST_F(Tags, NeedTheRightToWrite) {
         EXPECT_HAS(message, outcome.errors);
         EXPECT_EQ(shop.Contents() == (Folder{{"a.w64", kUntagged}}), !message.empty());
     }
+    shop.Write("a.w64", kUntagged);
+    EXPECT_EQ(shop.Run("chmod 555 ." + set + " --in-place").status, 0);
+    const Folder edited = shop.Contents();
+    EXPECT_HAS("w64.w64-journal': Permission denied; --in-place edits without one",
+               shop.Run("true" + set + "y").errors);
+    EXPECT_TRUE(shop.Contents() == edited);
+    const std::string hide = "chmod 755 . && touch .a.w64.w64-journal && chmod 0 .a.w64.w64-journal && ";
+    EXPECT_HAS("was interrupted", shop.Run(hide + nobody + "w64 info a.w64").errors);
 }
 
 TEST_F(Tags, OfHostileFilesDoNoHarm) {
