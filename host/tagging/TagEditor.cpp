@@ -204,6 +204,7 @@ void TagEditor::EditInPlace(LockedFile& recording, const TagChange& change, cons
     Interrupt::Check();  // for a signal that came before
     const KeptChunks before(recording.File());
     const MoveProgress progress(context_.console, recording.Path(), recording.File().Size());
+    recording.RefuseChanges();
     recording.File().Close();  // the decoder opens it alone
     EditTags(recording.Path(), change, plan);
     InputFile file(recording.Path());
