@@ -6,6 +6,7 @@
 #include "host/terminal/Failure.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace w64 {
 
@@ -63,7 +64,8 @@ Sketch::Sketch(XFile& recording) : recording_(recording), memory_(Platform::Memo
 void Sketch::Add(const STRIFFChunk& chunk) {
     const int64_t room = Room(chunk, recording_.Size());
     if (chunk.DataSize > maxWhole_ && !IsList(chunk)) return AddShrunk(chunk, room);
-    if (room > kMaxListBytes) throw Failure("has a list of tags that is too large to edit");
+    if (IsList(chunk)) listBytes_ += room;
+    if (listBytes_ > kMaxListBytes) throw Failure("has more tags than can be edited, 256 MiB");
     Copy(chunk.ChunkPosition, room);
 }
 
@@ -78,7 +80,7 @@ void Sketch::AddShrunk(const STRIFFChunk& chunk, int64_t room) {
     if (!file_.Write(header.data(), header.size()) || !file_.SetFileSize(end) || !file_.SetPosition(end)) {
         throw SystemFailure(kCannotSketch);
     }
-    cuts_.push_back({position + kChunkHeaderBytes + rest, cut});
+    cuts_.push_back({position + kChunkHeaderBytes + rest, cut + (cuts_.empty() ? 0 : cuts_.back().total)});
 }
 
 void Sketch::Copy(int64_t position, int64_t bytes) {
@@ -113,7 +115,8 @@ bool Sketch::AddRanges(clWave64Handler& chunks, RangeEdit& edit) {
     int64_t found = 0;
     for (int i = 0; i < chunks.Count(); ++i) {
         const STRIFFChunk& chunk = chunks[i];
-        const int64_t cut = BytesCutFrom(chunk);
+        const int64_t cut =
+            CutUpTo(chunk.FileDataPosition + chunk.DataSize) - CutUpTo(chunk.FileDataPosition);
         found += cut;
         if (IsList(chunk)) {
             if (cut != 0) return false;
@@ -134,20 +137,9 @@ void Sketch::AddRange(int64_t position, int64_t bytes, int64_t cut, RangeEdit& e
     if (range.before != range.after) edit.ranges.push_back(std::move(range));
 }
 
-int64_t Sketch::InRecording(int64_t position) const {
-    int64_t before = 0;
-    for (const Cut& cut : cuts_) before += cut.position <= position ? cut.bytes : 0;
-    return position + before;
-}
-
-int64_t Sketch::BytesCutFrom(const STRIFFChunk& chunk) const {
-    int64_t bytes = 0;
-    for (const Cut& cut : cuts_) {
-        const bool isInside =
-            cut.position > chunk.FileDataPosition && cut.position <= chunk.FileDataPosition + chunk.DataSize;
-        bytes += isInside ? cut.bytes : 0;
-    }
-    return bytes;
+int64_t Sketch::CutUpTo(int64_t position) const {
+    const auto next = std::ranges::upper_bound(cuts_, position, {}, &Cut::position);
+    return next == cuts_.begin() ? 0 : std::prev(next)->total;
 }
 
 }  // namespace w64

@@ -30,18 +30,18 @@ public:
     std::optional<RangeEdit> StillEdit();
 
 private:
-    // Bytes that the recording has and the sketch has not, at the end of a chunk's data.
+    // Where the sketch lacks bytes, at the end of a chunk's data.
     struct Cut {
         int64_t position;  // in the sketch
-        int64_t bytes;     // a multiple of 8
+        int64_t total;     // bytes cut out up to here, a multiple of 8
     };
 
     void Add(const STRIFFChunk& chunk);
     void AddShrunk(const STRIFFChunk& chunk, int64_t room);
     void Copy(int64_t position, int64_t bytes);
 
-    int64_t InRecording(int64_t position) const;
-    int64_t BytesCutFrom(const STRIFFChunk& chunk) const;
+    int64_t CutUpTo(int64_t position) const;
+    int64_t InRecording(int64_t position) const { return position + CutUpTo(position); }
     bool AddRanges(clWave64Handler& chunks, RangeEdit& edit);
     void AddRange(int64_t position, int64_t bytes, int64_t cut, RangeEdit& edit);
 
@@ -49,6 +49,7 @@ private:
     Descriptor memory_;
     XFile file_;
     int64_t maxWhole_ = 0;  // data bytes of a chunk that is not shrunk
+    int64_t listBytes_ = 0;
     std::vector<Cut> cuts_;
     std::optional<KeptChunks> before_;
     bool hasListBeforeAudio_ = false;
