@@ -82,13 +82,13 @@ bool XRegistryFile::Replace(const std::string& text) {
     std::error_code error;
     const XStr path = FromUTF8(std::filesystem::canonical(ToUTF8(path_), error).native());
     if (error || !file_.IsAt(path) || text.size() > kMaxBytes) return false;
-    const XStr beside = path + L".w64-part";
-    ::unlink(ToUTF8(beside).c_str());  // left by a killed process: only the lock holder writes it
+    const XStr temporary = path + L".w64-part";
+    ::unlink(ToUTF8(temporary).c_str());  // left by a killed process: only the lock holder writes it
     XFile file;
-    if (!file.Open(beside, XFile::Access::CreatePrivate)) return false;
+    if (!file.Open(temporary, XFile::Access::CreatePrivate)) return false;
     const bool done =
-        file.Write(text.data(), text.size()) && file.TakeAttributes(file_) && file.MoveOver(beside, path);
-    if (!done) ::unlink(ToUTF8(beside).c_str());
+        file.Write(text.data(), text.size()) && file.TakeAttributes(file_) && file.MoveOver(temporary, path);
+    if (!done) ::unlink(ToUTF8(temporary).c_str());
     return done;
 }
 

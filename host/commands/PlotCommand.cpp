@@ -76,9 +76,9 @@ void Plot(const PlotOptions& options, const fs::path& target, CommandContext con
     picture.Draw(envelope, spectrogram);
     picture.WritePNG(output.File());
     output.Commit();
-    if (reader.NoNumbers() > 0) {
-        const char* are = reader.NoNumbers() == 1 ? " is infinite or NaN" : " are infinite or NaN";
-        context.console.Note(options.input, "note: " + Counted(reader.NoNumbers(), "sample") + are);
+    if (reader.NonFinite() > 0) {
+        const char* are = reader.NonFinite() == 1 ? " is infinite or NaN" : " are infinite or NaN";
+        context.console.Note(options.input, "note: " + Counted(reader.NonFinite(), "sample") + are);
     }
     context.console.Summary(target.native(), share.Outcome());
     if (!complaint.empty()) throw Failure(complaint);

@@ -25,16 +25,16 @@ public:
     std::span<const double> Read();
 
     // Samples so far that were infinite or NaN.
-    int64_t NoNumbers() const { return noNumbers_; }
+    int64_t NonFinite() const { return nonFinite_; }
 
     std::string Complaint() const { return audio_.Complaint(); }
 
 private:
-    void MakeNumbers();
+    void MakeFinite();
 
     AudioReader audio_;
     std::vector<double> samples_;
-    int64_t noNumbers_ = 0;
+    int64_t nonFinite_ = 0;
 };
 
 }  // namespace w64
