@@ -180,11 +180,11 @@ void Journal::Write(const RangeEdit& edit) const {
     throw JournalFailure(reason);
 }
 
-void Journal::Remove() const {
+void Journal::Remove(const std::string& outcome) const {
     // Where there are no locks, somebody else may have finished the edit.
     const bool gone = ::unlink(path_.c_str()) == 0 || errno == ENOENT;
     if (gone && XFile::SyncFolder(path_.parent_path().native())) return;
-    throw SystemFailure("cannot remove the journal of the edit, '" + path_.native() + "'");
+    throw SystemFailure(outcome + ", but its journal '" + path_.native() + "' cannot be removed");
 }
 
 }  // namespace w64

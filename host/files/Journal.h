@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <sys/types.h>
 
 namespace w64 {
@@ -42,8 +43,8 @@ public:
     // Errors: JournalFailure, and nothing is left behind; Failure if there is one already.
     void Write(const RangeEdit& edit) const;
 
-    // Removes the journal, and flushes that to disk.
-    void Remove() const;
+    // Removes the journal, and flushes that to disk. `outcome` begins the message if that fails.
+    void Remove(const std::string& outcome) const;
 
     static constexpr int64_t kMaxBytes = int64_t{64} << 20;
 

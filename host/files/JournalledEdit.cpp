@@ -52,11 +52,11 @@ void MakeJournalledEdit(LockedFile& file, const RangeEdit& edit) {
         ApplyOrUndo(file, edit);
     } catch (const HalfMade& failure) {
         throw Failure(std::string(failure.what()) + ", and w64 repair finishes it");
-    } catch (const Failure&) {
-        journal.Remove();
+    } catch (const Failure& failure) {
+        journal.Remove(std::string(failure.what()) + "; the edit was undone");
         throw;
     }
-    journal.Remove();
+    journal.Remove("the edit is made");
 }
 
 void MakeEditWithoutJournal(LockedFile& file, const RangeEdit& edit) {
@@ -78,7 +78,7 @@ void FinishInterruptedEdit(LockedFile& file, const Journal& journal, Console& co
         file.AcceptChanges();
         console.Note(file.Name(), "finished an edit that was interrupted");
     }
-    if (journal.IsThere()) journal.Remove();
+    if (journal.IsThere()) journal.Remove(edit ? "the interrupted edit is finished" : "no edit has begun");
 }
 
 bool HasInterruptedEdit(const std::string& name) {

@@ -41,7 +41,8 @@ void OutputFile::Commit() {
         throw SystemFailure("cannot replace '" + path_.native() + "'");
     }
     // An edit of the old file must not be finished in this one.
-    if (leavesJournal && XFile::SyncFolder(path_.parent_path().native())) Journal::Of(path_).Remove();
+    if (leavesJournal && XFile::SyncFolder(path_.parent_path().native()))
+        Journal::Of(path_).Remove("an edit of the file is dropped");
 }
 
 // Unlike a rename, a link never replaces a file that another program has put there meanwhile.
