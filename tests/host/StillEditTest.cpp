@@ -150,7 +150,11 @@ TEST_F(StillEdit, AFailedCallLeavesTheOldFileOrTheNewOne) {
                                          : "DISK_FAILS=999 DISK_FAIL=" + std::to_string(i - changes)) +
                          "w64 -q tags " + edit);
             EXPECT_TRUE(outcome.status == 0 || outcome.errors.starts_with("w64: a.w64: ")) << outcome.errors;
-            if (outcome.status == 0) EXPECT_EQ(shop.Read("a.w64"), edited);
+            const auto says = [&](const char* text) {
+                return outcome.errors.find(text) != std::string::npos;
+            };
+            if (!says("is half made"))
+                EXPECT_EQ(shop.Read("a.w64") == edited, outcome.status == 0 || says("the edit is made"));
             const CrashStates states({{"a.w64", old}}, shop.Path(), Log(), 32);
             for (const Folder& state : states.All()) {
                 if (!tried.insert(state).second) continue;
