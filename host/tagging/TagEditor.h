@@ -31,7 +31,7 @@ private:
         std::optional<bool> beforeAudio;  // place of a new list; nothing leaves it to the user's option
         bool hasList = false;             // before the edit
         bool movesList = false;
-        bool hasWorsePlace = false;  // for a new list, to save a copy
+        bool hasWorsePlace = false;           // for a new list, to save a copy
         std::optional<RangeEdit> still = {};  // if nothing else moves
     };
 

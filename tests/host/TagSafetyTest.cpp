@@ -77,30 +77,6 @@ protected:
 
 }  // namespace
 
-TEST_F(MeddledEdit, KilledLeavesTheOldFileOrTheNewOne) {
-    for (size_t i = 0; i < 3; ++i) {
-        bool wasOld = false;
-        AtEveryChange(steps[i], "", "kill -KILL $PPID", [&](const Outcome& outcome) {
-            EXPECT_EQ(outcome.status, 128 + SIGKILL);
-            const bool isOld = File() == steps[i].before;
-            EXPECT_TRUE(isOld || File() == steps[i].after);
-            wasOld = wasOld || isOld;
-            Names copies = shop.Files();
-            EXPECT_EQ(copies.erase("a.w64"), 1u);
-            EXPECT_EQ(copies.size(), isOld ? 1u : 0u);
-            const Step& next = steps[(isOld ? i : i + 1) % 3];
-            const Outcome retried = shop.Run("w64 tags " + next.edit);
-            EXPECT_TRUE(File() == next.after) << retried.errors;
-            for (const std::string& name : copies) {
-                EXPECT_HAS(name + ": left over from a run that was killed", retried.errors);
-                fs::remove(shop.Path() / name);
-            }
-            EXPECT_EQ(shop.Files(), Names{"a.w64"});
-        });
-        EXPECT_TRUE(wasOld);
-    }
-}
-
 TEST_F(MeddledEdit, InterruptedLeavesNothingBehind) {
     const std::string signal = "$(echo INT TERM HUP | cut -d\" \" -f$((MEANWHILE_AT % 3 + 1)))";  // in turn
     AtEveryChange(steps[0], "", "kill -" + signal + " $PPID", [&](const Outcome& outcome) {
