@@ -39,18 +39,18 @@ struct RawChunk {
     size_t bytes;
 };
 
-void Describe(const NTag& tags, Json& json) {
+void Describe(const NTag& tags, bool withChunks, Json& json) {
     json["tags"] = Json::array();
-    json["chunks"] = Json::array();
+    if (withChunks) json["chunks"] = Json::array();
     for (int i = 0; i < tags.Count(); ++i) {
         const STInternalTag& tag = tags[i];
-        if (IsRawChunk(tag)) {
+        if (!IsRawChunk(tag)) {
+            json["tags"].push_back({{"name", ToPrintable(tag.Name)}, {"value", ToPrintable(tag.Value)}});
+        } else if (withChunks) {
             const RawChunk chunk(tag);
             Json& entry = json["chunks"].emplace_back(
                 Json{{"name", ToPrintable(tag.Name)}, {"code", ToUTF8(Widen(chunk.code))}});
             if (!chunk.IsPlace()) entry["bytes"] = chunk.bytes;
-        } else {
-            json["tags"].push_back({{"name", ToPrintable(tag.Name)}, {"value", ToPrintable(tag.Value)}});
         }
     }
 }
@@ -126,7 +126,7 @@ bool TagsCommand(const TagsOptions& options, CommandContext context) {
         DecoderInstance decoder(library, context.traceDescriptor);
         decoder.Open(name, kvOpenTags);
         if (json) {
-            Describe(decoder.Tags(), *json);
+            Describe(decoder.Tags(), options.chunks, *json);
         } else {
             Print(name, decoder.Tags(), options.chunks);
         }
