@@ -1,7 +1,6 @@
 #include "HostWorkshop.h"
 #include "SoundFile.h"
 #include "TagBytes.h"
-#include "base/XStr.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -22,11 +21,6 @@ const Bytes kAudio = Pattern(6000);
 const Bytes kUntagged = Recording(kAudio).File();
 
 Bytes Tagged(const Bytes& list) { return Recording(kAudio).SummaryList(list).File(); }
-
-bool IsHarmless(const std::string& text) {
-    return std::ranges::none_of(
-        FromUTF8(text), [](wchar_t c) { return (c < 0x20 && c != L'\n') || (c >= 0x7F && c < 0xA0); });
-}
 
 // Mode, owner, and what extended attributes there are.
 std::string Attributes(const fs::path& file) {
@@ -242,21 +236,6 @@ TEST_F(Tags, NeedTheRightToWrite) {
     EXPECT_TRUE(shop.Contents() == edited);
     const std::string hide = "chmod 755 . && touch .a.w64.w64-journal && chmod 0 .a.w64.w64-journal && ";
     EXPECT_HAS("was interrupted", shop.Run(hide + nobody + "w64 info a.w64").errors);
-}
-
-TEST_F(Tags, OfHostileFilesDoNoHarm) {
-    const Bytes nasty = Text(u"\x1B[2J\x9B 31m\x7F\r\n\b\x85 x");
-    const Bytes list = List({{"INAM", nasty}, {"I\x1B[J", nasty}});
-    const Bytes file = Recording(kAudio).Chunk("\x1B[2m", Pattern(3)).SummaryList(list).File();
-    shop.Write("a.w64", file);
-    shop.Write("b\x1B[2J.w64", Resized(file, 3000));
-    for (const std::string command :
-         {"tags --chunks *.w64", "tags set a.w64 Title=x", "tags remove a.w64 I\x1B[J",
-          "tags set b*.w64 Title=x", "tags set a.w64 I\x1B[J=x"}) {
-        const Outcome outcome = shop.Run("w64 " + command);
-        EXPECT_TRUE(IsHarmless(outcome.output + outcome.errors)) << command;
-    }
-    EXPECT_EQ(shop.Tags("a.w64"), "Title=\x1B[2J\u009B 31m\x7F\r\n\b\u0085 x");
 }
 
 // By their own headers; libsndfile tells only of some.

@@ -23,6 +23,9 @@ TEST_F(Transcript, IsOfWhatTheCommandsPrint) {
     shop.Write("rate.w64", Wave64Bytes().Fmt(1, 2, 44101, 8).Data(Pattern(600)).File());
     shop.Write("\x1B[2J.w64", Pattern(100));
     shop.Write("empty.w64", {});
+    const Bytes nasty = Text(u"\x1B[2J\x9B 31m\x7F\r\n\b\x85 x");
+    Wave64Bytes hostile = Wave64Bytes().Fmt(1, 2, 48000, 24).Chunk("\x1B[2m", Pattern(3)).Data(Pattern(6));
+    shop.Write("nasty", hostile.SummaryList(List({{"INAM", nasty}, {"I\x1B[J", nasty}})).File());
     shop.Do("mkdir folder; mkfifo pipe; ln -s ten.w64 link.wav");
     SoundFile(shop.Path() / "riff.w64", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1).WriteRaw(Pattern(100));
 
