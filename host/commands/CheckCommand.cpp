@@ -1,3 +1,5 @@
+#include "host/commandline/Arguments.h"
+#include "host/commandline/CommandLine.h"
 #include "host/commands/Commands.h"
 #include "host/files/InputFile.h"
 #include "host/files/JournalledEdit.h"
@@ -14,6 +16,15 @@
 namespace w64 {
 
 namespace {
+
+constexpr const char* kAboutCheck =
+    "What is wrong endangers the audio, or programs that read or edit the file;\n"
+    "the exit code is then 1. What is odd does no harm; -q hides it.\n"
+    "Nothing is changed, and the audio itself is not checked.\n\n";
+
+struct CheckOptions {
+    std::vector<std::string> inputs;
+};
 
 using Findings = std::vector<LayoutFinding>;
 
@@ -41,9 +52,7 @@ void Print(const std::string& name, const LayoutCheck& check, const Findings& fi
     if (check.CallsForSalvage()) std::cout << "  w64 decode --salvage keeps the audio that is there.\n";
 }
 
-}  // namespace
-
-bool CheckCommand(const LayoutOptions& options, CommandContext context) {
+bool CheckCommand(const CheckOptions& options, CommandContext context) {
     bool allSound = true;
     const bool allDone = ForEachFile(options.inputs, 1, context.console, [&](size_t i) {
         const std::string& name = options.inputs[i];
@@ -59,6 +68,16 @@ bool CheckCommand(const LayoutOptions& options, CommandContext context) {
     });
     FlushStandardOutput();
     return allDone && allSound;
+}
+
+}  // namespace
+
+void AddCheck(CLI::App& app, CommandLine& line) {
+    auto& options = line.Keep<CheckOptions>();
+    CLI::App* command = app.add_subcommand("check", "Report what is wrong or odd about a file's layout");
+    line.OnCommand(command, CheckCommand, options);
+    AddFiles(command, options.inputs);
+    SetFooter(command, kAboutCheck);
 }
 
 }  // namespace w64

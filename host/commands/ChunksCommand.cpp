@@ -1,5 +1,7 @@
+#include "host/commandline/Arguments.h"
+#include "host/commandline/CommandLine.h"
+#include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
-#include "host/commands/ReportOnFiles.h"
 #include "host/files/InputFile.h"
 #include "host/files/JournalledEdit.h"
 #include "host/layout/ChunkBar.h"
@@ -21,6 +23,11 @@
 namespace w64 {
 
 namespace {
+
+struct ChunksOptions {
+    std::vector<std::string> inputs;
+    bool json = false;
+};
 
 // The chunks found in one file.
 struct ChunkList {
@@ -141,8 +148,6 @@ void Print(const ChunkList& list, bool isFirst) {
     if (list.fileBytes > kOuterHeaderBytes) PrintBar(list);
 }
 
-}  // namespace
-
 bool ChunksCommand(const ChunksOptions& options, CommandContext context) {
     bool isFirst = true;
     return ReportOnFiles(options.inputs, options.json, context.console, [&](size_t i, Json* json) {
@@ -158,6 +163,16 @@ bool ChunksCommand(const ChunksOptions& options, CommandContext context) {
             throw Failure(damage.empty() ? "the layout is damaged; w64 check tells how" : damage);
         }
     });
+}
+
+}  // namespace
+
+void AddChunks(CLI::App& app, CommandLine& line) {
+    auto& options = line.Keep<ChunksOptions>();
+    CLI::App* command = app.add_subcommand("chunks", "Show the chunks of a file and where they are");
+    line.OnCommand(command, ChunksCommand, options);
+    AddFiles(command, options.inputs);
+    AddJSON(command, options.json);
 }
 
 }  // namespace w64

@@ -1,3 +1,5 @@
+#include "host/commandline/Arguments.h"
+#include "host/commandline/CommandLine.h"
 #include "host/commands/Commands.h"
 #include "host/formats/AudioReader.h"
 #include "host/terminal/Failure.h"
@@ -20,6 +22,15 @@
 namespace w64 {
 
 namespace {
+
+constexpr const char* kAboutCompare =
+    "Values are compared: the same samples in another container, or with more bits, are\n"
+    "equal. If they differ, the first difference is shown, and the exit code is 1.\n\n";
+
+struct CompareOptions {
+    std::string first;
+    std::string second;
+};
 
 // One of the two files, read at its own pace.
 class Side {
@@ -117,8 +128,6 @@ std::string DescribeSame(const Side& a, const Side& b, int64_t frames) {
     return "the audio is the same, " + Counted(frames, "frame") + types;
 }
 
-}  // namespace
-
 bool CompareCommand(const CompareOptions& options, CommandContext context) {
     const std::vector<std::string> names = {options.first, options.second};
     const auto forBoth = [&](const std::function<void(size_t)>& work) {
@@ -145,6 +154,17 @@ bool CompareCommand(const CompareOptions& options, CommandContext context) {
     std::cout << (difference.empty() ? DescribeSame(a, b, frames) : difference) << "\n";
     FlushStandardOutput();
     return difference.empty();
+}
+
+}  // namespace
+
+void AddCompare(CLI::App& app, CommandLine& line) {
+    auto& options = line.Keep<CompareOptions>();
+    CLI::App* command = app.add_subcommand("compare", "Compare the audio of two files of any kind");
+    line.OnCommand(command, CompareCommand, options);
+    command->add_option("A", options.first, "An audio file")->required()->type_name("");
+    command->add_option("B", options.second, "Another one")->required()->type_name("");
+    SetFooter(command, kAboutCompare);
 }
 
 }  // namespace w64

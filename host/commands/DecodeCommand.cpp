@@ -1,4 +1,6 @@
 #include "base/Saturating.h"
+#include "host/commandline/Arguments.h"
+#include "host/commandline/CommandLine.h"
 #include "host/commands/Commands.h"
 #include "host/commands/DecodeJobs.h"
 #include "host/convert/Conversion.h"
@@ -18,6 +20,7 @@
 #include "host/terminal/Progress.h"
 
 #include <algorithm>
+#include <thread>
 #include <unistd.h>
 
 namespace w64 {
@@ -242,8 +245,6 @@ private:
     Progress::Share progress_;
 };
 
-}  // namespace
-
 bool DecodeCommand(const DecodeOptions& options, CommandContext context) {
     options.conversion.Check();
     const std::vector<DecodeJob> jobs = PlanDecodeJobs(options);
@@ -253,6 +254,37 @@ bool DecodeCommand(const DecodeOptions& options, CommandContext context) {
         NoteInterruptedEdit(options.inputs[i], context.console);
         FileDecoding(jobs[i], options, context, library, progress).Run();
     });
+}
+
+}  // namespace
+
+void AddDecode(CLI::App& app, CommandLine& line) {
+    auto& options = line.Keep<DecodeOptions>();
+    CLI::App* command = app.add_subcommand("decode", "Decode Wave64 files to WAV, FLAC or raw samples");
+    line.OnCommand(command, DecodeCommand, options);
+    options.jobs = std::max(std::thread::hardware_concurrency(), 1u);
+    command->add_option("IN", options.inputs, "Wave64 files")->required()->type_name("");
+    command
+        ->add_option("-o,--output", options.output,
+                     "A .wav, .flac, .raw or .pcm file, a folder, or\n- for standard output; default: a .wav "
+                     "next to IN")
+        ->check([](const std::string& name) { return name.empty() ? "a name is missing" : ""; })
+        ->type_name("OUT");
+    command
+        ->add_option_function<std::string>(
+            "--format", [&options](const std::string& kind) { options.type = AudioFileTypeOf("." + kind); },
+            "wav, flac or raw, regardless of the output's extension")
+        ->check(CLI::IsMember({"wav", "flac", "raw"}).description(""))
+        ->type_name("KIND");
+    AddRange(command, options.start, options.end);
+    AddConversion(command, options.conversion);
+    command->add_flag("--salvage", options.salvage, "Decode what a damaged file still holds");
+    AddForce(command, options.force);
+    command->add_option("-j,--jobs", options.jobs, "Files to decode at the same time")
+        ->check(CLI::Range(1u, 1024u).description(""))
+        ->type_name("N")
+        ->capture_default_str();
+    SetFooter(command, kAboutPlaces);
 }
 
 }  // namespace w64

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/commands/Commands.h"
+#include "host/commands/DecodeOptions.h"
 
 #include <filesystem>
 #include <string>

@@ -1,3 +1,5 @@
+#include "host/commandline/Arguments.h"
+#include "host/commandline/CommandLine.h"
 #include "host/commands/Commands.h"
 #include "host/files/FileName.h"
 #include "host/files/JournalledEdit.h"
@@ -20,6 +22,15 @@ namespace w64 {
 namespace fs = std::filesystem;
 
 namespace {
+
+struct EncodeOptions {
+    std::string input;
+    std::string output;
+    ConversionOptions conversion;
+    bool salvage = false;
+    unsigned padding = kDefaultPadding;
+    bool force = false;
+};
 
 constexpr const char* kSalvageHint = "; --salvage keeps what it still holds";
 
@@ -101,8 +112,6 @@ bool IsToBeWrapped(const EncodeOptions& options) {
     return kind ? *kind == SF_FORMAT_MPEG : MPEGSource::Recognises(options.input);
 }
 
-}  // namespace
-
 bool EncodeCommand(const EncodeOptions& options, CommandContext context) {
     if (fs::path(options.output).extension() != ".w64") {
         throw UsageError("'" + options.output + "' should end in .w64");
@@ -116,6 +125,20 @@ bool EncodeCommand(const EncodeOptions& options, CommandContext context) {
         const auto encode = IsToBeWrapped(options) ? Wrap : Convert;
         encode(options, context, progress);
     });
+}
+
+}  // namespace
+
+void AddEncode(CLI::App& app, CommandLine& line) {
+    auto& options = line.Keep<EncodeOptions>();
+    CLI::App* command = app.add_subcommand("encode", "Convert any audio file to Wave64");
+    line.OnCommand(command, EncodeCommand, options);
+    command->add_option("IN", options.input, "WAV, RF64, AIFF, FLAC, CAF ...")->required()->type_name("");
+    command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
+    AddConversion(command, options.conversion);
+    command->add_flag("--salvage", options.salvage, "Encode what a cut-off file still holds");
+    AddPadding(command, options.padding);
+    AddForce(command, options.force);
 }
 
 }  // namespace w64

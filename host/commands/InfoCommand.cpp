@@ -1,5 +1,7 @@
+#include "host/commandline/Arguments.h"
+#include "host/commandline/CommandLine.h"
+#include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
-#include "host/commands/ReportOnFiles.h"
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/OwnSettings.h"
 #include "host/files/JournalledEdit.h"
@@ -18,6 +20,11 @@
 namespace w64 {
 
 namespace {
+
+struct InfoOptions {
+    std::vector<std::string> inputs;
+    bool json = false;
+};
 
 // What the decoder reports, with the errors that did not stop it.
 struct Answer {
@@ -128,8 +135,6 @@ void Print(const Subject& subject) {
     }
 }
 
-}  // namespace
-
 bool InfoCommand(const InfoOptions& options, CommandContext context) {
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     const OwnSettings settings;  // so that lists of every form are read
@@ -148,6 +153,16 @@ bool InfoCommand(const InfoOptions& options, CommandContext context) {
         if (!answer.errors.empty()) throw Failure(WithDamage(JoinLines(answer.errors), name));
         if (const std::string cut = file.DescribeCut(); !cut.empty()) throw Failure(cut);
     });
+}
+
+}  // namespace
+
+void AddInfo(CLI::App& app, CommandLine& line) {
+    auto& options = line.Keep<InfoOptions>();
+    CLI::App* command = app.add_subcommand("info", "Show format, length and chunks");
+    line.OnCommand(command, InfoCommand, options);
+    AddFiles(command, options.inputs);
+    AddJSON(command, options.json);
 }
 
 }  // namespace w64

@@ -1,5 +1,7 @@
+#include "host/commandline/Arguments.h"
+#include "host/commandline/CommandLine.h"
+#include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
-#include "host/commands/ReportOnFiles.h"
 #include "host/formats/AudioMD5.h"
 #include "host/formats/AudioReader.h"
 #include "host/terminal/Failure.h"
@@ -14,6 +16,16 @@
 namespace w64 {
 
 namespace {
+
+constexpr const char* kAboutMD5 =
+    "The MD5 is the one that FLAC files keep: metaflac --show-md5sum prints the same for\n"
+    "the same audio. Floats and 32-bit integers count as they are stored. A file that is\n"
+    "not whole has none.\n\n";
+
+struct MD5Options {
+    std::vector<std::string> inputs;
+    bool json = false;
+};
 
 // Of the whole audio; a part of it has no digest.
 AudioMD5 Digested(AudioReader& reader, Progress& progress) {
@@ -30,8 +42,6 @@ AudioMD5 Digested(AudioReader& reader, Progress& progress) {
     if (!complaint.empty()) throw Failure(complaint);
     return md5;
 }
-
-}  // namespace
 
 bool MD5Command(const MD5Options& options, CommandContext context) {
     const std::vector<std::string>& names = options.inputs;
@@ -50,6 +60,19 @@ bool MD5Command(const MD5Options& options, CommandContext context) {
                       << (md5.IsOfFLAC() ? "" : "  (" + form + ": " + samples + ")") << "\n";
         }
     });
+}
+
+}  // namespace
+
+void AddMD5(CLI::App& app, CommandLine& line) {
+    auto& options = line.Keep<MD5Options>();
+    CLI::App* command = app.add_subcommand("md5", "Print the MD5 of the audio of any files");
+    line.OnCommand(command, MD5Command, options);
+    command->add_option("FILE", options.inputs, "Audio files: Wave64, WAV, AIFF, FLAC ...")
+        ->required()
+        ->type_name("");
+    AddJSON(command, options.json);
+    SetFooter(command, kAboutMD5);
 }
 
 }  // namespace w64

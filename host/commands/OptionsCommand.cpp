@@ -1,5 +1,7 @@
+#include "host/commandline/Arguments.h"
+#include "host/commandline/CommandLine.h"
+#include "host/commandline/NearestName.h"
 #include "host/commands/Commands.h"
-#include "host/commands/NearestName.h"
 #include "host/decoder/OwnSettings.h"
 #include "host/decoder/PluginLibrary.h"
 #include "host/decoder/ReportChannels.h"
@@ -16,6 +18,16 @@
 namespace w64 {
 
 namespace {
+
+constexpr const char* kAboutOptions =
+    "The settings apply to every program that uses the decoder. w64 itself always edits\n"
+    "safely, and writes 16-bit text unless LIST Text is set.\n\n";
+
+struct OptionsOptions {
+    std::string assignment;  // empty, a name, or name=value
+    bool unset = false;      // the one of that name
+    bool all = false;        // with unset, every one
+};
 
 struct Option {
     std::string title;
@@ -126,8 +138,6 @@ void Unset(std::span<const Option> options) {
     std::ranges::for_each(options, Show);
 }
 
-}  // namespace
-
 bool OptionsCommand(const OptionsOptions& options, CommandContext context) {
     if (options.all && !options.unset) throw UsageError("--all is for --unset");
     if (options.unset && options.all != options.assignment.empty()) {
@@ -149,6 +159,18 @@ bool OptionsCommand(const OptionsOptions& options, CommandContext context) {
     }
     FlushStandardOutput();
     return true;
+}
+
+}  // namespace
+
+void AddOptions(CLI::App& app, CommandLine& line) {
+    auto& options = line.Keep<OptionsOptions>();
+    CLI::App* command = app.add_subcommand("options", "Show and change how tags are stored");
+    line.OnCommand(command, OptionsCommand, options);
+    command->add_option("NAME=VALUE", options.assignment, "An option to show or to set")->type_name("");
+    command->add_flag("--unset", options.unset, "Unset the option, so that its default applies");
+    command->add_flag("--all", options.all, "With --unset, all options");
+    SetFooter(command, kAboutOptions);
 }
 
 }  // namespace w64

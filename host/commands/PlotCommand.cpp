@@ -1,3 +1,5 @@
+#include "host/commandline/Arguments.h"
+#include "host/commandline/CommandLine.h"
 #include "host/commands/Commands.h"
 #include "host/files/FileName.h"
 #include "host/files/JournalledEdit.h"
@@ -21,6 +23,19 @@ namespace w64 {
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr const char* kAboutPlot =
+    "The waveform has a lane for each channel, or one for all if there are more than 8:\n"
+    "peaks in pale blue, RMS in dark blue. The spectrogram below is the mean over all\n"
+    "channels; a full-scale sine in all of them is at 0 dBFS.\n\n";
+
+struct PlotOptions {
+    std::string input;
+    std::string output;  // empty for a name next to the input
+    PictureSize size;
+    double floor = -120;  // of the spectrogram, in dBFS
+    bool force = false;
+};
 
 constexpr int kMaxChannels = 1024;  // bounds the memory
 constexpr int kMaxLanes = 8;
@@ -84,8 +99,6 @@ void Plot(const PlotOptions& options, const fs::path& target, CommandContext con
     if (!complaint.empty()) throw Failure(complaint);
 }
 
-}  // namespace
-
 bool PlotCommand(const PlotOptions& options, CommandContext context) {
     fs::path target = options.output;
     if (target.empty()) target = fs::path(options.input).replace_extension(".png");
@@ -96,6 +109,47 @@ bool PlotCommand(const PlotOptions& options, CommandContext context) {
         NoteInterruptedEdit(options.input, context.console);
         Plot(options, target, context, progress);
     });
+}
+
+PictureSize ParseSize(const std::string& text) {
+    PictureSize size;
+    int end = 0;
+    const int found = std::sscanf(text.c_str(), "%5dx%5d%n", &size.width, &size.height, &end);
+    if (found != 2 || static_cast<size_t>(end) != text.size()) {
+        throw CLI::ValidationError("'" + text + "' is not a size (1600x900)");
+    }
+    constexpr PictureSize kMin = PlotLayout::kMinSize;
+    constexpr PictureSize kMax = PlotLayout::kMaxSize;
+    if (size.width < kMin.width || size.height < kMin.height || size.width > kMax.width ||
+        size.height > kMax.height) {
+        throw CLI::ValidationError("the size must be 640x400 to 8000x4000 pixels");
+    }
+    return size;
+}
+
+}  // namespace
+
+void AddPlot(CLI::App& app, CommandLine& line) {
+    auto& options = line.Keep<PlotOptions>();
+    CLI::App* command = app.add_subcommand("plot", "Plot the waveform and spectrogram of any audio file");
+    line.OnCommand(command, PlotCommand, options);
+    command->add_option("IN", options.input, "Wave64, WAV, RF64, AIFF, FLAC, CAF ...")
+        ->required()
+        ->type_name("");
+    command->add_option("-o,--output", options.output, "A .png file; default: one next to IN")
+        ->type_name("OUT");
+    command
+        ->add_option_function<std::string>(
+            "--size", [&options](const std::string& size) { options.size = ParseSize(size); },
+            "Pixels, 640x400 to 8000x4000")
+        ->type_name("WxH")
+        ->default_str("1600x900");
+    command->add_option("--floor", options.floor, "The level that is drawn black, in dBFS, -220 to -60")
+        ->check(CLI::Range(-220.0, -60.0).description(""))
+        ->type_name("DB")
+        ->capture_default_str();
+    AddForce(command, options.force);
+    SetFooter(command, kAboutPlot);
 }
 
 }  // namespace w64

@@ -1,4 +1,6 @@
 #include "audio/samples/XAudioRdWr.h"
+#include "host/commandline/Arguments.h"
+#include "host/commandline/CommandLine.h"
 #include "host/commands/Commands.h"
 #include "host/formats/Arpeggio.h"
 #include "host/formats/SampleKind.h"
@@ -15,6 +17,17 @@
 namespace w64 {
 
 namespace {
+
+struct SampleOptions {
+    std::string output;
+    unsigned rate = 48000;
+    unsigned channels = 2;
+    std::optional<unsigned> bits;  // default: 24, or 32 for floats
+    bool isFloat = false;
+    double seconds = 5;
+    unsigned padding = kDefaultPadding;
+    bool force = false;
+};
 
 SampleKind KindOf(const SampleOptions& options) {
     return {options.isFloat ? kTagFloat : kTagPCM, options.bits.value_or(options.isFloat ? 32 : 24)};
@@ -47,8 +60,6 @@ void WriteSignal(const SampleOptions& options, Wave64Writer& writer, const WAVEF
     }
 }
 
-}  // namespace
-
 bool SampleCommand(const SampleOptions& options, CommandContext context) {
     CheckOptions(options);
     const WAVEFORMATEXTENSIBLE format = MakeWaveFormat(KindOf(options), options.channels, options.rate, 0);
@@ -62,6 +73,29 @@ bool SampleCommand(const SampleOptions& options, CommandContext context) {
         writer.Finish();
         context.console.Summary(options.output, share.Outcome());
     });
+}
+
+}  // namespace
+
+void AddSample(CLI::App& app, CommandLine& line) {
+    auto& options = line.Keep<SampleOptions>();
+    CLI::App* command = app.add_subcommand("sample", "Create a test file: a chord, note by note");
+    line.OnCommand(command, SampleCommand, options);
+    command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
+    const auto add = [command](const char* name, auto& value, const char* help, const CLI::Validator& check) {
+        command->add_option(name, value, help)->check(check)->type_name("N")->capture_default_str();
+    };
+    add("--rate", options.rate, "Frames per second, 1000 to 768000",
+        CLI::Range(1000u, 768000u).description(""));
+    add("--channels", options.channels, "1 to 1024", CLI::Range(1u, 1024u).description(""));
+    command
+        ->add_option("--bits", options.bits, "8, 16, 24 or 32, default 24; with --float 32 or 64, default 32")
+        ->check(CLI::IsMember({8u, 16u, 24u, 32u, 64u}).description(""))
+        ->type_name("N");
+    add("--seconds", options.seconds, "Length in seconds", CLI::Range(0.001, 1e6).description(""));
+    command->add_flag("--float", options.isFloat, "Floating-point samples");
+    AddPadding(command, options.padding);
+    AddForce(command, options.force);
 }
 
 }  // namespace w64

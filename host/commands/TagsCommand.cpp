@@ -1,6 +1,9 @@
+#include "host/commandline/Arguments.h"
+#include "host/commandline/CommandLine.h"
+#include "host/commandline/Mistakes.h"
+#include "host/commandline/NearestName.h"
+#include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
-#include "host/commands/NearestName.h"
-#include "host/commands/ReportOnFiles.h"
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/OwnSettings.h"
 #include "host/files/InputFile.h"
@@ -23,6 +26,31 @@
 namespace w64 {
 
 namespace {
+
+constexpr const char* kAboutTags =
+    "If the tags fit where they are, only their bytes change, in an instant and under a\n"
+    "journal, which survives a power failure. Else the audio has to move: a copy of the\n"
+    "file is edited and compared, and replaces it. Tags go before the audio if there is\n"
+    "room, or the file is small, and else after it; LIST Chunk Position (w64 options)\n"
+    "decides otherwise.\n\n"
+    "--in-place needs neither a copy nor a folder that can be written to. If the audio\n"
+    "has to move, it cannot be stopped then, and a power failure meanwhile leaves part of\n"
+    "the audio twice or not at all.\n\n";
+
+struct TagsOptions {
+    std::vector<std::string> inputs;
+    bool chunks = false;  // show the other chunks too
+    bool json = false;
+};
+
+struct TagEditOptions {
+    std::string file;
+    std::vector<std::string> tags;  // Name=Value to set, names to remove
+    bool all = false;
+    bool inPlace = false;
+    bool move = false;   // the tags go before the audio
+    bool force = false;  // even when tags that cannot be rewritten are lost
+};
 
 bool IsRawChunk(const STInternalTag& tag) { return BeginsWithNoCase(tag.Name, L"_riff_"); }
 
@@ -115,8 +143,6 @@ bool Edit(const TagEditOptions& options, const TagChange& change, CommandContext
     });
 }
 
-}  // namespace
-
 bool TagsCommand(const TagsOptions& options, CommandContext context) {
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     const OwnSettings settings;
@@ -152,6 +178,56 @@ bool RemoveTagsCommand(const TagEditOptions& options, CommandContext context) {
     change.removeAll = options.all;
     for (const std::string& name : options.tags) change.remove.push_back(ToTagText(name));
     return Edit(options, change, context);
+}
+
+void AddTagEdit(CLI::App* command, TagEditOptions& options, const char* tags, const char* help) {
+    command->add_option("FILE", options.file, "A Wave64 file")->required()->type_name("");
+    command->add_option(tags, options.tags, help)->type_name("");
+    command->add_flag("--in-place", options.inPlace,
+                      "Make no copy, even if the audio has to move; less safe");
+    command->add_flag("-f,--force", options.force, "Edit even if tags that cannot be rewritten are lost");
+}
+
+void AddSet(CLI::App* tags, CommandLine& line) {
+    CLI::App* command = tags->add_subcommand("set", "Set tags; an empty value removes the tag");
+    auto& options = line.Keep<TagEditOptions>();
+    AddTagEdit(command, options, "NAME=VALUE", "Tags to set");
+    command->add_flag("--move", options.move, "Move tags that are after the audio to the place before it");
+    command->final_callback([&line, &options] {
+        if (options.tags.empty() && !options.move) throw CLI::RequiredError("NAME=VALUE");
+        line.Choose(SetTagsCommand, options);
+    });
+    SetFooter(command, "Names:\n" + TagNamesInColumns() + "\n" + kAboutTags);
+}
+
+void AddRemove(CLI::App* tags, CommandLine& line) {
+    CLI::App* command = tags->add_subcommand("remove", "Remove tags");
+    auto& options = line.Keep<TagEditOptions>();
+    AddTagEdit(command, options, "NAME", "Tags to remove");
+    line.OnCommand(command, RemoveTagsCommand, options);
+    command->add_flag("--all", options.all, "Remove every tag");
+}
+
+}  // namespace
+
+void AddTags(CLI::App& app, CommandLine& line) {
+    CLI::App* command = app.add_subcommand("tags", "Show tags, set and remove them");
+    auto& options = line.Keep<TagsOptions>();
+    command->require_subcommand(0, 1);
+    command->add_option("FILE", options.inputs, "Wave64 files")->type_name("");
+    command->add_flag("--chunks", options.chunks, "Show the other chunks too");
+    AddJSON(command, options.json);
+    command->final_callback([command, &line, &options] {
+        if (!command->get_subcommands().empty()) return;
+        if (options.inputs.empty()) throw CLI::RequiredError("FILE");
+        line.Choose(TagsCommand, options);
+        if (const std::string mistyped = MistypedCommand(*command); !mistyped.empty()) {
+            line.work = [mistyped](CommandContext) -> bool { throw UsageError(mistyped); };
+        }
+    });
+    SetFooter(command, kAboutTags);
+    AddSet(command, line);
+    AddRemove(command, line);
 }
 
 }  // namespace w64

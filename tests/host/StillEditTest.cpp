@@ -1,6 +1,5 @@
 #include "CrashStates.h"
 #include "TagBytes.h"
-#include "host/commands/Commands.h"
 #include "host/files/JournalledEdit.h"
 #include "host/terminal/Failure.h"
 
@@ -46,9 +45,13 @@ protected:
         for (const auto& [name, bytes] : folder) shop.Write(name, bytes);
     }
 
-    bool Repair() const {
+    bool Repair() const try {
         Console console({.quiet = true});
-        return RepairCommand({.inputs = {shop.Path() / "a.w64"}, .journal = {}}, {console, 0, {}});
+        LockedFile file(shop.Path() / "a.w64", LockedFile::Lock::WherePossible);
+        FinishInterruptedEdit(file, Journal::Of(file.Path()), console);
+        return true;
+    } catch (const Failure&) {
+        return false;
     }
 
     // Makes the edit, recorded, and returns the edited file.

@@ -1,4 +1,4 @@
-#include "host/commands/ReportOnFiles.h"
+#include "host/commandline/ReportOnFiles.h"
 
 #include "host/terminal/ForEachFile.h"
 #include "host/terminal/StandardOutput.h"

@@ -1,4 +1,4 @@
-#include "host/commands/NearestName.h"
+#include "host/commandline/NearestName.h"
 
 #include <algorithm>
 #include <cctype>
