@@ -342,6 +342,14 @@ std::vector<XStr> clRIFFSUMMARYLISTChunk::HiddenParts(const void* data, unsigned
 
 bool clRIFFSUMMARYLISTChunk::HasIdentifier(const XStr& name) { return IdentifierOf(name, {}) != 0; }
 
+const wchar_t* clRIFFSUMMARYLISTChunk::NameOfIdentifier(const XStr& code) {
+    std::array<char, 4> bytes{};
+    if (code.size() != bytes.size()) return nullptr;
+    std::ranges::transform(code, bytes.begin(),
+                           [](wchar_t c) { return c < 0x80 ? static_cast<char>(c) : '\0'; });
+    return NameOf(std::bit_cast<uint32_t>(bytes), false);
+}
+
 std::vector<const wchar_t*> clRIFFSUMMARYLISTChunk::Names() {
     std::vector<const wchar_t*> names = {L"Album", L"ISRC", L"Track"};
     for (const IdentifierAndName& row : kPlainNames) names.push_back(row.name);

@@ -37,6 +37,9 @@ public:
     // True if a tag of that name can be stored.
     static bool HasIdentifier(const XStr& name);
 
+    // The name of a four-character identifier, as its default is; null if it is unknown.
+    static const wchar_t* NameOfIdentifier(const XStr& code);
+
     // All names that can be stored.
     static std::vector<const wchar_t*> Names();
 };

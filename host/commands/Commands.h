@@ -18,4 +18,8 @@ void AddEncode(CLI::App& app, CommandLine& line);
 void AddSample(CLI::App& app, CommandLine& line);
 void AddPlot(CLI::App& app, CommandLine& line);
 
+// Commands of `tags`.
+void AddTagExport(CLI::App* tags, CommandLine& line);
+void AddTagEdits(CLI::App* tags, CommandLine& line);
+
 }  // namespace w64

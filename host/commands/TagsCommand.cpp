@@ -1,22 +1,17 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
 #include "host/commandline/Mistakes.h"
-#include "host/commandline/NearestName.h"
 #include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/OwnSettings.h"
-#include "host/files/InputFile.h"
 #include "host/files/JournalledEdit.h"
 #include "host/layout/ChunkKind.h"
 #include "host/layout/DecoderNotes.h"
 #include "host/layout/Wave64File.h"
-#include "host/tagging/TagEditor.h"
 #include "host/tagging/TagTexts.h"
 #include "host/terminal/Failure.h"
-#include "host/terminal/ForEachFile.h"
 #include "host/terminal/FormatText.h"
-#include "tags/clRIFFSUMMARYLISTChunk.h"
 
 #include <algorithm>
 #include <iomanip>
@@ -27,32 +22,11 @@ namespace w64 {
 
 namespace {
 
-constexpr const char* kAboutTags =
-    "If the tags fit where they are, only their bytes change, in an instant and under a\n"
-    "journal, which survives a power failure. Else the audio has to move: a copy of the\n"
-    "file is edited and compared, and replaces it. Tags go before the audio if there is\n"
-    "room, or the file is small, and else after it; LIST Chunk Position (w64 options)\n"
-    "decides otherwise.\n\n"
-    "--in-place needs neither a copy nor a folder that can be written to. If the audio\n"
-    "has to move, it cannot be stopped then, and a power failure meanwhile leaves part of\n"
-    "the audio twice or not at all.\n\n";
-
 struct TagsOptions {
     std::vector<std::string> inputs;
     bool chunks = false;  // show the other chunks too
     bool json = false;
 };
-
-struct TagEditOptions {
-    std::string file;
-    std::vector<std::string> tags;  // Name=Value to set, names to remove
-    bool all = false;
-    bool inPlace = false;
-    bool move = false;   // the tags go before the audio
-    bool force = false;  // even when tags that cannot be rewritten are lost
-};
-
-bool IsRawChunk(const STInternalTag& tag) { return BeginsWithNoCase(tag.Name, L"_riff_"); }
 
 // A raw chunk in the tags: its four-character code, then its data. The format and the audio come without data, to
 // mark their places.
@@ -117,32 +91,6 @@ void Print(const std::string& name, const NTag& tags, bool withChunks) {
     if (withChunks) PrintChunks(tags);
 }
 
-// "Title=Song": everything after the first "=" is the value.
-void AddAssignment(NTag& tags, const std::string& assignment) {
-    const size_t sign = assignment.find('=');
-    if (sign == 0 || sign == assignment.npos) throw UsageError("'" + assignment + "' is not Name=Value");
-    const XStr name = ToTagText(assignment.substr(0, sign));
-    const XStr value = ToTagText(assignment.substr(sign + 1));
-    if (!clRIFFSUMMARYLISTChunk::HasIdentifier(name)) {
-        std::vector<std::string> names;
-        for (const wchar_t* known : clRIFFSUMMARYLISTChunk::Names()) names.push_back(ToUTF8(known));
-        throw UsageError("a Wave64 file cannot store '" + ToUTF8(name) + "'; " +
-                         Suggestion(ToUTF8(name), names, "w64 tags set --help lists the names that it can"));
-    }
-    if (tags.FindElement(name.c_str())) throw UsageError("'" + ToUTF8(name) + "' is set twice");
-    tags.AddTag(name.c_str(), value.c_str());
-}
-
-bool Edit(const TagEditOptions& options, const TagChange& change, CommandContext context) {
-    const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
-    OwnSettings settings(OwnSettings::Purpose::Editing);
-    TagEditor editor(library, settings, context);
-    return ForEachFile({&options.file, 1}, 1, context.console, [&](size_t) {
-        RequireReadable(options.file);
-        editor.Edit(options.file, change, options.inPlace);
-    });
-}
-
 bool TagsCommand(const TagsOptions& options, CommandContext context) {
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     const OwnSettings settings;
@@ -163,51 +111,6 @@ bool TagsCommand(const TagsOptions& options, CommandContext context) {
     });
 }
 
-bool SetTagsCommand(const TagEditOptions& options, CommandContext context) {
-    TagChange change;
-    change.dropUnwritable = options.force;
-    change.moveList = options.move;
-    for (const std::string& assignment : options.tags) AddAssignment(change.set, assignment);
-    return Edit(options, change, context);
-}
-
-bool RemoveTagsCommand(const TagEditOptions& options, CommandContext context) {
-    if (options.all == !options.tags.empty()) throw UsageError("give either names of tags or --all");
-    TagChange change;
-    change.dropUnwritable = options.force;
-    change.removeAll = options.all;
-    for (const std::string& name : options.tags) change.remove.push_back(ToTagText(name));
-    return Edit(options, change, context);
-}
-
-void AddTagEdit(CLI::App* command, TagEditOptions& options, const char* tags, const char* help) {
-    command->add_option("FILE", options.file, "A Wave64 file")->required()->type_name("");
-    command->add_option(tags, options.tags, help)->type_name("");
-    command->add_flag("--in-place", options.inPlace,
-                      "Make no copy, even if the audio has to move; less safe");
-    command->add_flag("-f,--force", options.force, "Edit even if tags that cannot be rewritten are lost");
-}
-
-void AddSet(CLI::App* tags, CommandLine& line) {
-    CLI::App* command = tags->add_subcommand("set", "Set tags; an empty value removes the tag");
-    auto& options = line.Keep<TagEditOptions>();
-    AddTagEdit(command, options, "NAME=VALUE", "Tags to set");
-    command->add_flag("--move", options.move, "Move tags that are after the audio to the place before it");
-    command->final_callback([&line, &options] {
-        if (options.tags.empty() && !options.move) throw CLI::RequiredError("NAME=VALUE");
-        line.Choose(SetTagsCommand, options);
-    });
-    SetFooter(command, "Names:\n" + TagNamesInColumns() + "\n" + kAboutTags);
-}
-
-void AddRemove(CLI::App* tags, CommandLine& line) {
-    CLI::App* command = tags->add_subcommand("remove", "Remove tags");
-    auto& options = line.Keep<TagEditOptions>();
-    AddTagEdit(command, options, "NAME", "Tags to remove");
-    line.OnCommand(command, RemoveTagsCommand, options);
-    command->add_flag("--all", options.all, "Remove every tag");
-}
-
 }  // namespace
 
 void AddTags(CLI::App& app, CommandLine& line) {
@@ -225,9 +128,8 @@ void AddTags(CLI::App& app, CommandLine& line) {
             line.work = [mistyped](CommandContext) -> bool { throw UsageError(mistyped); };
         }
     });
-    SetFooter(command, kAboutTags);
-    AddSet(command, line);
-    AddRemove(command, line);
+    AddTagExport(command, line);
+    AddTagEdits(command, line);
 }
 
 }  // namespace w64

@@ -27,13 +27,15 @@ public:
     // Whether the user has chosen where new lists go.
     bool ChoosesListPlace() const { return listPlace_.has_value(); }
 
-    // While one lives, the decoder writes new lists in the form that the user has chosen, else in 16-bit
+    // While one lives, the decoder writes new lists in the form `text`, else as the user has chosen, else in 16-bit
     // characters, and before the audio if `beforeAudio` says so; else where the user has chosen. Outside an edit it
     // reads lists of every form.
     class Edit {
     public:
-        Edit(OwnSettings& settings, std::optional<bool> beforeAudio) : settings_(&settings) {
-            settings.Offer(settings.listText_, beforeAudio ? *beforeAudio : settings.listPlace_.value_or(0));
+        Edit(OwnSettings& settings, std::optional<bool> beforeAudio, std::optional<LISTText> text)
+            : settings_(&settings) {
+            settings.Offer(text ? static_cast<uint32_t>(*text) : settings.listText_,
+                           beforeAudio ? *beforeAudio : settings.listPlace_.value_or(0));
         }
         Edit(const Edit&) = delete;  // ends once
         Edit& operator=(const Edit&) = delete;

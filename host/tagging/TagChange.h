@@ -1,8 +1,10 @@
 #pragma once
 
 #include "base/XFile.h"
+#include "tags/LISTText.h"
 #include "tags/NTag.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,8 +15,9 @@ struct TagChange {
     NTag set;                  // an empty value removes
     std::vector<XStr> remove;  // by name, when nothing is set
     bool removeAll = false;
-    bool moveList = false;        // a list after the audio goes before it
-    bool dropUnwritable = false;  // tags that cannot be rewritten may be lost
+    bool moveList = false;              // a list after the audio goes before it
+    std::optional<LISTText> text = {};  // a list of another form is rewritten in this one
+    bool dropUnwritable = false;        // tags that cannot be rewritten may be lost
 
     // The text tags of `before` with the change applied, as they should read after the edit.
     NTag Expected(const NTag& before) const;

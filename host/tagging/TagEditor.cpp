@@ -152,6 +152,10 @@ void TagEditor::Edit(const fs::path& path, const TagChange& change, bool inPlace
 TagEditor::Plan TagEditor::MakePlan(LockedFile& recording, const TagChange& change, bool inPlace) {
     XFile& file = recording.File();
     if (change.moveList) return Try(file, change, true);
+    if (change.text) {
+        const Sketch sketch(file);
+        if (sketch.HasList()) return Try(file, change, !sketch.HasListAfterAudio());
+    }
     if (settings_.ChoosesListPlace()) return Try(file, change, {});
     Plan before = Try(file, change, true);
     if (before.still || before.hasList) return before;
@@ -164,7 +168,8 @@ TagEditor::Plan TagEditor::MakePlan(LockedFile& recording, const TagChange& chan
 
 TagEditor::Plan TagEditor::Try(XFile& recording, const TagChange& change, std::optional<bool> beforeAudio) {
     Sketch sketch(recording);
-    Plan plan{beforeAudio, sketch.HasList(), change.moveList && sketch.HasListAfterAudio()};
+    const bool rewritesList = change.text || (change.moveList && sketch.HasListAfterAudio());
+    Plan plan{beforeAudio, sketch.HasList(), rewritesList};
     EditTags(sketch.Path(), change, plan);
     plan.still = sketch.StillEdit();
     return plan;
@@ -216,15 +221,15 @@ void TagEditor::EditInPlace(LockedFile& recording, const TagChange& change, cons
 void TagEditor::EditTags(const fs::path& path, const TagChange& change, const Plan& plan) {
     // If all tags are removed, damaged ones do not matter.
     const NTag before = change.removeAll ? NTag() : ReadTags(path);
-    OwnSettings::Edit edit(settings_, plan.beforeAudio);
+    OwnSettings::Edit edit(settings_, plan.beforeAudio, change.text);
     const TaggingOptions options = TaggingOptions::Read();
     RefuseAbsent(before, change.remove, options);
     if (!change.dropUnwritable && !change.removeAll) RefuseLosses(path, options);
     const NTag expected = change.Expected(before);
     RefuseDifferences(expected, WrittenAndRead(expected, options), options);
     DecoderInstance decoder(library_, context_.traceDescriptor);
-    if (expected.Count() == 0 || plan.movesList) decoder.DeleteTags(path, {});  // leaves no empty list
-    if (plan.movesList) {
+    if (expected.Count() == 0 || plan.rewritesList) decoder.DeleteTags(path, {});  // leaves no empty list
+    if (expected.Count() > 0 && plan.rewritesList) {
         decoder.WriteTags(path, expected);
     } else if (expected.Count() > 0 && change.set.Count() > 0) {
         decoder.WriteTags(path, change.set);

@@ -28,9 +28,9 @@ public:
 
 private:
     struct Plan {
-        std::optional<bool> beforeAudio;  // place of a new list; nothing leaves it to the user's option
-        bool hasList = false;             // before the edit
-        bool movesList = false;
+        std::optional<bool> beforeAudio;      // place of a new list; nothing leaves it to the user's option
+        bool hasList = false;                 // before the edit
+        bool rewritesList = false;            // elsewhere, or in another form
         bool hasWorsePlace = false;           // for a new list, to save a copy
         std::optional<RangeEdit> still = {};  // if nothing else moves
     };

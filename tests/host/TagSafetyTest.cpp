@@ -185,7 +185,7 @@ TEST_F(TagSafety, AnEditThatFailsEndsWithItsSettings) {
                                     XRegistry::CurrentUser, TaggingOptions::KeyPath));
     OwnSettings settings;
     const auto fail = [&] {
-        const OwnSettings::Edit edit(settings, {});
+        const OwnSettings::Edit edit(settings, {}, {});
         EXPECT_EQ(TaggingOptions::Read().text, LISTText::Wide);
         throw Failure("");
     };
