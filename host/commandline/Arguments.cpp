@@ -2,6 +2,9 @@
 
 #include "host/convert/ConversionLimits.h"
 
+#include <algorithm>
+#include <thread>
+
 namespace w64 {
 
 namespace {
@@ -24,6 +27,18 @@ std::string WrongPadding(const std::string& text) {
 
 void AddFiles(CLI::App* command, std::vector<std::string>& files) {
     command->add_option("FILE", files, "Wave64 files")->required()->type_name("");
+}
+
+void AddAudioFiles(CLI::App* command, std::vector<std::string>& files) {
+    command->add_option("FILE", files, "Audio files: Wave64, WAV, AIFF, FLAC ...")->required()->type_name("");
+}
+
+void AddJobs(CLI::App* command, unsigned& jobs) {
+    jobs = std::max(std::thread::hardware_concurrency(), 1u);
+    command->add_option("-j,--jobs", jobs, "Files to work on at the same time")
+        ->check(CLI::Range(1u, 1024u).description(""))
+        ->type_name("N")
+        ->capture_default_str();
 }
 
 void AddJSON(CLI::App* command, bool& json) {

@@ -12,7 +12,9 @@ namespace w64 {
 
 // Arguments that several commands take.
 
-void AddFiles(CLI::App* command, std::vector<std::string>& files);  // "FILE"
+void AddFiles(CLI::App* command, std::vector<std::string>& files);       // "FILE"
+void AddAudioFiles(CLI::App* command, std::vector<std::string>& files);  // "FILE", of any kind
+void AddJobs(CLI::App* command, unsigned& jobs);                         // default: one per processor core
 void AddJSON(CLI::App* command, bool& json);
 void AddForce(CLI::App* command, bool& force);
 void AddPadding(CLI::App* command, unsigned& bytes);

@@ -68,9 +68,7 @@ void AddMD5(CLI::App& app, CommandLine& line) {
     auto& options = line.Keep<MD5Options>();
     CLI::App* command = app.add_subcommand("md5", "Print the MD5 of the audio of any files");
     line.OnCommand(command, MD5Command, options);
-    command->add_option("FILE", options.inputs, "Audio files: Wave64, WAV, AIFF, FLAC ...")
-        ->required()
-        ->type_name("");
+    AddAudioFiles(command, options.inputs);
     AddJSON(command, options.json);
     SetFooter(command, kAboutMD5);
 }

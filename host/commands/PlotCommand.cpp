@@ -1,6 +1,8 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
+#include "host/commandline/OutputNames.h"
 #include "host/commands/Commands.h"
+#include "host/commands/ReadFrames.h"
 #include "host/files/FileName.h"
 #include "host/files/JournalledEdit.h"
 #include "host/files/OutputFile.h"
@@ -12,7 +14,6 @@
 #include "host/terminal/Failure.h"
 #include "host/terminal/ForEachFile.h"
 #include "host/terminal/FormatText.h"
-#include "host/terminal/Interrupt.h"
 #include "host/terminal/Progress.h"
 
 #include <cmath>
@@ -30,11 +31,15 @@ constexpr const char* kAboutPlot =
     "channels; a full-scale sine in all of them is at 0 dBFS.\n\n";
 
 struct PlotOptions {
-    std::string input;
-    std::string output;  // empty for a name next to the input
+    std::vector<std::string> inputs;
+    std::string output;  // a file, an existing folder, or empty for a name next to each input
+    std::optional<TimePoint> start;
+    std::optional<TimePoint> end;
     PictureSize size;
     double floor = -120;  // of the spectrogram, in dBFS
+    bool byOctaves = false;
     bool force = false;
+    unsigned jobs = 1;
 };
 
 constexpr int kMaxChannels = 1024;  // bounds the memory
@@ -42,72 +47,71 @@ constexpr int kMaxLanes = 8;
 
 // One lane per channel, or one for all if there are too many.
 std::vector<std::string> LaneNames(const XAudioWFX& format) {
-    const int channels = format.Channels();
-    if (channels == 1) return {"mono"};
-    if (channels > kMaxLanes) return {"all channels"};
-    auto speakers = SpeakerNames(ChannelMaskOf(format));
-    if (static_cast<int>(speakers.size()) == channels) return speakers;
-    if (channels == 2) return {"left", "right"};
-    std::vector<std::string> names;
-    for (int i = 1; i <= channels; ++i) names.push_back("channel " + std::to_string(i));
-    return names;
+    if (format.Channels() > kMaxLanes) return {"all channels"};
+    return ChannelNames(format);
 }
 
-void ReadAll(FrameReader& reader, Envelope& envelope, Spectrogram& spectrogram, Progress::Share& share) {
-    for (auto frames = reader.Read(); !frames.empty(); frames = reader.Read()) {
-        Interrupt::Check();
-        envelope.Add(frames);
-        spectrogram.Add(frames);
-        const auto count = static_cast<int64_t>(frames.size()) / reader.Format().Channels();
-        share.Advance(count, static_cast<double>(count) / reader.Format().SamplesPerSec());
-    }
-    spectrogram.Finish();
+// "0:01:30.000", or of a part "0:01:30.000 to 0:02:00.000".
+std::string DescribeTimes(const PlotOptions& options, double start, double seconds) {
+    const auto text = [](double time) { return FormatDuration(std::llround(time * 1000)); };
+    const bool isPart = options.start || options.end;
+    return isPart ? text(start) + " to " + text(start + seconds) : text(seconds);
+}
+
+std::string NothingToPlot(const PlotOptions& options) {
+    return options.start ? "has no audio at --start or after it" : "holds no audio";
 }
 
 // A file that is cut off is drawn as far as it goes, and then reported.
-void Plot(const PlotOptions& options, const fs::path& target, CommandContext context, Progress& progress) {
-    FrameReader reader(options.input, target.parent_path(), context);
+void Plot(const std::string& input, const fs::path& target, const PlotOptions& options,
+          CommandContext context, Progress& progress) {
+    FrameReader reader(input, target.parent_path(), context, {options.start, options.end});
     const XAudioWFX& format = reader.Format();
     if (format.Channels() > kMaxChannels) throw Failure("has too many channels: " + DescribeFormat(format));
-    RefuseToReplaceInput(options.input, target);
+    RefuseToReplaceInput(input, target);
     OutputFile output(target, options.force);
 
     const std::vector<std::string> lanes = LaneNames(format);
     const PlotLayout layout(options.size, lanes.size());
     const auto columns = static_cast<size_t>(layout.Spectrogram().width);
     const auto rows = static_cast<size_t>(layout.Spectrogram().height);
-    Envelope envelope(format.Channels(), lanes.size() == 1, columns);
-    Spectrogram spectrogram({format.Channels(), rows, columns, options.floor, reader.ExpectedFrames()});
-    Progress::Share share(progress, reader.ExpectedFrames());
-    ReadAll(reader, envelope, spectrogram, share);
-    const std::string complaint = reader.Complaint();
-    if (envelope.Frames() == 0) throw Failure(complaint.empty() ? "holds no audio" : complaint);
-
     const double rate = format.SamplesPerSec();
+    const FrequencyScale scale(rate / 2, options.byOctaves);
+    Envelope envelope(format.Channels(), lanes.size() == 1, columns);
+    Spectrogram spectrogram(
+        {format.Channels(), rows, columns, options.floor, reader.ExpectedFrames(), scale});
+    Progress::Share share(progress, reader.ExpectedFrames());
+    ReadFrames(reader, input, share, context.console, [&](std::span<const double> frames) {
+        envelope.Add(frames);
+        spectrogram.Add(frames);
+    });
+    spectrogram.Finish();
+    const std::string complaint = reader.Complaint();
+    if (envelope.Frames() == 0) throw Failure(complaint.empty() ? NothingToPlot(options) : complaint);
+
+    const double start = static_cast<double>(reader.Start()) / rate;
     const double seconds = static_cast<double>(envelope.Frames()) / rate;
-    const std::string details = DescribeFormat(format) + ", " + FormatDuration(std::llround(seconds * 1000));
-    PlotPicture picture(layout, {Visible(fs::path(options.input).filename().native()), details, lanes,
-                                 seconds, rate / 2, options.floor});
+    const std::string details = DescribeFormat(format) + ", " + DescribeTimes(options, start, seconds);
+    PlotPicture picture(layout, {Visible(fs::path(input).filename().native()), details, lanes, start, seconds,
+                                 scale, options.floor});
     picture.Draw(envelope, spectrogram);
     picture.WritePNG(output.File());
     output.Commit();
-    if (reader.NonFinite() > 0) {
-        const char* are = reader.NonFinite() == 1 ? " is infinite or NaN" : " are infinite or NaN";
-        context.console.Note(options.input, "note: " + Counted(reader.NonFinite(), "sample") + are);
-    }
     context.console.Summary(target.native(), share.Outcome());
     if (!complaint.empty()) throw Failure(complaint);
 }
 
 bool PlotCommand(const PlotOptions& options, CommandContext context) {
-    fs::path target = options.output;
-    if (target.empty()) target = fs::path(options.input).replace_extension(".png");
-    if (target.extension() != ".png") throw UsageError("'" + options.output + "' should end in .png");
-    const std::vector<std::string> inputs = {options.input};
-    Progress progress(context.console, fs::path(options.input).filename(), 1);
-    return ForEachFile(inputs, 1, context.console, [&](size_t) {
-        NoteInterruptedEdit(options.input, context.console);
-        Plot(options, target, context, progress);
+    RefuseReversed(options.start, options.end);
+    const std::vector<std::string>& inputs = options.inputs;
+    const std::vector<fs::path> targets = OutputNames(inputs, options.output, ".png");
+    for (const fs::path& target : targets) {
+        if (target.extension() != ".png") throw UsageError("'" + options.output + "' should end in .png");
+    }
+    Progress progress(context.console, fs::path(inputs[0]).filename(), static_cast<int>(inputs.size()));
+    return ForEachFile(inputs, options.jobs, context.console, [&](size_t i) {
+        NoteInterruptedEdit(inputs[i], context.console);
+        Plot(inputs[i], targets[i], options, context, progress);
     });
 }
 
@@ -133,11 +137,13 @@ void AddPlot(CLI::App& app, CommandLine& line) {
     auto& options = line.Keep<PlotOptions>();
     CLI::App* command = app.add_subcommand("plot", "Plot the waveform and spectrogram of any audio file");
     line.OnCommand(command, PlotCommand, options);
-    command->add_option("IN", options.input, "Wave64, WAV, RF64, AIFF, FLAC, CAF ...")
+    command->add_option("IN", options.inputs, "Wave64, WAV, RF64, AIFF, FLAC, CAF ...")
         ->required()
         ->type_name("");
-    command->add_option("-o,--output", options.output, "A .png file; default: one next to IN")
+    command->add_option("-o,--output", options.output, "A .png file or a folder; default: a .png next to IN")
         ->type_name("OUT");
+    AddRange(command, options.start, options.end);
+    command->add_flag("--log", options.byOctaves, "Logarithmic axis of frequencies, from 20 Hz");
     command
         ->add_option_function<std::string>(
             "--size", [&options](const std::string& size) { options.size = ParseSize(size); },
@@ -149,7 +155,8 @@ void AddPlot(CLI::App& app, CommandLine& line) {
         ->type_name("DB")
         ->capture_default_str();
     AddForce(command, options.force);
-    SetFooter(command, kAboutPlot);
+    AddJobs(command, options.jobs);
+    SetFooter(command, std::string(kAboutPlot) + kAboutPlaces);
 }
 
 }  // namespace w64

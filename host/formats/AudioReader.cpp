@@ -37,13 +37,12 @@ std::string DescribeLoss(const Salvage& salvage) {
 }  // namespace
 
 AudioReader::AudioReader(const std::string& path, const std::optional<fs::path>& copyFolder,
-                         const CommandContext& context)
+                         const CommandContext& context, const AudioRange& range)
     : path_(path) {
     if (BeginsLikeWave64(path)) {
-        OpenWave64(copyFolder, context);
+        OpenWave64(copyFolder, context, range);
     } else {
-        source_.emplace(path);
-        format_.Assign(&source_->Format().Format);
+        OpenOther(range);
     }
     const bool isKnown = XAudioRdWr::HasLayout(format_.WFXFormatTag(), format_.BitsPerSample());
     if (!isKnown || format_.Channels() == 0 || format_.SamplesPerSec() == 0) {
@@ -51,30 +50,73 @@ AudioReader::AudioReader(const std::string& path, const std::optional<fs::path>&
     }
 }
 
-void AudioReader::OpenWave64(const std::optional<fs::path>& copyFolder, const CommandContext& context) {
+void AudioReader::OpenWave64(const std::optional<fs::path>& copyFolder, const CommandContext& context,
+                             const AudioRange& range) {
     if (Wave64File(path_).MissingBytes() > 0 || HidesAudio(path_)) {
         if (!copyFolder) throw Failure(WithDamage("the audio is not whole", path_));
         salvage_ = PlanSalvage(path_, *copyFolder);
     }
     library_.emplace(PluginLibrary::OfWave64(context.plugin));
     decoder_.emplace(*library_, context.traceDescriptor);
-    const bool isToStop = salvage_ && salvage_->isToStop;
-    decoder_->SetDecodeRange(0, isToStop ? salvage_->frames : DecoderInstance::kPastTheEnd);
+    const fs::path source = salvage_ ? salvage_->source : fs::path(path_);
+    std::optional<int64_t> stored;  // frames
+    {  // the list of chunks, which may be long, is gone when the decoder makes its own
+        Wave64File file(source);
+        if (file.Format()) SetRange(range, file.Format()->SamplesPerSec());
+        stored = file.Frames();
+    }
+    const int64_t last = salvage_ && salvage_->isToStop ? salvage_->frames : DecoderInstance::kPastTheEnd;
+    if (stored) {
+        decoder_->SetDecodeRange(start_, std::min(end_, last));
+        position_ = start_;
+    } else {  // a stored block is not a frame
+        decoder_->SetDecodeRange(0, last);
+    }
     try {
-        decoder_->Open(salvage_ ? salvage_->source : fs::path(path_), kvOpenDecode | kvOpenAudioInfo);
+        decoder_->Open(source, kvOpenDecode | kvOpenAudioInfo);
     } catch (const DecoderFailure& failure) {
         throw Failure(WithDamage(failure.what(), path_));
     }
     format_ = decoder_->Format();
-}
-
-int64_t AudioReader::ExpectedFrames() const {
-    if (source_) return source_->Frames();
     const double seconds = static_cast<double>(decoder_->Info().LengthMilliseconds) / 1000;
-    return std::llround(std::clamp(seconds * format_.SamplesPerSec(), 0.0, 1e18));
+    const auto estimate = std::llround(std::clamp(seconds * format_.SamplesPerSec(), 0.0, 1e18));
+    frames_ = std::min<int64_t>(stored.value_or(estimate), last);
 }
 
-std::span<const uint8_t> AudioReader::Read() try {
+void AudioReader::OpenOther(const AudioRange& range) {
+    source_.emplace(path_);
+    format_.Assign(&source_->Format().Format);
+    frames_ = source_->Frames();
+    SetRange(range, format_.SamplesPerSec());
+    if (start_ > 0 && source_->Seek(start_)) position_ = start_;
+}
+
+void AudioReader::SetRange(const AudioRange& range, uint32_t framesPerSecond) {
+    if (range.start) start_ = range.start->Frame(framesPerSecond);
+    if (range.end) end_ = range.end->Frame(framesPerSecond);
+    if (start_ > end_) throw Failure("--start is after --end");
+}
+
+int64_t AudioReader::ExpectedFrames() const { return std::max(std::min(end_, frames_) - start_, int64_t{0}); }
+
+std::span<const uint8_t> AudioReader::Read() {
+    const int64_t frameBytes = format_.BlockAlign();
+    while (position_ < end_) {
+        const auto block = ReadBlock();
+        if (block.empty()) break;
+        const int64_t frames = static_cast<int64_t>(block.size()) / frameBytes;
+        const int64_t from = std::clamp<int64_t>(start_ - position_, 0, frames);
+        const int64_t to = std::clamp(end_ - position_, from, frames);
+        position_ += frames;
+        if (from < to) {
+            return block.subspan(static_cast<size_t>(from * frameBytes),
+                                 static_cast<size_t>((to - from) * frameBytes));
+        }
+    }
+    return {};
+}
+
+std::span<const uint8_t> AudioReader::ReadBlock() try {
     if (source_) return source_->Read();
     while (const auto bytes = decoder_->Read()) {
         if (!bytes->empty()) return *bytes;

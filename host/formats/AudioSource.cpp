@@ -176,6 +176,13 @@ bool AudioSource::IsOfUnknownLength() const {
     }
 }
 
+bool AudioSource::Seek(int64_t frame) {
+    if (info_.seekable == 0 || IsOfUnknownLength()) return false;
+    framesRead_ = std::min(frame, info_.frames);
+    if (sf_seek(file_.get(), framesRead_, SEEK_SET) < 0) throw Failure(sf_strerror(file_.get()));
+    return true;
+}
+
 std::span<const uint8_t> AudioSource::Read() {
     if (!failure_.empty()) throw Failure(failure_);
     const sf_count_t frames = ReadFrames();

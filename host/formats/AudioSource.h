@@ -32,6 +32,9 @@ public:
     // For a file that is cut off, what is missing and what is there, as a sentence; else empty.
     std::string DescribeCut() const;
 
+    // Where to read on. False, and nothing is done, where the frames are not counted.
+    [[nodiscard]] bool Seek(int64_t frame);
+
     // The next interleaved frames, valid until the next call; empty at the end. Fails if the audio ends too soon.
     std::span<const uint8_t> Read();
 

@@ -15,11 +15,12 @@ class FrameReader {
 public:
     // Reads what is there of a damaged Wave64 file, if need be from a repaired copy in `copyFolder`.
     FrameReader(const std::string& path, const std::filesystem::path& copyFolder,
-                const CommandContext& context)
-        : audio_(path, copyFolder, context) {}
+                const CommandContext& context, const AudioRange& range = {})
+        : audio_(path, copyFolder, context, range) {}
 
     const XAudioWFX& Format() const { return audio_.Format(); }
     int64_t ExpectedFrames() const { return audio_.ExpectedFrames(); }
+    int64_t Start() const { return audio_.Start(); }
 
     // The next frames, valid until the next call; empty at the end.
     std::span<const double> Read();

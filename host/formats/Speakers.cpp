@@ -1,5 +1,7 @@
 #include "host/formats/Speakers.h"
 
+#include "host/terminal/FormatText.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -58,6 +60,17 @@ std::vector<std::string> SpeakerNames(uint32_t channelMask) {
         if ((channelMask >> bit & 1) == 0) continue;
         names.push_back(bit < kSpeakers.size() ? kSpeakers[bit].name : "speaker " + std::to_string(bit + 1));
     }
+    return names;
+}
+
+std::vector<std::string> ChannelNames(const XAudioWFX& format) {
+    const int channels = format.Channels();
+    if (channels == 1) return {"mono"};
+    auto speakers = SpeakerNames(ChannelMaskOf(format));
+    if (static_cast<int>(speakers.size()) == channels) return speakers;
+    if (channels == 2) return {"left", "right"};
+    std::vector<std::string> names;
+    for (int i = 1; i <= channels; ++i) names.push_back("channel " + std::to_string(i));
     return names;
 }
 

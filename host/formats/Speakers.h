@@ -1,5 +1,7 @@
 #pragma once
 
+#include "audio/format/XAudioWFX.h"
+
 #include <cstdint>
 #include <span>
 #include <string>
@@ -12,6 +14,9 @@ namespace w64 {
 
 // "front left", "low frequency" ... in the order of the channels.
 std::vector<std::string> SpeakerNames(uint32_t channelMask);
+
+// What to call each channel: "mono", by its speaker, or "channel 3" where no mask names exactly one for each.
+std::vector<std::string> ChannelNames(const XAudioWFX& format);
 
 // 0 when no mask can say it, because the channels are in another order.
 uint32_t ChannelMaskFromMap(std::span<const int> map);

@@ -40,18 +40,22 @@ double TimeStep(double min) {
 }
 
 TimeLabels::TimeLabels(double end, double step) {
-    if (end >= kMinute) {
+    hasMinutes_ = end >= kMinute;
+    if (hasMinutes_) {
         unit_ = end < kHour ? "min:s" : "h:min:s";
-        return;
+    } else {
+        unit_ = end < 0.1 ? "ms" : "s";
+        perSecond_ = end < 0.1 ? 1000 : 1;
     }
-    unit_ = end < 0.1 ? "ms" : "s";
-    perSecond_ = end < 0.1 ? 1000 : 1;
     decimals_ = std::max(0, -static_cast<int>(std::floor(std::log10(step * perSecond_ * 1.001))));
 }
 
 std::string TimeLabels::operator()(double seconds) const {
-    if (unit_.find(':') != std::string::npos) return FormatMinutes(seconds);
-    return Print("%.*f", decimals_, seconds * perSecond_);
+    if (!hasMinutes_) return Print("%.*f", decimals_, seconds * perSecond_);
+    const double parts = std::pow(10, decimals_);
+    const double rounded = std::round(seconds * parts) / parts;
+    const double whole = std::floor(rounded);
+    return FormatMinutes(whole) + (decimals_ == 0 ? "" : Print("%.*f", decimals_, rounded - whole).substr(1));
 }
 
 std::string FrequencyLabel(double hertz) {

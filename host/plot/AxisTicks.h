@@ -18,6 +18,7 @@ public:
 
 private:
     std::string unit_;
+    bool hasMinutes_;
     double perSecond_ = 1;
     int decimals_ = 0;
 };

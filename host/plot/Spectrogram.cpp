@@ -11,8 +11,12 @@ namespace w64 {
 
 namespace {
 
-// Two to four bins per band.
-size_t PointsFor(size_t rows) { return std::bit_floor(8 * rows); }
+constexpr double kRounding = 1e-9;  // of places on the scale
+
+// Two to four bins per band, and by octaves enough to tell low notes apart.
+size_t PointsFor(const Spectrogram::Shape& shape) {
+    return std::bit_floor((shape.scale.IsByOctaves() ? 64 : 8) * shape.rows);
+}
 
 // A size proportional to the square root of the length makes a window about as wide in the picture as its main lobe
 // is high, or somewhat wider, which suits music. Resolution finer than a band is not needed.
@@ -51,11 +55,16 @@ std::vector<double> KaiserWindow(size_t size, double attenuation) {
 
 Spectrogram::Spectrogram(const Shape& shape)
     : channels_(static_cast<size_t>(shape.channels)), rows_(shape.rows), maxColumns_(2 * shape.columns),
-      buffer_(PointsFor(rows_)), fftTables_(buffer_.size() / 2), bins_(buffer_.size() / 2 + 1) {
+      buffer_(PointsFor(shape)), fftTables_(buffer_.size() / 2), bins_(buffer_.size() / 2 + 1) {
     constexpr double kMargin = 10;  // for several lines that leak into the same bin
     const auto frames = std::max<int64_t>(shape.expectedFrames, 0);
     window_ = KaiserWindow(WindowSize(frames, buffer_.size()), kMargin - shape.floor);
     latest_.resize(channels_);
+    for (size_t row = 0; row <= rows_; ++row) {
+        const double place = static_cast<double>(row) / static_cast<double>(rows_);
+        edges_.push_back(shape.scale.At(place) / shape.scale.Highest() *
+                         static_cast<double>(bins_.size() - 1));
+    }
 
     // With a hop of at most a quarter window every frame has about the same weight; the windows then take a few times
     // as long as reading the audio.
@@ -128,16 +137,26 @@ void Spectrogram::AddPower(const double* samples) {
 
 void Spectrogram::EndColumn() {
     const double mean = 1.0 / static_cast<double>(windows_ * channels_);
-    for (size_t row = 0; row < rows_; ++row) {
-        const auto bin = [&](size_t r) {
-            return bins_.begin() + static_cast<std::ptrdiff_t>(r * (bins_.size() - 1) / rows_);
-        };
-        const auto highest = std::max_element(bin(row), bin(row + 1));
-        powers_.push_back(static_cast<float>(PeakPower(static_cast<size_t>(highest - bins_.begin())) * mean));
-    }
+    for (size_t row = 0; row < rows_; ++row) powers_.push_back(static_cast<float>(PowerOfRow(row) * mean));
     std::ranges::fill(bins_, 0.0);
     windows_ = 0;
     if (Columns() == maxColumns_) MergePairs();
+}
+
+double Spectrogram::PowerOfRow(size_t row) const {
+    const double low = edges_[row];
+    const double high = edges_[row + 1];
+    if (high - low < 1) return PowerBetween((low + high) / 2);
+    const auto first = bins_.begin() + static_cast<std::ptrdiff_t>(low + kRounding);
+    const auto end = bins_.begin() + static_cast<std::ptrdiff_t>(high + kRounding);
+    return PeakPower(static_cast<size_t>(std::max_element(first, end) - bins_.begin()));
+}
+
+// On a straight line in dB.
+double Spectrogram::PowerBetween(double bin) const {
+    const auto below = std::min(static_cast<size_t>(bin), bins_.size() - 2);
+    const double share = bin - static_cast<double>(below);
+    return std::pow(bins_[below], 1 - share) * std::pow(bins_[below + 1], share);
 }
 
 // The peak of a spectral line between two bins, by parabolic interpolation of three bins in dB. The correction is

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/plot/FrequencyScale.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -11,15 +13,17 @@ namespace w64 {
 // The spectrogram of audio of any length: the power in each frequency band, column by column. Power is the mean
 // over all channels, and over windows that overlap enough for every frame to count. A column covers a power of two
 // of frames; when there are twice as many columns as needed, pairs are merged.
-// Units:  power 1 is that of a full-scale sine; a band has the power of its highest peak.
+// Units:  power 1 is that of a full-scale sine; a band has the power of its highest peak. Between bins, a band narrower than
+//         these has the power that leads from one to the other.
 class Spectrogram {
 public:
     struct Shape {
         int channels;
-        size_t rows;             // bands of equal width, from 0 to half the sample rate
-        size_t columns;          // min, if there are enough frames; max is twice that
-        double floor;            // in dB, -60 or less: window leakage stays below it
-        int64_t expectedFrames;  // an estimate that decides the window size
+        size_t rows;                        // bands, of equal width on the scale of frequencies
+        size_t columns;                     // min, if there are enough frames; max is twice that
+        double floor;                       // in dB, -60 or less: window leakage stays below it
+        int64_t expectedFrames;             // an estimate that decides the window size
+        FrequencyScale scale = {1, false};  // whose highest frequency is half the sample rate
     };
 
     explicit Spectrogram(const Shape& shape);
@@ -39,6 +43,8 @@ private:
     void AddWindow(int64_t start);
     void AddPower(const double* samples);
     void EndColumn();
+    double PowerOfRow(size_t row) const;
+    double PowerBetween(double bin) const;
     double PeakPower(size_t bin) const;
     void MergePairs();
 
@@ -58,8 +64,9 @@ private:
     std::array<int, 2> fftIndices_{};
     std::vector<double> fftTables_;
 
-    std::vector<double> bins_;  // power sums of the current column
-    size_t windows_ = 0;        // windows in the current column
+    std::vector<double> edges_;  // of the rows, in bins
+    std::vector<double> bins_;   // power sums of the current column
+    size_t windows_ = 0;         // windows in the current column
     std::vector<float> powers_;
 };
 

@@ -2,6 +2,7 @@
 #include "SoundFile.h"
 #include "host/plot/AxisTicks.h"
 #include "host/plot/Envelope.h"
+#include "host/plot/FrequencyScale.h"
 #include "host/plot/PlotLayout.h"
 #include "host/plot/Spectrogram.h"
 
@@ -39,6 +40,15 @@ public:
                                static_cast<ptrdiff_t>(row) * cairo_image_surface_get_stride(image_.get()) +
                                static_cast<ptrdiff_t>(column) * 4;
         return pixel[0] + pixel[1] + pixel[2];
+    }
+
+    std::vector<int> Brightnesses(const PictureArea& area) const {
+        std::vector<int> all;
+        for (int y = 0; y < area.height; ++y) {
+            for (int x = 0; x < area.width; ++x)
+                all.push_back(Brightness(area, (x + 0.5) / area.width, (y + 0.5) / area.height));
+        }
+        return all;
     }
 
 private:
@@ -79,30 +89,42 @@ TEST_F(Plot, TimeFrequencyAndLevelRunTheRightWay) {
     EXPECT_GT(power(0.8, 17000), 250);
     for (const auto& [x, hertz] : {std::pair(0.2, 17000.0), {0.8, 5000.0}, {0.3, 11000.0}})
         EXPECT_LT(power(x, hertz), 150) << x << ", " << hertz;
+
+    shop.Do("w64 plot a.wav --size 640x400 --log -o log.png");
+    const Picture byOctaves(shop.Path() / "log.png");
+    const FrequencyScale scale(22050, true);
+    for (const auto& [x, hertz, isThere] :
+         {std::tuple(0.2, 5000.0, true), {0.8, 17000.0, true}, {0.8, 5000.0, false}}) {
+        const int brightness = byOctaves.Brightness(layout.Spectrogram(), x, scale.PlaceOf(hertz));
+        EXPECT_EQ(brightness > 200, isThere) << x << ", " << hertz;
+    }
 }
 
 TEST(Spectrogram, SineIsALineOfItsLevelAndNothingElse) {
     constexpr int64_t kFrames = 60'000;
     constexpr size_t kRows = 200;
     constexpr double kRate = 48000;
-    const std::tuple<double, double, int64_t> cases[] = {{1000, -120, kFrames},      {1017.3, -220, kFrames},
-                                                         {20011, -120, kFrames},     {5000, -60, 0},
-                                                         {1000, -120, kFrames / 50}, {1000, -120, INT64_MAX}};
-    for (const auto& [hertz, floor, expectedFrames] : cases) {
+    const FrequencyScale evenly(kRate / 2, false);
+    const FrequencyScale byOctaves(kRate / 2, true);
+    const std::tuple<double, double, int64_t, FrequencyScale> cases[] = {
+        {1000, -120, kFrames, evenly},   {1017.3, -220, kFrames, evenly},    {20011, -120, kFrames, evenly},
+        {5000, -60, 0, evenly},          {1000, -120, kFrames / 50, evenly}, {1000, -120, INT64_MAX, evenly},
+        {440, -120, kFrames, byOctaves}, {20011, -220, kFrames, byOctaves}};
+    for (const auto& [hertz, floor, expectedFrames, scale] : cases) {
         SCOPED_TRACE(testing::Message() << hertz << " Hz, " << expectedFrames << " frames expected");
         std::vector<double> samples;  // stereo, the second channel silent
         for (int64_t i = 0; i < kFrames; ++i) {
             samples.push_back(std::sin(2 * std::numbers::pi * hertz * static_cast<double>(i) / kRate));
             samples.push_back(0);
         }
-        Spectrogram spectrogram({2, kRows, 100, floor, expectedFrames});
+        Spectrogram spectrogram({2, kRows, 100, floor, expectedFrames, scale});
         AddInBlocks(spectrogram, samples, 2 * 1237);
         spectrogram.Finish();
 
         const auto columns = static_cast<int64_t>(spectrogram.Columns());
         EXPECT_TRUE(columns >= 100 && columns <= 200) << columns;
         EXPECT_EQ(columns, (kFrames + spectrogram.FramesPerColumn() - 1) / spectrogram.FramesPerColumn());
-        const double line = hertz / (kRate / 2) * kRows;
+        const double line = scale.PlaceOf(hertz) * kRows;
         for (size_t i = 0; i < spectrogram.Columns(); ++i) {
             const auto column = spectrogram.Column(i);
             const auto highest = std::max_element(column.begin(), column.end());
@@ -110,8 +132,9 @@ TEST(Spectrogram, SineIsALineOfItsLevelAndNothingElse) {
             EXPECT_NEAR(10 * std::log10(*highest), -3.01, 0.1);  // the mean over the channels
             double leak = 0;
             for (size_t row = 0; row < kRows; ++row) {
-                const double distance = std::abs(static_cast<double>(row) - line) / kRows * kRate / 2;
-                if (distance > 2500) leak = std::max(leak, static_cast<double>(column[row]));
+                const double place = (static_cast<double>(row) + 0.5) / kRows;
+                if (std::abs(scale.At(place) - hertz) > 2500)
+                    leak = std::max(leak, static_cast<double>(column[row]));
             }
             EXPECT_LT(10 * std::log10(leak), floor);
         }
@@ -150,6 +173,9 @@ TEST(AxisTicks, StepsAndLabels) {
     EXPECT_EQ(TimeLabels(5, 0.5)(1.5), "1.5");
     EXPECT_EQ(TimeLabels(0.05, 0.005)(0.045), "45");
     EXPECT_EQ(TimeLabels(7200, 600)(4200), "1:10:00");
+    EXPECT_EQ(TimeLabels(3661, 0.05)(3660.55), "1:01:00.55");
+    EXPECT_EQ(FrequencyScale(1000, false).Ticks(0.3), (std::vector<double>{0, 500, 1000}));
+    EXPECT_EQ(FrequencyScale(500, true).Ticks(0.1), (std::vector<double>{5, 10, 20, 50, 100, 200, 500}));
     EXPECT_EQ(FrequencyLabel(500), "500");
     EXPECT_EQ(FrequencyLabel(22500), "22.5k");
 }
@@ -157,12 +183,29 @@ TEST(AxisTicks, StepsAndLabels) {
 TEST_F(Plot, EveryKindOfFileGivesThePictureOfItsAudio) {
     shop.Do("mkdir b c && w64 sample a.w64 --seconds 1 && w64 decode a.w64 -o b.wav && mv b.wav b/a.w64 && "
             "w64 decode a.w64 -o c.flac && mv c.flac c/a.w64 && "
-            "for i in a b/a c/a; do w64 plot $i.w64 --size 800x400 --floor -180; done");
+            "w64 plot -j 3 a.w64 b/a.w64 c/a.w64 --size 800x400 --floor -180");
     const Bytes picture = shop.Read("a.png");
     EXPECT_EQ(Bytes(picture.begin() + 18, picture.begin() + 24),
               (Bytes{800 / 256, 800 % 256, 0, 0, 400 / 256, 400 % 256}));
     EXPECT_TRUE(shop.Read("b/a.png") == picture) << "of a WAV file";
     EXPECT_TRUE(shop.Read("c/a.png") == picture) << "of a FLAC file";
+}
+
+// As the plot of a file that holds only this part, with times of its own.
+TEST_F(Plot, PartOfAFileLiesWhereItIsInTheFile) {
+    shop.Do("w64 sample a.w64 --seconds 1 && w64 decode a.w64 -o a.flac && mkdir plots && "
+            "w64 decode a.w64 --start 0.2 --end 0.7 -o part.wav && w64 plot part.wav --size 640x400 && "
+            "w64 plot a.w64 --start 0.2 --end 0.7 --size 640x400 -o plots && "
+            "w64 plot a.flac --start 9600f --end 33600f --size 640x400");
+    const PlotLayout layout({640, 400}, 2);
+    const Picture part(shop.Path() / "part.png");
+    for (const char* name : {"plots/a.png", "a.png"}) {
+        const Picture picture(shop.Path() / name);
+        EXPECT_EQ(picture.Brightnesses(layout.Waveform()), part.Brightnesses(layout.Waveform())) << name;
+        EXPECT_EQ(picture.Brightnesses(layout.Spectrogram()), part.Brightnesses(layout.Spectrogram()))
+            << name;
+    }
+    EXPECT_FALSE(shop.Read("a.png") == shop.Read("part.png")) << "with the same times";
 }
 
 TEST_F(Plot, WhatIsNoNumberIsDrawnAsSilence) {
@@ -189,7 +232,10 @@ TEST_F(Plot, LosesAndPretendsNothing) {
     SoundFile(shop.Path() / "empty.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1).WriteRaw({});
     shop.ExpectRefused({{"plot a.w64", 1, "exists already"},
                         {"plot a.png -o b.png", 1, "a.png: "},
-                        {"plot empty.wav", 1, "holds no audio"}});
+                        {"plot empty.wav", 1, "holds no audio"},
+                        {"plot a.w64 -o b.png --start 1", 1, "has no audio at --start"},
+                        {"plot a.w64 -o b.png --start 0.5 --end 2f", 1, "--start is after --end"},
+                        {"plot a.w64 empty.wav -o b.png", 2, "several files need a folder"}});
     shop.Write("cut.w64", Slice(shop.Read("a.w64"), 0, 100'000));
     const Outcome outcome = shop.Run("w64 plot cut.w64 --size 640x400");  // as far as it goes
     EXPECT_EQ(outcome.status, 1);
