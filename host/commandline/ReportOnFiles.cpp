@@ -4,30 +4,65 @@
 #include "host/terminal/StandardOutput.h"
 
 #include <iostream>
+#include <map>
+#include <mutex>
 #include <nlohmann/json.hpp>
+#include <sstream>
+#include <utility>
 
 namespace w64 {
 
+namespace {
+
+// Prints texts in the order of their numbers, each when all before it are there.
+// Threads: any.
+class InOrder {
+public:
+    void Print(size_t number, std::string text) {
+        const std::lock_guard lock(access_);
+        waiting_[number] = std::move(text);
+        for (auto next = waiting_.find(next_); next != waiting_.end(); next = waiting_.find(++next_)) {
+            std::cout << next->second;
+            waiting_.erase(next);
+        }
+    }
+
+private:
+    std::mutex access_;
+    std::map<size_t, std::string> waiting_;
+    size_t next_ = 0;
+};
+
+}  // namespace
+
 bool ReportOnFiles(std::span<const std::string> files, bool asJSON, Console& console,
                    const std::function<void(size_t, Json*)>& describe) {
-    const char* separator = "\n";
-    const auto print = [&](const Json& json) {
+    return ReportOnFiles(files, asJSON, 1, console,
+                         [&](size_t i, std::ostream&, Json* json) { describe(i, json); });
+}
+
+bool ReportOnFiles(std::span<const std::string> files, bool asJSON, unsigned jobs, Console& console,
+                   const std::function<void(size_t, std::ostream&, Json*)>& describe) {
+    InOrder output;
+    const auto finish = [&](size_t i, std::ostringstream& text, const Json& json) {
         // File names may not be UTF-8.
-        std::cout << separator << json.dump(2, ' ', false, Json::error_handler_t::replace);
-        separator = ",\n";
+        if (asJSON) {
+            text << (i == 0 ? "\n" : ",\n") << json.dump(2, ' ', false, Json::error_handler_t::replace);
+        }
+        output.Print(i, text.str());
     };
     if (asJSON) std::cout << "[";
-    const bool allDone = ForEachFile(files, 1, console, [&](size_t i) {
-        if (!asJSON) return describe(i, nullptr);
+    const bool allDone = ForEachFile(files, jobs, console, [&](size_t i) {
+        std::ostringstream text;
         Json json = {{"file", files[i]}};
         try {
-            describe(i, &json);
+            describe(i, text, asJSON ? &json : nullptr);
         } catch (const std::exception& failure) {
             json["error"] = failure.what();
-            print(json);
+            finish(i, text, json);
             throw;
         }
-        print(json);
+        finish(i, text, json);
     });
     if (asJSON) std::cout << "\n]\n";
     FlushStandardOutput();

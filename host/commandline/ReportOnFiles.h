@@ -3,6 +3,7 @@
 #include "host/terminal/Console.h"
 
 #include <functional>
+#include <iosfwd>
 #include <nlohmann/json_fwd.hpp>
 #include <span>
 #include <string>
@@ -16,5 +17,11 @@ using Json = nlohmann::ordered_json;  // keeps the order in which keys are added
 // Errors: as ForEachFile; Failure when standard output cannot be written.
 [[nodiscard]] bool ReportOnFiles(std::span<const std::string> files, bool asJSON, Console& console,
                                  const std::function<void(size_t, Json*)>& describe);
+
+// The same, `jobs` files at a time: `describe` writes its text to the stream that it is given. The texts are printed
+// in the order of the files.
+[[nodiscard]] bool ReportOnFiles(std::span<const std::string> files, bool asJSON, unsigned jobs,
+                                 Console& console,
+                                 const std::function<void(size_t, std::ostream&, Json*)>& describe);
 
 }  // namespace w64

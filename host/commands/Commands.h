@@ -12,6 +12,7 @@ void AddCheck(CLI::App& app, CommandLine& line);
 void AddRepair(CLI::App& app, CommandLine& line);
 void AddMD5(CLI::App& app, CommandLine& line);
 void AddCompare(CLI::App& app, CommandLine& line);
+void AddStats(CLI::App& app, CommandLine& line);
 void AddTags(CLI::App& app, CommandLine& line);
 void AddOptions(CLI::App& app, CommandLine& line);
 void AddEncode(CLI::App& app, CommandLine& line);

@@ -35,6 +35,7 @@ constexpr const char* kExamples = R"(Examples:
   w64 repair song.w64                   finish an edit that was interrupted
   w64 md5 song.w64 song.flac            whether an archived copy has the same audio
   w64 compare song.w64 song.flac        where their audio first differs
+  w64 stats *.w64                       levels and loudness
   w64 tags set song.w64 "Title=The Song" Artist=Somebody
   w64 encode song.wav song.w64
   w64 sample test.w64 --channels 6
@@ -91,6 +92,7 @@ void Describe(CLI::App& app, CommandLine& line) {
     AddRepair(app, line);
     AddMD5(app, line);
     AddCompare(app, line);
+    AddStats(app, line);
     AddTags(app, line);
     AddOptions(app, line);
     AddEncode(app, line);
