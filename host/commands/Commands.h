@@ -18,6 +18,7 @@ void AddOptions(CLI::App& app, CommandLine& line);
 void AddEncode(CLI::App& app, CommandLine& line);
 void AddSample(CLI::App& app, CommandLine& line);
 void AddPlot(CLI::App& app, CommandLine& line);
+void AddReport(CLI::App& app, CommandLine& line);
 
 // Commands of `tags`.
 void AddTagExport(CLI::App* tags, CommandLine& line);

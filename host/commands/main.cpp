@@ -40,6 +40,7 @@ constexpr const char* kExamples = R"(Examples:
   w64 encode song.wav song.w64
   w64 sample test.w64 --channels 6
   w64 plot song.w64 -o song.png         waveform and spectrogram
+  w64 report *.w64 -o report.html       a page with all of that to look at
 )";
 
 using Names = std::vector<std::string>;
@@ -98,6 +99,7 @@ void Describe(CLI::App& app, CommandLine& line) {
     AddEncode(app, line);
     AddSample(app, line);
     AddPlot(app, line);
+    AddReport(app, line);
     AddHelp(app, line);
     app.footer(kExamples);
 }

@@ -1,0 +1,40 @@
+#include "host/plot/Thumbnail.h"
+
+#include "host/plot/AudioDrawing.h"
+
+#include <algorithm>
+
+namespace w64 {
+
+namespace {
+
+constexpr double kBlackLevel = -120;  // dB
+constexpr int kShades = 24;           // few enough for a small file, enough for a small picture
+
+}  // namespace
+
+Thumbnail::Thumbnail(int channels, int64_t expectedFrames)
+    : envelope_(channels, true, kWidth),
+      spectrogram_({channels, kSpectrogramHeight, kWidth, kBlackLevel, expectedFrames}) {}
+
+void Thumbnail::Add(std::span<const double> frames) {
+    envelope_.Add(frames);
+    spectrogram_.Add(frames);
+}
+
+std::vector<uint8_t> Thumbnail::Draw() {
+    std::vector<uint8_t> file;
+    if (envelope_.Frames() == 0) return file;
+    spectrogram_.Finish();
+    Canvas canvas({kWidth, kHeight});
+    DrawOutline(canvas, {0, 0, kWidth, kWaveformHeight}, envelope_, 0, std::max(envelope_.Peak(), 1.0), 1);
+    DrawSpectrogram(canvas, {0, kWaveformHeight, kWidth, kSpectrogramHeight}, spectrogram_,
+                    envelope_.Frames(), kBlackLevel, kShades);
+    canvas.WritePNG([&file](std::span<const uint8_t> bytes) {
+        file.insert(file.end(), bytes.begin(), bytes.end());
+        return true;
+    });
+    return file;
+}
+
+}  // namespace w64
