@@ -44,8 +44,16 @@ uint64_t ReadOuterSize(XFile& file) {
     return base::Load<uint64_t>(header.data() + 16);
 }
 
-ChunkWalk::ChunkWalk(XFile& file, uint64_t outerSize)
-    : file_(file), fileBytes_(file.Size()), outerSize_(outerSize) {}
+std::array<uint8_t, kOuterHeaderBytes> OuterHeaderOf(int64_t fileBytes) {
+    std::array<uint8_t, kOuterHeaderBytes> header;
+    base::Store(header.data(), ConvertToGUID(RIFFChnkID("RIFF")));
+    base::Store(header.data() + 16, fileBytes);
+    base::Store(header.data() + 24, ConvertToGUID(RIFFChnkID("WAVE")));
+    return header;
+}
+
+ChunkWalk::ChunkWalk(XFile& file, uint64_t outerSize, int64_t start)
+    : file_(file), fileBytes_(file.Size()), outerSize_(outerSize), position_(start) {}
 
 std::optional<WalkedChunk> ChunkWalk::Next() {
     Interrupt::Check();

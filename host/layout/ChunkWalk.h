@@ -39,6 +39,9 @@ struct WalkedChunk {
 // Errors: Failure, as a sentence, if the file does not begin with one.
 uint64_t ReadOuterSize(XFile& file);
 
+// The outer header of a file of that length.
+std::array<uint8_t, kOuterHeaderBytes> OuterHeaderOf(int64_t fileBytes);
+
 // The chunks of a file in order, by what is there: a wrong outer size hides none of them, and no size leads out
 // of the file or back. Only the last few bytes of a chunk's data are read.
 class ChunkWalk {
@@ -53,7 +56,8 @@ public:
     };
     static constexpr int64_t kMaxChunks = 450'000;  // the decoder's limit
 
-    ChunkWalk(XFile& file, uint64_t outerSize);
+    // `start` is where a chunk begins.
+    ChunkWalk(XFile& file, uint64_t outerSize, int64_t start = kOuterHeaderBytes);
 
     std::optional<WalkedChunk> Next();
 
@@ -77,7 +81,7 @@ private:
     XFile& file_;
     const int64_t fileBytes_;
     const uint64_t outerSize_;
-    int64_t position_ = kOuterHeaderBytes;
+    int64_t position_;
     int64_t lastDataEnd_ = 0;  // of the chunk before
     int64_t count_ = 0;
     std::optional<Stop> stop_;

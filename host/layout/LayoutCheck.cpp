@@ -2,6 +2,7 @@
 
 #include "audio/format/XAudioWFX.h"
 #include "base/LittleEndian.h"
+#include "host/layout/AudioExtent.h"
 #include "host/layout/ChunkKind.h"
 #include "host/layout/Wave64File.h"
 #include "host/terminal/Failure.h"
@@ -34,19 +35,6 @@ std::string Named(const WalkedChunk& chunk) {
 
 bool IsSummaryList(const WalkedChunk& chunk) { return CompareGUID(chunk.identifier, kSummaryListCode); }
 
-// Compressed formats have no fixed number of bytes per frame.
-bool HasFrames(const XAudioWFX& format) {
-    switch (format.WFXFormatTag()) {
-    case kTagPCM:
-    case kTagFloat:
-    case kTagALaw:
-    case kTagMuLaw:
-        return true;
-    default:
-        return false;
-    }
-}
-
 }  // namespace
 
 LayoutCheck::LayoutCheck(XFile& file) : file_(file), fileBytes_(file.Size()) {
@@ -62,6 +50,8 @@ LayoutCheck::LayoutCheck(XFile& file) : file_(file), fileBytes_(file.Size()) {
     CheckOuterSize(walk.StoppedBy());
     CheckWhatIsThere();
 }
+
+bool LayoutCheck::HasFaults() const { return std::ranges::any_of(findings_, &LayoutFinding::isFault); }
 
 std::string LayoutCheck::Summary() const {
     std::string text = Bytes(fileBytes_);
@@ -106,6 +96,7 @@ void LayoutCheck::CheckFit(const WalkedChunk& chunk) {
 
 void LayoutCheck::CheckPadding(const WalkedChunk& chunk) {
     if (EndsWithoutPadding()) {
+        lacksPadding_ = true;
         Odd("no padding", Named(chunk) + " ends the file with " + Bytes(chunk.paddingBytes) +
                               " of padding; " + Bytes(GetPaddingBytes(chunk.DataEnd())) +
                               " would make its length a multiple of 8.");
@@ -217,11 +208,13 @@ void LayoutCheck::CheckOuterSize(ChunkWalk::Stop stop) {
     if (outerSize_ != fileBytes && !OuterSizeFitsLastPadding()) {
         Fault("outer size", OuterFault(stop));
         const bool endsAudio = data_ && outerSize_ < static_cast<uint64_t>(data_->DataEnd());
-        const bool mayBeUnfinished = data_ && data_->dataBytes == 0;
-        if (endsAudio || mayBeUnfinished || outerSize_ > fileBytes) structureIsFaulty_ = true;
+        const auto audio = FindAudio(file_);
+        const bool isUnfinished = audio && audio->end > audio->chunk.DataEnd();
+        if (endsAudio || isUnfinished || outerSize_ > fileBytes) structureIsFaulty_ = true;
         return;
     }
     if (outerSize_ != fileBytes) {
+        lacksPadding_ = true;
         Odd("outer size", "The file header says that the file has " + Bytes(outerSize_) + "; it has " +
                               Bytes(fileBytes) + ". The difference is padding after the last chunk.");
     } else if (outerSize_ % 8 != 0 && !EndsWithoutPadding()) {

@@ -28,6 +28,11 @@ public:
 
     const std::vector<LayoutFinding>& Findings() const { return findings_; }
 
+    bool HasFaults() const;
+
+    // Padding after the last chunk is missing, in the file or in its outer size.
+    bool LacksPadding() const { return lacksPadding_; }
+
     // There is audio, and a normal decode fails or ends too soon.
     bool CallsForSalvage() const { return data_ && structureIsFaulty_; }
 
@@ -70,6 +75,7 @@ private:
     bool tagsBeforeAudio_ = false;
     bool tagsAfterAudio_ = false;
     bool structureIsFaulty_ = false;
+    bool lacksPadding_ = false;
     std::optional<WalkedChunk> format_;  // the first of its kind
     std::optional<WalkedChunk> data_;
     std::optional<WalkedChunk> fact_;
