@@ -4,6 +4,8 @@
 #include "host/files/InputFile.h"
 #include "host/files/JournalledEdit.h"
 #include "host/layout/LayoutCheck.h"
+#include "host/layout/RepairPlan.h"
+#include "host/terminal/Failure.h"
 #include "host/terminal/ForEachFile.h"
 #include "host/terminal/FormatText.h"
 #include "host/terminal/StandardOutput.h"
@@ -44,12 +46,23 @@ void PrintFindings(const Findings& findings, bool faults) {
     }
 }
 
-void Print(const std::string& name, const LayoutCheck& check, const Findings& findings, bool faultsOnly) {
+bool CanBeRepaired(InputFile& file) try {
+    return !PlanRepair(file).edit.ChangesNothing();
+} catch (const Failure&) {
+    return false;
+}
+
+void Print(const std::string& name, InputFile& file, const LayoutCheck& check, const Findings& findings,
+           bool faultsOnly) {
     if (faultsOnly && !HaveFaults(findings)) return;
     std::cout << Visible(name) << ": " << Verdict(findings) << " (" << check.Summary() << ")\n";
     PrintFindings(findings, true);
     if (!faultsOnly) PrintFindings(findings, false);
-    if (check.CallsForSalvage()) std::cout << "  w64 decode --salvage keeps the audio that is there.\n";
+    if (check.HasFaults() && CanBeRepaired(file)) {
+        std::cout << "  w64 repair makes it sound.\n";
+    } else if (check.CallsForSalvage()) {
+        std::cout << "  w64 decode --salvage keeps the audio that is there.\n";
+    }
 }
 
 bool CheckCommand(const CheckOptions& options, CommandContext context) {
@@ -63,7 +76,7 @@ bool CheckCommand(const CheckOptions& options, CommandContext context) {
         InputFile file(name);
         const LayoutCheck check(file);
         std::ranges::copy(check.Findings(), std::back_inserter(findings));
-        Print(name, check, findings, context.console.IsQuiet());
+        Print(name, file, check, findings, context.console.IsQuiet());
         allSound = allSound && !HaveFaults(findings);
     });
     FlushStandardOutput();

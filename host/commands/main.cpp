@@ -32,7 +32,7 @@ constexpr const char* kExamples = R"(Examples:
   w64 info song.w64
   w64 chunks song.w64                   where the audio, the tags and free space lie
   w64 check *.w64                       what is wrong or odd about files
-  w64 repair song.w64                   finish an edit that was interrupted
+  w64 repair broken.w64                 make a damaged recording a sound file
   w64 md5 song.w64 song.flac            whether an archived copy has the same audio
   w64 compare song.w64 song.flac        where their audio first differs
   w64 stats *.w64                       levels and loudness

@@ -17,11 +17,11 @@ constexpr const char* kJournal = ".a.w64.w64-journal";
 const Bytes kList = List({{"INAM", Text(u"Song")}});
 const Bytes kAudio = Pattern(6000);
 
-Wave64Bytes Padded(size_t bytes) {
+Wave64Bytes Padded(size_t bytes, std::optional<uint64_t> dataSize = {}) {
     return Wave64Bytes()
         .Fmt(1, 2, 48000, 24)
         .Chunk("junk", Bytes(bytes))
-        .Data(kAudio)
+        .Data(kAudio, dataSize)
         .Chunk("levl", Pattern(9));
 }
 
@@ -60,7 +60,7 @@ protected:
         shop.Configure(edit.options);
         Fill({{"a.w64", edit.file}});
         fs::remove(Log());
-        shop.Do(Recorded() + "w64 -q tags " + edit.edit);
+        shop.Do(Recorded() + "w64 -q " + edit.edit);
         return shop.Read("a.w64");
     }
 
@@ -82,15 +82,17 @@ protected:
 };
 
 const Case kCases[] = {
-    {"", "set a.w64 Title=x", Padded(4072).File()},
-    {"", "set a.w64 Artist=Somebody", Padded(4072).SummaryList(kList).File()},
-    {"", "set a.w64 Comment=" + std::string(700, 'c'), Padded(0).SummaryList(kList).File()},
-    {"", "set a.w64 Comment=" + std::string(200, 'c'),
+    {"", "tags set a.w64 Title=x", Padded(4072).File()},
+    {"", "tags set a.w64 Artist=Somebody", Padded(4072).SummaryList(kList).File()},
+    {"", "tags set a.w64 Comment=" + std::string(700, 'c'), Padded(0).SummaryList(kList).File()},
+    {"", "tags set a.w64 Comment=" + std::string(200, 'c'),
      Padded(0).SummaryList(kList).Chunk("junk", Bytes(40)).File()},
-    {"", "remove a.w64 --all", Padded(0).SummaryList(Pattern(900)).File()},
-    {"", "set a.w64 --move Year=1", Padded(300).SummaryList(kList).File()},
-    {"LISTPos=0", "set a.w64 Title=x", Padded(80'000).File()},
-    {"LISTPos=1", "set a.w64 Title=x", Padded(0).File()},  // moves
+    {"", "tags remove a.w64 --all", Padded(0).SummaryList(Pattern(900)).File()},
+    {"", "tags set a.w64 --move Year=1", Padded(300).SummaryList(kList).File()},
+    {"LISTPos=0", "tags set a.w64 Title=x", Padded(80'000).File()},
+    {"LISTPos=1", "tags set a.w64 Title=x", Padded(0).File()},  // moves
+    {"", "repair a.w64", Padded(4072, 24).File(0)},
+    {"", "repair a.w64", Resized(Padded(4072).File(), 11'000)},
 };
 
 }  // namespace
@@ -118,7 +120,7 @@ TEST_F(StillEdit, KilledAtAnyCallLeavesTheOldFileOrTheNewOne) {
         const auto& [options, edit, old] = c;
         for (int i = 1, status = 1; status != 0; ++i, ++changes) {
             Fill({{"a.w64", old}});
-            status = shop.Run(Recorded("DISK_KILL=" + std::to_string(i)) + "w64 -q tags " + edit).status;
+            status = shop.Run(Recorded("DISK_KILL=" + std::to_string(i)) + "w64 -q " + edit).status;
             const bool isPlain = shop.Read("a.w64") == old || shop.Read("a.w64") == edited;
             EXPECT_EQ(shop.Run("w64 check a.w64").output.find("interrupted") != std::string::npos,
                       HasInterruptedEdit(shop.Path() / "a.w64"));
@@ -147,7 +149,7 @@ TEST_F(StillEdit, AFailedCallLeavesTheOldFileOrTheNewOne) {
             const Outcome outcome =
                 shop.Run(Recorded(isOnce ? "DISK_FAIL=" + std::to_string(i)
                                          : "DISK_FAILS=999 DISK_FAIL=" + std::to_string(i - changes)) +
-                         "w64 -q tags " + edit);
+                         "w64 -q " + edit);
             EXPECT_TRUE(outcome.status == 0 || outcome.errors.starts_with("w64: a.w64: ")) << outcome.errors;
             const auto says = [&](const char* text) {
                 return outcome.errors.find(text) != std::string::npos;
