@@ -11,11 +11,6 @@ namespace {
 
 constexpr unsigned kMaxPadding = 1 << 24;
 
-TimePoint ParsePlace(const std::string& text) {
-    if (const auto place = TimePoint::Parse(text)) return *place;
-    throw CLI::ValidationError("'" + text + "' is neither a time (90, 1:30.5) nor a frame (12345f)");
-}
-
 std::string WrongPadding(const std::string& text) {
     unsigned bytes = 0;
     const bool isNumber = CLI::detail::lexical_cast(text, bytes);
@@ -56,13 +51,20 @@ void AddPadding(CLI::App* command, unsigned& bytes) {
         ->capture_default_str();
 }
 
+TimePoint ParsePlace(const std::string& text) {
+    if (const auto place = TimePoint::Parse(text)) return *place;
+    throw CLI::ValidationError("'" + text + "' is neither a time (90, 1:30.5) nor a frame (12345f)");
+}
+
+CLI::Option* AddPlace(CLI::App* command, const char* name, std::optional<TimePoint>& place,
+                      const char* help) {
+    return command->add_option_function<std::string>(
+        name, [&place](const std::string& text) { place = ParsePlace(text); }, help);
+}
+
 void AddRange(CLI::App* command, std::optional<TimePoint>& start, std::optional<TimePoint>& end) {
-    const auto add = [command](const char* name, std::optional<TimePoint>& place, const char* help) {
-        return command->add_option_function<std::string>(
-            name, [&place](const std::string& text) { place = ParsePlace(text); }, help);
-    };
-    add("--start", start, "Where to start")->type_name("START");
-    add("--end", end, "Where to stop")->type_name("END");
+    AddPlace(command, "--start", start, "Where to start")->type_name("START");
+    AddPlace(command, "--end", end, "Where to stop")->type_name("END");
 }
 
 void AddConversion(CLI::App* command, ConversionOptions& options) {

@@ -18,8 +18,12 @@ void AddJobs(CLI::App* command, unsigned& jobs);                         // defa
 void AddJSON(CLI::App* command, bool& json);
 void AddForce(CLI::App* command, bool& force);
 void AddPadding(CLI::App* command, unsigned& bytes);
+CLI::Option* AddPlace(CLI::App* command, const char* name, std::optional<TimePoint>& place, const char* help);
 void AddRange(CLI::App* command, std::optional<TimePoint>& start, std::optional<TimePoint>& end);
 void AddConversion(CLI::App* command, ConversionOptions& options);
+
+// Errors: CLI::ValidationError.
+TimePoint ParsePlace(const std::string& text);
 
 // The last lines of a command's help, after `text`.
 void SetFooter(CLI::App* command, const std::string& text);

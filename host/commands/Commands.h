@@ -10,6 +10,8 @@ void AddInfo(CLI::App& app, CommandLine& line);
 void AddChunks(CLI::App& app, CommandLine& line);
 void AddCheck(CLI::App& app, CommandLine& line);
 void AddRepair(CLI::App& app, CommandLine& line);
+void AddCopy(CLI::App& app, CommandLine& line);
+void AddSplit(CLI::App& app, CommandLine& line);
 void AddMD5(CLI::App& app, CommandLine& line);
 void AddCompare(CLI::App& app, CommandLine& line);
 void AddStats(CLI::App& app, CommandLine& line);

@@ -33,6 +33,9 @@ constexpr const char* kExamples = R"(Examples:
   w64 chunks song.w64                   where the audio, the tags and free space lie
   w64 check *.w64                       what is wrong or odd about files
   w64 repair broken.w64                 make a damaged recording a sound file
+  w64 copy song.w64 part.w64 --start 1:30 --end 2:00   without loss
+  w64 copy first.w64 second.w64 all.w64 joined
+  w64 split song.w64 --every 30m        in parts, without loss
   w64 md5 song.w64 song.flac            whether an archived copy has the same audio
   w64 compare song.w64 song.flac        where their audio first differs
   w64 stats *.w64                       levels and loudness
@@ -91,6 +94,8 @@ void Describe(CLI::App& app, CommandLine& line) {
     AddChunks(app, line);
     AddCheck(app, line);
     AddRepair(app, line);
+    AddCopy(app, line);
+    AddSplit(app, line);
     AddMD5(app, line);
     AddCompare(app, line);
     AddStats(app, line);

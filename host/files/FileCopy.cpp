@@ -6,6 +6,7 @@
 #include "host/terminal/Interrupt.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace w64 {
 
@@ -41,6 +42,23 @@ void CopyBeginning(const XFile& from, XFile& to, int64_t bytes, const std::funct
         if (end == done || from.Size() < bytes) throw Failure(kShorter);
         if (copied) copied(end - done);
         done = end;
+    }
+}
+
+void CopyRange(XFile& from, int64_t position, int64_t bytes, XFile& to,
+               const std::function<void(int64_t)>& copied) {
+    constexpr int64_t kPiece = 1 << 20;
+    std::vector<uint8_t> piece(static_cast<size_t>(std::min(kPiece, bytes)));
+    if (!from.SetPosition(position)) throw SystemFailure(kCannotCopy);
+    for (int64_t left = bytes; left > 0;) {
+        Interrupt::Check();
+        const auto size = static_cast<size_t>(std::min(kPiece, left));
+        errno = 0;
+        if (from.Read(piece.data(), size) < size)
+            throw errno == 0 ? Failure(kShorter) : SystemFailure(kCannotCopy);
+        if (!to.Write(piece.data(), size)) throw SystemFailure("cannot write");
+        left -= static_cast<int64_t>(size);
+        if (copied) copied(static_cast<int64_t>(size));
     }
 }
 

@@ -17,4 +17,9 @@ bool CanShareBlocks(const XFile& from, const std::filesystem::path& folder);
 void CopyBeginning(const XFile& from, XFile& to, int64_t bytes,
                    const std::function<void(int64_t)>& copied = {});
 
+// Copies bytes from anywhere in a file to the position of another.
+// Errors: Failure, and Interrupt between pieces.
+void CopyRange(XFile& from, int64_t position, int64_t bytes, XFile& to,
+               const std::function<void(int64_t)>& copied = {});
+
 }  // namespace w64

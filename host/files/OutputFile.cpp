@@ -13,15 +13,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Checked before any work is done. Commit makes sure that the name is still free.
 fs::path Usable(fs::path path, bool replace) {
-    const std::string name = "'" + path.native() + "'";
-    WideName(path, "the file name " + name);
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (!fs::exists(status)) return path;
-    if (!fs::is_regular_file(status)) throw Failure(name + " is not a regular file");
-    if (!replace) throw Failure(name + " exists already; --force replaces it");
+    OutputFile::RequireUsable(path, replace);
     return path;
 }
 
@@ -30,13 +23,29 @@ fs::path Usable(fs::path path, bool replace) {
 OutputFile::OutputFile(fs::path path, bool replace)
     : path_(Usable(std::move(path), replace)), replace_(replace), temp_(path_.parent_path()) {}
 
+// Commit makes sure that the name is still free.
+void OutputFile::RequireUsable(const fs::path& path, bool replace) {
+    const std::string name = "'" + path.native() + "'";
+    WideName(path, "the file name " + name);
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (!fs::exists(status)) return;
+    if (!fs::is_regular_file(status)) throw Failure(name + " is not a regular file");
+    if (!replace) throw Failure(name + " exists already; --force replaces it");
+}
+
+void OutputFile::Close() {
+    if (::fsync(File().Descriptor()) != 0) throw SystemFailure("cannot write '" + path_.native() + "'");
+    File().Close();
+}
+
 void OutputFile::Commit() {
-    const int descriptor = File().Descriptor();
-    if (::fsync(descriptor) != 0) throw SystemFailure("cannot write '" + path_.native() + "'");
+    if (File().IsOpen()) Close();
     if (!replace_) return MoveToFreeName();
     const bool leavesJournal = HasInterruptedEdit(path_);
     struct stat old {};
-    if (::stat(path_.c_str(), &old) == 0) ::fchmod(descriptor, old.st_mode & 07777);  // keeps who may read it
+    // keeps who may read it
+    if (::stat(path_.c_str(), &old) == 0) ::chmod(temp_.Path().c_str(), old.st_mode & 07777);
     if (::rename(temp_.Path().c_str(), path_.c_str()) != 0) {
         throw SystemFailure("cannot replace '" + path_.native() + "'");
     }

@@ -12,7 +12,13 @@ public:
     // With `replace` an existing file is replaced; without, it is kept and the output refused.
     OutputFile(std::filesystem::path path, bool replace);
 
+    // What the constructor checks, before any work is done.
+    static void RequireUsable(const std::filesystem::path& path, bool replace);
+
     XFile& File() { return temp_.File(); }
+
+    // Flushes the file to disk and closes it; it still awaits its name.
+    void Close();
     void Commit();
 
 private:

@@ -13,6 +13,7 @@ namespace w64 {
 // without the zeros that fill their fields.
 struct BroadcastExtension {
     static constexpr size_t kMinBytes = 602;  // without the coding history
+    static constexpr size_t kTimeReferenceAt = 338;
     static constexpr int16_t kNoLoudness = 0x7FFF;
 
     // Nothing if there are fewer bytes than the fields take.

@@ -46,7 +46,9 @@ std::optional<int64_t> Seconds(std::string_view text) {
 std::optional<TimePoint> TimePoint::Parse(std::string_view text) {
     TimePoint point;
     point.isTime_ = !text.ends_with('f');
-    if (!point.isTime_ || text.ends_with('s')) text.remove_suffix(1);
+    const int64_t unit = text.ends_with('h') ? 3600 : text.ends_with('m') ? 60 : 1;
+    if (!point.isTime_ || unit != 1 || text.ends_with('s')) text.remove_suffix(1);
+    if (unit != 1 && text.find(':') != text.npos) return std::nullopt;
 
     std::optional<int64_t> whole;
     std::optional<int64_t> nanoseconds = 0;
@@ -54,13 +56,14 @@ std::optional<TimePoint> TimePoint::Parse(std::string_view text) {
         const size_t dot = text.find('.');
         whole = Seconds(text.substr(0, dot));
         if (dot != text.npos) nanoseconds = Nanoseconds(text.substr(dot + 1));
-        if (whole && *whole > kMaxSeconds) return std::nullopt;
+        if (whole && *whole > kMaxSeconds / unit) return std::nullopt;
     } else {
         whole = Number(text);
     }
     if (!whole || !nanoseconds) return std::nullopt;
-    point.whole_ = *whole;
-    point.nanoseconds_ = *nanoseconds;
+    const int64_t fraction = *nanoseconds * unit;
+    point.whole_ = *whole * unit + fraction / kNanosecondsPerSecond;
+    point.nanoseconds_ = fraction % kNanosecondsPerSecond;
     return point;
 }
 

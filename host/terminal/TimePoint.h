@@ -6,7 +6,8 @@
 
 namespace w64 {
 
-// A place in the audio as people write it: a time ("90", "1.5s", "2:03.5", "1:02:03") or a frame ("12345f").
+// A place in the audio as people write it: a time ("90", "1.5s", "30m", "1h", "2:03.5", "1:02:03") or a frame
+// ("12345f").
 class TimePoint {
 public:
     // Nothing when the text is neither of these.
