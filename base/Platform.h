@@ -27,6 +27,9 @@ int64_t NextData(int file, int64_t position);
 // copied: 0 at the end, -1 with errno set on failure.
 int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes);
 
+// Lets a file that is flushed be read from the disk next time, where the system can.
+void DropFromCache(int file);
+
 // Bytes that this process has written to files so far; 0 when it is unknown.
 int64_t BytesWritten();
 

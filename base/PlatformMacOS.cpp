@@ -46,6 +46,8 @@ int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes) {
     return got <= 0 ? got : ::pwrite(to, block.data(), static_cast<size_t>(got), offset);
 }
 
+void DropFromCache(int /*file*/) {}
+
 int64_t BytesWritten() {
     rusage_info_v2 info{};
     const bool isKnown =

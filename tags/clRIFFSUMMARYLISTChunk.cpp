@@ -350,6 +350,11 @@ const wchar_t* clRIFFSUMMARYLISTChunk::NameOfIdentifier(const XStr& code) {
     return NameOf(std::bit_cast<uint32_t>(bytes), false);
 }
 
+std::string clRIFFSUMMARYLISTChunk::Identifier(const XStr& name) {
+    const uint32_t identifier = IdentifierOf(name, {});
+    return identifier == 0 ? "" : RIFFChnkID2CHR(identifier);
+}
+
 std::vector<const wchar_t*> clRIFFSUMMARYLISTChunk::Names() {
     std::vector<const wchar_t*> names = {L"Album", L"ISRC", L"Track"};
     for (const IdentifierAndName& row : kPlainNames) names.push_back(row.name);

@@ -6,6 +6,7 @@
 #include "tags/LISTText.h"
 #include "tags/NTag.h"
 
+#include <string>
 #include <vector>
 
 namespace w64 {
@@ -39,6 +40,9 @@ public:
 
     // The name of a four-character identifier, as its default is; null if it is unknown.
     static const wchar_t* NameOfIdentifier(const XStr& code);
+
+    // The reverse, "INAM" for "Title"; empty for a name that cannot be stored.
+    static std::string Identifier(const XStr& name);
 
     // All names that can be stored.
     static std::vector<const wchar_t*> Names();

@@ -1,5 +1,6 @@
 #include "host/files/OutputFile.h"
 
+#include "base/Platform.h"
 #include "host/files/FileName.h"
 #include "host/files/JournalledEdit.h"
 #include "host/terminal/Failure.h"
@@ -34,18 +35,26 @@ void OutputFile::RequireUsable(const fs::path& path, bool replace) {
     if (!replace) throw Failure(name + " exists already; --force replaces it");
 }
 
-void OutputFile::Close() {
-    if (::fsync(File().Descriptor()) != 0) throw SystemFailure("cannot write '" + path_.native() + "'");
+const fs::path& OutputFile::Close() {
+    Flush();
+    Platform::DropFromCache(File().Descriptor());
     File().Close();
+    return temp_.Path();
+}
+
+void OutputFile::Flush() {
+    const int descriptor = File().Descriptor();
+    if (::fsync(descriptor) != 0) throw SystemFailure("cannot write '" + path_.native() + "'");
+    struct stat old {};
+    if (replace_ && ::stat(path_.c_str(), &old) == 0) {
+        ::fchmod(descriptor, old.st_mode & 07777);  // keeps who may read it
+    }
 }
 
 void OutputFile::Commit() {
-    if (File().IsOpen()) Close();
+    if (File().IsOpen()) Flush();
     if (!replace_) return MoveToFreeName();
     const bool leavesJournal = HasInterruptedEdit(path_);
-    struct stat old {};
-    // keeps who may read it
-    if (::stat(path_.c_str(), &old) == 0) ::chmod(temp_.Path().c_str(), old.st_mode & 07777);
     if (::rename(temp_.Path().c_str(), path_.c_str()) != 0) {
         throw SystemFailure("cannot replace '" + path_.native() + "'");
     }

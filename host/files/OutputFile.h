@@ -16,12 +16,15 @@ public:
     static void RequireUsable(const std::filesystem::path& path, bool replace);
 
     XFile& File() { return temp_.File(); }
+    const std::filesystem::path& Path() const { return path_; }
 
-    // Flushes the file to disk and closes it; it still awaits its name.
-    void Close();
+    // Flushes the file to disk and closes it, so that it can be read back from there by the name that is returned.
+    const std::filesystem::path& Close();
+
     void Commit();
 
 private:
+    void Flush();
     void MoveToFreeName();
 
     std::filesystem::path path_;
