@@ -2,7 +2,7 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
 #include "host/commands/Commands.h"
-#include "host/commands/DecodeJobs.h"
+#include "host/commands/ConversionJobs.h"
 #include "host/convert/Conversion.h"
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/SubDecoder.h"
@@ -10,6 +10,7 @@
 #include "host/files/InputFile.h"
 #include "host/files/JournalledEdit.h"
 #include "host/files/OutputFile.h"
+#include "host/formats/Verification.h"
 #include "host/layout/DecoderNotes.h"
 #include "host/layout/Salvage.h"
 #include "host/layout/Wave64File.h"
@@ -20,7 +21,6 @@
 #include "host/terminal/Progress.h"
 
 #include <algorithm>
-#include <thread>
 #include <unistd.h>
 
 namespace w64 {
@@ -31,6 +31,11 @@ namespace {
 
 constexpr const char* kSubDecoderHint =
     "MPEG audio is decoded by mp3.dll in the folder of w64; both come from the same build or package";
+
+constexpr const char* kAboutOutputs =
+    "Tags go into every kind of file but raw samples, the broadcast extension (bext)\n"
+    "into WAV. A note names what is left behind. Ogg Vorbis, Opus and MP3 are lossy;\n"
+    "--verify is for the others.\n\n";
 
 // Of decoded audio.
 struct ByteRange {
@@ -87,19 +92,6 @@ std::optional<int64_t> ExpectedBytes(const DecoderInstance& decoder, const std::
     return conversion.ExpectedBytes(XAudioWFX(*stored).BlockAlignBuffer(decoder.Info().LengthBytes));
 }
 
-std::unique_ptr<AudioSink> MakeSink(AudioFileType type, SinkTarget target, const XAudioWFX& format,
-                                    std::optional<int64_t> expectedBytes) {
-    switch (type) {
-    case AudioFileType::Wav:
-        return MakeWavSink(target, format, expectedBytes);
-    case AudioFileType::Flac:
-        return MakeFlacSink(target, format);
-    case AudioFileType::Raw:
-        break;
-    }
-    return MakeRawSink(target);
-}
-
 int64_t SizeOf(const std::string& file) {
     std::error_code error;
     const auto size = fs::file_size(file, error);
@@ -109,7 +101,7 @@ int64_t SizeOf(const std::string& file) {
 // The decoding of one file.
 class FileDecoding {
 public:
-    FileDecoding(const DecodeJob& job, const DecodeOptions& options, CommandContext context,
+    FileDecoding(const ConversionJob& job, const DecodeOptions& options, CommandContext context,
                  const PluginLibrary& library, Progress& progress)
         : job_(job), options_(options), context_(context), library_(library),
           progress_(progress, SizeOf(job.input)) {}
@@ -120,12 +112,15 @@ public:
             XFile stream;
             stream.Open(reinterpret_cast<void*>(intptr_t{STDOUT_FILENO}));
             DecodeInto({.file = stream, .seekable = false});
+            PassOnRemarks();
             return;
         }
         RefuseToReplaceInput(job_.input, job_.output);
         OutputFile output(job_.output, options_.force);
         DecodeInto({.file = output.File(), .seekable = true});
+        if (verification_) Verify(output.Close());
         output.Commit();
+        PassOnRemarks();
         context_.console.Summary(job_.output.native(), progress_.Outcome());
     }
 
@@ -145,6 +140,7 @@ private:
         const auto salvage = options_.salvage ? PlanSalvage(job_.input, CopyFolder()) : std::nullopt;
         const fs::path source = salvage ? salvage->source : fs::path(job_.input);
         const auto [stored, announced] = LookAt(source);
+        Metadata metadata = options_.noTags ? Metadata() : Wave64File(job_.input).ReadMetadata();
         const FrameRange asked = RangeOf(options_, stored ? stored->SamplesPerSec() : 1);
         // The decoder counts stored blocks, which hold no fixed number of frames of MPEG audio.
         FrameRange range = IsMPEG(stored) ? FrameRange{0, DecoderInstance::kPastTheEnd} : asked;
@@ -163,8 +159,11 @@ private:
                                    stored->SamplesPerSec());
             }
             Conversion conversion(decoder.Format(), options_.conversion);
+            const XAudioWFX& format = conversion.Target();
+            metadata.MoveStart(asked.start, decoder.Format().SamplesPerSec(), format.SamplesPerSec());
+            if (options_.verify) verification_.emplace(job_.output, format);
             const auto sink =
-                MakeSink(job_.type, target, conversion.Target(), ExpectedBytes(decoder, stored, conversion));
+                MakeSink(job_.type, target, {format, ExpectedBytes(decoder, stored, conversion), metadata});
             const int frameBytes = decoder.Format().BlockAlign();
             CopyAudio(decoder, IsMPEG(stored) ? asked.InBytes(frameBytes) : ByteRange{}, conversion, *sink);
             sink->Finish();
@@ -181,9 +180,18 @@ private:
                           (damage.empty() ? "the file is damaged" : damage) +
                           "; --salvage keeps what it still holds");
         }
-        if (salvage) Note(Describe(*salvage, !IsMPEG(stored)));
-        const std::vector<std::string> extras = Wave64File(job_.input).Extras();
-        if (!extras.empty()) Note("not carried over: " + Joined(extras, ", "));
+        if (salvage) remarks_.push_back(Describe(*salvage, !IsMPEG(stored)));
+        const auto left =
+            options_.noTags ? std::vector<std::string>() : metadata.LeftBehind(StorableIn(job_.type));
+        if (!left.empty()) remarks_.push_back("not carried over: " + Joined(left, ", "));
+    }
+
+    void Verify(const fs::path& copy) {
+        if (job_.type == AudioFileType::Raw) {
+            verification_->CheckFile(copy);
+        } else {
+            verification_->CheckAudio(copy, context_);
+        }
     }
 
     // Where a repaired copy, which may be as large as the input, is made.
@@ -208,7 +216,10 @@ private:
 
     void CopyAudio(DecoderInstance& decoder, ByteRange range, Conversion& conversion, AudioSink& sink) {
         const double bytesPerSecond = decoder.Format().AvgBytesPerSec();
-        const Conversion::Write write = [&sink](std::span<const uint8_t> frames) { sink.Write(frames); };
+        const Conversion::Write write = [&](std::span<const uint8_t> frames) {
+            sink.Write(frames);
+            if (verification_) verification_->Add(frames);
+        };
         progress_.Expect(XAudioWFX(decoder.Format()).CalcBufferSize(decoder.Info().LengthMilliseconds));
         for (int64_t position = 0; position < range.end;) {
             const auto audio = decoder.Read();
@@ -236,21 +247,27 @@ private:
                     : ", lost " + Counted(salvage.lostBytes, "byte"));
     }
 
-    void Note(const std::string& text) const { context_.console.Note(job_.input, "note: " + text); }
+    // About what is done.
+    void PassOnRemarks() const {
+        for (const std::string& remark : remarks_) context_.console.Note(job_.input, "note: " + remark);
+    }
 
-    const DecodeJob& job_;
+    const ConversionJob& job_;
     const DecodeOptions& options_;
     CommandContext context_;
     const PluginLibrary& library_;
     Progress::Share progress_;
+    std::optional<Verification> verification_;
+    std::vector<std::string> remarks_;
 };
 
 bool DecodeCommand(const DecodeOptions& options, CommandContext context) {
     options.conversion.Check();
-    const std::vector<DecodeJob> jobs = PlanDecodeJobs(options);
+    const std::vector<ConversionJob> jobs = PlanDecodeJobs(options);
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     Progress progress(context.console, fs::path(options.inputs[0]).filename(), static_cast<int>(jobs.size()));
     return ForEachFile(options.inputs, options.jobs, context.console, [&](size_t i) {
+        if (jobs[i].IsToBeSkipped(options)) return;
         NoteInterruptedEdit(options.inputs[i], context.console);
         FileDecoding(jobs[i], options, context, library, progress).Run();
     });
@@ -260,31 +277,25 @@ bool DecodeCommand(const DecodeOptions& options, CommandContext context) {
 
 void AddDecode(CLI::App& app, CommandLine& line) {
     auto& options = line.Keep<DecodeOptions>();
-    CLI::App* command = app.add_subcommand("decode", "Decode Wave64 files to WAV, FLAC or raw samples");
+    CLI::App* command = app.add_subcommand("decode", "Decode Wave64 files to WAV, FLAC and others");
     line.OnCommand(command, DecodeCommand, options);
-    options.jobs = std::max(std::thread::hardware_concurrency(), 1u);
     command->add_option("IN", options.inputs, "Wave64 files")->required()->type_name("");
     command
         ->add_option("-o,--output", options.output,
-                     "A .wav, .flac, .raw or .pcm file, a folder, or\n- for standard output; default: a .wav "
-                     "next to IN")
+                     "A .wav, .flac, .aiff, .caf, .ogg, .opus, .mp3, .raw or\n.pcm file, a folder, or - for "
+                     "standard output;\ndefault: a .wav next to IN")
         ->check([](const std::string& name) { return name.empty() ? "a name is missing" : ""; })
         ->type_name("OUT");
     command
         ->add_option_function<std::string>(
             "--format", [&options](const std::string& kind) { options.type = AudioFileTypeOf("." + kind); },
-            "wav, flac or raw, regardless of the output's extension")
-        ->check(CLI::IsMember({"wav", "flac", "raw"}).description(""))
+            "wav, flac, aiff, caf, ogg, opus, mp3 or raw, regardless\nof the output's extension")
+        ->check(CLI::IsMember({"wav", "flac", "aiff", "caf", "ogg", "opus", "mp3", "raw"}).description(""))
         ->type_name("KIND");
     AddRange(command, options.start, options.end);
-    AddConversion(command, options.conversion);
     command->add_flag("--salvage", options.salvage, "Decode what a damaged file still holds");
-    AddForce(command, options.force);
-    command->add_option("-j,--jobs", options.jobs, "Files to decode at the same time")
-        ->check(CLI::Range(1u, 1024u).description(""))
-        ->type_name("N")
-        ->capture_default_str();
-    SetFooter(command, kAboutPlaces);
+    AddConvertOptions(command, options);
+    SetFooter(command, std::string(kAboutPlaces) + kAboutOutputs);
 }
 
 }  // namespace w64

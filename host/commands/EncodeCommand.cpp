@@ -1,10 +1,12 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
 #include "host/commands/Commands.h"
+#include "host/commands/ConversionJobs.h"
 #include "host/files/FileName.h"
 #include "host/files/JournalledEdit.h"
 #include "host/formats/AudioSource.h"
 #include "host/formats/MPEGSource.h"
+#include "host/formats/Verification.h"
 #include "host/formats/Wave64Writer.h"
 #include "host/layout/DecoderNotes.h"
 #include "host/layout/Salvage.h"
@@ -16,6 +18,7 @@
 #include "host/terminal/Progress.h"
 
 #include <filesystem>
+#include <optional>
 
 namespace w64 {
 
@@ -23,24 +26,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct EncodeOptions {
-    std::string input;
-    std::string output;
-    ConversionOptions conversion;
-    bool salvage = false;
-    unsigned padding = kDefaultPadding;
-    bool force = false;
-};
-
+constexpr const char* kAboutInputs =
+    "w64 encode IN OUT.w64 means w64 encode IN -o OUT.w64: where there are two files and\n"
+    "no -o, the second is the output if it ends in .w64.\n\n"
+    "Tags go into a list before the audio, the broadcast extension (bext) into its chunk.\n"
+    "A note names what is left behind.\n\n";
 constexpr const char* kSalvageHint = "; --salvage keeps what it still holds";
 
 // libsndfile reads only the audio of a Wave64 file.
-void NoteExtras(const std::string& input, const AudioSource& source, CommandContext context) {
-    std::vector<std::string> extras = source.Extras();
-    if (std::error_code error; extras.empty() && fs::is_regular_file(input, error)) {
-        extras = Wave64File(input).Extras();
-    }
-    if (!extras.empty()) context.console.Note(input, "note: not carried over: " + Joined(extras, ", "));
+Metadata MetadataOf(const std::string& input, const AudioSource& source) {
+    return source.IsWave64() ? Wave64File(input).ReadMetadata() : source.ReadMetadata();
 }
 
 // What is there can be kept; of a Wave64 file only the decoder finds it.
@@ -54,76 +49,117 @@ std::string DescribeCut(const std::string& input, const AudioSource& source) {
                   "; w64 decode --salvage keeps what it still holds");
 }
 
-void Convert(const EncodeOptions& options, CommandContext context, Progress& progress) {
-    AudioSource source(options.input);
-    std::string cut = DescribeCut(options.input, source);
-    if (!cut.empty() && !options.salvage) throw Failure(cut + kSalvageHint);
-    const auto read = [&]() -> std::span<const uint8_t> {
-        try {
-            return source.Read();
-        } catch (const Failure& failure) {
-            cut = failure.what();
-            if (!options.salvage) throw Failure(cut + kSalvageHint);
-            return {};
+// The encoding of one file.
+class FileEncoding {
+public:
+    FileEncoding(const ConversionJob& job, const EncodeOptions& options, CommandContext context,
+                 Progress& progress)
+        : job_(job), options_(options), context_(context), progress_(progress) {}
+
+    void Run() {
+        RefuseToReplaceInput(job_.input, job_.output);
+        if (IsToBeWrapped()) {
+            Wrap();
+        } else {
+            Convert();
         }
-    };
-    const tWAVEFORMATEX& format = source.Format().Format;
-    Conversion conversion(XAudioWFX(&source.Format()), options.conversion);
-    Wave64Writer writer(options.output, options.force, conversion.Target(), options.padding,
-                        context.traceDescriptor);
-    const Conversion::Write write = [&writer](std::span<const uint8_t> frames) { writer.Write(frames); };
-    Progress::Share share(progress, source.Frames());
-    for (auto bytes = read(); !bytes.empty(); bytes = read()) {
-        Interrupt::Check();
-        conversion.Convert(bytes, write);
-        const auto frames = static_cast<int64_t>(bytes.size()) / format.nBlockAlign;
-        share.Advance(frames, static_cast<double>(frames) / format.nSamplesPerSec);
     }
-    conversion.Finish(write);
-    writer.Finish();
-    if (!cut.empty()) context.console.Note(options.input, "note: " + cut);
-    NoteExtras(options.input, source, context);
-    context.console.Summary(options.output, share.Outcome());
-}
 
-void Wrap(const EncodeOptions& options, CommandContext context, Progress& progress) {
-    MPEGSource source(options.input);
-    const bool countFits = source.Frames() <= UINT32_MAX;
-    Wave64Writer writer(options.output, options.force, source.Format(), options.padding,
-                        context.traceDescriptor, countFits ? static_cast<uint32_t>(source.Frames()) : 0);
-    Progress::Share share(progress, source.Bytes());
-    for (auto bytes = source.Read(); !bytes.empty(); bytes = source.Read()) {
-        Interrupt::Check();
-        writer.Write(bytes);
-        share.Advance(static_cast<int64_t>(bytes.size()),
-                      static_cast<double>(bytes.size()) / source.Format().AvgBytesPerSec());
+private:
+    // MPEG audio is stored as it is unless a conversion is asked for. A pipe cannot be examined first.
+    bool IsToBeWrapped() const {
+        if (options_.conversion != ConversionOptions{}) return false;
+        if (std::error_code error; !fs::is_regular_file(job_.input, error)) return false;
+        const auto kind = AudioSource::Container(job_.input);
+        return kind ? *kind == SF_FORMAT_MPEG : MPEGSource::Recognises(job_.input);
     }
-    writer.Finish();
-    for (const std::string& note : source.DescribeRest())
-        context.console.Note(options.input, "note: " + note);
-    context.console.Summary(options.output, share.Outcome());
-}
 
-// MPEG audio is stored as it is unless a conversion is asked for. A pipe cannot be examined first.
-bool IsToBeWrapped(const EncodeOptions& options) {
-    if (options.conversion != ConversionOptions{}) return false;
-    if (std::error_code error; !fs::is_regular_file(options.input, error)) return false;
-    const auto kind = AudioSource::Container(options.input);
-    return kind ? *kind == SF_FORMAT_MPEG : MPEGSource::Recognises(options.input);
-}
+    void Convert() {
+        AudioSource source(job_.input);
+        std::string cut = DescribeCut(job_.input, source);
+        if (!cut.empty() && !options_.salvage) throw Failure(cut + kSalvageHint);
+        const auto read = [&]() -> std::span<const uint8_t> {
+            try {
+                return source.Read();
+            } catch (const Failure& failure) {
+                cut = failure.what();
+                if (!options_.salvage) throw Failure(cut + kSalvageHint);
+                return {};
+            }
+        };
+        const tWAVEFORMATEX& format = source.Format().Format;
+        Conversion conversion(XAudioWFX(&source.Format()), options_.conversion);
+        const XAudioWFX& target = conversion.Target();
+        if (!options_.noTags) metadata_ = MetadataOf(job_.input, source);
+        metadata_.MoveStart(0, format.nSamplesPerSec, target.SamplesPerSec());
+        Wave64Writer writer = Open(target, {});
+        const Conversion::Write write = [&](std::span<const uint8_t> frames) { Write(writer, frames); };
+        Progress::Share share(progress_, source.Frames());
+        for (auto bytes = read(); !bytes.empty(); bytes = read()) {
+            Interrupt::Check();
+            conversion.Convert(bytes, write);
+            const auto frames = static_cast<int64_t>(bytes.size()) / format.nBlockAlign;
+            share.Advance(frames, static_cast<double>(frames) / format.nSamplesPerSec);
+        }
+        conversion.Finish(write);
+        Finish(writer, share);
+        if (!cut.empty()) Note(cut);
+    }
+
+    void Wrap() {
+        MPEGSource source(job_.input);
+        if (!options_.noTags) metadata_ = source.ReadMetadata();
+        const bool countFits = source.Frames() <= UINT32_MAX;
+        Wave64Writer writer = Open(source.Format(), countFits ? static_cast<uint32_t>(source.Frames()) : 0);
+        Progress::Share share(progress_, source.Bytes());
+        for (auto bytes = source.Read(); !bytes.empty(); bytes = source.Read()) {
+            Interrupt::Check();
+            Write(writer, bytes);
+            share.Advance(static_cast<int64_t>(bytes.size()),
+                          static_cast<double>(bytes.size()) / source.Format().AvgBytesPerSec());
+        }
+        Finish(writer, share);
+        for (const std::string& note : source.DescribeRest()) Note(note);
+    }
+
+    Wave64Writer Open(const XAudioWFX& format, std::optional<uint32_t> frameCount) {
+        if (options_.verify) verification_.emplace(job_.output, format);
+        return {job_.output, options_.force, format, options_.padding, context_.traceDescriptor,
+                metadata_,   frameCount};
+    }
+
+    void Write(Wave64Writer& writer, std::span<const uint8_t> audio) {
+        writer.Write(audio);
+        if (verification_) verification_->Add(audio);
+    }
+
+    void Finish(Wave64Writer& writer, const Progress::Share& share) {
+        if (verification_) verification_->CheckAudioChunk(writer.Close());
+        writer.Finish();
+        const std::vector<std::string> left = metadata_.LeftBehind({.tags = true, .extension = true});
+        if (!left.empty()) Note("not carried over: " + Joined(left, ", "));
+        context_.console.Summary(job_.output.native(), share.Outcome());
+    }
+
+    void Note(const std::string& text) const { context_.console.Note(job_.input, "note: " + text); }
+
+    const ConversionJob& job_;
+    const EncodeOptions& options_;
+    CommandContext context_;
+    Progress& progress_;
+    Metadata metadata_;
+    std::optional<Verification> verification_;
+};
 
 bool EncodeCommand(const EncodeOptions& options, CommandContext context) {
-    if (fs::path(options.output).extension() != ".w64") {
-        throw UsageError("'" + options.output + "' should end in .w64");
-    }
     options.conversion.Check();
-    const std::vector<std::string> inputs = {options.input};
-    Progress progress(context.console, fs::path(options.input).filename(), 1);
-    return ForEachFile(inputs, 1, context.console, [&](size_t) {
-        NoteInterruptedEdit(options.input, context.console);
-        RefuseToReplaceInput(options.input, options.output);
-        const auto encode = IsToBeWrapped(options) ? Wrap : Convert;
-        encode(options, context, progress);
+    const std::vector<ConversionJob> jobs = PlanEncodeJobs(options);
+    const auto inputs = std::span(options.inputs).first(jobs.size());
+    Progress progress(context.console, fs::path(inputs[0]).filename(), static_cast<int>(jobs.size()));
+    return ForEachFile(inputs, options.jobs, context.console, [&](size_t i) {
+        if (jobs[i].IsToBeSkipped(options)) return;
+        NoteInterruptedEdit(inputs[i], context.console);
+        FileEncoding(jobs[i], options, context, progress).Run();
     });
 }
 
@@ -131,14 +167,18 @@ bool EncodeCommand(const EncodeOptions& options, CommandContext context) {
 
 void AddEncode(CLI::App& app, CommandLine& line) {
     auto& options = line.Keep<EncodeOptions>();
-    CLI::App* command = app.add_subcommand("encode", "Convert any audio file to Wave64");
+    CLI::App* command = app.add_subcommand("encode", "Convert any audio files to Wave64");
     line.OnCommand(command, EncodeCommand, options);
-    command->add_option("IN", options.input, "WAV, RF64, AIFF, FLAC, CAF ...")->required()->type_name("");
-    command->add_option("OUT", options.output, "The .w64 file to write")->required()->type_name("");
-    AddConversion(command, options.conversion);
+    command->add_option("IN", options.inputs, "WAV, RF64, AIFF, FLAC, CAF ...; the second of two can be OUT")
+        ->required()
+        ->type_name("");
+    command->add_option("-o,--output", options.output, "A .w64 file or a folder; default: a .w64 next to IN")
+        ->check([](const std::string& name) { return name.empty() ? "a name is missing" : ""; })
+        ->type_name("OUT");
     command->add_flag("--salvage", options.salvage, "Encode what a cut-off file still holds");
     AddPadding(command, options.padding);
-    AddForce(command, options.force);
+    AddConvertOptions(command, options);
+    SetFooter(command, kAboutInputs);
 }
 
 }  // namespace w64

@@ -16,7 +16,7 @@ _w64() {
         help=$("$program" "${command[@]}" --help 2>/dev/null)
     done
     case $3 in
-    --format) words=$'wav\nflac\nraw' ;;
+    --format) words=$'wav\nflac\naiff\ncaf\nogg\nopus\nmp3\nraw' ;;
     --bits) words=$'8\n16\n24\n32\n64' ;;
     *)
         words=$(_w64_commands "$help")

@@ -39,5 +39,5 @@ complete -c w64 -n 'string match -q -- "-*" (commandline -ct)' -a '(__w64_option
 complete -c w64 -n 'not __w64_follows --format --bits' -a '(__w64_commands (__w64_command))'
 complete -c w64 -n 'not __w64_follows set --format --bits; and not string match -q -- "-*" (commandline -ct)' \
     -a '(__w64_names)'
-complete -c w64 -n '__w64_follows --format' -f -a 'wav flac raw'
+complete -c w64 -n '__w64_follows --format' -f -a 'wav flac aiff caf ogg opus mp3 raw'
 complete -c w64 -n '__w64_follows --bits' -f -a '8 16 24 32 64'

@@ -4,6 +4,7 @@
 #include "base/Saturating.h"
 #include "host/files/InputFile.h"
 #include "host/formats/Speakers.h"
+#include "host/formats/TagLibTags.h"
 #include "host/layout/ChunkKind.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/FormatText.h"
@@ -88,7 +89,7 @@ bool BeginsLikeContainer(const std::string& path) {
 
 }  // namespace
 
-AudioSource::AudioSource(const std::string& path) : file_(Open(path, info_)) {
+AudioSource::AudioSource(const std::string& path) : path_(path), file_(Open(path, info_)) {
     if (!file_) throw Failure(OpenError(path));
     if (std::error_code error; std::filesystem::is_regular_file(path, error)) headers_.emplace(path);
     if (const int64_t bytes = headers_ ? headers_->BytesInNoChunk() : 0; bytes > 0 && info_.frames == 0) {
@@ -126,28 +127,50 @@ uint32_t AudioSource::ReadChannelMask() const {
     return known ? ChannelMaskFromMap(map) : 0;
 }
 
-std::vector<std::string> AudioSource::Extras() const {
-    std::vector<std::string> tags = headers_ ? headers_->Tags() : std::vector<std::string>();
-    for (const auto& [string, name] : kStrings) {
-        if (sf_get_string(file_.get(), string)) AddOnce(tags, name);
+Metadata AudioSource::ReadMetadata() const {
+    Metadata metadata = headers_ ? headers_->Contents() : Metadata();
+    if (!headers_) AddContentsOfStream(metadata);
+    if (const auto type = TypeForTags()) {
+        InputFile file(path_);
+        ReadTagLibTags(file, EndingOf(*type), metadata);
+        return metadata;
     }
-    std::vector<std::string> extras;
-    if (!tags.empty()) extras.push_back("tags (" + Joined(tags, ", ") + ")");
-    const std::vector<std::string> contents = headers_ ? headers_->Contents() : ContentsOfStream();
-    extras.insert(extras.end(), contents.begin(), contents.end());
-    return extras;
+    for (const auto& [string, name] : kStrings) {
+        if (const char* text = sf_get_string(file_.get(), string)) metadata.AddMissing(name, text);
+    }
+    return metadata;
 }
 
-// Of the chunks before the audio; nothing else is known until a stream has ended.
-std::vector<std::string> AudioSource::ContentsOfStream() const {
-    std::vector<std::string> contents;
+// Of a file with tags that TagLib reads.
+std::optional<AudioFileType> AudioSource::TypeForTags() const {
+    if (!headers_) return std::nullopt;
+    switch (info_.format & SF_FORMAT_TYPEMASK) {
+    case SF_FORMAT_WAV:
+    case SF_FORMAT_WAVEX:
+        return AudioFileType::Wav;
+    case SF_FORMAT_AIFF:
+        return AudioFileType::Aiff;
+    case SF_FORMAT_FLAC:
+        return AudioFileType::Flac;
+    case SF_FORMAT_OGG:
+        return (info_.format & SF_FORMAT_SUBMASK) == SF_FORMAT_OPUS ? AudioFileType::Opus
+                                                                    : AudioFileType::Ogg;
+    case SF_FORMAT_MPEG:
+        return AudioFileType::Mp3;
+    default:
+        return std::nullopt;
+    }
+}
+
+void AudioSource::AddContentsOfStream(Metadata& metadata) const {
     for (auto* at = sf_get_chunk_iterator(file_.get(), nullptr); at; at = sf_next_chunk_iterator(at)) {
         SF_CHUNK_INFO chunk{};
         if (sf_get_chunk_size(at, &chunk) != SF_ERR_NO_ERROR) continue;
         const std::string code(chunk.id, std::min<size_t>(chunk.id_size, 4));
-        if (code[0] != '\0' && !SourceHeaders::IsStructure(code)) AddOnce(contents, ContentOf(code));
+        if (code[0] != '\0' && code != "LIST" && !SourceHeaders::IsStructure(code)) {
+            AddOnce(metadata.others, ContentOf(code));
+        }
     }
-    return contents;
 }
 
 std::string AudioSource::DescribeCut() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/formats/AudioSink.h"
 #include "host/formats/SampleKind.h"
 #include "host/formats/SoundFileHandle.h"
 #include "host/formats/SourceHeaders.h"
@@ -23,11 +24,12 @@ public:
     // begins like a known kind and cannot be read.
     static std::optional<int> Container(const std::string& path);
 
+    bool IsWave64() const { return (info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_W64; }
     const WAVEFORMATEXTENSIBLE& Format() const { return format_; }
     int64_t Frames() const { return info_.frames; }  // by its header
 
-    // What the file has besides audio, in words: "tags (Title, Artist)", "markers".
-    std::vector<std::string> Extras() const;
+    // What the file has besides audio. Of a stream only what comes before the audio is known.
+    Metadata ReadMetadata() const;
 
     // For a file that is cut off, what is missing and what is there, as a sentence; else empty.
     std::string DescribeCut() const;
@@ -42,10 +44,12 @@ private:
     // Null if libsndfile does not recognise it as audio.
     static SoundFileHandle Open(const std::string& path, SF_INFO& info);
     uint32_t ReadChannelMask() const;
-    std::vector<std::string> ContentsOfStream() const;
+    void AddContentsOfStream(Metadata& metadata) const;
+    std::optional<AudioFileType> TypeForTags() const;
     bool IsOfUnknownLength() const;
     sf_count_t ReadFrames();
 
+    std::string path_;
     SF_INFO info_{};
     SoundFileHandle file_;
     std::optional<SourceHeaders> headers_;  // of a file; a stream is read once

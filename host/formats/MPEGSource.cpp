@@ -1,6 +1,7 @@
 #include "host/formats/MPEGSource.h"
 
 #include "host/formats/MPEGWaveFormat.h"
+#include "host/formats/TagLibTags.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/FormatText.h"
 #include "host/terminal/Interrupt.h"
@@ -188,38 +189,34 @@ std::span<const uint8_t> MPEGSource::Read() {
     return std::span(block_).first(wanted);
 }
 
+Metadata MPEGSource::ReadMetadata() {
+    Metadata metadata;
+    if (HasTags(0, start_) || HasTags(end_, file_.Size())) ReadTagLibTags(file_, ".mp3", metadata);
+    return metadata;
+}
+
 std::vector<std::string> MPEGSource::DescribeRest() {
     std::vector<std::string> notes;
     const int64_t fileEnd = file_.Size();
-    if (start_ > 0) {
-        notes.push_back("left out " + Grouped(start_) +
-                        " bytes before the MPEG audio: " + KindsOfRest(0, start_));
+    if (start_ > 0 && !HasTags(0, start_)) {
+        notes.push_back("left out " + Grouped(start_) + " bytes before the MPEG audio: no whole MPEG frame");
     }
-    if (end_ < fileEnd) {
+    if (end_ < fileEnd && !HasTags(end_, fileEnd)) {
         notes.push_back("left out " + Grouped(fileEnd - end_) +
-                        " bytes after the MPEG audio: " + KindsOfRest(end_, fileEnd));
+                        " bytes after the MPEG audio: no whole MPEG frame");
     }
     return notes;
 }
 
-std::string MPEGSource::KindsOfRest(int64_t begin, int64_t end) {
-    std::vector<std::string> kinds;
-    for (const int64_t position : {begin, std::max(begin, end - kID3v1Bytes)}) {
-        const std::string kind = TagAt(position);
-        if (!kind.empty() && (kinds.empty() || kinds.back() != kind)) kinds.push_back(kind);
-    }
-    return kinds.empty() ? "no whole MPEG frame" : Joined(kinds, ", ");
+bool MPEGSource::HasTags(int64_t begin, int64_t end) {
+    return begin < end && (HasTagAt(begin) || HasTagAt(std::max(begin, end - kID3v1Bytes)));
 }
 
-// The kind of tag that begins at `position`; empty for none.
-std::string MPEGSource::TagAt(int64_t position) {
+bool MPEGSource::HasTagAt(int64_t position) {
     std::array<char, 8> bytes{};
     const size_t got = file_.SetPosition(position) ? file_.Read(bytes.data(), bytes.size()) : 0;
     const std::string_view text(bytes.data(), got);
-    if (text.starts_with("ID3")) return "ID3v2 tag";
-    if (text.starts_with("TAG")) return "ID3v1 tag";
-    if (text.starts_with("APETAGEX")) return "APE tag";
-    return "";
+    return text.starts_with("ID3") || text.starts_with("TAG") || text.starts_with("APETAGEX");
 }
 
 }  // namespace w64

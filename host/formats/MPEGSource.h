@@ -2,6 +2,7 @@
 
 #include "audio/format/XAudioWFX.h"
 #include "host/files/InputFile.h"
+#include "host/tagging/Metadata.h"
 
 #include <cstdint>
 #include <span>
@@ -31,12 +32,15 @@ public:
     // The next bytes of the stream, valid until the next call; empty at the end.
     std::span<const uint8_t> Read();
 
+    // The tags before and after the stream.
+    Metadata ReadMetadata();
+
     // What else the file holds, a line for each part.
     std::vector<std::string> DescribeRest();
 
 private:
-    std::string KindsOfRest(int64_t begin, int64_t end);
-    std::string TagAt(int64_t position);
+    bool HasTags(int64_t begin, int64_t end);
+    bool HasTagAt(int64_t position);
 
     InputFile file_;
     XAudioWFX format_;

@@ -16,8 +16,7 @@ namespace {
 
 constexpr int64_t kCodeBytes = 4;
 constexpr int64_t kSizeBytes = 4;
-constexpr int64_t kMaxNameBytes = 64;
-constexpr uint64_t kMaxTextBytes = 65536;
+constexpr size_t kMaxNameBytes = 64;
 constexpr int kMaxEntries = 1000;  // of a list, as a hostile one would keep the program busy
 constexpr int kMaxChunks = 100'000;
 
@@ -25,33 +24,7 @@ bool IsPrintable(std::string_view text) {
     return std::ranges::all_of(text, [](unsigned char c) { return std::isprint(c) != 0; });
 }
 
-// The name that people know a tag by, where libsndfile has one; else its code.
-std::string NameOfTag(const std::string& code) {
-    constexpr std::array<std::pair<const char*, std::string_view>, 10> kNames = {
-        {{"Title", " INAM NAME TITLE "},
-         {"Artist", " IART AUTH ARTIST "},
-         {"Album", " IPRD ALBUM "},
-         {"Track", " ITRK TRACKNUMBER "},
-         {"Date", " ICRD DATE "},
-         {"Genre", " IGNR GENRE "},
-         {"Comment", " ICMT ANNO COMT COMMENT "},
-         {"Copyright", " ICOP COPYRIGHT (C)  "},
-         {"Software", " ISFT APPL ENCODER SOFTWARE "},
-         {"License", " LICENSE "}}};
-    std::string sought = " " + code + " ";
-    std::ranges::transform(sought, sought.begin(), [](unsigned char c) { return std::toupper(c); });
-    const auto* found = std::ranges::find_if(
-        kNames, [&](const auto& row) { return row.second.find(sought) != std::string_view::npos; });
-    return found != kNames.end() ? found->first : code;
-}
-
 }  // namespace
-
-void AddOnce(std::vector<std::string>& texts, const std::string& text) {
-    constexpr size_t kMax = 24;
-    if (texts.size() > kMax || std::ranges::find(texts, text) != texts.end()) return;
-    texts.push_back(texts.size() < kMax ? text : "others");
-}
 
 bool SourceHeaders::LeavesLengthOpen(uint64_t audioBytes) {
     constexpr uint64_t kMaxLess = 4096;  // a frame and the headers
@@ -72,6 +45,7 @@ bool SourceHeaders::IsStructure(const std::string& code) {
 SourceHeaders::SourceHeaders(const std::string& path) : file_(path), fileBytes_(file_.Size()) {
     if (!Has(0, kCodeBytes)) return;
     const std::string code = TextAt(0, kCodeBytes);
+    hasTagsForTagLib_ = code == "RIFF" || code == "FORM";
     bigEndian_ = code == "RIFX" || code == "FORM" || code == "caff";
     if (code == "caff") {
         WalkChunks(8, 8, false);
@@ -110,7 +84,7 @@ void SourceHeaders::ReadSun() {
     NoteAudio({"", audio, NumberAt(8, 4, true)});
     if (audioIsEmpty_) bytesInNoChunk_ = std::max<int64_t>(fileBytes_ - audio, 0);
     const bool hasText = audio > kHeaderBytes && Has(kHeaderBytes, 1) && NumberAt(kHeaderBytes, 1, true) != 0;
-    if (hasText) contents_.emplace_back("annotation");
+    if (hasText) contents_.others.emplace_back("annotation");
 }
 
 // Of FLAC: a type with a flag for the last one, a size, and so on.
@@ -118,21 +92,18 @@ void SourceHeaders::WalkBlocks() {
     constexpr int64_t kHeaderBytes = 4;
     constexpr std::array<const char*, 7> kKinds = {"", "",          "application data", "",
                                                    "", "cue sheet", "picture"};
-    constexpr unsigned kComments = 4;
     bool isLast = false;
     int64_t position = kCodeBytes;
     for (int i = 0; i < kMaxEntries && !isLast && Has(position, kHeaderBytes); ++i) {
         const auto type = static_cast<unsigned>(NumberAt(position, 1, true));
         isLast = (type & 0x80) != 0;
         const unsigned kind = type & 0x7F;
-        if (kind == kComments) NoteComments(position + kHeaderBytes);
-        if (kind < kKinds.size() && *kKinds[kind]) AddOnce(contents_, kKinds[kind]);
+        if (kind < kKinds.size() && *kKinds[kind]) AddOnce(contents_.others, kKinds[kind]);
         position += kHeaderBytes + static_cast<int64_t>(NumberAt(position + 1, kHeaderBytes - 1, true));
     }
 }
 
 void SourceHeaders::Note(const Chunk& chunk) {
-    const std::string tag = NameOfTag(chunk.code);
     if (chunk.code == "data" || chunk.code == "SSND" || chunk.code == "BODY") {
         NoteAudio(chunk);
     } else if (chunk.code == "ds64" && Has(chunk.position, 16)) {
@@ -141,10 +112,8 @@ void SourceHeaders::Note(const Chunk& chunk) {
         NoteList(chunk);
     } else if (chunk.code == "info") {
         NoteStrings(chunk);
-    } else if (tag != chunk.code) {
-        AddOnce(tags_, tag);
-    } else if (!IsStructure(chunk.code)) {
-        AddOnce(contents_, ContentOf(chunk.code));
+    } else if (!IsStructure(chunk.code) && !IsForTagLib(chunk) && !NoteText(chunk) && !NoteExtension(chunk)) {
+        AddOnce(contents_.others, ContentOf(chunk.code));
     }
 }
 
@@ -154,51 +123,70 @@ void SourceHeaders::NoteAudio(const Chunk& audio) {
     missingBytes_ = static_cast<int64_t>(audio.bytes) - std::max<int64_t>(fileBytes_ - audio.position, 0);
 }
 
+bool SourceHeaders::IsForTagLib(const Chunk& chunk) const {
+    return hasTagsForTagLib_ && (chunk.code == "ID3 " || chunk.code == "id3 ");
+}
+
+// A chunk that is the text of a tag, in AIFF.
+bool SourceHeaders::NoteText(const Chunk& chunk) {
+    constexpr std::array<std::pair<std::string_view, const char*>, 4> kNames = {
+        {{"NAME", "Title"}, {"AUTH", "Artist"}, {"(c) ", "Copyright"}, {"ANNO", "Comment"}}};
+    const auto* name =
+        std::ranges::find(kNames, chunk.code, &std::pair<std::string_view, const char*>::first);
+    if (name == kNames.end() || !Has(chunk.position, chunk.bytes)) return false;
+    AddText(name->second, chunk.position, chunk.bytes);
+    return true;
+}
+
+// Its fields are little-endian.
+bool SourceHeaders::NoteExtension(const Chunk& chunk) {
+    const bool isExtension = chunk.code == "bext" && !bigEndian_ && chunk.bytes != 0;
+    if (!isExtension || !contents_.broadcastExtension.empty() || !Has(chunk.position, chunk.bytes) ||
+        chunk.bytes > Metadata::kMaxExtensionBytes) {
+        return false;
+    }
+    const std::string bytes = TextAt(chunk.position, chunk.bytes);
+    contents_.broadcastExtension.assign(bytes.begin(), bytes.end());
+    return true;
+}
+
 // A chunk for each tag, or texts for markers.
 void SourceHeaders::NoteList(const Chunk& list) {
     const std::string type = TextAt(list.position, kCodeBytes);
-    if (type != "INFO") return AddOnce(contents_, type == "adtl" ? "texts of markers" : ContentOf(list.code));
+    if (type != "INFO") {
+        return AddOnce(contents_.others, type == "adtl" ? "texts of markers" : ContentOf(list.code));
+    }
     const uint64_t end = static_cast<uint64_t>(list.position) + list.bytes;
     int64_t position = list.position + kCodeBytes;
     for (int i = 0; i < kMaxEntries && static_cast<uint64_t>(position) < end; ++i) {
         if (!Has(position, kCodeBytes + kSizeBytes)) return;
         const std::string code = TextAt(position, kCodeBytes);
-        NoteTag(code);
         const auto bytes = static_cast<int64_t>(NumberAt(position + kCodeBytes, kSizeBytes, bigEndian_));
-        position += kCodeBytes + kSizeBytes + bytes + bytes % 2;
+        position += kCodeBytes + kSizeBytes;
+        AddText(code, position, static_cast<uint64_t>(bytes));
+        position += bytes + bytes % 2;
     }
 }
 
 // A number of pairs of names and values, each ended by a zero.
 void SourceHeaders::NoteStrings(const Chunk& info) {
     if (info.bytes < kSizeBytes || !Has(info.position, info.bytes)) return;
-    const size_t bytes = std::min<uint64_t>(info.bytes, kMaxTextBytes) - kSizeBytes;
+    const size_t bytes = std::min<uint64_t>(info.bytes, Metadata::kMaxTextBytes) - kSizeBytes;
     std::istringstream texts(TextAt(info.position + kSizeBytes, bytes));
     std::string name;
     std::string value;
-    while (std::getline(texts, name, '\0') && std::getline(texts, value, '\0')) NoteTag(name);
-}
-
-// A sized text about the program, a number, and that number of sized texts, as "ARTIST=Somebody".
-void SourceHeaders::NoteComments(int64_t position) {
-    const auto sizeAt = [this](int64_t at) {
-        return Has(at, kSizeBytes) ? static_cast<int64_t>(NumberAt(at, kSizeBytes, false)) : 0;
-    };
-    position += kSizeBytes + sizeAt(position);
-    const int64_t count = std::min<int64_t>(sizeAt(position), kMaxEntries);
-    position += kSizeBytes;
-    for (int64_t i = 0; i < count; ++i) {
-        const int64_t bytes = sizeAt(position);
-        position += kSizeBytes;
-        if (!Has(position, static_cast<uint64_t>(bytes))) return;
-        const std::string text = TextAt(position, static_cast<size_t>(std::min(bytes, kMaxNameBytes)));
-        NoteTag(text.substr(0, text.find('=')));
-        position += bytes;
+    while (std::getline(texts, name, '\0') && std::getline(texts, value, '\0')) {
+        contents_.Add(name.substr(0, kMaxNameBytes), value);
     }
 }
 
-void SourceHeaders::NoteTag(const std::string& code) {
-    if (!code.empty() && IsPrintable(code)) AddOnce(tags_, NameOfTag(code));
+// What there is of it.
+void SourceHeaders::AddText(const std::string& name, int64_t position, uint64_t bytes) {
+    if (!IsPrintable(name)) return;
+    const auto left = static_cast<uint64_t>(std::max<int64_t>(fileBytes_ - position, 0));
+    // A longer one is refused all the same.
+    const uint64_t read = std::min({bytes, left, uint64_t{Metadata::kMaxTextBytes} + 1});
+    contents_.Add(name, TextAt(position, read));
 }
 
 bool SourceHeaders::Has(int64_t position, uint64_t bytes) const {

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "host/files/InputFile.h"
+#include "host/tagging/Metadata.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace w64 {
 
@@ -16,9 +16,8 @@ class SourceHeaders {
 public:
     explicit SourceHeaders(const std::string& path);
 
-    // The names of tags, and what else there is besides the audio, in words.
-    const std::vector<std::string>& Tags() const { return tags_; }
-    const std::vector<std::string>& Contents() const { return contents_; }
+    // What is there besides the audio. The comments of FLAC, and ID3 in WAV and AIFF, are for TagLib.
+    const Metadata& Contents() const { return contents_; }
 
     // Bytes of audio that are announced and not there; none where the length is left open.
     int64_t MissingBytes() const { return missingBytes_; }
@@ -46,8 +45,10 @@ private:
     void NoteAudio(const Chunk& audio);
     void NoteList(const Chunk& list);
     void NoteStrings(const Chunk& info);
-    void NoteComments(int64_t position);
-    void NoteTag(const std::string& code);
+    bool IsForTagLib(const Chunk& chunk) const;
+    bool NoteText(const Chunk& chunk);
+    bool NoteExtension(const Chunk& chunk);
+    void AddText(const std::string& name, int64_t position, uint64_t bytes);
 
     bool Has(int64_t position, uint64_t bytes) const;
     std::string TextAt(int64_t position, size_t bytes);
@@ -56,15 +57,12 @@ private:
     InputFile file_;
     const int64_t fileBytes_;
     bool bigEndian_ = false;
+    bool hasTagsForTagLib_ = false;           // in chunks of ID3 tags
     std::optional<uint64_t> longAudioBytes_;  // in RF64, whose audio chunk has no room for it
     bool audioIsEmpty_ = false;
     int64_t missingBytes_ = 0;
     int64_t bytesInNoChunk_ = 0;
-    std::vector<std::string> tags_;
-    std::vector<std::string> contents_;
+    Metadata contents_;
 };
-
-// Adds a text that is not there yet; "others" once there are too many to list.
-void AddOnce(std::vector<std::string>& texts, const std::string& text);
 
 }  // namespace w64

@@ -1,6 +1,8 @@
 #include "host/formats/Wave64Writer.h"
 
 #include "host/terminal/Failure.h"
+#include "tags/TaggingOptions.h"
+#include "tags/clRIFFSUMMARYLISTChunk.h"
 
 #include <new>
 #include <vector>
@@ -9,17 +11,30 @@ namespace w64 {
 
 namespace {
 
-clPassRIFFChunks ChunksFor(unsigned padding, std::optional<uint32_t> frameCount) {
+XMem ListOf(const NTag& tags) {
+    const TaggingOptions options = TaggingOptions::Read();
+    XMem list;
+    if (!clRIFFSUMMARYLISTChunk::TagsToLIST(list, tags, {}, options.albumOption, options.trackOption,
+                                            LISTText::UTF16)) {
+        throw std::bad_alloc();
+    }
+    return list;
+}
+
+clPassRIFFChunks ChunksFor(const Metadata& metadata, unsigned padding, std::optional<uint32_t> frameCount) {
     clPassRIFFChunks chunks;
-    const auto add = [&chunks](const char* code, const void* data, size_t size) {
-        if (!chunks.AddInternal(RIFFChnkID(code), data, static_cast<uint32_t>(size), false))
-            throw std::bad_alloc();
+    const auto add = [&chunks](uint32_t code, const void* data, size_t size) {
+        if (!chunks.AddInternal(code, data, static_cast<uint32_t>(size), false)) throw std::bad_alloc();
     };
-    add("fmt ", nullptr, 0);  // the writer fills it in
-    if (frameCount) add("fact", &*frameCount, sizeof *frameCount);
+    add(RIFFChnkID("fmt "), nullptr, 0);  // the writer fills it in
+    if (frameCount) add(RIFFChnkID("fact"), &*frameCount, sizeof *frameCount);
+    const std::vector<uint8_t>& extension = metadata.broadcastExtension;
+    if (!extension.empty()) add(RIFFChnkID("bext"), extension.data(), extension.size());
+    const XMem list = ListOf(metadata.tags);
+    if (!list.IsEmpty()) add(kSummaryListCode, list.Data(), list.Size());
     if (padding != 0) {
         const std::vector<uint8_t> zeros(padding - kChunkHeaderBytes);
-        add("JUNK", zeros.data(), zeros.size());
+        add(RIFFChnkID("JUNK"), zeros.data(), zeros.size());
     }
     return chunks;
 }
@@ -27,18 +42,28 @@ clPassRIFFChunks ChunksFor(unsigned padding, std::optional<uint32_t> frameCount)
 }  // namespace
 
 Wave64Writer::Wave64Writer(const std::string& path, bool replace, const XAudioWFX& format, unsigned padding,
-                           int traceDescriptor, std::optional<uint32_t> frameCount)
+                           int traceDescriptor, const Metadata& metadata, std::optional<uint32_t> frameCount)
     : output_(path, replace), channels_(traceDescriptor) {
     chunks_.SetRules({.safe = true});
     Check(chunks_.InitializeNewWAV(output_.File().Handle(), format, channels_.Report(),
-                                   ChunksFor(padding, frameCount), 0));
+                                   ChunksFor(metadata, padding, frameCount), 0));
 }
 
 void Wave64Writer::Write(std::span<const uint8_t> audio) {
     if (!output_.File().Write(audio.data(), audio.size())) throw SystemFailure("cannot write");
 }
 
+const std::filesystem::path& Wave64Writer::Close() {
+    Complete();
+    return output_.Close();
+}
+
 void Wave64Writer::Finish() {
+    if (output_.File().IsOpen()) Complete();
+    output_.Commit();
+}
+
+void Wave64Writer::Complete() {
     STRIFFChunk* data = chunks_.FindChunkForWrite("data");
     data->DataSize = output_.File().Size() - data->FileDataPosition;
 
@@ -47,7 +72,6 @@ void Wave64Writer::Finish() {
     if (data->DataSize == 0) chunks_.AddChunk("junk", sizeof nothing, &nothing, -1);
     Check(chunks_.WriteChunksAfterData());
     Check(chunks_.WriteChunkHeaders(false));
-    output_.Commit();
 }
 
 void Wave64Writer::Check(bool done) const {

@@ -11,16 +11,13 @@ namespace w64 {
 
 namespace {
 
-// The names of the tags, or their number if they are many.
-std::string DescribeTags(const SummaryLists& lists) {
-    constexpr int kNamed = 6;
-    const int count = lists.tags.Count();
-    if (!lists.areWhole || count == 0) return "tags";
-    if (count > kNamed) return Counted(count, "tag");
-    std::vector<std::string> names;
-    names.reserve(kNamed);
-    for (int i = 0; i < count; ++i) names.push_back(ToPrintable(lists.tags[i].Name));
-    return "tags (" + Joined(names, ", ") + ")";
+// The data of a chunk; nothing if it is too long to be carried, or cannot be read.
+std::vector<uint8_t> ReadChunk(XFile& file, const STRIFFChunk& chunk) {
+    if (chunk.DataSize > static_cast<int64_t>(Metadata::kMaxExtensionBytes)) return {};
+    std::vector<uint8_t> data(static_cast<size_t>(chunk.DataSize));
+    const bool isRead =
+        file.SetPosition(chunk.FileDataPosition) && file.Read(data.data(), data.size()) == data.size();
+    return isRead ? data : std::vector<uint8_t>();
 }
 
 }  // namespace
@@ -56,29 +53,33 @@ std::optional<int64_t> Wave64File::Frames() {
     return data->DataSize / format_->BlockAlign();
 }
 
-std::vector<std::string> Wave64File::Extras() {
-    constexpr size_t kMax = 8;
-    constexpr int64_t kEmptyList = 4;  // bytes: a count
-    bool hasTags = false;
-    std::vector<std::string> extras;
-    for (int i = 0; i < chunks_.Count() && extras.size() < kMax; ++i) {
+Metadata Wave64File::ReadMetadata() {
+    Metadata metadata;
+    AddTags(metadata);
+    for (int i = 0; i < chunks_.Count(); ++i) {
         const GUID& identifier = chunks_[i].ChunkGUID;
-        if (CompareGUID(identifier, kSummaryListCode)) {
-            hasTags = hasTags || chunks_[i].DataSize > kEmptyList;
-        } else if (!IsOneOf(identifier, {"fmt ", "data", "fact", "ds64", "JUNK", "PAD "})) {
-            const std::string content =
-                HasName(identifier) ? ContentOf(RIFFChnkGUID2CHR(identifier)) : "unknown chunk";
-            if (std::ranges::find(extras, content) == extras.end()) extras.push_back(content);
+        if (CompareGUID(identifier, kSummaryListCode) ||
+            IsOneOf(identifier, {"fmt ", "data", "fact", "ds64", "JUNK", "PAD "})) {
+            continue;
         }
+        if (metadata.broadcastExtension.empty() && IsOneOf(identifier, {"bext"})) {
+            metadata.broadcastExtension = ReadChunk(file_, chunks_[i]);
+            if (!metadata.broadcastExtension.empty()) continue;
+        }
+        AddOnce(metadata.others,
+                HasName(identifier) ? ContentOf(RIFFChnkGUID2CHR(identifier)) : "unknown chunk");
     }
-    if (extras.size() == kMax) extras.back() = "others";
-    TaggingOptions options;
+    return metadata;
+}
+
+void Wave64File::AddTags(Metadata& metadata) {
+    TaggingOptions options = TaggingOptions::Read();
     options.text = LISTText::UTF16;  // reads every form
-    if (hasTags) {
-        const SummaryLists lists = ChunkTags::ReadSummaryLists(file_, chunks_, options, {});
-        extras.insert(extras.begin(), DescribeTags(lists));
+    const SummaryLists lists = ChunkTags::ReadSummaryLists(file_, chunks_, options, {});
+    for (int i = 0; i < lists.tags.Count(); ++i) {
+        metadata.Add(ToUTF8(lists.tags[i].Name), ToPrintable(lists.tags[i].Value));
     }
-    return extras;
+    if (!lists.areWhole) metadata.others.emplace_back("damaged tags");
 }
 
 int64_t Wave64File::MissingBytes() {

@@ -3,6 +3,7 @@
 #include "audio/format/XAudioWFX.h"
 #include "base/XFile.h"
 #include "host/decoder/ReportChannels.h"
+#include "host/tagging/Metadata.h"
 #include "wave64/container/clWave64Handler.h"
 
 #include <filesystem>
@@ -35,8 +36,8 @@ public:
     // Frames of audio by the sizes in the file; nothing for formats whose blocks are not frames.
     std::optional<int64_t> Frames();
 
-    // Its contents besides format and audio: "tags (Title, Artist)", "broadcast extension".
-    std::vector<std::string> Extras();
+    // Its contents besides format and audio.
+    Metadata ReadMetadata();
 
     // Bytes of chunk data past the end of the file; padding does not count.
     int64_t MissingBytes();
@@ -49,6 +50,7 @@ public:
 
 private:
     void ReadFormat();
+    void AddTags(Metadata& metadata);
 
     XFile file_;
     ReportChannels channels_;

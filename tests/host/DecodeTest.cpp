@@ -65,10 +65,11 @@ TEST(TimePoint, FramesAndTimes) {
 
 TEST_F(DecodeTest, NothingIsReplacedUnlessForced) {
     for (const char* name : {"b.wav", "b.w64"}) Put(name);
-    shop.ExpectRefused({{"", 2, "subcommand is required"},
-                        {"encode a.w64 b.w64 d.w64", 2, "d.w64; see w64 encode --help"},
-                        {"--help >/dev/full", 1, "cannot write to standard output: No space"},
-                        {"decode b.w64", 1, "exists already; --force replaces it"}});
+    shop.ExpectRefused(
+        {{"", 2, "subcommand is required"},
+         {"encode a.w64 b.w64 d.w64", 2, "'a.w64' would replace itself; -o says where to write"},
+         {"--help >/dev/full", 1, "cannot write to standard output: No space"},
+         {"decode b.w64", 1, "exists already; --force replaces it"}});
     EXPECT_EQ(shop.Do("w64 help").output, shop.Do("w64 --version >&2 && w64 --help").output);
     EXPECT_EQ(shop.Do("w64 help tags set").output, shop.Do("w64 tags set --help").output);
 
@@ -112,6 +113,25 @@ TEST_F(DecodeTest, FailedWritesAndInterruptsLeaveNothingBehind) {
                                      "while ! ls .w64-*.part; do sleep 0.01; done; kill -TERM $!; wait $!");
     EXPECT_EQ(outcome.status, 128 + SIGTERM);
     EXPECT_EQ(shop.Files(), std::set<std::string>{"a.w64"});
+}
+
+// A disk that loses a byte while the file is written.
+TEST_F(DecodeTest, VerifyKeepsNothingButWhatWentIn) {
+    shop.Do("w64 decode a.w64");
+    const Folder before = shop.Contents();
+    const std::string corrupt = kMeddling +
+                                "MEANWHILE='f=$(echo .w64-*.part); s=$(stat -c %s $f); printf X | "
+                                "dd of=$f conv=notrunc bs=1 seek=$((s / 2))' MEANWHILE_AT=";
+    for (const std::string arguments :
+         {"5 w64 decode a.w64 -o b.wav", "5 w64 decode a.w64 -o b.raw", "5 w64 decode a.w64 -o b.aiff",
+          "9 w64 decode a.w64 -o b.flac", "12 w64 encode a.wav -o b.w64"}) {
+        const std::string name = arguments.substr(arguments.rfind(' ') + 1);
+        const Outcome outcome = shop.Run(corrupt + arguments + " --verify 2>&1");
+        EXPECT_EQ(outcome.status, 1) << arguments;
+        EXPECT_HAS("'" + name + "' is not kept: ", outcome.output);
+        EXPECT_TRUE(shop.Contents() == before) << arguments;
+        shop.Do("w64" + arguments.substr(arguments.find(" w64") + 4) + " --verify && rm " + name);
+    }
 }
 
 }  // namespace w64

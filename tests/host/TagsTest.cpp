@@ -1,6 +1,7 @@
 #include "HostWorkshop.h"
 #include "SoundFile.h"
 #include "TagBytes.h"
+#include "tags/clRIFFSUMMARYLISTChunk.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -241,8 +242,8 @@ TEST_F(Tags, NeedTheRightToWrite) {
     EXPECT_HAS("was interrupted", shop.Run(hide + nobody + "w64 info a.w64").errors);
 }
 
-// By their own headers; libsndfile tells only of some.
-TEST_F(Tags, AndOtherChunksOfOtherFilesAreNamed) {
+// Of every kind of file; libsndfile tells only of some.
+TEST_F(Tags, OfOtherFilesAreCarriedAndOtherChunksNamed) {
     using namespace std::string_literals;
     const auto chunk = [](const std::string& code, const std::string& data, bool bigEndian = false) {
         std::string size = {static_cast<char>(data.size()), 0, 0, 0};
@@ -250,24 +251,26 @@ TEST_F(Tags, AndOtherChunksOfOtherFilesAreNamed) {
         return code + size + data + std::string(data.size() % 2, 0);
     };
     const std::string chunks =
-        chunk("LIST", "INFO" + chunk("INAM", "Song") + chunk("IENG", "Eva") + chunk("IKEY", "x")) +
+        chunk("LIST", "INFO" + chunk("INAM", "S\xF6ng \x96\0more"s) + chunk("IENG", "\xC3\x84va") +
+                          chunk("IART", "A") + chunk("IART", "B") + chunk("IXYZ", "x")) +
         chunk("LIST", "adtl") + chunk("umid", "x") + chunk("JUNK", "x") + chunk("LGWV", "x") +
         chunk("umid", "y");
-    const std::string named =
-        "tags (Title, IENG, IKEY), texts of markers, unique material identifier, 'LGWV'";
-    // The file, where more is put into it, and what is to be named then.
-    const std::tuple<int, std::string, size_t, std::string, std::string> cases[] = {
-        {SF_FORMAT_WAV, "a.wav", 0, chunks, named},
-        {SF_FORMAT_WAV, "b.wav", 12, chunks, named},
-        {SF_FORMAT_RF64, "c.rf64", 0, chunks, named},
-        {SF_FORMAT_AIFF, "d.aiff", 0, chunk("NAME", "x", true) + chunk("AESD", "x", true),
-         "tags (Title), 'AESD'"},
-        {SF_FORMAT_CAF, "e.caf", 52, "info\0\0\0\0\0\0\0\x0B\0\0\0\1key\0Cis"s, "tags (key)"},
+    const std::string tags = "Title=Söng –, Engineer=Äva, Artist=A; B";
+    const std::string left = "tags (IXYZ), texts of markers, unique material identifier, 'LGWV'";
+    // The file, where more is put into it, the tags that it has then, and what is to be named.
+    const std::tuple<int, std::string, size_t, std::string, std::string, std::string> cases[] = {
+        {SF_FORMAT_WAV, "a.wav", 0, chunks, tags, left},
+        {SF_FORMAT_WAV, "b.wav", 12, chunks, tags, left},
+        {SF_FORMAT_RF64, "c.rf64", 0, chunks, tags, left},
+        {SF_FORMAT_AIFF, "d.aiff", 0, chunk("NAME", "x", true) + chunk("AESD", "x", true), "Title=x",
+         "'AESD'"},
+        {SF_FORMAT_CAF, "e.caf", 52, "info\0\0\0\0\0\0\0\x13\0\0\0\2key\0Cis\0year\0\x31\0"s, "Year=1",
+         "tags (key)"},
         {SF_FORMAT_FLAC, "f.flac", 42,
-         "\4\0\0\x1B\1\0\0\0x\2\0\0\0\5\0\0\0ISRC=\5\0\0\0DATE=\6\0\0 "s + std::string(32, 0),
-         "tags (ISRC, Date), picture"},
+         "\4\0\0\x1D\1\0\0\0x\2\0\0\0\6\0\0\0ISRC=1\6\0\0\0DATE=\xFF\6\0\0 "s + std::string(32, 0), "ISRC=1",
+         "picture"},
     };
-    for (const auto& [format, name, at, more, expected] : cases) {
+    for (const auto& [format, name, at, more, expected, named] : cases) {
         SCOPED_TRACE(name);
         SoundFile(shop.Path() / name, format | SF_FORMAT_PCM_16, 2).WriteInts(std::vector<int>(2000));
         Bytes file = shop.Read(name);
@@ -275,8 +278,57 @@ TEST_F(Tags, AndOtherChunksOfOtherFilesAreNamed) {
                     more.end());
         shop.Write(name, file);
         EXPECT_EQ(shop.Do("w64 encode -f " + name + " out.w64").errors,
-                  "w64: " + name + ": note: not carried over: " + expected + "\n");
+                  "w64: " + name + ": note: not carried over: " + named + "\n");
+        EXPECT_EQ(shop.Tags("out.w64"), expected);
+        EXPECT_EQ(shop.Do("w64 encode -f --no-tags " + name + " out.w64").errors, "");
+        EXPECT_EQ(shop.Tags("out.w64"), "");
     }
+}
+
+// Byte for byte where the order is kept.
+TEST_F(Tags, AndTheExtensionComeBackFromOtherFiles) {
+    Bytes list;
+    const auto names = clRIFFSUMMARYLISTChunk::Names();
+    Append(list, static_cast<uint32_t>(names.size()));
+    for (const wchar_t* name : names) {
+        const std::string code = clRIFFSUMMARYLISTChunk::Identifier(name);
+        const Bytes text = Text((u"Zwölf\n\x1B\U0001D11E " + std::u16string(name, name + 3)).c_str());
+        list.insert(list.end(), code.begin(), code.end());
+        Append(list, static_cast<uint32_t>(text.size()));
+        list.insert(list.end(), text.begin(), text.end());
+    }
+    const Bytes extension = Pattern(607);
+    const auto with = [&](const Bytes& bext) {
+        Wave64Bytes file = Wave64Bytes().Chunk("fmt ", Slice(Wave64Bytes::FmtBody(1, 2, 48000, 24), 0, 16));
+        if (!bext.empty()) file.Chunk("bext", bext);
+        return file.SummaryList(list).Chunk("junk", Bytes(4072)).Data(Pattern(6000)).File();
+    };
+    shop.Write("a.w64", with(extension));
+    const auto tagsOf = [&](const std::string& file) {
+        return shop.Do("w64 tags " + file + " | tail -n +2 | LC_ALL=C sort").output;
+    };
+    const std::string left = "w64: a.w64: note: not carried over: broadcast extension\n";
+    for (const std::string kind : {"wav", "caf", "flac", "aiff", "ogg", "opus", "mp3"}) {
+        SCOPED_TRACE(kind);
+        const bool isExact = kind == "wav" || kind == "caf";
+        const Outcome outcome =
+            shop.Do("w64 decode a.w64 -fo b." + kind + " && w64 encode b." + kind + " -fo b.w64");
+        EXPECT_EQ(outcome.errors, kind == "wav" ? "" : left);
+        EXPECT_EQ(tagsOf("b.w64"), tagsOf("a.w64"));
+        if (isExact) {
+            EXPECT_TRUE(shop.Read("b.w64") == with(kind == "wav" ? extension : Bytes()));
+        }
+        shop.Do("w64 decode a.w64 -o - --format " + kind + " | cat >c." + kind);
+        if (kind != "ogg" && kind != "opus") {  // whose streams have numbers of their own
+            EXPECT_TRUE(shop.Read("c." + kind) == shop.Read("b." + kind));
+        }
+    }
+    // The time of the first frame moves along.
+    shop.Do("w64 decode a.w64 --start 100f --rate 24000 -fo b.wav && w64 encode b.wav -fo b.w64");
+    const Bytes moved = Slice(shop.Read("b.w64"), 40 + 40 + 24, 40 + 40 + 24 + 607);
+    Bytes expected = extension;
+    base::Store(&expected[338], (base::Load<uint64_t>(&extension[338]) + 100) / 2);
+    EXPECT_EQ(moved, expected);
 }
 
 TEST_F(Options, AreKeptWhereTheyCannotBeChanged) {
