@@ -1,18 +1,17 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
+#include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
 #include "host/files/InputFile.h"
 #include "host/files/JournalledEdit.h"
 #include "host/layout/LayoutCheck.h"
 #include "host/layout/RepairPlan.h"
-#include "host/terminal/Failure.h"
-#include "host/terminal/ForEachFile.h"
 #include "host/terminal/FormatText.h"
-#include "host/terminal/StandardOutput.h"
 
 #include <algorithm>
 #include <iostream>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <vector>
 
 namespace w64 {
@@ -26,6 +25,7 @@ constexpr const char* kAboutCheck =
 
 struct CheckOptions {
     std::vector<std::string> inputs;
+    bool json = false;
 };
 
 using Findings = std::vector<LayoutFinding>;
@@ -65,22 +65,35 @@ void Print(const std::string& name, InputFile& file, const LayoutCheck& check, c
     }
 }
 
+void Describe(const LayoutCheck& check, const Findings& findings, Json& json) {
+    json["verdict"] = Verdict(findings);
+    json["summary"] = check.Summary();
+    json["findings"] = Json::array();
+    for (const LayoutFinding& finding : findings) {
+        json["findings"].push_back({{"kind", finding.isFault ? "wrong" : "odd"}, {"text", finding.text}});
+        if (finding.alike != 0) json["findings"].back()["alike"] = finding.alike;
+    }
+}
+
 bool CheckCommand(const CheckOptions& options, CommandContext context) {
     bool allSound = true;
-    const bool allDone = ForEachFile(options.inputs, 1, context.console, [&](size_t i) {
+    const auto check = [&](size_t i, Json* json) {
         const std::string& name = options.inputs[i];
         Findings findings;
         if (HasInterruptedEdit(name)) {
             findings.push_back({true, "An edit of the file was interrupted; w64 repair finishes it."});
         }
         InputFile file(name);
-        const LayoutCheck check(file);
-        std::ranges::copy(check.Findings(), std::back_inserter(findings));
-        Print(name, file, check, findings, context.console.IsQuiet());
+        const LayoutCheck layout(file);
+        std::ranges::copy(layout.Findings(), std::back_inserter(findings));
+        if (json) {
+            Describe(layout, findings, *json);
+        } else {
+            Print(name, file, layout, findings, context.console.IsQuiet());
+        }
         allSound = allSound && !HaveFaults(findings);
-    });
-    FlushStandardOutput();
-    return allDone && allSound;
+    };
+    return ReportOnFiles(options.inputs, options.json, context.console, check) && allSound;
 }
 
 }  // namespace
@@ -90,6 +103,7 @@ void AddCheck(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand("check", "Report what is wrong or odd about a file's layout");
     line.OnCommand(command, CheckCommand, options);
     AddFiles(command, options.inputs);
+    AddJSON(command, options.json);
     SetFooter(command, kAboutCheck);
 }
 

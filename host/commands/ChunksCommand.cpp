@@ -2,13 +2,17 @@
 #include "host/commandline/CommandLine.h"
 #include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
+#include "host/files/FileName.h"
 #include "host/files/InputFile.h"
 #include "host/files/JournalledEdit.h"
+#include "host/files/OutputFile.h"
 #include "host/layout/ChunkBar.h"
 #include "host/layout/ChunkWalk.h"
 #include "host/layout/DecoderNotes.h"
 #include "host/terminal/Failure.h"
+#include "host/terminal/ForEachFile.h"
 #include "host/terminal/FormatText.h"
+#include "host/terminal/Interrupt.h"
 #include "host/terminal/Terminal.h"
 
 #include <algorithm>
@@ -27,6 +31,9 @@ namespace {
 struct ChunksOptions {
     std::vector<std::string> inputs;
     bool json = false;
+    std::string extract;  // NAME or NAME=N
+    std::string output;   // for the chunk's data; "-" for standard output
+    bool force = false;
 };
 
 // The chunks found in one file.
@@ -148,7 +155,67 @@ void Print(const ChunkList& list, bool isFirst) {
     if (list.fileBytes > kOuterHeaderBytes) PrintBar(list);
 }
 
+struct ChunkChoice {
+    std::string name;
+    unsigned number = 1;  // among those of the name
+};
+
+// "bext", "LIST=2"; a name may have a "=" too.
+ChunkChoice ParseChoice(const std::string& text) {
+    const size_t sign = text.rfind('=');
+    unsigned number = 0;
+    const bool hasNumber = sign != text.npos && CLI::detail::lexical_cast(text.substr(sign + 1), number);
+    if (!hasNumber) return {text};
+    if (number == 0) throw UsageError("--extract: chunks are counted from 1");
+    return {text.substr(0, sign), number};
+}
+
+WalkedChunk Find(const ChunkChoice& choice, InputFile& file) {
+    unsigned found = 0;
+    ChunkWalk walk(file, ReadOuterSize(file));
+    while (const auto chunk = walk.Next()) {
+        if (ChunkName(chunk->identifier) != choice.name || ++found < choice.number) continue;
+        if (!chunk->HasKnownEnd()) throw Failure("the chunk is not whole; w64 check tells how");
+        return *chunk;
+    }
+    const std::string there = found == 0 ? "has no chunk '" : "has only " + std::to_string(found) + " of '";
+    throw Failure(there + choice.name + "'; w64 chunks lists what it has");
+}
+
+void Extract(const std::string& name, const ChunkChoice& choice, XFile& output) {
+    constexpr int64_t kBlockBytes = 1 << 20;
+    InputFile file(name);
+    const WalkedChunk chunk = Find(choice, file);
+    std::vector<uint8_t> block(static_cast<size_t>(std::min(chunk.dataBytes, kBlockBytes)));
+    if (!file.SetPosition(chunk.DataPosition())) throw SystemFailure("cannot read the file");
+    for (int64_t left = chunk.dataBytes; left > 0; left -= kBlockBytes) {
+        Interrupt::Check();
+        const auto bytes = static_cast<size_t>(std::min(left, kBlockBytes));
+        if (file.Read(block.data(), bytes) < bytes) throw SystemFailure("cannot read the file");
+        if (!output.Write(block.data(), bytes)) throw SystemFailure("cannot write the data of the chunk");
+    }
+}
+
+bool ExtractCommand(const ChunksOptions& options, CommandContext context) {
+    if (options.inputs.size() != 1) throw UsageError("--extract takes one file");
+    if (options.output.empty()) throw UsageError("--extract needs -o, a file or - for standard output");
+    const ChunkChoice choice = ParseChoice(options.extract);
+    return ForEachFile(options.inputs, 1, context.console, [&](size_t i) {
+        if (options.output == "-") {
+            XFile stream;
+            stream.Open(reinterpret_cast<void*>(intptr_t{STDOUT_FILENO}));
+            return Extract(options.inputs[i], choice, stream);
+        }
+        RefuseToReplaceInput(options.inputs[i], options.output);
+        OutputFile output(options.output, options.force);
+        Extract(options.inputs[i], choice, output.File());
+        output.Commit();
+    });
+}
+
 bool ChunksCommand(const ChunksOptions& options, CommandContext context) {
+    if (!options.extract.empty()) return ExtractCommand(options, context);
+    if (!options.output.empty()) throw UsageError("-o is for --extract");
     bool isFirst = true;
     return ReportOnFiles(options.inputs, options.json, context.console, [&](size_t i, Json* json) {
         NoteInterruptedEdit(options.inputs[i], context.console);
@@ -173,6 +240,12 @@ void AddChunks(CLI::App& app, CommandLine& line) {
     line.OnCommand(command, ChunksCommand, options);
     AddFiles(command, options.inputs);
     AddJSON(command, options.json);
+    command->add_option("--extract", options.extract, "Write the data of a chunk, the N-th of that name")
+        ->type_name("NAME[=N]")
+        ->excludes("--json");
+    command->add_option("-o,--output", options.output, "Where to write it, - for standard output")
+        ->type_name("OUT");
+    AddForce(command, options.force);
 }
 
 }  // namespace w64

@@ -6,6 +6,7 @@
 #include "host/decoder/OwnSettings.h"
 #include "host/files/JournalledEdit.h"
 #include "host/formats/Speakers.h"
+#include "host/layout/BroadcastText.h"
 #include "host/layout/DecoderNotes.h"
 #include "host/layout/Wave64File.h"
 #include "host/tagging/TagTexts.h"
@@ -15,6 +16,7 @@
 #include <algorithm>
 #include <iomanip>
 #include <iostream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 
 namespace w64 {
@@ -24,6 +26,8 @@ namespace {
 struct InfoOptions {
     std::vector<std::string> inputs;
     bool json = false;
+    bool isShort = false;
+    std::string value;  // the only one to print
 };
 
 // What the decoder reports, with the errors that did not stop it.
@@ -44,6 +48,10 @@ Answer AskDecoder(const PluginLibrary& library, const std::string& name, Command
     return {decoder.Info(), decoder.Properties(), decoder.Errors()};
 }
 
+constexpr const char* kAboutValues = "The values are those of --json; duration is in seconds.\n\n";
+constexpr const char* kValues[] = {"duration",    "format",       "encoding", "bits",    "channels", "rate",
+                                   "channelMask", "milliseconds", "frames",   "bitRate", "bytes"};
+
 // Frames are counted where a stored block is a frame.
 std::optional<int64_t> FrameCount(int64_t bytes, const XAudioWFX& stored) {
     if (!IsLinear(stored.WFXFormatTag()) || stored.BlockAlign() == 0) return std::nullopt;
@@ -58,6 +66,12 @@ struct Subject {
     const XAudioWFX& stored;
     Wave64File& file;
 };
+
+std::vector<BroadcastField> BroadcastOf(const Subject& subject) {
+    const auto extension = BroadcastExtension::Parse(subject.file.ReadMetadata().broadcastExtension);
+    return extension ? DescribeBroadcast(*extension, subject.stored.SamplesPerSec())
+                     : std::vector<BroadcastField>();
+}
 
 Json ChunkList(clWave64Handler& chunks) {
     Json list = Json::array();
@@ -98,6 +112,7 @@ void Describe(const Subject& subject, Json& json) {
         json["missingBytes"] = missing;
         json["audioPresent"] = DescribeRest(subject);
     }
+    for (const BroadcastField& field : BroadcastOf(subject)) json["broadcast"][field.key] = field.text;
     json["chunks"] = ChunkList(subject.file.Chunks());
     for (int i = 0; i < subject.report.Count(); ++i) {
         json["report"][ToPrintable(subject.report[i].Name)] = ToPrintable(subject.report[i].Value);
@@ -117,6 +132,12 @@ void Print(const Subject& subject) {
     line("Duration", FormatDuration(subject.info.LengthMilliseconds) + inFrames);
     line("Bit rate", Grouped(subject.info.BitRate / 1000) + " kbit/s");
     line("Size", Grouped(subject.file.FileBytes()) + " bytes");
+    const auto broadcast = BroadcastOf(subject);
+    if (!broadcast.empty()) std::cout << "  Broadcast\n";
+    for (const BroadcastField& field : broadcast) {
+        std::cout << "    " << std::left << std::setw(18) << field.label << VisibleLines(field.text, 22)
+                  << "\n";
+    }
     std::cout << "  Report\n";
     for (int i = 0; i < subject.report.Count(); ++i) {
         const STInternalTag& section = subject.report[i];
@@ -135,6 +156,25 @@ void Print(const Subject& subject) {
     }
 }
 
+void PrintShort(const Subject& subject) {
+    std::cout << Visible(subject.name) << ": " << DescribeFormat(subject.stored) << ", "
+              << FormatDuration(subject.info.LengthMilliseconds) << ", "
+              << Counted(subject.file.FileBytes(), "byte") << "\n";
+}
+
+void PrintValue(const std::string& name, const Subject& subject) {
+    Json json;
+    Describe(subject, json);
+    if (name == "duration") {
+        const int64_t milliseconds = subject.info.LengthMilliseconds;
+        std::cout << milliseconds / 1000 << "." << std::setfill('0') << std::setw(3) << std::right
+                  << milliseconds % 1000 << std::setfill(' ') << "\n";
+        return;
+    }
+    if (!json.contains(name)) throw Failure("has no value '" + name + "'");
+    std::cout << (json[name].is_string() ? json[name].get<std::string>() : json[name].dump()) << "\n";
+}
+
 bool InfoCommand(const InfoOptions& options, CommandContext context) {
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     const OwnSettings settings;  // so that lists of every form are read
@@ -147,6 +187,10 @@ bool InfoCommand(const InfoOptions& options, CommandContext context) {
         const Subject subject = {name, answer.info, answer.report, *file.Format(), file};
         if (json) {
             Describe(subject, *json);
+        } else if (options.isShort) {
+            PrintShort(subject);
+        } else if (!options.value.empty()) {
+            PrintValue(options.value, subject);
         } else {
             Print(subject);
         }
@@ -163,6 +207,15 @@ void AddInfo(CLI::App& app, CommandLine& line) {
     line.OnCommand(command, InfoCommand, options);
     AddFiles(command, options.inputs);
     AddJSON(command, options.json);
+    command->add_flag("--short", options.isShort, "Print a line per file")->excludes("--json");
+    command
+        ->add_option("--get", options.value,
+                     "Print only one value: " + Joined({std::begin(kValues), std::end(kValues)}, ", "))
+        ->check(
+            CLI::IsMember(std::vector<std::string>(std::begin(kValues), std::end(kValues))).description(""))
+        ->type_name("VALUE")
+        ->excludes("--json", "--short");
+    SetFooter(command, kAboutValues);
 }
 
 }  // namespace w64

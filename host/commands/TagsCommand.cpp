@@ -57,16 +57,6 @@ void Describe(const NTag& tags, bool withChunks, Json& json) {
     }
 }
 
-// Indents the second and later lines of a value.
-std::string Indented(const std::string& value, size_t columns) {
-    std::string text;
-    std::istringstream lines(value);
-    for (std::string line; std::getline(lines, line);) {
-        text += (text.empty() ? "" : "\n" + std::string(columns, ' ')) + Visible(line);
-    }
-    return text;
-}
-
 void PrintChunks(const NTag& tags) {
     std::cout << "  Chunks\n";
     for (int i = 0; i < tags.Count(); ++i) {
@@ -85,7 +75,7 @@ void Print(const std::string& name, const NTag& tags, bool withChunks) {
         if (IsRawChunk(tags[i])) continue;
         anyText = true;
         std::cout << "  " << std::setw(kNameColumns) << Visible(ToPrintable(tags[i].Name)) << " "
-                  << Indented(ToPrintable(tags[i].Value), kNameColumns + 3) << "\n";
+                  << VisibleLines(ToPrintable(tags[i].Value), kNameColumns + 3) << "\n";
     }
     if (!anyText) std::cout << "  no tags\n";
     if (withChunks) PrintChunks(tags);

@@ -5,6 +5,7 @@
 #include "host/terminal/Terminal.h"
 
 #include <algorithm>
+#include <sstream>
 #include <unistd.h>
 
 namespace w64 {
@@ -25,6 +26,16 @@ std::string Visible(std::string_view text) {
     const auto isControl = [](wchar_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); };
     std::ranges::replace_if(visible, isControl, L'?');
     return ToUTF8(visible);
+}
+
+std::string VisibleLines(const std::string& text, size_t indent) {
+    std::string all;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.ends_with('\r')) line.pop_back();
+        all += (all.empty() ? "" : "\n" + std::string(indent, ' ')) + Visible(line);
+    }
+    return all;
 }
 
 Console::Console(Options options)

@@ -9,6 +9,9 @@ namespace w64 {
 // UTF-8 text with a question mark for each control character, which a hostile file may contain.
 std::string Visible(std::string_view text);
 
+// The same for each line of a text, with the second and later ones indented.
+std::string VisibleLines(const std::string& text, size_t indent);
+
 // Standard error as a person sees it: messages, and below them a status line that is redrawn while work goes on.
 // Threads: any.
 class Console {
