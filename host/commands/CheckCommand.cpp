@@ -6,6 +6,7 @@
 #include "host/files/JournalledEdit.h"
 #include "host/layout/LayoutCheck.h"
 #include "host/layout/RepairPlan.h"
+#include "host/terminal/Failure.h"
 #include "host/terminal/FormatText.h"
 
 #include <algorithm>

@@ -51,7 +51,7 @@ struct ByteRange {
     }
 };
 
-struct FrameRange {
+struct DecodeRange {
     int64_t start = 0;
     int64_t end = -1;  // to the end
 
@@ -66,8 +66,8 @@ struct FrameRange {
     }
 };
 
-FrameRange RangeOf(const DecodeOptions& options, uint32_t framesPerSecond) {
-    FrameRange range;
+DecodeRange RangeOf(const DecodeOptions& options, uint32_t framesPerSecond) {
+    DecodeRange range;
     if (options.start) range.start = options.start->Frame(framesPerSecond);
     if (options.end) range.end = options.end->Frame(framesPerSecond);
     if (options.end && range.start > range.end) throw Failure("--start is after --end");
@@ -141,9 +141,9 @@ private:
         const fs::path source = salvage ? salvage->source : fs::path(job_.input);
         const auto [stored, announced] = LookAt(source);
         Metadata metadata = options_.noTags ? Metadata() : Wave64File(job_.input).ReadMetadata();
-        const FrameRange asked = RangeOf(options_, stored ? stored->SamplesPerSec() : 1);
+        const DecodeRange asked = RangeOf(options_, stored ? stored->SamplesPerSec() : 1);
         // The decoder counts stored blocks, which hold no fixed number of frames of MPEG audio.
-        FrameRange range = IsMPEG(stored) ? FrameRange{0, DecoderInstance::kPastTheEnd} : asked;
+        DecodeRange range = IsMPEG(stored) ? DecodeRange{0, DecoderInstance::kPastTheEnd} : asked;
         if (salvage && salvage->isToStop) range.LimitTo(salvage->frames);
 
         bool opened = false;

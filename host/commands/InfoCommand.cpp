@@ -67,10 +67,8 @@ struct Subject {
     Wave64File& file;
 };
 
-std::vector<BroadcastField> BroadcastOf(const Subject& subject) {
-    const auto extension = BroadcastExtension::Parse(subject.file.ReadMetadata().broadcastExtension);
-    return extension ? DescribeBroadcast(*extension, subject.stored.SamplesPerSec())
-                     : std::vector<BroadcastField>();
+std::optional<BroadcastExtension> BroadcastOf(const Subject& subject) {
+    return BroadcastExtension::Parse(subject.file.ReadMetadata().broadcastExtension);
 }
 
 Json ChunkList(clWave64Handler& chunks) {
@@ -112,7 +110,13 @@ void Describe(const Subject& subject, Json& json) {
         json["missingBytes"] = missing;
         json["audioPresent"] = DescribeRest(subject);
     }
-    for (const BroadcastField& field : BroadcastOf(subject)) json["broadcast"][field.key] = field.text;
+    if (const auto extension = BroadcastOf(subject)) {
+        Json& broadcast = json["broadcast"];
+        for (const BroadcastField& field : DescribeBroadcast(*extension, stored.SamplesPerSec())) {
+            broadcast[field.key] = field.text;
+        }
+        broadcast["timeReference"] = extension->timeReference;
+    }
     json["chunks"] = ChunkList(subject.file.Chunks());
     for (int i = 0; i < subject.report.Count(); ++i) {
         json["report"][ToPrintable(subject.report[i].Name)] = ToPrintable(subject.report[i].Value);
@@ -132,11 +136,12 @@ void Print(const Subject& subject) {
     line("Duration", FormatDuration(subject.info.LengthMilliseconds) + inFrames);
     line("Bit rate", Grouped(subject.info.BitRate / 1000) + " kbit/s");
     line("Size", Grouped(subject.file.FileBytes()) + " bytes");
-    const auto broadcast = BroadcastOf(subject);
-    if (!broadcast.empty()) std::cout << "  Broadcast\n";
-    for (const BroadcastField& field : broadcast) {
-        std::cout << "    " << std::left << std::setw(18) << field.label << VisibleLines(field.text, 22)
-                  << "\n";
+    if (const auto extension = BroadcastOf(subject)) {
+        std::cout << "  Broadcast\n";
+        for (const BroadcastField& field : DescribeBroadcast(*extension, subject.stored.SamplesPerSec())) {
+            std::cout << "    " << std::left << std::setw(18) << field.label << VisibleLines(field.text, 22)
+                      << "\n";
+        }
     }
     std::cout << "  Report\n";
     for (int i = 0; i < subject.report.Count(); ++i) {

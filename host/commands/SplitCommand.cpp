@@ -49,7 +49,7 @@ struct SplitOptions {
 };
 
 // "4GB", "1.5 GiB", "700000000"
-int64_t ParseSize(const std::string& text) {
+int64_t ParseBytes(const std::string& text) {
     constexpr double k = 1000;
     constexpr double Ki = 1024;
     constexpr std::pair<const char*, double> kUnits[] = {
@@ -271,7 +271,7 @@ void AddSplit(CLI::App& app, CommandLine& line) {
     AddPlace(command, "--every", options.every, "The length of each part")->type_name("D");
     command
         ->add_option_function<std::string>(
-            "--size", [&options](const std::string& text) { options.size = ParseSize(text); },
+            "--size", [&options](const std::string& text) { options.size = ParseBytes(text); },
             "The most bytes of each file")
         ->type_name("SIZE");
     command

@@ -102,4 +102,9 @@ std::string Wave64File::DescribeCut() {
     return text + "; " + FormatDuration(milliseconds) + " of audio is there";
 }
 
+bool Wave64File::IsWhole() const {
+    const int64_t unpadded = chunks_.RiffSize() - FileBytes();  // some writers omit the last padding
+    return unpadded >= 0 && unpadded < 8 && channels_.Errors().empty();
+}
+
 }  // namespace w64

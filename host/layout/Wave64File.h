@@ -48,6 +48,9 @@ public:
     // For a file that is cut off, what is missing and what is there, as a sentence; else empty.
     std::string DescribeCut();
 
+    // The chunks fill the file to its end without an error.
+    bool IsWhole() const;
+
 private:
     void ReadFormat();
     void AddTags(Metadata& metadata);

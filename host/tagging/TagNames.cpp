@@ -41,8 +41,9 @@ XStr Simplified(XStr name) {
 }
 
 XStr InCapitals(XStr name) {
-    std::ranges::transform(name, name.begin(),
-                           [](wchar_t c) { return static_cast<wchar_t>(std::towupper(c)); });
+    std::ranges::transform(name, name.begin(), [](wchar_t c) {
+        return static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
+    });
     return name;
 }
 

@@ -111,7 +111,7 @@ TEST(TruePeak, IsThatOfTheWaveform) {
             EXPECT_EQ(inPieces.Peak(), whole.Peak());
         }
     }
-    for (const size_t click : {0, 1, 1023, 1024, 2046}) {
+    for (const size_t click : {0U, 1U, 1023U, 1024U, 2046U}) {
         std::vector<double> samples(2047);
         samples[click] = -0.75;
         TruePeak peak;

@@ -1,6 +1,7 @@
 #include "HostWorkshop.h"
 #include "SoundFile.h"
 #include "TagBytes.h"
+#include "host/tagging/BroadcastExtension.h"
 
 namespace w64 {
 
@@ -12,7 +13,13 @@ TEST_F(Transcript, IsOfWhatTheCommandsPrint) {
     for (const char* name : {"ten.w64", "song.wav", "song.w64", "bad\xFF.w64"}) shop.Write(name, ten);
     shop.Write("cut.w64", Resized(ten, 1114));
     const Bytes list = List({{"INAM", Text(u"Song")}, {"IART", Text(u"Abba")}});
-    Wave64Bytes rich = Wave64Bytes().Chunk("bext", Pattern(602));
+    BroadcastExtension bext{.description = "Take 1", .originator = "Recorder"};
+    bext.originationDate = "2026-11-22";
+    bext.timeReference = 48000 * 36600;
+    bext.version = 2;
+    bext.umid = {6, 0x2B};
+    bext.loudness = {-2300, 500, -100, BroadcastExtension::kNoLoudness, -1850};
+    Wave64Bytes rich = Wave64Bytes().Chunk("bext", bext.ToBytes());
     rich.Chunk("fmt ", Wave64Bytes::ExtensibleBody(3, 6, 48000, 32, 0x60F)).Data(Pattern(size_t{24} * 72000));
     shop.Write("rich.w64", rich.SummaryList(list).Chunk("junk", Bytes(80)).File());
     Wave64Bytes loose = Wave64Bytes().Fmt(1, 2, 48000, 24).Chunk("junk", Bytes(2048)).Data(Pattern(6000));
