@@ -22,6 +22,9 @@ struct CommandLine {
     std::string plugin;
     std::function<bool(CommandContext)> work;
 
+    // Done before the work. False if something failed; the rest is worked on all the same.
+    std::vector<std::function<bool(Console&)>> preparations;
+
     // Options of a command, which live as long as the command line.
     template <class Options>
     Options& Keep() {

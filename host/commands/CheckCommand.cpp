@@ -1,5 +1,6 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
+#include "host/commandline/Folders.h"
 #include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
 #include "host/files/InputFile.h"
@@ -104,6 +105,7 @@ void AddCheck(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand("check", "Report what is wrong or odd about a file's layout");
     line.OnCommand(command, CheckCommand, options);
     AddFiles(command, options.inputs);
+    AddFolders(command, line, options.inputs, FilesInFolders::Wave64);
     AddJSON(command, options.json);
     SetFooter(command, kAboutCheck);
 }

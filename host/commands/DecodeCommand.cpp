@@ -1,6 +1,7 @@
 #include "base/Saturating.h"
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
+#include "host/commandline/Folders.h"
 #include "host/commands/Commands.h"
 #include "host/commands/ConversionJobs.h"
 #include "host/convert/Conversion.h"
@@ -280,6 +281,7 @@ void AddDecode(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand("decode", "Decode Wave64 files to WAV, FLAC and others");
     line.OnCommand(command, DecodeCommand, options);
     command->add_option("IN", options.inputs, "Wave64 files")->required()->type_name("");
+    AddFolders(command, line, options.inputs, FilesInFolders::Wave64);
     command
         ->add_option("-o,--output", options.output,
                      "A .wav, .flac, .aiff, .caf, .ogg, .opus, .mp3, .raw or\n.pcm file, a folder, or - for "

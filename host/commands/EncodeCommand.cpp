@@ -1,5 +1,6 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
+#include "host/commandline/Folders.h"
 #include "host/commands/Commands.h"
 #include "host/commands/ConversionJobs.h"
 #include "host/files/FileName.h"
@@ -172,6 +173,7 @@ void AddEncode(CLI::App& app, CommandLine& line) {
     command->add_option("IN", options.inputs, "WAV, RF64, AIFF, FLAC, CAF ...; the second of two can be OUT")
         ->required()
         ->type_name("");
+    AddFolders(command, line, options.inputs, FilesInFolders::OtherAudio);
     command->add_option("-o,--output", options.output, "A .w64 file or a folder; default: a .w64 next to IN")
         ->check([](const std::string& name) { return name.empty() ? "a name is missing" : ""; })
         ->type_name("OUT");

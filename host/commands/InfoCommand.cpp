@@ -1,5 +1,6 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
+#include "host/commandline/Folders.h"
 #include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
 #include "host/decoder/DecoderInstance.h"
@@ -211,6 +212,7 @@ void AddInfo(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand("info", "Show format, length and chunks");
     line.OnCommand(command, InfoCommand, options);
     AddFiles(command, options.inputs);
+    AddFolders(command, line, options.inputs, FilesInFolders::Wave64);
     AddJSON(command, options.json);
     command->add_flag("--short", options.isShort, "Print a line per file")->excludes("--json");
     command

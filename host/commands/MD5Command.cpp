@@ -1,5 +1,6 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
+#include "host/commandline/Folders.h"
 #include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
 #include "host/formats/AudioMD5.h"
@@ -69,6 +70,7 @@ void AddMD5(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand("md5", "Print the MD5 of the audio of any files");
     line.OnCommand(command, MD5Command, options);
     AddAudioFiles(command, options.inputs);
+    AddFolders(command, line, options.inputs, FilesInFolders::Audio);
     AddJSON(command, options.json);
     SetFooter(command, kAboutMD5);
 }

@@ -1,5 +1,6 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
+#include "host/commandline/Folders.h"
 #include "host/commandline/OutputNames.h"
 #include "host/commands/Commands.h"
 #include "host/commands/ReadFrames.h"
@@ -140,6 +141,7 @@ void AddPlot(CLI::App& app, CommandLine& line) {
     command->add_option("IN", options.inputs, "Wave64, WAV, RF64, AIFF, FLAC, CAF ...")
         ->required()
         ->type_name("");
+    AddFolders(command, line, options.inputs, FilesInFolders::Audio);
     command->add_option("-o,--output", options.output, "A .png file or a folder; default: a .png next to IN")
         ->type_name("OUT");
     AddRange(command, options.start, options.end);

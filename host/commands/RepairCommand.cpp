@@ -1,5 +1,6 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
+#include "host/commandline/Folders.h"
 #include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
 #include "host/files/FileCopy.h"
@@ -171,6 +172,7 @@ void AddRepair(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand("repair", "Make damaged recordings sound files");
     line.OnCommand(command, RepairCommand, options);
     AddFiles(command, options.inputs);
+    AddFolders(command, line, options.inputs, FilesInFolders::Wave64);
     command->add_option("-o,--output", options.output, "Write a repaired copy, and leave FILE as it is")
         ->type_name("OUT");
     command->add_flag("-n,--dry-run", options.dryRun, "Only say what would be done; exit code 1 if anything");

@@ -1,5 +1,6 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
+#include "host/commandline/Folders.h"
 #include "host/commands/Commands.h"
 #include "host/commands/ReadFrames.h"
 #include "host/commands/ReportPage.h"
@@ -166,6 +167,7 @@ void AddReport(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand("report", "Make a page of pictures, measures and faults of files");
     line.OnCommand(command, ReportCommand, options);
     AddAudioFiles(command, options.inputs);
+    AddFolders(command, line, options.inputs, FilesInFolders::Audio);
     command->add_option("-o,--output", options.output, "The .html file to write")
         ->required()
         ->type_name("OUT");

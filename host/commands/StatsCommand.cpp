@@ -1,5 +1,6 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
+#include "host/commandline/Folders.h"
 #include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
 #include "host/commands/ReadFrames.h"
@@ -152,6 +153,7 @@ void AddStats(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand("stats", "Measure levels and loudness of any audio files");
     line.OnCommand(command, StatsCommand, options);
     AddAudioFiles(command, options.inputs);
+    AddFolders(command, line, options.inputs, FilesInFolders::Audio);
     AddJSON(command, options.json);
     AddJobs(command, options.jobs);
     SetFooter(command, kAboutStats);

@@ -1,5 +1,6 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
+#include "host/commandline/Folders.h"
 #include "host/commandline/Mistakes.h"
 #include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
@@ -108,6 +109,7 @@ void AddTags(CLI::App& app, CommandLine& line) {
     auto& options = line.Keep<TagsOptions>();
     command->require_subcommand(0, 1);
     command->add_option("FILE", options.inputs, "Wave64 files")->type_name("");
+    AddFolders(command, line, options.inputs, FilesInFolders::Wave64);
     command->add_flag("--chunks", options.chunks, "Show the other chunks too");
     AddJSON(command, options.json);
     command->final_callback([command, &line, &options] {

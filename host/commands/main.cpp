@@ -124,8 +124,10 @@ int ExitStatus(const CommandLine& line) {
     Interrupt::Install();
     Console console({.quiet = line.quiet, .statusLine = line.trace != "-"});
     try {
+        bool allDone = true;
+        for (const auto& prepare : line.preparations) allDone = prepare(console) && allDone;
         const TraceFile trace(line.trace);
-        const bool allDone = line.work({console, trace.Descriptor(), line.plugin});
+        allDone = line.work({console, trace.Descriptor(), line.plugin}) && allDone;
         if (Interrupt::Signal() != 0) return kSignalled + Interrupt::Signal();
         return allDone ? 0 : kFileFailed;
     } catch (const UsageError& error) {
