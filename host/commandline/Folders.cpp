@@ -69,10 +69,10 @@ bool ReplaceFolders(std::vector<std::string>& names, FilesInFolders kind, Consol
 }  // namespace
 
 void AddFolders(CLI::App* command, CommandLine& line, std::vector<std::string>& files, FilesInFolders kind) {
-    const CLI::Option* recursive =
-        command->add_flag("-r,--recursive", "Take the files in folders, and in theirs");
-    line.preparations.emplace_back([&line, recursive, &files, kind](Console& console) {
-        if (recursive->empty()) return true;
+    bool& recursive = line.Keep<bool>();
+    command->add_flag("-r,--recursive", recursive, "Take the files in folders, and in theirs");
+    line.preparations.emplace_back([&line, &recursive, &files, kind](Console& console) {
+        if (!recursive) return true;
         const bool allDone = ReplaceFolders(files, kind, console);
         if (files.empty()) line.work = [](CommandContext) { return false; };
         return allDone;

@@ -22,7 +22,7 @@ fs::path OutputName(const std::string& input, const std::string& output, std::st
 }
 
 void CheckOutput(size_t inputs, const std::string& output) {
-    if (output.empty() || IsFolder(output)) return;
+    if (!NamesAFile(output)) return;
     if (inputs > 1) {
         throw UsageError("several files need a folder to go into; '" + output + "' is not a folder");
     }
@@ -46,6 +46,8 @@ std::vector<fs::path> OutputNames(std::span<const std::string> inputs, const std
     }
     return names;
 }
+
+bool NamesAFile(const std::string& output) { return !output.empty() && !IsFolder(output); }
 
 void RefuseReversed(const std::optional<TimePoint>& start, const std::optional<TimePoint>& end) {
     constexpr uint32_t kAnyRate = 1'000'000'000;

@@ -19,6 +19,9 @@ namespace w64 {
 std::vector<std::filesystem::path> OutputNames(std::span<const std::string> inputs, const std::string& output,
                                                std::string_view ending);
 
+// Whether that is neither empty nor a folder.
+bool NamesAFile(const std::string& output);
+
 void RefuseReversed(const std::optional<TimePoint>& start, const std::optional<TimePoint>& end);
 
 }  // namespace w64

@@ -83,7 +83,7 @@ bool CheckCommand(const CheckOptions& options, CommandContext context) {
         const std::string& name = options.inputs[i];
         Findings findings;
         if (HasInterruptedEdit(name)) {
-            findings.push_back({true, "An edit of the file was interrupted; w64 repair finishes it."});
+            findings.push_back({true, kInterruptedEdit});
         }
         InputFile file(name);
         const LayoutCheck layout(file);

@@ -1,10 +1,10 @@
 #include "host/commands/ConversionJobs.h"
 
 #include "host/commandline/Arguments.h"
+#include "host/commandline/OutputNames.h"
 #include "host/terminal/Failure.h"
 
 #include <algorithm>
-#include <map>
 #include <thread>
 #include <unistd.h>
 
@@ -16,11 +16,6 @@ namespace {
 
 constexpr const char* kStandardOutput = "-";
 
-bool IsFolder(const std::string& name) {
-    std::error_code error;
-    return fs::is_directory(name, error);
-}
-
 AudioFileType TypeByName(const std::string& output) {
     if (const auto type = AudioFileTypeOf(output)) return *type;
     throw UsageError("'" + output +
@@ -28,16 +23,10 @@ AudioFileType TypeByName(const std::string& output) {
                      "--format says what to write");
 }
 
-void CheckOutput(const ConvertOptions& options) {
-    const std::vector<std::string>& inputs = options.inputs;
-    const std::string& output = options.output;
+void CheckExisting(const ConvertOptions& options) {
     if (options.force && options.skipExisting) {
         throw UsageError("--force replaces what exists, and --skip-existing keeps it");
     }
-    if (inputs.size() > 1 && !output.empty() && !IsFolder(output)) {
-        throw UsageError("several files need a folder to go into; '" + output + "' is not a folder");
-    }
-    if (output.ends_with('/') && !IsFolder(output)) throw UsageError("there is no folder '" + output + "'");
 }
 
 void CheckStream(const DecodeOptions& options) {
@@ -48,40 +37,15 @@ void CheckStream(const DecodeOptions& options) {
     if (options.verify) throw UsageError("--verify reads a file back, and standard output is none");
 }
 
-void CheckRange(const DecodeOptions& options) {
-    constexpr uint32_t kAnyRate = 1'000'000'000;
-    if (!options.start || !options.end || options.start->IsTime() != options.end->IsTime()) return;
-    if (options.start->Frame(kAnyRate) > options.end->Frame(kAnyRate))
-        throw UsageError("--start is after --end");
-}
-
-// In a folder, next to the input, or where the output says.
-fs::path PlaceOf(const std::string& input, const std::string& output, const std::string& ending) {
-    fs::path besideInput = fs::path(input).replace_extension(ending);
-    if (output.empty()) return besideInput;
-    return IsFolder(output) ? output / besideInput.filename() : fs::path(output);
-}
-
-void RefuseEqualOutputs(const std::vector<ConversionJob>& jobs) {
-    std::map<fs::path, std::string> inputOf;
-    for (const auto& [input, output, type] : jobs) {
-        const auto [first, isFree] = inputOf.emplace(output.lexically_normal(), input);
-        if (!isFree) {
-            throw UsageError("'" + first->second + "' and '" + input + "' would both become '" +
-                             output.native() + "'");
-        }
-    }
-}
-
-ConversionJob PlanDecodeJob(const std::string& input, const DecodeOptions& options) {
-    auto type = options.type.value_or(AudioFileType::Wav);
-    if (options.output == kStandardOutput) return {input, kStandardOutput, type};
-    const bool isNamed = !options.output.empty() && !IsFolder(options.output);
-    if (isNamed && !options.type) type = TypeByName(options.output);
+AudioFileType TypeOf(const DecodeOptions& options) {
+    const bool isNamed = options.output != kStandardOutput && NamesAFile(options.output);
+    const AudioFileType type = options.type ? *options.type
+                               : isNamed    ? TypeByName(options.output)
+                                            : AudioFileType::Wav;
     if (options.verify && IsLossy(type)) {
         throw UsageError("--verify compares samples, and " + EndingOf(type) + " files do not keep them");
     }
-    return {input, PlaceOf(input, options.output, EndingOf(type)), type};
+    return type;
 }
 
 }  // namespace
@@ -106,12 +70,14 @@ bool ConversionJob::IsToBeSkipped(const ConvertOptions& options) const {
 }
 
 std::vector<ConversionJob> PlanDecodeJobs(const DecodeOptions& options) {
-    CheckOutput(options);
+    CheckExisting(options);
+    const auto outputs =
+        OutputNames(options.inputs, options.output, EndingOf(options.type.value_or(AudioFileType::Wav)));
     CheckStream(options);
-    CheckRange(options);
+    RefuseReversed(options.start, options.end);
+    const AudioFileType type = TypeOf(options);
     std::vector<ConversionJob> jobs;
-    for (const std::string& input : options.inputs) jobs.push_back(PlanDecodeJob(input, options));
-    RefuseEqualOutputs(jobs);
+    for (size_t i = 0; i < outputs.size(); ++i) jobs.push_back({options.inputs[i], outputs[i], type});
     return jobs;
 }
 
@@ -122,19 +88,18 @@ std::vector<ConversionJob> PlanEncodeJobs(EncodeOptions options) {
         options.output = inputs[1];
         inputs.pop_back();
     }
-    CheckOutput(options);
-    const bool isNamed = !options.output.empty() && !IsFolder(options.output);
-    if (isNamed && fs::path(options.output).extension() != kEnding) {
+    CheckExisting(options);
+    const auto outputs = OutputNames(inputs, options.output, kEnding);
+    if (NamesAFile(options.output) && fs::path(options.output).extension() != kEnding) {
         throw UsageError("'" + options.output + "' should end in .w64");
     }
     std::vector<ConversionJob> jobs;
-    for (const std::string& input : inputs) {
-        jobs.push_back({input, PlaceOf(input, options.output, kEnding)});
-        if (options.output.empty() && jobs.back().output == input) {
-            throw UsageError("'" + input + "' would replace itself; -o says where to write");
+    for (size_t i = 0; i < outputs.size(); ++i) {
+        if (options.output.empty() && outputs[i] == inputs[i]) {
+            throw UsageError("'" + inputs[i] + "' would replace itself; -o says where to write");
         }
+        jobs.push_back({inputs[i], outputs[i]});
     }
-    RefuseEqualOutputs(jobs);
     return jobs;
 }
 

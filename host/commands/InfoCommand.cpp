@@ -72,7 +72,7 @@ std::optional<BroadcastExtension> BroadcastOf(const Subject& subject) {
     return BroadcastExtension::Parse(subject.file.ReadMetadata().broadcastExtension);
 }
 
-Json ChunkList(clWave64Handler& chunks) {
+Json ListChunksOf(clWave64Handler& chunks) {
     Json list = Json::array();
     for (int i = 0; i < chunks.Count(); ++i) {
         const STRIFFChunk& chunk = chunks[i];
@@ -118,7 +118,7 @@ void Describe(const Subject& subject, Json& json) {
         }
         broadcast["timeReference"] = extension->timeReference;
     }
-    json["chunks"] = ChunkList(subject.file.Chunks());
+    json["chunks"] = ListChunksOf(subject.file.Chunks());
     for (int i = 0; i < subject.report.Count(); ++i) {
         json["report"][ToPrintable(subject.report[i].Name)] = ToPrintable(subject.report[i].Value);
     }

@@ -44,8 +44,6 @@ struct RepairOptions {
     bool force = false;
 };
 
-constexpr const char* kInterrupted = "An edit of the file was interrupted; w64 repair finishes it.";
-
 std::string DescribeKept(const RepairPlan& plan) {
     const std::string duration = FormatDuration(plan.milliseconds);
     return plan.frames ? Counted(*plan.frames, "frame") + " (" + duration + ")" : duration + " of audio";
@@ -77,7 +75,7 @@ private:
     static RepairPlan Look(const std::string& name) {
         RepairPlan plan;
         if (HasInterruptedEdit(name)) {
-            plan.mended = {kInterrupted};
+            plan.mended = {kInterruptedEdit};
             return plan;
         }
         InputFile file(name);

@@ -75,7 +75,7 @@ public:
 private:
     void CheckLayout(InputFile& file) {
         if (HasInterruptedEdit(row_.name)) {
-            row_.findings.push_back({true, "An edit of the file was interrupted; w64 repair finishes it."});
+            row_.findings.push_back({true, kInterruptedEdit});
         }
         const LayoutCheck check(file);
         row_.findings.insert(row_.findings.end(), check.Findings().begin(), check.Findings().end());
@@ -107,7 +107,7 @@ private:
         decoder.Open(row_.name, kvOpenTags);
         const NTag& tags = decoder.Tags();
         for (int i = 0; i < tags.Count(); ++i) {
-            if (BeginsWithNoCase(tags[i].Name, L"_riff_")) continue;  // another chunk
+            if (IsRawChunk(tags[i])) continue;
             row_.tags.emplace_back(ToPrintable(tags[i].Name), ToPrintable(tags[i].Value));
         }
     }

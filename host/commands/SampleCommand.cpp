@@ -33,7 +33,7 @@ SampleKind KindOf(const SampleOptions& options) {
     return {options.isFloat ? kTagFloat : kTagPCM, options.bits.value_or(options.isFloat ? 32 : 24)};
 }
 
-void CheckOptions(const SampleOptions& options) {
+void RefuseContradictions(const SampleOptions& options) {
     if (!options.output.ends_with(".w64")) throw UsageError("'" + options.output + "' should end in .w64");
     CheckSampleKind(options.isFloat, KindOf(options).bits);
     if (!std::isfinite(options.seconds)) throw UsageError("--seconds is not a number");
@@ -61,7 +61,7 @@ void WriteSignal(const SampleOptions& options, Wave64Writer& writer, const WAVEF
 }
 
 bool SampleCommand(const SampleOptions& options, CommandContext context) {
-    CheckOptions(options);
+    RefuseContradictions(options);
     const WAVEFORMATEXTENSIBLE format = MakeWaveFormat(KindOf(options), options.channels, options.rate, 0);
     const std::vector<std::string> outputs = {options.output};
     Progress progress(context.console, std::filesystem::path(options.output).filename(), 1);

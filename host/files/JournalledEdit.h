@@ -20,6 +20,9 @@ void MakeEditWithoutJournal(LockedFile& file, const RangeEdit& edit);
 // Finishes the edit of a journal, or removes a journal whose edit has not begun.
 void FinishInterruptedEdit(LockedFile& file, const Journal& journal, Console& console);
 
+// What is wrong with a file whose edit was interrupted.
+constexpr const char* kInterruptedEdit = "An edit of the file was interrupted; w64 repair finishes it.";
+
 // Whether a whole journal is next to the file, for commands that only read. Fails while the file is being edited.
 bool HasInterruptedEdit(const std::string& file);
 void NoteInterruptedEdit(const std::string& file, Console& console);
