@@ -13,7 +13,9 @@ TEST_F(Transcript, IsOfWhatTheCommandsPrint) {
     for (const char* name : {"ten.w64", "song.wav", "song.w64", "bad\xFF.w64"}) shop.Write(name, ten);
     shop.Write("cut.w64", Resized(ten, 1114));
     const Bytes list = List({{"INAM", Text(u"Song")}, {"IART", Text(u"Abba")}});
-    BroadcastExtension bext{.description = "Take 1", .originator = "Recorder"};
+    BroadcastExtension bext;
+    bext.description = "Take 1";
+    bext.originator = "Recorder";
     bext.originationDate = "2026-11-22";
     bext.timeReference = 48000 * 36600;
     bext.version = 2;
