@@ -55,7 +55,7 @@ namespace Platform {
 
 XStr ExecutablePath() {
     std::error_code error;
-    return FromUTF8(std::filesystem::read_symlink("/proc/self/exe", error).native());
+    return FromFileName(std::filesystem::read_symlink("/proc/self/exe", error).native());
 }
 
 int MemoryFile() { return ::memfd_create("w64", MFD_CLOEXEC); }

@@ -19,7 +19,7 @@ XStr ExecutablePath() {
     std::string path(size, '\0');
     if (_NSGetExecutablePath(path.data(), &size) != 0) return {};
     std::error_code error;
-    return FromUTF8(std::filesystem::canonical(path.c_str(), error).native());  // it may be a link
+    return FromFileName(std::filesystem::canonical(path.c_str(), error).native());  // it may be a link
 }
 
 int MemoryFile() {

@@ -65,7 +65,7 @@ bool Lock(int descriptor, int operation) {
 bool XFile::Open(std::wstring_view path, Access access) {
     if (path.find(L'\0') != path.npos) return false;  // the system would open a shorter name
     const Opening& how = kOpenings[static_cast<int>(access)];
-    const int descriptor = OpenDescriptor(ToUTF8(path).c_str(), how);
+    const int descriptor = OpenDescriptor(ToFileName(path).c_str(), how);
     if (descriptor < 0) return false;
     if (!IsFile(descriptor) || !Lock(descriptor, how.lock)) {
         ::close(descriptor);
@@ -154,7 +154,7 @@ bool XFile::Shuffle(int64_t position, int64_t delta, bool zeroFill) {
 bool XFile::IsAt(std::wstring_view path) const {
     struct stat opened {};
     struct stat named {};
-    return ::fstat(descriptor_, &opened) == 0 && ::stat(ToUTF8(path).c_str(), &named) == 0 &&
+    return ::fstat(descriptor_, &opened) == 0 && ::stat(ToFileName(path).c_str(), &named) == 0 &&
            opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
@@ -168,8 +168,8 @@ bool XFile::TakeAttributes(const XFile& from) {
 }
 
 bool XFile::MoveOver(std::wstring_view name, std::wstring_view path) {
-    const std::string target = ToUTF8(path);
-    if (::fsync(descriptor_) != 0 || ::rename(ToUTF8(name).c_str(), target.c_str()) != 0) return false;
+    const std::string target = ToFileName(path);
+    if (::fsync(descriptor_) != 0 || ::rename(ToFileName(name).c_str(), target.c_str()) != 0) return false;
     // Whether the new name is on disk or not, it leads to a whole file.
     static_cast<void>(SyncFolder(std::filesystem::path(target).parent_path()));
     return true;

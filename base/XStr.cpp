@@ -8,10 +8,12 @@ namespace w64 {
 namespace {
 
 constexpr uint32_t kReplacement = 0xFFFD;
+constexpr uint32_t kEscapedBytes = 0xDC00;  // plus 0x80 to 0xFF
 
 bool IsScalarValue(uint32_t c) { return c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF); }
 
 void AppendUTF8(std::string& out, uint32_t c) {
+    if (!IsScalarValue(c)) c = kReplacement;
     const auto put = [&out](uint32_t byte) { out.push_back(static_cast<char>(byte)); };
     if (c < 0x80) {
         put(c);
@@ -58,27 +60,45 @@ std::pair<uint32_t, size_t> FirstCodePoint(std::string_view text) {
     return {c, lead.length};
 }
 
+// `characterFor` gives what stands for a byte that is not part of a well-formed sequence.
+template <class CharacterFor>
+XStr Decode(std::string_view text, CharacterFor characterFor) {
+    XStr out;
+    out.reserve(text.size());
+    while (!text.empty()) {
+        const auto [c, length] = FirstCodePoint(text);
+        out.push_back(static_cast<wchar_t>(length ? c : characterFor(static_cast<uint8_t>(text[0]))));
+        text.remove_prefix(length ? length : 1);
+    }
+    return out;
+}
+
 }  // namespace
 
 std::string ToUTF8(std::wstring_view text) {
     std::string out;
     out.reserve(text.size());
-    for (const wchar_t character : text) {
-        const auto c = static_cast<char32_t>(character);
-        AppendUTF8(out, IsScalarValue(c) ? c : kReplacement);
-    }
+    for (const wchar_t character : text) AppendUTF8(out, static_cast<char32_t>(character));
     return out;
 }
 
 XStr FromUTF8(std::string_view text) {
-    XStr out;
-    out.reserve(text.size());
-    while (!text.empty()) {
-        const auto [c, length] = FirstCodePoint(text);
-        out.push_back(static_cast<wchar_t>(length ? c : kReplacement));
-        text.remove_prefix(length ? length : 1);
+    return Decode(text, [](uint32_t) { return kReplacement; });
+}
+
+std::string ToFileName(std::wstring_view name) {
+    std::string out;
+    out.reserve(name.size());
+    for (const wchar_t character : name) {
+        const auto c = static_cast<char32_t>(character);
+        const bool isByte = c >= kEscapedBytes + 0x80 && c <= kEscapedBytes + 0xFF;
+        isByte ? out.push_back(static_cast<char>(c - kEscapedBytes)) : AppendUTF8(out, c);
     }
     return out;
+}
+
+XStr FromFileName(std::string_view name) {
+    return Decode(name, [](uint32_t byte) { return kEscapedBytes + byte; });
 }
 
 XStr SplitIntoUnits(std::wstring_view text) {

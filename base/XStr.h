@@ -17,6 +17,11 @@ std::string ToUTF8(std::wstring_view text);
 // The reverse. Each byte that is not part of a well-formed sequence becomes U+FFFD.
 XStr FromUTF8(std::string_view text);
 
+// File names are bytes, which need not be UTF-8. A byte that is not part of a well-formed sequence becomes U+DC80 to
+// U+DCFF, standing for 0x80 to 0xFF (Python's "surrogateescape"), so that every name comes back exactly.
+std::string ToFileName(std::wstring_view name);
+XStr FromFileName(std::string_view name);
+
 // UTF-16 in wide characters: code points past 0xFFFF as two surrogates each, and back. A surrogate without its
 // partner stays as it is; anything that is not a code point becomes U+FFFD.
 XStr SplitIntoUnits(std::wstring_view text);

@@ -27,7 +27,7 @@ std::mutex& EnvironmentMutex() {
 
 XStr HomeFolder() {
     const char* home = std::getenv("HOME");
-    return home ? FromUTF8(home) : XStr();
+    return home ? FromFileName(home) : XStr();
 }
 
 }  // namespace
@@ -35,7 +35,7 @@ XStr HomeFolder() {
 XStr XRegistryFile::Location() {
     const std::lock_guard lock(EnvironmentMutex());
     const char* given = std::getenv(kLocationVariable);
-    XStr location = given ? FromUTF8(given) : L"~/.XRegistry";
+    XStr location = given ? FromFileName(given) : L"~/.XRegistry";
     if (location != L"~" && !location.starts_with(L"~/")) return location;
     const XStr home = HomeFolder();
     return home.empty() ? XStr() : home + location.substr(1);
@@ -48,7 +48,7 @@ bool XRegistryFile::IsLocationSet() {
 
 void XRegistryFile::SetLocation(const XStr& path, bool overwrite) {
     const std::lock_guard lock(EnvironmentMutex());
-    ::setenv(kLocationVariable, ToUTF8(path).c_str(), overwrite);
+    ::setenv(kLocationVariable, ToFileName(path).c_str(), overwrite);
 }
 
 // After waiting, the lock may be on a file that has been replaced meanwhile; then it is opened again.
@@ -80,15 +80,15 @@ std::optional<std::string> XRegistryFile::Text() {
 
 bool XRegistryFile::Replace(const std::string& text) {
     std::error_code error;
-    const XStr path = FromUTF8(std::filesystem::canonical(ToUTF8(path_), error).native());
+    const XStr path = FromFileName(std::filesystem::canonical(ToFileName(path_), error).native());
     if (error || !file_.IsAt(path) || text.size() > kMaxBytes) return false;
     const XStr temporary = path + L".w64-part";
-    ::unlink(ToUTF8(temporary).c_str());  // left by a killed process: only the lock holder writes it
+    ::unlink(ToFileName(temporary).c_str());  // left by a killed process: only the lock holder writes it
     XFile file;
     if (!file.Open(temporary, XFile::Access::CreatePrivate)) return false;
     const bool done =
         file.Write(text.data(), text.size()) && file.TakeAttributes(file_) && file.MoveOver(temporary, path);
-    if (!done) ::unlink(ToUTF8(temporary).c_str());
+    if (!done) ::unlink(ToFileName(temporary).c_str());
     return done;
 }
 

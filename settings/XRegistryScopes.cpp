@@ -36,7 +36,7 @@ SharedCopy& Shared() {
 
 std::optional<FileTime> LastWriteTime(const XStr& location) {
     std::error_code failure;
-    const FileTime time = std::filesystem::last_write_time(ToUTF8(location), failure);
+    const FileTime time = std::filesystem::last_write_time(ToFileName(location), failure);
     return failure ? std::nullopt : std::optional(time);
 }
 

@@ -1,8 +1,10 @@
 #include "host/commandline/ReportOnFiles.h"
 
+#include "base/XStr.h"
 #include "host/terminal/ForEachFile.h"
 #include "host/terminal/StandardOutput.h"
 
+#include <cctype>
 #include <iostream>
 #include <map>
 #include <mutex>
@@ -33,6 +35,25 @@ private:
     size_t next_ = 0;
 };
 
+std::string PercentEscaped(std::string_view bytes) {
+    constexpr std::string_view kPlain = "-._~/";
+    constexpr const char* kDigits = "0123456789ABCDEF";
+    std::string escaped;
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool isPlain = byte < 0x80 && (std::isalnum(byte) != 0 || kPlain.find(c) != kPlain.npos);
+        escaped += isPlain ? std::string(1, c) : std::string{'%', kDigits[byte >> 4], kDigits[byte & 15]};
+    }
+    return escaped;
+}
+
+// A name that is not UTF-8 gets replacement characters, and is there in full besides.
+Json NameInJSON(const std::string& name) {
+    std::string text = ToUTF8(FromUTF8(name));
+    if (text == name) return {{"file", name}};
+    return {{"file", std::move(text)}, {"file_bytes", PercentEscaped(name)}};
+}
+
 }  // namespace
 
 bool ReportOnFiles(std::span<const std::string> files, bool asJSON, Console& console,
@@ -45,7 +66,6 @@ bool ReportOnFiles(std::span<const std::string> files, bool asJSON, unsigned job
                    const std::function<void(size_t, std::ostream&, Json*)>& describe) {
     InOrder output;
     const auto finish = [&](size_t i, std::ostringstream& text, const Json& json) {
-        // File names may not be UTF-8.
         if (asJSON) {
             text << (i == 0 ? "\n" : ",\n") << json.dump(2, ' ', false, Json::error_handler_t::replace);
         }
@@ -54,7 +74,7 @@ bool ReportOnFiles(std::span<const std::string> files, bool asJSON, unsigned job
     if (asJSON) std::cout << "[";
     const bool allDone = ForEachFile(files, jobs, console, [&](size_t i) {
         std::ostringstream text;
-        Json json = {{"file", files[i]}};
+        Json json = NameInJSON(console.NameOf(files[i]));
         try {
             describe(i, text, asJSON ? &json : nullptr);
         } catch (const std::exception& failure) {

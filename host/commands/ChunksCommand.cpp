@@ -2,7 +2,6 @@
 #include "host/commandline/CommandLine.h"
 #include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
-#include "host/files/FileName.h"
 #include "host/files/InputFile.h"
 #include "host/files/JournalledEdit.h"
 #include "host/files/OutputFile.h"

@@ -140,7 +140,7 @@ bool CompareCommand(const CompareOptions& options, CommandContext context) {
     std::string difference = DifferenceOfFormats(a, b);
     int64_t frames = 0;
     if (difference.empty()) {
-        Progress progress(context.console, std::filesystem::path(names[0]).filename(), 1);
+        Progress progress(context.console, names[0], 1);
         Progress::Share share(progress, a.ExpectedFrames());
         const bool isRead = ForEachFile(std::span(names).first(1), 1, context.console,
                                         [&](size_t) { difference = FirstDifference(a, b, frames, share); });

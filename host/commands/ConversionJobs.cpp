@@ -15,6 +15,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kStandardOutput = "-";
+constexpr const char* kEnding = ".w64";
 
 AudioFileType TypeByName(const std::string& output) {
     if (const auto type = AudioFileTypeOf(output)) return *type;
@@ -81,10 +82,14 @@ std::vector<ConversionJob> PlanDecodeJobs(const DecodeOptions& options) {
     return jobs;
 }
 
+bool EndsWithOutput(const EncodeOptions& options) {
+    return options.output.empty() && options.inputs.size() == 2 &&
+           fs::path(options.inputs[1]).extension() == kEnding;
+}
+
 std::vector<ConversionJob> PlanEncodeJobs(EncodeOptions options) {
-    constexpr const char* kEnding = ".w64";
     std::vector<std::string>& inputs = options.inputs;
-    if (options.output.empty() && inputs.size() == 2 && fs::path(inputs[1]).extension() == kEnding) {
+    if (EndsWithOutput(options)) {
         options.output = inputs[1];
         inputs.pop_back();
     }

@@ -36,6 +36,9 @@ struct EncodeOptions : ConvertOptions {
     unsigned padding = kDefaultPadding;
 };
 
+// Whether the second of two arguments is the output.
+bool EndsWithOutput(const EncodeOptions& options);
+
 // All but the inputs, the output and --salvage.
 void AddConvertOptions(CLI::App* command, ConvertOptions& options);
 

@@ -2,7 +2,6 @@
 #include "host/commandline/CommandLine.h"
 #include "host/commands/Commands.h"
 #include "host/files/FileCopy.h"
-#include "host/files/FileName.h"
 #include "host/files/OutputFile.h"
 #include "host/formats/PartLayout.h"
 #include "host/terminal/Failure.h"
@@ -78,7 +77,7 @@ class Copy {
 public:
     Copy(const Recordings& recordings, const CopyOptions& options, CommandContext context)
         : recordings_(recordings), options_(options), console_(context.console),
-          progress_(console_, fs::path(options.Output()).filename(), 1) {}
+          progress_(console_, options.Output(), 1) {}
 
     void Run() {
         OutputFile output(options_.Output(), options_.force);

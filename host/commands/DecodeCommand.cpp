@@ -2,12 +2,13 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
 #include "host/commandline/Folders.h"
+#include "host/commandline/OutputNames.h"
+#include "host/commandline/StreamInput.h"
 #include "host/commands/Commands.h"
 #include "host/commands/ConversionJobs.h"
 #include "host/convert/Conversion.h"
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/SubDecoder.h"
-#include "host/files/FileName.h"
 #include "host/files/InputFile.h"
 #include "host/files/JournalledEdit.h"
 #include "host/files/OutputFile.h"
@@ -197,7 +198,7 @@ private:
 
     // Where a repaired copy, which may be as large as the input, is made.
     fs::path CopyFolder() const {
-        return job_.IsStream() ? fs::temp_directory_path() : job_.output.parent_path();
+        return job_.IsStream() ? TempFile::SharedFolder() : job_.output.parent_path();
     }
 
     // The decoder reports damage and goes on without it; here that is an error.
@@ -266,7 +267,7 @@ bool DecodeCommand(const DecodeOptions& options, CommandContext context) {
     options.conversion.Check();
     const std::vector<ConversionJob> jobs = PlanDecodeJobs(options);
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
-    Progress progress(context.console, fs::path(options.inputs[0]).filename(), static_cast<int>(jobs.size()));
+    Progress progress(context.console, options.inputs[0], static_cast<int>(jobs.size()));
     return ForEachFile(options.inputs, options.jobs, context.console, [&](size_t i) {
         if (jobs[i].IsToBeSkipped(options)) return;
         NoteInterruptedEdit(options.inputs[i], context.console);
@@ -282,6 +283,7 @@ void AddDecode(CLI::App& app, CommandLine& line) {
     line.OnCommand(command, DecodeCommand, options);
     command->add_option("IN", options.inputs, "Wave64 files")->required()->type_name("");
     AddFolders(command, line, options.inputs, FilesInFolders::Wave64);
+    AddStandardInput(command, line, "IN", options.inputs, [&] { return NamesAFile(options.output); });
     command
         ->add_option("-o,--output", options.output,
                      "A .wav, .flac, .aiff, .caf, .ogg, .opus, .mp3, .raw or\n.pcm file, a folder, or - for "
@@ -297,7 +299,7 @@ void AddDecode(CLI::App& app, CommandLine& line) {
     AddRange(command, options.start, options.end);
     command->add_flag("--salvage", options.salvage, "Decode what a damaged file still holds");
     AddConvertOptions(command, options);
-    SetFooter(command, std::string(kAboutPlaces) + kAboutOutputs);
+    SetFooter(command, std::string(kAboutPlaces) + kAboutOutputs + kAboutStandardInput);
 }
 
 }  // namespace w64

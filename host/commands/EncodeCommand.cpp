@@ -1,10 +1,12 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/CommandLine.h"
 #include "host/commandline/Folders.h"
+#include "host/commandline/OutputNames.h"
+#include "host/commandline/StreamInput.h"
 #include "host/commands/Commands.h"
 #include "host/commands/ConversionJobs.h"
-#include "host/files/FileName.h"
 #include "host/files/JournalledEdit.h"
+#include "host/files/OutputFile.h"
 #include "host/formats/AudioSource.h"
 #include "host/formats/MPEGSource.h"
 #include "host/formats/Verification.h"
@@ -32,6 +34,9 @@ constexpr const char* kAboutInputs =
     "no -o, the second is the output if it ends in .w64.\n\n"
     "Tags go into a list before the audio, the broadcast extension (bext) into its chunk.\n"
     "A note names what is left behind.\n\n";
+constexpr const char* kAboutStreams =
+    "/dev/stdin instead of - is encoded while it comes, which WAV, AIFF and AU allow:\n\n"
+    "  arecord -f S24_3LE -r 48000 -c 2 -t wav | w64 encode /dev/stdin concert.w64\n\n";
 constexpr const char* kSalvageHint = "; --salvage keeps what it still holds";
 
 // libsndfile reads only the audio of a Wave64 file.
@@ -156,7 +161,7 @@ bool EncodeCommand(const EncodeOptions& options, CommandContext context) {
     options.conversion.Check();
     const std::vector<ConversionJob> jobs = PlanEncodeJobs(options);
     const auto inputs = std::span(options.inputs).first(jobs.size());
-    Progress progress(context.console, fs::path(inputs[0]).filename(), static_cast<int>(jobs.size()));
+    Progress progress(context.console, inputs[0], static_cast<int>(jobs.size()));
     return ForEachFile(inputs, options.jobs, context.console, [&](size_t i) {
         if (jobs[i].IsToBeSkipped(options)) return;
         NoteInterruptedEdit(inputs[i], context.console);
@@ -170,17 +175,19 @@ void AddEncode(CLI::App& app, CommandLine& line) {
     auto& options = line.Keep<EncodeOptions>();
     CLI::App* command = app.add_subcommand("encode", "Convert any audio files to Wave64");
     line.OnCommand(command, EncodeCommand, options);
-    command->add_option("IN", options.inputs, "WAV, RF64, AIFF, FLAC, CAF ...; the second of two can be OUT")
+    command->add_option("IN", options.inputs, "WAV, RF64, AIFF, FLAC, CAF ...; the second of two\ncan be OUT")
         ->required()
         ->type_name("");
     AddFolders(command, line, options.inputs, FilesInFolders::OtherAudio);
+    AddStandardInput(command, line, "IN", options.inputs,
+                     [&] { return NamesAFile(options.output) || EndsWithOutput(options); });
     command->add_option("-o,--output", options.output, "A .w64 file or a folder; default: a .w64 next to IN")
         ->check([](const std::string& name) { return name.empty() ? "a name is missing" : ""; })
         ->type_name("OUT");
     command->add_flag("--salvage", options.salvage, "Encode what a cut-off file still holds");
     AddPadding(command, options.padding);
     AddConvertOptions(command, options);
-    SetFooter(command, kAboutInputs);
+    SetFooter(command, std::string(kAboutInputs) + kAboutStandardInput + kAboutStreams);
 }
 
 }  // namespace w64

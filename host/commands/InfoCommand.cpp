@@ -2,6 +2,7 @@
 #include "host/commandline/CommandLine.h"
 #include "host/commandline/Folders.h"
 #include "host/commandline/ReportOnFiles.h"
+#include "host/commandline/StreamInput.h"
 #include "host/commands/Commands.h"
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/OwnSettings.h"
@@ -61,7 +62,7 @@ std::optional<int64_t> FrameCount(int64_t bytes, const XAudioWFX& stored) {
 
 // One file and all that is known about it.
 struct Subject {
-    const std::string& name;
+    std::string name;
     const STKvAudioInfo& info;
     const NTag& report;
     const XAudioWFX& stored;
@@ -190,7 +191,8 @@ bool InfoCommand(const InfoOptions& options, CommandContext context) {
         const Answer answer = AskDecoder(library, name, context);
         Wave64File file(name);
         if (!file.Format()) throw Failure("cannot read the file");
-        const Subject subject = {name, answer.info, answer.report, *file.Format(), file};
+        const Subject subject = {context.console.NameOf(name), answer.info, answer.report, *file.Format(),
+                                 file};
         if (json) {
             Describe(subject, *json);
         } else if (options.isShort) {
@@ -213,6 +215,7 @@ void AddInfo(CLI::App& app, CommandLine& line) {
     line.OnCommand(command, InfoCommand, options);
     AddFiles(command, options.inputs);
     AddFolders(command, line, options.inputs, FilesInFolders::Wave64);
+    AddStandardInput(command, line, "FILE", options.inputs);
     AddJSON(command, options.json);
     command->add_flag("--short", options.isShort, "Print a line per file")->excludes("--json");
     command
@@ -222,7 +225,7 @@ void AddInfo(CLI::App& app, CommandLine& line) {
             CLI::IsMember(std::vector<std::string>(std::begin(kValues), std::end(kValues))).description(""))
         ->type_name("VALUE")
         ->excludes("--json", "--short");
-    SetFooter(command, kAboutValues);
+    SetFooter(command, std::string(kAboutValues) + kAboutStandardInput);
 }
 
 }  // namespace w64

@@ -2,6 +2,7 @@
 #include "host/commandline/CommandLine.h"
 #include "host/commandline/Folders.h"
 #include "host/commandline/ReportOnFiles.h"
+#include "host/commandline/StreamInput.h"
 #include "host/commands/Commands.h"
 #include "host/formats/AudioMD5.h"
 #include "host/formats/AudioReader.h"
@@ -46,8 +47,7 @@ AudioMD5 Digested(AudioReader& reader, Progress& progress) {
 
 bool MD5Command(const MD5Options& options, CommandContext context) {
     const std::vector<std::string>& names = options.inputs;
-    Progress progress(context.console, std::filesystem::path(names[0]).filename(),
-                      static_cast<int>(names.size()));
+    Progress progress(context.console, names[0], static_cast<int>(names.size()));
     return ReportOnFiles(names, options.json, context.console, [&](size_t i, Json* json) {
         AudioReader reader(names[i], {}, context);
         AudioMD5 md5 = Digested(reader, progress);
@@ -57,7 +57,7 @@ bool MD5Command(const MD5Options& options, CommandContext context) {
         if (json) {
             json->update({{"md5", digest}, {"form", form}, {"format", samples}});
         } else {
-            std::cout << digest << "  " << Visible(names[i])
+            std::cout << digest << "  " << Visible(context.console.NameOf(names[i]))
                       << (md5.IsOfFLAC() ? "" : "  (" + form + ": " + samples + ")") << "\n";
         }
     });
@@ -71,8 +71,9 @@ void AddMD5(CLI::App& app, CommandLine& line) {
     line.OnCommand(command, MD5Command, options);
     AddAudioFiles(command, options.inputs);
     AddFolders(command, line, options.inputs, FilesInFolders::Audio);
+    AddStandardInput(command, line, "FILE", options.inputs);
     AddJSON(command, options.json);
-    SetFooter(command, kAboutMD5);
+    SetFooter(command, std::string(kAboutMD5) + kAboutStandardInput);
 }
 
 }  // namespace w64

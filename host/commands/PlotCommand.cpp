@@ -4,7 +4,6 @@
 #include "host/commandline/OutputNames.h"
 #include "host/commands/Commands.h"
 #include "host/commands/ReadFrames.h"
-#include "host/files/FileName.h"
 #include "host/files/JournalledEdit.h"
 #include "host/files/OutputFile.h"
 #include "host/formats/FrameReader.h"
@@ -109,7 +108,7 @@ bool PlotCommand(const PlotOptions& options, CommandContext context) {
     for (const fs::path& target : targets) {
         if (target.extension() != ".png") throw UsageError("'" + options.output + "' should end in .png");
     }
-    Progress progress(context.console, fs::path(inputs[0]).filename(), static_cast<int>(inputs.size()));
+    Progress progress(context.console, inputs[0], static_cast<int>(inputs.size()));
     return ForEachFile(inputs, options.jobs, context.console, [&](size_t i) {
         NoteInterruptedEdit(inputs[i], context.console);
         Plot(inputs[i], targets[i], options, context, progress);

@@ -4,7 +4,6 @@
 #include "host/commandline/ReportOnFiles.h"
 #include "host/commands/Commands.h"
 #include "host/files/FileCopy.h"
-#include "host/files/FileName.h"
 #include "host/files/InputFile.h"
 #include "host/files/JournalledEdit.h"
 #include "host/files/OutputFile.h"
@@ -114,7 +113,7 @@ private:
         if (plan.edit.ChangesNothing()) return plan;
         OutputFile output(options_.output, options_.force);
         const int64_t bytes = std::min(plan.edit.lengthBefore, plan.edit.lengthAfter);
-        Progress progress(context_.console, fs::path(name).filename(), 1);
+        Progress progress(context_.console, name, 1);
         Progress::Share share(progress, bytes);
         CopyBeginning(file, output.File(), bytes, [&share](int64_t copied) { share.Advance(copied, 0); });
         plan.edit.Apply(output.File());

@@ -6,7 +6,6 @@
 #include "host/commands/ReportPage.h"
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/OwnSettings.h"
-#include "host/files/FileName.h"
 #include "host/files/InputFile.h"
 #include "host/files/JournalledEdit.h"
 #include "host/files/OutputFile.h"
@@ -132,8 +131,7 @@ std::vector<std::string> LinesOf(const std::string& text) {
 bool FillRows(const ReportOptions& options, CommandContext context, std::vector<ReportRow>& rows) {
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     const OwnSettings settings;  // so that lists of every form are read
-    Progress progress(context.console, fs::path(options.inputs[0]).filename(),
-                      static_cast<int>(options.inputs.size()));
+    Progress progress(context.console, options.inputs[0], static_cast<int>(options.inputs.size()));
     const bool allRead = ForEachFile(options.inputs, options.jobs, context.console, [&](size_t i) {
         rows[i].name = options.inputs[i];
         try {

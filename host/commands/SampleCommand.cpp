@@ -64,7 +64,7 @@ bool SampleCommand(const SampleOptions& options, CommandContext context) {
     RefuseContradictions(options);
     const WAVEFORMATEXTENSIBLE format = MakeWaveFormat(KindOf(options), options.channels, options.rate, 0);
     const std::vector<std::string> outputs = {options.output};
-    Progress progress(context.console, std::filesystem::path(options.output).filename(), 1);
+    Progress progress(context.console, options.output, 1);
     return ForEachFile(outputs, 1, context.console, [&](size_t) {
         Wave64Writer writer(options.output, options.force, XAudioWFX(&format), options.padding,
                             context.traceDescriptor);

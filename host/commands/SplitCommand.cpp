@@ -2,7 +2,6 @@
 #include "host/commandline/CommandLine.h"
 #include "host/commands/Commands.h"
 #include "host/files/FileCopy.h"
-#include "host/files/FileName.h"
 #include "host/files/OutputFile.h"
 #include "host/formats/PartLayout.h"
 #include "host/formats/Speakers.h"
@@ -255,8 +254,7 @@ bool SplitCommand(const SplitOptions& options, CommandContext context) {
                      int{!options.at.empty()} + int{options.channels};
     if (ways != 1) throw UsageError("give one of --every, --size, --at and --channels");
     CheckPattern(options);
-    Progress progress(context.console, fs::path(options.inputs[0]).filename(),
-                      static_cast<int>(options.inputs.size()));
+    Progress progress(context.console, options.inputs[0], static_cast<int>(options.inputs.size()));
     return ForEachFile(options.inputs, 1, context.console,
                        [&](size_t i) { Split(options.inputs[i], options, context.console, progress).Run(); });
 }

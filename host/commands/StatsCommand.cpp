@@ -2,8 +2,10 @@
 #include "host/commandline/CommandLine.h"
 #include "host/commandline/Folders.h"
 #include "host/commandline/ReportOnFiles.h"
+#include "host/commandline/StreamInput.h"
 #include "host/commands/Commands.h"
 #include "host/commands/ReadFrames.h"
+#include "host/files/TempFile.h"
 #include "host/formats/Speakers.h"
 #include "host/measure/AudioMeter.h"
 #include "host/terminal/Failure.h"
@@ -14,7 +16,6 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <iomanip>
 #include <nlohmann/json.hpp>
 #include <ostream>
@@ -23,8 +24,6 @@ namespace w64 {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr const char* kAboutStats =
     "Peaks and RMS are in dB below full scale, a square wave; a sine at full scale has an\n"
     "RMS of -3.01. The true peak counts the waveform between the samples too. Clipped runs\n"
@@ -32,7 +31,8 @@ constexpr const char* kAboutStats =
     "by EBU R 128: the speakers decide how much a channel counts, and low frequencies do\n"
     "not. If a file is cut off, what is there is measured, and the exit code is 1.\n\n"
     "  w64 stats song.w64\n"
-    "  w64 stats --json archive/*.w64 > stats.json\n\n";
+    "  w64 stats --json archive/*.w64 > stats.json\n"
+    "  sox song.wav -t wav - trim 1:30 | w64 stats -\n\n";
 
 struct StatsOptions {
     std::vector<std::string> inputs;
@@ -42,7 +42,7 @@ struct StatsOptions {
 
 // One file and what is measured of it.
 struct MeasuredFile {
-    const std::string& name;
+    std::string name;
     const XAudioWFX& format;
     AudioMeasures measures;
 };
@@ -127,15 +127,15 @@ void Print(const MeasuredFile& file, std::ostream& out) {
 
 bool StatsCommand(const StatsOptions& options, CommandContext context) {
     const std::vector<std::string>& names = options.inputs;
-    Progress progress(context.console, fs::path(names[0]).filename(), static_cast<int>(names.size()));
+    Progress progress(context.console, names[0], static_cast<int>(names.size()));
     return ReportOnFiles(
         names, options.json, options.jobs, context.console, [&](size_t i, std::ostream& out, Json* json) {
-            FrameReader reader(names[i], fs::temp_directory_path(), context);
+            FrameReader reader(names[i], TempFile::SharedFolder(), context);
             Progress::Share share(progress, reader.ExpectedFrames());
             AudioMeter meter(reader.Format());
             ReadFrames(reader, names[i], share, context.console, [&](auto frames) { meter.Add(frames); });
             const std::string complaint = reader.Complaint();
-            const MeasuredFile file = {names[i], reader.Format(), meter.Measures()};
+            const MeasuredFile file = {context.console.NameOf(names[i]), reader.Format(), meter.Measures()};
             if (file.measures.frames == 0) throw Failure(complaint.empty() ? "holds no audio" : complaint);
             if (json) {
                 Describe(file, *json);
@@ -154,9 +154,10 @@ void AddStats(CLI::App& app, CommandLine& line) {
     line.OnCommand(command, StatsCommand, options);
     AddAudioFiles(command, options.inputs);
     AddFolders(command, line, options.inputs, FilesInFolders::Audio);
+    AddStandardInput(command, line, "FILE", options.inputs);
     AddJSON(command, options.json);
     AddJobs(command, options.jobs);
-    SetFooter(command, kAboutStats);
+    SetFooter(command, std::string(kAboutStats) + kAboutStandardInput);
 }
 
 }  // namespace w64

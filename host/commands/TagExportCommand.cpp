@@ -3,6 +3,8 @@
 #include "host/commands/Commands.h"
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/OwnSettings.h"
+#include "host/layout/DecoderNotes.h"
+#include "host/layout/Wave64File.h"
 #include "host/tagging/TagLines.h"
 #include "host/tagging/TagTexts.h"
 #include "host/terminal/Failure.h"
@@ -54,7 +56,8 @@ bool TagExportCommand(const TagExportOptions& options, CommandContext context) {
         decoder.Open(options.input, kvOpenTags);
         Print(TextsOf(decoder.Tags()), options.json);
         const auto errors = decoder.Errors();
-        if (!errors.empty()) throw Failure(JoinLines(errors));
+        if (!errors.empty()) throw Failure(WithDamage(JoinLines(errors), options.input));
+        if (const std::string cut = Wave64File(options.input).DescribeCut(); !cut.empty()) throw Failure(cut);
     });
     FlushStandardOutput();
     return isDone;

@@ -1,6 +1,5 @@
 #include "host/decoder/DecoderInstance.h"
 
-#include "host/files/FileName.h"
 #include "host/files/InputFile.h"
 #include "host/terminal/Failure.h"
 
@@ -28,7 +27,7 @@ void DecoderInstance::SetDecodeRange(int64_t start, int64_t end) {
 }
 
 void DecoderInstance::Open(const std::filesystem::path& file, uint32_t flags) {
-    const XStr name = WideName(file);
+    const XStr name = FromFileName(file.native());
     STKvOpenDecoder record{};
     record.FileName = name.c_str();
     record.OpenFlags = flags;
@@ -54,7 +53,7 @@ std::optional<std::span<const uint8_t>> DecoderInstance::Read() {
 }
 
 void DecoderInstance::WriteTags(const std::filesystem::path& file, const NTag& tags) {
-    const XStr name = WideName(file);
+    const XStr name = FromFileName(file.native());
     XMem block;
     tags.ToRawMemory(block);
     STKvCodecGetSet record{};
@@ -67,7 +66,7 @@ void DecoderInstance::WriteTags(const std::filesystem::path& file, const NTag& t
 void DecoderInstance::DeleteTags(const std::filesystem::path& file, const std::vector<XStr>& names) {
     XStr packed;
     for (const XStr& name : names) packed += name + L'\0';
-    if (library_.DeleteATag(handle_, WideName(file).c_str(), packed.c_str()) != 1) {
+    if (library_.DeleteATag(handle_, FromFileName(file.native()).c_str(), packed.c_str()) != 1) {
         ThrowErrors("cannot delete the tags");
     }
 }

@@ -22,7 +22,7 @@ PluginLibrary PluginLibrary::OfWave64(const std::filesystem::path& place) {
     return PluginLibrary(isFolder ? named / "w64.dll" : named);
 }
 
-std::filesystem::path PluginLibrary::FolderOfProgram() { return ToUTF8(XApplication::ApplicationPath()); }
+std::filesystem::path PluginLibrary::FolderOfProgram() { return ToFileName(XApplication::ApplicationPath()); }
 
 void PluginLibrary::Unload::operator()(void* module) const { ::dlclose(module); }
 

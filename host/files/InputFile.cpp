@@ -1,6 +1,5 @@
 #include "host/files/InputFile.h"
 
-#include "host/files/FileName.h"
 #include "host/terminal/Failure.h"
 
 namespace w64 {
@@ -8,7 +7,7 @@ namespace w64 {
 namespace fs = std::filesystem;
 
 InputFile::InputFile(const std::string& name) {
-    if (Open(WideName(name), Access::Read)) return;
+    if (Open(FromFileName(name), Access::Read)) return;
     auto reason = static_cast<std::errc>(errno);
     std::error_code error;
     const fs::file_status status = fs::status(name, error);

@@ -149,7 +149,8 @@ std::optional<RangeEdit> Journal::Read() const {
         name + ", the name of the journal of an edit, is taken by something else; rename that";
     if (std::error_code error; !fs::is_regular_file(fs::symlink_status(path_, error))) throw Failure(taken);
     XFile file;
-    if (!file.Open(FromUTF8(path_.native()), XFile::Access::Read)) throw SystemFailure("cannot open " + name);
+    if (!file.Open(FromFileName(path_.native()), XFile::Access::Read))
+        throw SystemFailure("cannot open " + name);
     if (file.Size() > kMaxBytes) throw Failure(taken);
     Bytes bytes(static_cast<size_t>(std::max<int64_t>(file.Size(), 0)));
     if (file.Read(bytes.data(), bytes.size()) < bytes.size()) throw SystemFailure("cannot read " + name);
@@ -167,7 +168,7 @@ void Journal::Write(const RangeEdit& edit) const {
     const std::string cannot = "cannot write the journal of the edit, '" + path_.native() + "'";
     const Bytes bytes = Packed(edit);
     XFile file;
-    if (!file.Open(FromUTF8(path_.native()), XFile::Access::CreatePrivate)) {
+    if (!file.Open(FromFileName(path_.native()), XFile::Access::CreatePrivate)) {
         if (errno == EEXIST) throw Failure("is being edited by another program; try again when that is done");
         throw JournalFailure(SystemFailure(cannot).what());
     }

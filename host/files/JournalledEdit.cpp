@@ -88,7 +88,7 @@ bool HasInterruptedEdit(const std::string& name) {
     const Journal journal = Journal::Of(path);
     if (!journal.IsThere()) return false;
     XFile file;
-    if (!file.Open(FromUTF8(path.native()), XFile::Access::Read) && errno == EWOULDBLOCK) {
+    if (!file.Open(FromFileName(path.native()), XFile::Access::Read) && errno == EWOULDBLOCK) {
         throw Failure("is being edited; try again when that is done");
     }
     return IsWhole(journal);

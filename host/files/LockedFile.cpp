@@ -1,6 +1,5 @@
 #include "host/files/LockedFile.h"
 
-#include "host/files/FileName.h"
 #include "host/terminal/Failure.h"
 
 #include <sys/file.h>
@@ -19,7 +18,7 @@ fs::path Followed(const std::string& name) {
 }
 
 FileStamp Open(XFile& file, const fs::path& path, LockedFile::Lock lock) {
-    if (!file.Open(WideName(path), XFile::Access::ReadWrite)) {
+    if (!file.Open(FromFileName(path.native()), XFile::Access::ReadWrite)) {
         if (errno == EWOULDBLOCK) throw Failure("is in use by another program");
         throw SystemFailure("cannot open the file for writing");
     }

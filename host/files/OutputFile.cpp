@@ -1,7 +1,6 @@
 #include "host/files/OutputFile.h"
 
 #include "base/Platform.h"
-#include "host/files/FileName.h"
 #include "host/files/JournalledEdit.h"
 #include "host/terminal/Failure.h"
 
@@ -27,7 +26,6 @@ OutputFile::OutputFile(fs::path path, bool replace)
 // Commit makes sure that the name is still free.
 void OutputFile::RequireUsable(const fs::path& path, bool replace) {
     const std::string name = "'" + path.native() + "'";
-    WideName(path, "the file name " + name);
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
     if (!fs::exists(status)) return;
@@ -73,6 +71,12 @@ void OutputFile::MoveToFreeName() {
     if (::rename(temp_.Path().c_str(), path_.c_str()) != 0) {
         throw SystemFailure("cannot create '" + path_.native() + "'");
     }
+}
+
+void RefuseToReplaceInput(const fs::path& input, const fs::path& output) {
+    std::error_code error;
+    if (!fs::equivalent(input, output, error)) return;
+    throw Failure("the output would replace this file itself; choose another name for it");
 }
 
 }  // namespace w64

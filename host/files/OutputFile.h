@@ -32,4 +32,7 @@ private:
     TempFile temp_;
 };
 
+// Errors: Failure where the output is the input itself, or a link to it.
+void RefuseToReplaceInput(const std::filesystem::path& input, const std::filesystem::path& output);
+
 }  // namespace w64

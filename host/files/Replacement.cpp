@@ -1,7 +1,6 @@
 #include "host/files/Replacement.h"
 
 #include "host/files/FileCopy.h"
-#include "host/files/FileName.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/Interrupt.h"
 
@@ -39,7 +38,7 @@ Replacement::Replacement(LockedFile& original, Console& console, const std::func
 }
 
 void Replacement::Commit() {
-    const XStr copyName = WideName(copy_.Path());
+    const XStr copyName = FromFileName(copy_.Path().native());
     XFile copy;
     if (!copy.Open(copyName, XFile::Access::ReadWrite)) {
         throw SystemFailure("cannot open the edited copy");
@@ -52,7 +51,8 @@ void Replacement::Commit() {
     if (::fsync(copy.Descriptor()) != 0) throw SystemFailure("cannot write");
     Interrupt::Check();
     original_.RefuseChanges();
-    if (!copy.MoveOver(copyName, WideName(original_.Path()))) throw SystemFailure("cannot replace the file");
+    if (!copy.MoveOver(copyName, FromFileName(original_.Path().native())))
+        throw SystemFailure("cannot replace the file");
 }
 
 }  // namespace w64

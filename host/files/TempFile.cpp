@@ -23,10 +23,16 @@ TempFile::TempFile(const std::filesystem::path& folder, XFile::Access access) {
     constexpr int kTries = 100;  // a killed process with the same number may have left files
     for (int i = 0; i < kTries; ++i) {
         path_ = folder / NextName();
-        if (file_.Open(FromUTF8(path_.native()), access)) return;
+        if (file_.Open(FromFileName(path_.native()), access)) return;
         if (errno != EEXIST) break;
     }
     throw SystemFailure("cannot create a file in '" + (folder.empty() ? "." : folder.native()) + "'");
+}
+
+std::filesystem::path TempFile::SharedFolder() {
+    std::error_code error;
+    std::filesystem::path folder = std::filesystem::temp_directory_path(error);
+    return error ? "/tmp" : folder;
 }
 
 bool TempFile::IsLeftover(const std::string& name) {

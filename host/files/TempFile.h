@@ -16,6 +16,9 @@ public:
     TempFile& operator=(const TempFile&) = delete;
     ~TempFile();
 
+    // For files that belong next to no other: that of the environment variable TMPDIR if there is one, else /tmp.
+    static std::filesystem::path SharedFolder();
+
     // Whether this is the name of such a file whose program has ended.
     static bool IsLeftover(const std::string& name);
 

@@ -59,6 +59,12 @@ constexpr std::array<std::pair<int, const char*>, 10> kStrings = {{{SF_STR_TITLE
                                                                    {SF_STR_TRACKNUMBER, "Track"},
                                                                    {SF_STR_GENRE, "Genre"}}};
 
+// Opening such a pipe waits for its other end. One that is open already, as standard input, leads nowhere else.
+bool IsNamedPipe(const std::string& path) {
+    std::error_code error;
+    return std::filesystem::is_fifo(path, error) && !std::filesystem::canonical(path, error).empty();
+}
+
 // libsndfile reports some non-audio files as missing.
 std::string OpenError(const std::string& path) {
     const std::string reason = sf_strerror(nullptr);
@@ -71,8 +77,10 @@ std::string OpenError(const std::string& path) {
     if (std::filesystem::is_directory(status)) {
         return std::make_error_code(std::errc::is_a_directory).message();
     }
-    const bool isThere = std::filesystem::is_regular_file(status);
-    return isThere && reason.starts_with("File does not exist") ? "is not an audio file" : reason;
+    if (!std::filesystem::is_regular_file(status)) return reason;
+    if (std::filesystem::file_size(path, error) == 0) return "the file is empty";
+    const bool isUnknown = reason.starts_with("File does not exist") || reason.starts_with("Format not");
+    return isUnknown ? "is not an audio file" : reason;
 }
 
 // Whether the file is of one of these kinds; MPEG frames could still be found in its later bytes.
@@ -81,7 +89,9 @@ bool BeginsLikeContainer(const std::string& path) {
     if (!std::filesystem::is_regular_file(path, error)) return false;
     InputFile file(path);
     std::array<char, 4> bytes{};
-    if (file.Read(bytes.data(), bytes.size()) < bytes.size()) throw Failure("cannot read the header");
+    const size_t got = file.Read(bytes.data(), bytes.size());
+    if (got < std::min<size_t>(static_cast<size_t>(file.Size()), bytes.size()))
+        throw Failure("cannot read the header");
     const std::string_view code(bytes.data(), bytes.size());
     return std::ranges::any_of(std::array{"RIFF", "RIFX", "RF64", "riff", "FORM", "caff", "fLaC", "OggS"},
                                [&](const char* known) { return code == known; });
@@ -115,6 +125,7 @@ std::optional<int> AudioSource::Container(const std::string& path) {
 
 // The library goes on when it cannot read a part of the header, so its error is checked here.
 SoundFileHandle AudioSource::Open(const std::string& path, SF_INFO& info) {
+    if (IsNamedPipe(path)) throw Failure(InputFile::kNoFile);
     SoundFileHandle file(sf_open(path.c_str(), SFM_READ, &info));
     if (file && sf_error(file.get()) != SF_ERR_NO_ERROR) throw Failure(sf_strerror(file.get()));
     return file;

@@ -22,6 +22,7 @@ void RequireSound(const std::string& name, XFile& file) {
     const LayoutCheck check(file);
     const auto fault = std::ranges::find_if(check.Findings(), &LayoutFinding::isFault);
     if (fault == check.Findings().end()) return;
+    if (!FindAudio(file)) throw Failure(fault->text);
     throw Failure("the file is damaged; w64 repair makes it sound if it can: " + fault->text);
 }
 

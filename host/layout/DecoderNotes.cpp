@@ -16,6 +16,7 @@ namespace {
 std::string DescribeShortness(const std::string& name) try {
     InputFile file(name);
     const auto fileBytes = static_cast<uint64_t>(file.Size());
+    if (fileBytes == 0) return "the file is empty";
     const uint64_t outerSize = ReadOuterSize(file);
     if (outerSize == 0) return "the recording was never finished: its header says 0 bytes";
     if (outerSize <= fileBytes) return "";

@@ -19,7 +19,7 @@ constexpr int64_t kSizeFieldOffset = 16;  // in the header of a chunk
 // Nothing if there is none, or if the file is not Wave64, which the decoder reports.
 std::optional<AudioExtent> FindAudio(const fs::path& path) {
     XFile file;
-    if (!file.Open(FromUTF8(path.native()), XFile::Access::Read)) return std::nullopt;
+    if (!file.Open(FromFileName(path.native()), XFile::Access::Read)) return std::nullopt;
     return FindAudio(file);
 }
 
@@ -39,7 +39,7 @@ void Put(XFile& file, int64_t position, const void* bytes, size_t size) {
 std::unique_ptr<TempFile> RepairedCopy(const fs::path& path, const AudioExtent& audio,
                                        const fs::path& folder) {
     XFile original;
-    if (!original.Open(FromUTF8(path.native()), XFile::Access::Read))
+    if (!original.Open(FromFileName(path.native()), XFile::Access::Read))
         throw SystemFailure("cannot open the file");
     auto copy = std::make_unique<TempFile>(folder);
     CopyBeginning(original, copy->File(), audio.end);

@@ -32,7 +32,7 @@ std::optional<std::vector<uint8_t>> ReadFormatRecord(XFile& file, int64_t positi
 }
 
 Wave64File::Wave64File(const std::filesystem::path& path) : channels_(0) {
-    if (file_.Open(FromUTF8(path.native()), XFile::Access::Read) &&
+    if (file_.Open(FromFileName(path.native()), XFile::Access::Read) &&
         chunks_.Initialize(file_.Handle(), channels_.Report())) {
         ReadFormat();
     }

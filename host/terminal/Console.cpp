@@ -44,10 +44,19 @@ Console::Console(Options options)
 
 Console::~Console() { ClearStatus(); }
 
-void Console::Error(std::string_view subject, std::string_view message) { Print(subject, message); }
+void Console::Error(const std::string& subject, std::string_view message) { Print(subject, message); }
 
-void Console::Note(std::string_view subject, std::string_view message) {
+void Console::Note(const std::string& subject, std::string_view message) {
     if (!quiet_) Print(subject, message);
+}
+
+void Console::Rename(std::string file, std::string name) {
+    names_.insert_or_assign(std::move(file), std::move(name));
+}
+
+std::string Console::NameOf(const std::string& file) const {
+    const auto found = names_.find(file);
+    return found == names_.end() ? file : found->second;
 }
 
 void Console::Summary(std::string_view subject, std::string_view text) {
@@ -74,14 +83,14 @@ void Console::ClearStatus() {
 
 size_t Console::Columns() { return TerminalColumns(STDERR_FILENO).value_or(80); }
 
-void Console::Print(std::string_view subject, std::string_view message) {
+void Console::Print(const std::string& subject, std::string_view message) {
     const std::lock_guard lock(access_);
     EraseStatus();
     std::string text;
     while (!message.empty()) {
         const size_t end = std::min(message.find('\n'), message.size());
         text += "w64: ";
-        if (!subject.empty()) text.append(Visible(subject)).append(": ");
+        if (!subject.empty()) text.append(Visible(NameOf(subject))).append(": ");
         text.append(Visible(message.substr(0, end))).append("\n");
         message.remove_prefix(std::min(end + 1, message.size()));
     }

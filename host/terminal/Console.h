@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -26,8 +27,12 @@ public:
     ~Console();
 
     // "w64: subject: message", both made Visible; a message of several lines is several messages.
-    void Error(std::string_view subject, std::string_view message);
-    void Note(std::string_view subject, std::string_view message);
+    void Error(const std::string& subject, std::string_view message);
+    void Note(const std::string& subject, std::string_view message);
+
+    // Shows `name` instead of that of a file, here and wherever NameOf is asked. To be called before the work.
+    void Rename(std::string file, std::string name);
+    std::string NameOf(const std::string& file) const;
 
     // The outcome of some work; on a terminal only.
     void Summary(std::string_view subject, std::string_view text);
@@ -39,9 +44,10 @@ public:
     static size_t Columns();
 
 private:
-    void Print(std::string_view subject, std::string_view message);
+    void Print(const std::string& subject, std::string_view message);
     void EraseStatus();
 
+    std::map<std::string, std::string> names_;
     std::mutex access_;
     bool quiet_;
     bool statusLine_;

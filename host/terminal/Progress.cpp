@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 
 namespace w64 {
 
@@ -39,8 +40,8 @@ std::string Bar(double share, size_t columns, size_t used) {
 
 }  // namespace
 
-Progress::Progress(Console& console, std::string name, int files)
-    : console_(console), name_(std::move(name)), files_(files) {}
+Progress::Progress(Console& console, const std::string& file, int files)
+    : console_(console), name_(std::filesystem::path(console.NameOf(file)).filename()), files_(files) {}
 
 Progress::Share::Share(Progress& progress, int64_t work) : progress_(progress), work_(work) {
     progress_.work_ += work;

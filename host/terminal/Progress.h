@@ -17,8 +17,8 @@ class Progress {
     using Clock = std::chrono::steady_clock;
 
 public:
-    // `name` is shown before the bar when there is one file; for more, their count is.
-    Progress(Console& console, std::string name, int files);
+    // The name of `file` is shown before the bar when there is one file; for more, their count is.
+    Progress(Console& console, const std::string& file, int files);
     Progress(const Progress&) = delete;  // its shares point to it
     Progress& operator=(const Progress&) = delete;
     ~Progress() { console_.ClearStatus(); }

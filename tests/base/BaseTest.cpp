@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <limits>
+#include <random>
 
 namespace w64 {
 
@@ -25,6 +26,16 @@ TEST(Text, GoesToUTF8AndBack) {
     // A lone continuation, a cut sequence, an overlong form, a surrogate: one per malformed byte.
     for (const std::string malformed : {"\x80", "\xE2\x82", "\xC0\x80", "\xED\xA0\x80"})
         EXPECT_EQ(FromUTF8("a" + malformed + "z"), L"a" + XStr(malformed.size(), L'\uFFFD') + L"z");
+}
+
+TEST(Text, NamesFilesByAnyBytes) {
+    EXPECT_EQ(FromFileName("K\xF6ln/\xC3\xB6"), L"K\xDCF6ln/\xF6");
+    std::mt19937 random(1);
+    for (int i = 0; i < 1000; ++i) {
+        std::string name(8, '\0');
+        for (char& c : name) c = static_cast<char>(random() | (random() & 0x80));
+        EXPECT_EQ(ToFileName(FromFileName(name)), name);
+    }
 }
 
 TEST(Memory, KeepsContentsAcrossGrowthAndSelfAssignment) {

@@ -9,7 +9,7 @@ void XDLL::FreeDLL() {
     library_ = nullptr;
 }
 
-void* XDLL::_Load(const wchar_t* path) { return ::dlopen(ToUTF8(path).c_str(), RTLD_NOW | RTLD_LOCAL); }
+void* XDLL::_Load(const wchar_t* path) { return ::dlopen(ToFileName(path).c_str(), RTLD_NOW | RTLD_LOCAL); }
 
 void* XDLL::_GetProc(void* library, const char* name) { return library ? ::dlsym(library, name) : nullptr; }
 
