@@ -32,7 +32,8 @@ TEST_F(Input, OfAStreamIsTakenAsThatOfAFile) {
         {"info - < .", 1, "w64: standard input: cannot be read: Is a directory"},
     });
     const Outcome outcome = shop.Run("ulimit -f 100; cat a.wav | TMPDIR=tmp w64 md5 - a.wav");
-    EXPECT_HAS("w64: standard input: cannot be kept in 'tmp', the folder of TMPDIR: File too large", outcome.errors);
+    EXPECT_HAS("w64: standard input: cannot be kept in 'tmp', the folder of TMPDIR: File too large",
+               outcome.errors);
     EXPECT_TRUE(outcome.status == 1 && outcome.output.ends_with("  a.wav\n"));
     shop.Do("rmdir tmp");  // and nothing is in it
 }
