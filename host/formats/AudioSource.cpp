@@ -67,7 +67,7 @@ bool IsNamedPipe(const std::string& path) {
 
 // libsndfile reports some non-audio files as missing.
 std::string OpenError(const std::string& path) {
-    const std::string reason = sf_strerror(nullptr);
+    std::string reason = sf_strerror(nullptr);
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(path, error);
     if (std::filesystem::is_block_file(status) || std::filesystem::is_character_file(status)) {
