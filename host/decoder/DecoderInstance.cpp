@@ -1,5 +1,6 @@
 #include "host/decoder/DecoderInstance.h"
 
+#include "base/XStr.h"
 #include "host/files/InputFile.h"
 #include "host/terminal/Failure.h"
 

@@ -1,6 +1,7 @@
 #include "host/decoder/PluginLibrary.h"
 
 #include "base/XApplication.h"
+#include "base/XStr.h"
 #include "host/terminal/Failure.h"
 
 #include <dlfcn.h>

@@ -1,6 +1,9 @@
 #include "host/files/InputFile.h"
 
+#include "base/XStr.h"
 #include "host/terminal/Failure.h"
+
+#include <filesystem>
 
 namespace w64 {
 

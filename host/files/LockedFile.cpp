@@ -1,5 +1,6 @@
 #include "host/files/LockedFile.h"
 
+#include "base/XStr.h"
 #include "host/terminal/Failure.h"
 
 #include <sys/file.h>

@@ -1,5 +1,6 @@
 #include "host/files/Replacement.h"
 
+#include "base/XStr.h"
 #include "host/files/FileCopy.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/Interrupt.h"

@@ -1,5 +1,6 @@
 #include "host/layout/Salvage.h"
 
+#include "base/XStr.h"
 #include "host/files/FileCopy.h"
 #include "host/layout/AudioExtent.h"
 #include "host/layout/ChunkWalk.h"

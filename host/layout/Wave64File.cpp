@@ -1,5 +1,6 @@
 #include "host/layout/Wave64File.h"
 
+#include "base/XStr.h"
 #include "host/layout/ChunkKind.h"
 #include "host/tagging/TagTexts.h"
 #include "host/terminal/FormatText.h"
