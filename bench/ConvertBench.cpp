@@ -42,6 +42,29 @@ void ConvertBits(benchmark::State& state) {
     }
 }
 
+constexpr const wchar_t* kNoise = L"dither=1;noise=tpdf";
+
+void Dither(benchmark::State& state) {
+    XAudioBufferNew audio = Audio(Format(2, 24, false), kSamples / 2);
+    XAudioBitsConv conv;
+    for ([[maybe_unused]] auto _ : state) {
+        if (!conv.ConvertData(audio, Format(2, 16, false), false, kNoise))
+            state.SkipWithError("not converted");
+        benchmark::ClobberMemory();
+    }
+}
+
+void DitherSingleSamples(benchmark::State& state) {
+    XAudioBufferNew audio = Audio(Format(2, 24, false), kSamples / 2);
+    XAudioBufferNew narrow(kSamples / 2, Format(2, 16, false), false);
+    const XAudioRdWr reader(audio, 0, nullptr);
+    XAudioRdWr writer(narrow, 0, kNoise);
+    for ([[maybe_unused]] auto _ : state) {
+        for (int64_t i = 0; i < kSamples; ++i) writer.PutInt(i, reader.GetInt(i));
+        benchmark::ClobberMemory();
+    }
+}
+
 template <int from, int to>
 void ConvertChannels(benchmark::State& state) {
     XAudioBufferNew audio = Audio(Format(from, 24, false), kSamples / std::max(from, to));
@@ -67,6 +90,8 @@ BENCHMARK(ConvertBits<24, false, 16, false>)->Name("Convert24To16")->Unit(benchm
 BENCHMARK(ConvertBits<24, false, 32, true>)->Name("Convert24ToFloat")->Unit(benchmark::kMicrosecond);
 BENCHMARK(ConvertBits<32, true, 24, false>)->Name("ConvertFloatTo24")->Unit(benchmark::kMicrosecond);
 BENCHMARK(ConvertBits<32, true, 16, false>)->Name("ConvertFloatTo16")->Unit(benchmark::kMicrosecond);
+BENCHMARK(Dither)->Name("Dither24To16")->Unit(benchmark::kMicrosecond);
+BENCHMARK(DitherSingleSamples)->Unit(benchmark::kMicrosecond);
 BENCHMARK(ConvertChannels<6, 2>)->Name("Convert51ToStereo24")->Unit(benchmark::kMicrosecond);
 BENCHMARK(ConvertChannels<1, 2>)->Name("ConvertMonoToStereo24")->Unit(benchmark::kMicrosecond);
 BENCHMARK(Copy<16>)->Name("Copy16")->Unit(benchmark::kMicrosecond);

@@ -51,6 +51,7 @@ int main(int count, char** arguments) {
                {"Convert24To16", "Copy16", 1.7},
                {"ConvertFloatTo24", "Copy24", 1.7},
                {"ConvertFloatTo16", "Copy16", 2.2},
+               {"Dither24To16", "DitherSingleSamples", 0.35},
                {"Convert51ToStereo24", "Copy24", 4},
                {"ConvertMonoToStereo24", "Copy24", 4},
                {"Resample44100To48000", "Resample44100To48000BySoxr", 0.75},

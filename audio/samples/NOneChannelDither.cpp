@@ -48,15 +48,26 @@ void NOneChannelDither::Create(int bits, const wchar_t* options, uint64_t seed) 
     });
 }
 
-int32_t NOneChannelDither::WithNoise(int32_t value) {
-    const int shift = Shift();
+int32_t NOneChannelDither::WithNoise(int32_t value, int shift, Random& random) {
     const int64_t step = int64_t{1} << shift;
     const auto mask = static_cast<uint64_t>(step - 1);
     const int64_t limit = int64_t{1} << (31 - shift);
     // The difference of two numbers uniform over a step is triangular, with a mean of exactly 0.
-    const uint64_t random = random_();
-    const auto noise = static_cast<int64_t>(random >> 48 & mask) - static_cast<int64_t>(random >> 32 & mask);
+    const uint64_t bits = random();
+    const auto noise = static_cast<int64_t>(bits >> 48 & mask) - static_cast<int64_t>(bits >> 32 & mask);
     return static_cast<int32_t>(std::clamp((value + noise + step / 2) >> shift, -limit, limit - 1));
+}
+
+void NOneChannelDither::DitherInPlace(int32_t* values, int64_t count, int64_t stride) {
+    const int shift = Shift();
+    const int32_t step = 1 << shift;
+    if (!noisy_) {
+        for (int64_t i = 0; i < count; i += stride) values[i] &= -step;
+        return;
+    }
+    Random random = random_;  // kept in a register
+    for (int64_t i = 0; i < count; i += stride) values[i] = WithNoise(values[i], shift, random) * step;
+    random_ = random;
 }
 
 }  // namespace w64

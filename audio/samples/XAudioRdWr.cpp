@@ -124,10 +124,29 @@ void XAudioRdWr::GetInts(int64_t first, int64_t count, int32_t* values) const {
     FastestKernels().convert(mode_, At(first), SampleMode::Int32, reinterpret_cast<uint8_t*>(values), count);
 }
 
+// `read` fills a block with 32-bit samples, of which the first is number i of `count`.
+template <class Read>
+void XAudioRdWr::PutDithered(int64_t first, int64_t count, Read read) {
+    constexpr int64_t kBlock = 1024;
+    std::array<int32_t, kBlock> block;
+    const int64_t channels = dithers_.Count();
+    for (int64_t done = 0; done < count; done += kBlock) {
+        const int64_t some = std::min(count - done, kBlock);
+        read(done, some, block.data());
+        for (int64_t i = 0; i < std::min(channels, some); ++i) {
+            NOneChannelDither& dither = dithers_[static_cast<int>((first + done + i) % channels)];
+            dither.DitherInPlace(block.data() + i, some - i, channels);
+        }
+        FastestKernels().convert(SampleMode::Int32, reinterpret_cast<const uint8_t*>(block.data()), mode_,
+                                 At(first + done), some);
+    }
+}
+
 void XAudioRdWr::PutInts(int64_t first, int64_t count, const int32_t* values) {
     if (IsDithered()) {
-        for (int64_t i = 0; i < count; ++i) PutInt(first + i, values[i]);
-        return;
+        return PutDithered(first, count, [values](int64_t i, int64_t some, int32_t* block) {
+            std::copy_n(values + i, some, block);
+        });
     }
     FastestKernels().convert(SampleMode::Int32, reinterpret_cast<const uint8_t*>(values), mode_, At(first),
                              count);
@@ -148,15 +167,17 @@ void XAudioRdWr::GetDbls(int64_t first, int64_t count, double* values) const {
 
 void XAudioRdWr::PutDbls(int64_t first, int64_t count, const double* values) {
     if (IsDithered()) {
-        for (int64_t i = 0; i < count; ++i) PutDbl(first + i, values[i]);
-        return;
+        return PutDithered(first, count, [values](int64_t i, int64_t some, int32_t* block) {
+            FastestKernels().round(values + i, SampleMode::Int32, reinterpret_cast<uint8_t*>(block), some);
+        });
     }
     FastestKernels().round(values, mode_, At(first), count);
 }
 
 void XAudioRdWr::PutFrom(const XAudioRdWr& reader, int64_t count) {
     if (!IsDithered()) return FastestKernels().convert(reader.mode_, reader.data_, mode_, data_, count);
-    for (int64_t i = 0; i < count; ++i) PutInt(i, reader.GetInt(i));
+    PutDithered(0, count,
+                [&reader](int64_t i, int64_t some, int32_t* block) { reader.GetInts(i, some, block); });
 }
 
 }  // namespace w64

@@ -61,6 +61,8 @@ public:
 
 private:
     uint8_t* At(int64_t i) const;
+    template <class Read>
+    void PutDithered(int64_t first, int64_t count, Read read);
 
     uint8_t* data_ = nullptr;
     SampleMode mode_ = SampleMode::None;

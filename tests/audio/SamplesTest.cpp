@@ -145,11 +145,12 @@ void ExpectConverts(const XAudioWFX& source, const XAudioWFX& target, bool inPla
     constexpr int64_t kFrames = 501;
     XAudioBufferNew buffer = Noise(kFrames, source);
     const Bytes before = Used(buffer);
+    const int64_t samples = kFrames * source.Channels();  // more than a block of dithers
     const XAudioRdWr reader(buffer, 0, nullptr);
     XAudioBufferNew expected(kFrames, target, true);
     expected.SetUsedSample(kFrames);
     XAudioRdWr writer(expected, 0, options);
-    for (int64_t i = 0; i < kFrames; ++i) writer.PutInt(i, reader.GetInt(i));
+    for (int64_t i = 0; i < samples; ++i) writer.PutInt(i, reader.GetInt(i));
     if (source.WFXToString() == target.WFXToString()) expected = buffer;
 
     XAudioBitsConv conv;
@@ -164,13 +165,14 @@ void ExpectConverts(const XAudioWFX& source, const XAudioWFX& target, bool inPla
 }
 
 TEST(XAudioBitsConv, EveryPairOfLayoutsAsTheAccessorDefinesIt) {
-    const XAudioWFX layouts[] = {Format(kTagPCM, 1, 8),  Format(kTagPCM, 1, 16),   Format(kTagPCM, 1, 24),
-                                 Format(kTagPCM, 1, 32), Format(kTagFloat, 1, 32), Format(kTagFloat, 1, 64)};
+    const XAudioWFX layouts[] = {Format(kTagPCM, 3, 8),  Format(kTagPCM, 3, 16),   Format(kTagPCM, 3, 24),
+                                 Format(kTagPCM, 3, 32), Format(kTagFloat, 3, 32), Format(kTagFloat, 3, 64)};
     for (const XAudioWFX& source : layouts) {
         for (const XAudioWFX& target : layouts) {
             ExpectConverts(source, target, false, nullptr);
             ExpectConverts(source, target, true, nullptr);
             ExpectConverts(source, target, true, L"dither=1");
+            ExpectConverts(source, target, false, L"dither=1;noise=tpdf");
         }
     }
 }
