@@ -103,7 +103,8 @@ void XAudioConv::Destroy() {
 bool XAudioConv::PrepareRate(const XAudioWFX& format, const XAudioWFX& target, const wchar_t* options,
                              bool highQuality) {
     const UpwardEdge edge = highQuality ? UpwardEdge::SourceHalf : UpwardEdge::TargetHalf;
-    rateIsReady_ = rate_.CreateNewConverter(format, static_cast<int>(target.SamplesPerSec()), options, edge);
+    rateIsReady_ =
+        rate_.CreateNewConverter(format, static_cast<int>(target.SamplesPerSec()), options, edge, maxDelay_);
     return rateIsReady_;
 }
 

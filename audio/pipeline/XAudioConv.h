@@ -28,6 +28,9 @@ public:
     [[nodiscard]] bool ConvertData(XAudioBufferNew& input, const XAudioWFX& target, bool inPlace, bool last,
                                    const wchar_t* options, bool highQuality);
 
+    // How much of the input, in seconds, the rate stage may hold back; before InitConversion. More is faster.
+    void SetMaxDelay(double seconds) { maxDelay_ = seconds; }
+
     // Computes the channel stage's matrices, once for all conversions, ahead of their first use.
     static void LoadChanConvMatrix() { XAudioChannelConv::GenerateMatrix(); }
 
@@ -41,6 +44,7 @@ private:
     XAudioChannelConv channels_;
     XAudioFreqConv rate_;
     XAudioACMEncoder encoder_;
+    double maxDelay_ = FreqConvEngine::kMaxDelay;
     bool rateIsReady_ = false;
 };
 

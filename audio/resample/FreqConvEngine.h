@@ -34,21 +34,35 @@ public:
     void Restart();
 
 protected:
-    explicit FreqConvEngine(int channels) : channels_(static_cast<size_t>(channels)) {}
+    // An engine sees a window of frames that ends with the new ones. Two numbers of a frame, a pair, are converted
+    // at a time: two channels, or else one channel of two hops. A hop is a part of a block that is converted as if
+    // it were a block of its own: with two of them the last channel of an odd number has a partner, itself.
+    FreqConvEngine(int channels, int64_t hops)
+        : channels_(static_cast<size_t>(channels)), hops_(static_cast<size_t>(hops)) {}
+
+    int64_t Hops() const { return static_cast<int64_t>(hops_); }
 
 private:
-    int64_t InputFrames() const { return Needed(blocks_ + 1) - Needed(blocks_); }
+    int64_t NewFrames() const { return Needed(blocks_ + 1) - Needed(blocks_); }
 
-    // Channels are converted in pairs: a frame is two doubles. The last channel of an odd number is converted
-    // twice.
     virtual void RestartPairs(size_t pairs) = 0;
-    virtual double* InputOf(size_t pair, int64_t frames) = 0;  // where the next frames go
-    virtual const double* Convert(size_t pair, int64_t frames) = 0;
+
+    // Frames that the window of a block begins with, of the blocks before or, at first, silence; and new frames of
+    // a hop.
+    virtual int64_t History(int64_t block) const = 0;
+    virtual int64_t HopFrames() const = 0;
+
+    // Converts `frames` frames to a hop's output, which is valid until the next call.
+    virtual const double* Convert(size_t pair, const double* in, int64_t frames, int64_t outFrames) = 0;
+
+    void Gather(size_t pair, int64_t frames);
+    void Scatter(size_t pair, const double* result, int64_t frames);
 
     size_t channels_;
+    size_t hops_;
     int64_t blocks_ = 0;
-    double* input_ = nullptr;  // of the next block, once it has been asked for
-    AlignedDoubles in_;
+    AlignedDoubles window_;
+    AlignedDoubles pair_;
     AlignedDoubles out_;
 };
 

@@ -187,7 +187,7 @@ void LongFilter::TransformBackTo(size_t branch, const double* spectrum, double* 
 }
 
 OverlapFreqConv::OverlapFreqConv(const FreqConvDesign& design, int channels)
-    : FreqConvEngine(channels), design_(design), shortFilter_(design), longFilter_(design),
+    : FreqConvEngine(channels, 1), design_(design), shortFilter_(design), longFilter_(design),
       work_(longFilter_.SpectrumSize()), sum_(longFilter_.SpectrumSize()) {
     Restart();
 }
@@ -224,13 +224,12 @@ int64_t OverlapFreqConv::Produced(int64_t blocks) const {
     return shortFilter_.OutputsOf(design_.branches * (frames - longFilter_.Reach()));
 }
 
-double* OverlapFreqConv::InputOf(size_t pair, int64_t frames) {
-    if (design_.shortFirst) return pairs_[pair].shortInput.Append(frames);
-    return pairs_[pair].longHistory.data() + 4 * longFilter_.Reach();
-}
-
-const double* OverlapFreqConv::Convert(size_t pair, int64_t frames) {
-    return design_.shortFirst ? ShortFirst(pairs_[pair], frames) : LongFirst(pairs_[pair], frames);
+const double* OverlapFreqConv::Convert(size_t number, const double* in, int64_t frames, int64_t outFrames) {
+    Pair& pair = pairs_[number];
+    double* const to = design_.shortFirst ? pair.shortInput.Append(frames)
+                                          : pair.longHistory.data() + 4 * longFilter_.Reach();
+    std::copy_n(in, 2 * frames, to);
+    return design_.shortFirst ? ShortFirst(pair, outFrames) : LongFirst(pair, outFrames);
 }
 
 // Overlap-add: the tail of the long filter's output is added to the next block.

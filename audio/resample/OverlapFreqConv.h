@@ -111,8 +111,9 @@ private:
     };
 
     void RestartPairs(size_t pairs) override;
-    double* InputOf(size_t pair, int64_t frames) override;
-    const double* Convert(size_t pair, int64_t frames) override;
+    int64_t History(int64_t /*block*/) const override { return 0; }
+    int64_t HopFrames() const override { return 0; }
+    const double* Convert(size_t pair, const double* in, int64_t frames, int64_t outFrames) override;
 
     Pair StartOfPair() const;
     const double* ShortFirst(Pair& pair, int64_t outFrames);

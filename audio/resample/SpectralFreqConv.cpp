@@ -169,10 +169,12 @@ W64_VECTOR_CLONES void MultiplySpectra(const SpectraView& view) {
 
 }  // namespace
 
-std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqConvDesign& design) {
+std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqConvDesign& design,
+                                                                     int channels, double maxDelay) {
     const LowPass& shortFilter = design.shortFilter;
     if (SmoothResponse::SamplesFor(shortFilter) > kMaxSamples) return std::nullopt;
-    Block block{design.step, design.shortFirst ? design.phases : design.phases * design.branches, 0, 0};
+    Block block{design.step, design.shortFirst ? design.phases : design.phases * design.branches, 0, 0,
+                channels % 2 == 0 ? 1 : 2};
     const int64_t spacing = (design.shortFirst ? block.inPeriod : block.outPeriod) / design.branches;
     const int64_t reach = shortFilter.length / 2 + design.longFilter.length / 2 * spacing;
     const int64_t period = block.inPeriod * block.outPeriod;
@@ -181,40 +183,43 @@ std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqC
     const double periodsPerSecond = static_cast<double>(design.longRate) /
                                     static_cast<double>(design.shortFirst ? block.outPeriod : block.inPeriod);
     const double sourceRate = periodsPerSecond * static_cast<double>(block.inPeriod);
-    const double delay =
-        std::clamp(kMaxDelay * kUsualRate / sourceRate, kMaxDelay, kMaxDelayAtLowRates) * periodsPerSecond;
+    const double allowed =
+        std::max(maxDelay, std::min(kMaxDelay * kUsualRate / sourceRate, kMaxDelayAtLowRates));
+    const auto delay = static_cast<int64_t>(allowed * periodsPerSecond);
 
     // Both spectra must consist of whole tiles, half of them at negative frequencies.
     const auto work = [](int64_t points) {
         return static_cast<double>(points) * (5 + std::log2(static_cast<double>(points)));
     };
+    std::optional<Block> best;
     double minWork = std::numeric_limits<double>::infinity();
-    const int64_t maxPeriods = std::min(kMaxPoints / std::max(block.inPeriod, block.outPeriod),
-                                        block.margin + static_cast<int64_t>(delay));
-    int64_t best = 0;
-    for (block.periods = 2 * kTile; block.periods <= maxPeriods; block.periods += 2 * kTile) {
-        if (block.Hop() <= 0 || !FFTGrid::Takes(block.InPoints()) || !FFTGrid::Takes(block.OutPoints()))
-            continue;
-        const double workPerPeriod =
-            (work(block.InPoints()) + work(block.OutPoints())) / static_cast<double>(block.Hop());
-        if (workPerPeriod >= minWork) continue;
-        minWork = workPerPeriod;
-        best = block.periods;
+    const int64_t maxPeriods = kMaxPoints / std::max(block.inPeriod, block.outPeriod);
+    for (block.hops = 1; block.hops <= 2; ++block.hops) {
+        const auto pairs = static_cast<double>((channels * block.hops + 1) / 2);
+        for (block.periods = 2 * kTile; block.periods <= maxPeriods; block.periods += 2 * kTile) {
+            if (block.FirstNeeded() > delay) break;
+            if (block.Hop() <= 0 || !FFTGrid::Takes(block.InPoints()) || !FFTGrid::Takes(block.OutPoints()))
+                continue;
+            const double workPerPeriod = pairs * (work(block.InPoints()) + work(block.OutPoints())) /
+                                         static_cast<double>(block.hops * block.Hop());
+            if (workPerPeriod >= minWork) continue;
+            minWork = workPerPeriod;
+            best = block;
+        }
     }
-    block.periods = best;
-    if (best == 0) return std::nullopt;
-    return block;
+    return best;
 }
 
-std::unique_ptr<SpectralFreqConv> SpectralFreqConv::Create(const FreqConvDesign& design, int channels) {
-    const std::optional<Block> block = ChooseBlock(design);
+std::unique_ptr<SpectralFreqConv> SpectralFreqConv::Create(const FreqConvDesign& design, int channels,
+                                                           double maxDelay) {
+    const std::optional<Block> block = ChooseBlock(design, channels, maxDelay);
     if (!block) return nullptr;
     return std::unique_ptr<SpectralFreqConv>(new SpectralFreqConv(design, *block, channels));
 }
 
 SpectralFreqConv::SpectralFreqConv(const FreqConvDesign& design, const Block& block, int channels)
-    : FreqConvEngine(channels), block_(block), inGrid_(block.InPoints()), outGrid_(block.OutPoints()),
-      imagesOfInput_(design.shortFirst) {
+    : FreqConvEngine(channels, block.hops), block_(block), inGrid_(block.InPoints()),
+      outGrid_(block.OutPoints()), imagesOfInput_(design.shortFirst) {
     Design(design);
     const auto inPoints = static_cast<size_t>(block.InPoints());
     const auto outPoints = static_cast<size_t>(block.OutPoints());
@@ -255,22 +260,20 @@ void SpectralFreqConv::Design(const FreqConvDesign& design) {
 
 int64_t SpectralFreqConv::Needed(int64_t blocks) const {
     if (blocks == 0) return 0;
-    return ((blocks - 1) * block_.Hop() + block_.periods - block_.margin) * block_.inPeriod;
+    return ((blocks - 1) * block_.hops * block_.Hop() + block_.FirstNeeded()) * block_.inPeriod;
 }
 
-int64_t SpectralFreqConv::Produced(int64_t blocks) const { return blocks * block_.Hop() * block_.outPeriod; }
-
-void SpectralFreqConv::RestartPairs(size_t pairs) {
-    overlap_.assign(pairs, AlignedDoubles(static_cast<size_t>(2 * block_.margin * block_.inPeriod), 0.0));
+int64_t SpectralFreqConv::Produced(int64_t blocks) const {
+    return blocks * block_.hops * block_.Hop() * block_.outPeriod;
 }
 
-double* SpectralFreqConv::InputOf(size_t pair, int64_t /*frames*/) {
-    return std::copy(overlap_[pair].begin(), overlap_[pair].end(), in_.data());
+int64_t SpectralFreqConv::History(int64_t block) const {
+    return (block == 0 ? 1 : 2) * block_.margin * block_.inPeriod;
 }
 
-const double* SpectralFreqConv::Convert(size_t pair, int64_t frames) {
-    overlap_[pair].assign(in_.end() - 4 * block_.margin * block_.inPeriod, in_.end());
-    inGrid_.Forward(in_.data(), in_.data(), work_.data());
+const double* SpectralFreqConv::Convert(size_t /*pair*/, const double* in, int64_t /*frames*/,
+                                        int64_t outFrames) {
+    inGrid_.Forward(in, in_.data(), work_.data());
     const SpectraView view = {block_.InPoints(),
                               block_.OutPoints(),
                               in_.data(),
@@ -284,7 +287,7 @@ const double* SpectralFreqConv::Convert(size_t pair, int64_t frames) {
     MultiplySpectra(view);
     const int64_t first = block_.margin * block_.outPeriod;
     const int64_t aligned = first / kLanes * kLanes;
-    const int64_t end = (first + frames + kLanes - 1) / kLanes * kLanes;
+    const int64_t end = (first + outFrames + kLanes - 1) / kLanes * kLanes;
     outGrid_.Inverse(out_.data(), out_.data(), aligned, end, work_.data());
     return out_.data() + 2 * (first - aligned);
 }

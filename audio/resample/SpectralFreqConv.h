@@ -50,7 +50,9 @@ namespace w64 {
 class SpectralFreqConv : public FreqConvEngine {
 public:
     // Null when no block size suits both rates; OverlapFreqConv takes any rates.
-    static std::unique_ptr<SpectralFreqConv> Create(const FreqConvDesign& design, int channels);
+    // `maxDelay`, in seconds, is how much of the input may be held back.
+    static std::unique_ptr<SpectralFreqConv> Create(const FreqConvDesign& design, int channels,
+                                                    double maxDelay);
 
     int64_t Needed(int64_t blocks) const override;
     int64_t Produced(int64_t blocks) const override;
@@ -62,19 +64,22 @@ private:
         int64_t outPeriod;  // frames
         int64_t periods;
         int64_t margin;  // periods at either end that wrap-around spoils
+        int64_t hops;    // converted at once
 
         int64_t InPoints() const { return periods * inPeriod; }    // N
         int64_t OutPoints() const { return periods * outPeriod; }  // M
         int64_t Hop() const { return periods - 2 * margin; }
+        int64_t FirstNeeded() const { return (hops - 1) * Hop() + periods - margin; }
     };
 
-    static std::optional<Block> ChooseBlock(const FreqConvDesign& design);
+    static std::optional<Block> ChooseBlock(const FreqConvDesign& design, int channels, double maxDelay);
 
     SpectralFreqConv(const FreqConvDesign& design, const Block& block, int channels);
 
-    void RestartPairs(size_t pairs) override;
-    double* InputOf(size_t pair, int64_t frames) override;
-    const double* Convert(size_t pair, int64_t frames) override;
+    void RestartPairs(size_t /*pairs*/) override {}
+    int64_t History(int64_t block) const override;
+    int64_t HopFrames() const override { return block_.Hop() * block_.inPeriod; }
+    const double* Convert(size_t pair, const double* in, int64_t frames, int64_t outFrames) override;
 
     void Design(const FreqConvDesign& design);
 
@@ -85,10 +90,8 @@ private:
     AlignedDoubles passBand_;     // M: H_long[k] * H_short[k] / N, set where the long filter passes
     AlignedFloats longResponse_;  // M: H_long[k], likewise
     SpectralTiles tiles_;         // images and aliases
-    std::vector<AlignedDoubles>
-        overlap_;         // frames that a pair's next block begins with: 2 margins, at first 1
-    AlignedDoubles in_;   // 2 N: frames of a pair, then X
-    AlignedDoubles out_;  // 2 M: Y, then frames
+    AlignedDoubles in_;           // 2 N: X
+    AlignedDoubles out_;          // 2 M: Y, then frames
     AlignedDoubles work_;
     AlignedFloats inTiles_;   // 2 N: X
     AlignedFloats outTiles_;  // 2 M: pass-band terms; empty for images of the input

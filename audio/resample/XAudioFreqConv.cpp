@@ -27,7 +27,7 @@ XAudioFreqConv::XAudioFreqConv() = default;
 XAudioFreqConv::~XAudioFreqConv() = default;
 
 bool XAudioFreqConv::CreateNewConverter(const XAudioWFX& format, int targetRate, const wchar_t* options,
-                                        UpwardEdge edge) try {
+                                        UpwardEdge edge, double maxDelay) try {
     Destroy();
     format_ = format;
     targetRate_ = static_cast<uint32_t>(targetRate);  // unsigned, as in formats
@@ -41,7 +41,7 @@ bool XAudioFreqConv::CreateNewConverter(const XAudioWFX& format, int targetRate,
     if (!design) return false;
     samples_.Create(format_.WFXFormatTag(), format_.BitsPerSample(), format_.Channels(), 0, 0, nullptr,
                     options);
-    engine_ = SpectralFreqConv::Create(*design, format_.Channels());
+    engine_ = SpectralFreqConv::Create(*design, format_.Channels(), maxDelay);
     if (!engine_) engine_ = std::make_unique<OverlapFreqConv>(*design, format_.Channels());
     return true;
 } catch (const std::bad_alloc&) {

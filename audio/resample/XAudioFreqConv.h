@@ -30,12 +30,15 @@ public:
     // The options text is that of XAudioRdWr and may be null. Equal rates need no converter. Otherwise false
     // for a format without channels or a known sample layout, and for rates that cannot be converted: in
     // lowest terms, the lower rate must be 1 or a multiple of 2 or 3, and the filters have their limits.
+    // `maxDelay`, in seconds, is how much of the input may stay in the filters until the last block: more makes
+    // the conversion faster, one of mono above all.
     [[nodiscard]] bool CreateNewConverter(const XAudioWFX& format, int targetRate, const wchar_t* options,
-                                          UpwardEdge edge = UpwardEdge::TargetHalf);
+                                          UpwardEdge edge = UpwardEdge::TargetHalf,
+                                          double maxDelay = FreqConvEngine::kMaxDelay);
 
     // Takes the unread part of the input, or all of it at equal rates. Blocks may be empty and may end within
-    // a frame; an incomplete frame after the last block is dropped. Up to 400 ms stay in the filters until
-    // then, more of sources below 44,100 Hz. False without a converter, for input of another format, or
+    // a frame; an incomplete frame after the last block is dropped. Up to the maximum delay stays in the
+    // filters until then, more of sources below 44,100 Hz. False without a converter, for input of another format, or
     // without memory. Nothing is consumed then, unless memory ran out during the conversion, which destroys
     // the converter.
     [[nodiscard]] bool ConvertData(XAudioBufferNew& input, bool inPlace, bool last);

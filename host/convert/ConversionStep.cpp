@@ -16,6 +16,7 @@ class PipelineStep : public ConversionStep {
 public:
     PipelineStep(const XAudioWFX& source, const XAudioWFX& target, bool dither)
         : ConversionStep(target), options_(dither ? L"dither=1;noise=tpdf" : nullptr) {
+        conv_.SetMaxDelay(kMaxDelay);
         if (conv_.InitConversion(source, target, options_, kHighQuality)) return;
         throw Failure("cannot convert " + DescribeFormat(source) + " to " + DescribeFormat(target));
     }
@@ -27,6 +28,7 @@ public:
 
 private:
     static constexpr bool kHighQuality = true;
+    static constexpr double kMaxDelay = 1;  // a file has all the time
 
     const wchar_t* options_;
     XAudioConv conv_;
