@@ -1,6 +1,6 @@
 #include "host/plot/Spectrogram.h"
 
-#include "audio/fft/FFT.h"
+#include "audio/fft/VectorComplex.h"
 
 #include <algorithm>
 #include <bit>
@@ -12,10 +12,11 @@ namespace w64 {
 namespace {
 
 constexpr double kRounding = 1e-9;  // of places on the scale
+constexpr size_t kMinPoints = 256;
 
 // Two to four bins per band, and by octaves enough to tell low notes apart.
 size_t PointsFor(const Spectrogram::Shape& shape) {
-    return std::bit_floor((shape.scale.IsByOctaves() ? 64 : 8) * shape.rows);
+    return std::max(kMinPoints, std::bit_floor((shape.scale.IsByOctaves() ? 64 : 8) * shape.rows));
 }
 
 // A size proportional to the square root of the length makes a window about as wide in the picture as its main lobe
@@ -51,15 +52,33 @@ std::vector<double> KaiserWindow(size_t size, double attenuation) {
     return window;
 }
 
+W64_VECTOR_CLONES void WeighPairs(const std::vector<double>& window, const double* frames, size_t channels,
+                                  double* points) {
+    for (size_t i = 0; i < window.size(); ++i, frames += channels, points += 2) {
+        points[0] = frames[0] * window[i];
+        points[1] = frames[1] * window[i];
+    }
+}
+
+W64_VECTOR_CLONES void SumUpPowers(const double* spectrum, std::vector<double>& sums) {
+    for (size_t k = 0; k < sums.size(); k += fft::kLanes) {
+        const fft::Complex value = fft::LoadGroup(spectrum + 2 * k);
+        fft::StoreVector(&sums[k], fft::LoadVector(&sums[k]) + value.re * value.re + value.im * value.im);
+    }
+}
+
 }  // namespace
 
 Spectrogram::Spectrogram(const Shape& shape)
     : channels_(static_cast<size_t>(shape.channels)), rows_(shape.rows), maxColumns_(2 * shape.columns),
-      buffer_(PointsFor(shape)), fftTables_(buffer_.size() / 2), bins_(buffer_.size() / 2 + 1) {
+      grid_(static_cast<std::ptrdiff_t>(PointsFor(shape))), powerSums_(PointsFor(shape)),
+      bins_(powerSums_.size() / 2 + 1) {
     constexpr double kMargin = 10;  // for several lines that leak into the same bin
     const auto frames = std::max<int64_t>(shape.expectedFrames, 0);
-    window_ = KaiserWindow(WindowSize(frames, buffer_.size()), kMargin - shape.floor);
-    latest_.resize(channels_);
+    window_ = KaiserWindow(WindowSize(frames, powerSums_.size()), kMargin - shape.floor);
+    for (AlignedDoubles* complex : {&points_, &unpaired_, &spectrum_, &work_}) {
+        complex->resize(2 * powerSums_.size(), 0.0);
+    }
     for (size_t row = 0; row <= rows_; ++row) {
         const double place = static_cast<double>(row) / static_cast<double>(rows_);
         edges_.push_back(shape.scale.At(place) / shape.scale.Highest() *
@@ -93,23 +112,18 @@ void Spectrogram::Finish() {
 }
 
 void Spectrogram::Append(std::span<const double> frames) {
-    const size_t count = frames.size() / channels_;
-    for (size_t channel = 0; channel < channels_; ++channel) {
-        std::vector<double>& latest = latest_[channel];
-        if (latest.size() > window_.size()) {
-            latest.erase(latest.begin(), latest.end() - static_cast<std::ptrdiff_t>(window_.size()));
-        }
-        for (size_t i = 0; i < count; ++i) latest.push_back(frames[i * channels_ + channel]);
-    }
-    frames_ += static_cast<int64_t>(count);
+    const size_t kept = window_.size() * channels_;
+    if (latest_.size() > kept)
+        latest_.erase(latest_.begin(), latest_.end() - static_cast<std::ptrdiff_t>(kept));
+    latest_.insert(latest_.end(), frames.begin(), frames.end());
+    frames_ += static_cast<int64_t>(frames.size() / channels_);
 }
 
 // Audio shorter than a window is centred in it.
 void Spectrogram::PadToWindow() {
-    for (std::vector<double>& latest : latest_) {
-        latest.insert(latest.begin(), (window_.size() - latest.size()) / 2, 0.0);
-        latest.resize(window_.size());
-    }
+    const size_t missing = window_.size() - latest_.size() / channels_;
+    latest_.insert(latest_.begin(), missing / 2 * channels_, 0.0);
+    latest_.resize(window_.size() * channels_);
 }
 
 // The window is centred on the frames that it stands for.
@@ -119,26 +133,46 @@ int64_t Spectrogram::WindowStart() const {
 
 void Spectrogram::AddWindow(int64_t start) {
     const int64_t beforeEnd = std::max(frames_, static_cast<int64_t>(window_.size())) - start;
-    for (const std::vector<double>& latest : latest_) AddPower(latest.data() + latest.size() - beforeEnd);
+    const double* frames = latest_.data() + latest_.size() - static_cast<size_t>(beforeEnd) * channels_;
+    for (size_t channel = 0; channel + 1 < channels_; channel += 2) {
+        WeighPairs(window_, frames + channel, channels_, points_.data());
+        AddPowers(points_);
+    }
+    if (channels_ % 2 != 0) AddUnpaired(frames + channels_ - 1);
     ++windows_;
     position_ += framesPerWindow_;
     if (position_ % framesPerColumn_ == 0) EndColumn();
 }
 
-void Spectrogram::AddPower(const double* samples) {
-    for (size_t i = 0; i < window_.size(); ++i) buffer_[i] = samples[i] * window_[i];
-    std::fill(buffer_.begin() + static_cast<std::ptrdiff_t>(window_.size()), buffer_.end(), 0.0);
-    rdft(static_cast<int>(buffer_.size()), 1, buffer_.data(), fftIndices_.data(), fftTables_.data());
-    const auto square = [this](size_t i) { return buffer_[i] * buffer_[i]; };
-    bins_.front() += square(0);
-    bins_.back() += square(1);
-    for (size_t k = 1; k + 1 < bins_.size(); ++k) bins_[k] += square(2 * k) + square(2 * k + 1);
+void Spectrogram::AddUnpaired(const double* samples) {
+    double* to = unpaired_.data() + (isHalfFull_ ? 1 : 0);
+    for (size_t i = 0; i < window_.size(); ++i) to[2 * i] = samples[i * channels_] * window_[i];
+    isHalfFull_ = !isHalfFull_;
+    if (!isHalfFull_) AddPowers(unpaired_);
+}
+
+void Spectrogram::AddPowers(const AlignedDoubles& points) {
+    grid_.Forward(points.data(), spectrum_.data(), work_.data());
+    SumUpPowers(spectrum_.data(), powerSums_);
+}
+
+// The powers of a positive frequency and its negative add up to twice those of the real and the imaginary part.
+void Spectrogram::FoldPowers() {
+    bins_.front() = powerSums_.front();
+    for (size_t k = 1; k < bins_.size(); ++k)
+        bins_[k] = (powerSums_[k] + powerSums_[powerSums_.size() - k]) / 2;
 }
 
 void Spectrogram::EndColumn() {
+    if (isHalfFull_) {
+        for (size_t i = 0; i < window_.size(); ++i) unpaired_[2 * i + 1] = 0;
+        AddPowers(unpaired_);
+        isHalfFull_ = false;
+    }
+    FoldPowers();
     const double mean = 1.0 / static_cast<double>(windows_ * channels_);
     for (size_t row = 0; row < rows_; ++row) powers_.push_back(static_cast<float>(PowerOfRow(row) * mean));
-    std::ranges::fill(bins_, 0.0);
+    std::ranges::fill(powerSums_, 0.0);
     windows_ = 0;
     if (Columns() == maxColumns_) MergePairs();
 }

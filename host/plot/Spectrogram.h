@@ -1,8 +1,8 @@
 #pragma once
 
+#include "audio/fft/FFTGrid.h"
 #include "host/plot/FrequencyScale.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -41,7 +41,9 @@ private:
     void PadToWindow();
     int64_t WindowStart() const;
     void AddWindow(int64_t start);
-    void AddPower(const double* samples);
+    void AddUnpaired(const double* samples);
+    void AddPowers(const AlignedDoubles& points);
+    void FoldPowers();
     void EndColumn();
     double PowerOfRow(size_t row) const;
     double PowerBetween(double bin) const;
@@ -53,20 +55,27 @@ private:
     const size_t maxColumns_;
     std::vector<double> window_;
 
-    std::vector<std::vector<double>> latest_;  // the latest samples of each channel, at least a window
-    int64_t frames_ = 0;                       // frames so far, including the latest
+    std::vector<double> latest_;  // the latest frames, at least a window
+    int64_t frames_ = 0;          // frames so far, including the latest
 
     int64_t framesPerColumn_;
     int64_t framesPerWindow_;  // hop size
     int64_t position_ = 0;     // first frame that the next window stands for
 
-    std::vector<double> buffer_;  // FFT input and output
-    std::array<int, 2> fftIndices_{};
-    std::vector<double> fftTables_;
+    // Windows of two channels are the real and imaginary parts of complex points.
+    FFTGrid grid_;
+    AlignedDoubles points_;
+    AlignedDoubles unpaired_;  // likewise two windows of the last of an odd number of channels
+    bool isHalfFull_ = false;  // with one of them
+    AlignedDoubles spectrum_;
+    AlignedDoubles work_;
+
+    // Of the current column.
+    size_t windows_ = 0;
+    std::vector<double> powerSums_;  // of the points' frequencies, negative ones from half the points on
+    std::vector<double> bins_;       // of the windows
 
     std::vector<double> edges_;  // of the rows, in bins
-    std::vector<double> bins_;   // power sums of the current column
-    size_t windows_ = 0;         // windows in the current column
     std::vector<float> powers_;
 };
 
