@@ -16,6 +16,10 @@ XStr ExecutablePath();
 // descriptor. -1 with errno set on failure.
 int MemoryFile();
 
+// A pipe whose ends do not block and are closed in other programs: the end to read from, then the end to write to.
+// False with errno set on failure.
+bool MakePipe(int (&ends)[2]);
+
 // Makes an empty file share the blocks of another (a reflink). False where the file system cannot.
 bool ShareContents(int from, int to);
 

@@ -60,6 +60,8 @@ XStr ExecutablePath() {
 
 int MemoryFile() { return ::memfd_create("w64", MFD_CLOEXEC); }
 
+bool MakePipe(int (&ends)[2]) { return ::pipe2(ends, O_NONBLOCK | O_CLOEXEC) == 0; }
+
 bool ShareContents(int from, int to) { return ::ioctl(to, FICLONE, from) == 0; }
 
 int64_t NextData(int file, int64_t position) {

@@ -32,6 +32,15 @@ int MemoryFile() {
     return file;
 }
 
+bool MakePipe(int (&ends)[2]) {
+    if (::pipe(ends) != 0) return false;
+    for (const int end : ends) {
+        ::fcntl(end, F_SETFL, O_NONBLOCK);
+        ::fcntl(end, F_SETFD, FD_CLOEXEC);
+    }
+    return true;
+}
+
 // The system clones files by name only, and the copy is already open.
 bool ShareContents(int /*from*/, int /*to*/) { return false; }
 

@@ -17,9 +17,9 @@
 
 #include <algorithm>
 #include <iomanip>
-#include <iostream>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <ostream>
 
 namespace w64 {
 
@@ -125,11 +125,11 @@ void Describe(const Subject& subject, Json& json) {
     }
 }
 
-void Print(const Subject& subject) {
-    const auto line = [](const char* label, const std::string& text) {
-        std::cout << "  " << std::left << std::setw(10) << label << text << "\n";
+void Print(const Subject& subject, std::ostream& out) {
+    const auto line = [&out](const char* label, const std::string& text) {
+        out << "  " << std::left << std::setw(10) << label << text << "\n";
     };
-    std::cout << Visible(subject.name) << "\n";
+    out << Visible(subject.name) << "\n";
     line("Format", DescribeFormat(subject.stored));
     const uint32_t mask = ChannelMaskOf(subject.stored);
     if (mask != 0) line("Speakers", Joined(SpeakerNames(mask), ", "));
@@ -139,72 +139,74 @@ void Print(const Subject& subject) {
     line("Bit rate", Grouped(subject.info.BitRate / 1000) + " kbit/s");
     line("Size", Grouped(subject.file.FileBytes()) + " bytes");
     if (const auto extension = BroadcastOf(subject)) {
-        std::cout << "  Broadcast\n";
+        out << "  Broadcast\n";
         for (const BroadcastField& field : DescribeBroadcast(*extension, subject.stored.SamplesPerSec())) {
-            std::cout << "    " << std::left << std::setw(18) << field.label << VisibleLines(field.text, 22)
-                      << "\n";
+            out << "    " << std::left << std::setw(18) << field.label << VisibleLines(field.text, 22)
+                << "\n";
         }
     }
-    std::cout << "  Report\n";
+    out << "  Report\n";
     for (int i = 0; i < subject.report.Count(); ++i) {
         const STInternalTag& section = subject.report[i];
-        std::cout << "    " << std::left << std::setw(18) << ToPrintable(section.Name)
-                  << Visible(ToPrintable(section.Value)) << "\n";
+        out << "    " << std::left << std::setw(18) << ToPrintable(section.Name)
+            << Visible(ToPrintable(section.Value)) << "\n";
     }
-    std::cout << "  Chunks\n";
+    out << "  Chunks\n";
     clWave64Handler& chunks = subject.file.Chunks();
     int nameWidth = 14;
     for (int i = 0; i < chunks.Count(); ++i)
         nameWidth = std::max(nameWidth, static_cast<int>(ChunkName(chunks[i].ChunkGUID).size()));
     for (int i = 0; i < chunks.Count(); ++i) {
-        std::cout << "    " << std::left << std::setw(nameWidth) << ChunkName(chunks[i].ChunkGUID)
-                  << std::right << std::setw(18) << Grouped(chunks[i].DataSize) << " bytes at "
-                  << Grouped(chunks[i].ChunkPosition) << "\n";
+        out << "    " << std::left << std::setw(nameWidth) << ChunkName(chunks[i].ChunkGUID) << std::right
+            << std::setw(18) << Grouped(chunks[i].DataSize) << " bytes at "
+            << Grouped(chunks[i].ChunkPosition) << "\n";
     }
 }
 
-void PrintShort(const Subject& subject) {
-    std::cout << Visible(subject.name) << ": " << DescribeFormat(subject.stored) << ", "
-              << FormatDuration(subject.info.LengthMilliseconds) << ", "
-              << Counted(subject.file.FileBytes(), "byte") << "\n";
+void PrintShort(const Subject& subject, std::ostream& out) {
+    out << Visible(subject.name) << ": " << DescribeFormat(subject.stored) << ", "
+        << FormatDuration(subject.info.LengthMilliseconds) << ", "
+        << Counted(subject.file.FileBytes(), "byte") << "\n";
 }
 
-void PrintValue(const std::string& name, const Subject& subject) {
+void PrintValue(const std::string& name, const Subject& subject, std::ostream& out) {
     Json json;
     Describe(subject, json);
     if (name == "duration") {
         const int64_t milliseconds = subject.info.LengthMilliseconds;
-        std::cout << milliseconds / 1000 << "." << std::setfill('0') << std::setw(3) << std::right
-                  << milliseconds % 1000 << std::setfill(' ') << "\n";
+        out << milliseconds / 1000 << "." << std::setfill('0') << std::setw(3) << std::right
+            << milliseconds % 1000 << std::setfill(' ') << "\n";
         return;
     }
     if (!json.contains(name)) throw Failure("has no value '" + name + "'");
-    std::cout << (json[name].is_string() ? json[name].get<std::string>() : json[name].dump()) << "\n";
+    out << (json[name].is_string() ? json[name].get<std::string>() : json[name].dump()) << "\n";
 }
 
 bool InfoCommand(const InfoOptions& options, CommandContext context) {
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     const OwnSettings settings;  // so that lists of every form are read
-    return ReportOnFiles(options.inputs, options.json, context.console, [&](size_t i, Json* json) {
-        const std::string& name = options.inputs[i];
-        NoteInterruptedEdit(name, context.console);
-        const Answer answer = AskDecoder(library, name, context);
-        Wave64File file(name);
-        if (!file.Format()) throw Failure("cannot read the file");
-        const Subject subject = {context.console.NameOf(name), answer.info, answer.report, *file.Format(),
-                                 file};
-        if (json) {
-            Describe(subject, *json);
-        } else if (options.isShort) {
-            PrintShort(subject);
-        } else if (!options.value.empty()) {
-            PrintValue(options.value, subject);
-        } else {
-            Print(subject);
-        }
-        if (!answer.errors.empty()) throw Failure(WithDamage(JoinLines(answer.errors), name));
-        if (const std::string cut = file.DescribeCut(); !cut.empty()) throw Failure(cut);
-    });
+    return ReportOnFiles(options.inputs, options.json, 1, context.console,
+                         [&](size_t i, std::ostream& out, Json* json) {
+                             const std::string& name = options.inputs[i];
+                             NoteInterruptedEdit(name, context.console);
+                             const Answer answer = AskDecoder(library, name, context);
+                             Wave64File file(name);
+                             if (!file.Format()) throw Failure("cannot read the file");
+                             const Subject subject = {context.console.NameOf(name), answer.info,
+                                                      answer.report, *file.Format(), file};
+                             if (json) {
+                                 Describe(subject, *json);
+                             } else if (options.isShort) {
+                                 PrintShort(subject, out);
+                             } else if (!options.value.empty()) {
+                                 PrintValue(options.value, subject, out);
+                             } else {
+                                 Print(subject, out);
+                             }
+                             if (!answer.errors.empty())
+                                 throw Failure(WithDamage(JoinLines(answer.errors), name));
+                             if (const std::string cut = file.DescribeCut(); !cut.empty()) throw Failure(cut);
+                         });
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "settings/XRegistryScopes.h"
 #include "settings/XRegistryTree.h"
 
+#include <sys/stat.h>
 #include <utility>
 
 namespace w64 {
@@ -70,6 +71,14 @@ void OwnSettings::Offer(uint32_t listText, uint32_t listPlace) {
     if (!file.SetFileSize(0) || !file.SetPosition(0) || !file.Write(text.data(), text.size())) {
         throw SystemFailure(kCannotOffer);
     }
+    MarkAsOld();
+}
+
+// Readers keep what they have read of a file that has not just been written. Each version has a time of its own.
+void OwnSettings::MarkAsOld() {
+    const timespec time{++versions_, 0};
+    const timespec times[] = {time, time};
+    ::futimens(file_.Number(), times);
 }
 
 OwnSettings::Edit::~Edit() {

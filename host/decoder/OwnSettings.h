@@ -50,11 +50,13 @@ public:
 private:
     void OfferEveryForm();
     void Offer(uint32_t listText, uint32_t listPlace);
+    void MarkAsOld();
 
     Descriptor file_;
     std::unique_ptr<XJSON::Object> root_;  // what is written to it
     uint32_t listText_ = 0;                // as the user has chosen
     std::optional<uint32_t> listPlace_;    // likewise; nothing if unset
+    time_t versions_ = 0;
 };
 
 }  // namespace w64

@@ -1,24 +1,16 @@
 #include "host/decoder/ReportPipe.h"
 
+#include "base/Platform.h"
 #include "host/terminal/Failure.h"
-
-#include <fcntl.h>
 
 namespace w64 {
 
 namespace {
 
-// The end to read from, then the end to write to. Neither blocks.
 std::pair<Descriptor, Descriptor> MakePipe() {
     int ends[2];
-    if (::pipe(ends) != 0) throw SystemFailure("cannot keep the decoder's reports");
-    std::pair<Descriptor, Descriptor> pipe{ends[0], ends[1]};
-    for (const int end : ends) {
-        if (::fcntl(end, F_SETFL, O_NONBLOCK) != 0 || ::fcntl(end, F_SETFD, FD_CLOEXEC) != 0) {
-            throw SystemFailure("cannot keep the decoder's reports");
-        }
-    }
-    return pipe;
+    if (!Platform::MakePipe(ends)) throw SystemFailure("cannot keep the decoder's reports");
+    return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
 }  // namespace

@@ -83,7 +83,8 @@ void FinishInterruptedEdit(LockedFile& file, const Journal& journal, Console& co
 
 bool HasInterruptedEdit(const std::string& name) {
     std::error_code error;
-    const fs::path path = fs::canonical(name, error);
+    const bool isLink = fs::is_symlink(name, error);
+    const fs::path path = isLink ? fs::canonical(name, error) : fs::path(name);
     if (error) return false;  // the command says why
     const Journal journal = Journal::Of(path);
     if (!journal.IsThere()) return false;

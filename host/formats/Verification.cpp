@@ -3,6 +3,7 @@
 #include "host/files/InputFile.h"
 #include "host/formats/AudioReader.h"
 #include "host/formats/SampleKind.h"
+#include "host/layout/LayoutCheck.h"
 #include "host/layout/Wave64File.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/Interrupt.h"
@@ -42,9 +43,10 @@ void Verification::CheckAudio(const std::filesystem::path& copy, const CommandCo
 }
 
 void Verification::CheckAudioChunk(const std::filesystem::path& copy) {
+    InputFile layout(copy);
     Wave64File file(copy);
     const STRIFFChunk* data = file.Chunks().FindChunkForRead("data");
-    if (!data || !file.IsWhole() || data->DataSize != bytes_) Refuse(kDiffers);
+    if (LayoutCheck(layout).HasFaults() || !data || data->DataSize != bytes_) Refuse(kDiffers);
     CheckBytes(file.Chunks(), data->FileDataPosition, data->DataSize);
 }
 

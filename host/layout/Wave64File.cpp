@@ -12,6 +12,8 @@ namespace w64 {
 
 namespace {
 
+constexpr STNStdReport kNoReport{};
+
 // The data of a chunk; nothing if it is too long to be carried, or cannot be read.
 std::vector<uint8_t> ReadChunk(XFile& file, const STRIFFChunk& chunk) {
     if (chunk.DataSize > static_cast<int64_t>(Metadata::kMaxExtensionBytes)) return {};
@@ -32,9 +34,9 @@ std::optional<std::vector<uint8_t>> ReadFormatRecord(XFile& file, int64_t positi
     return record;
 }
 
-Wave64File::Wave64File(const std::filesystem::path& path) : channels_(0) {
+Wave64File::Wave64File(const std::filesystem::path& path) {
     if (file_.Open(FromFileName(path.native()), XFile::Access::Read) &&
-        chunks_.Initialize(file_.Handle(), channels_.Report())) {
+        chunks_.Initialize(file_.Handle(), kNoReport)) {
         ReadFormat();
     }
 }
@@ -101,11 +103,6 @@ std::string Wave64File::DescribeCut() {
     if (!format_) return text;
     const int64_t milliseconds = XAudioWFX(*format_).CalcmsTime(PresentAudioBytes());
     return text + "; " + FormatDuration(milliseconds) + " of audio is there";
-}
-
-bool Wave64File::IsWhole() const {
-    const int64_t unpadded = chunks_.RiffSize() - FileBytes();  // some writers omit the last padding
-    return unpadded >= 0 && unpadded < 8 && channels_.Errors().empty();
 }
 
 }  // namespace w64

@@ -2,7 +2,6 @@
 
 #include "audio/format/XAudioWFX.h"
 #include "base/XFile.h"
-#include "host/decoder/ReportChannels.h"
 #include "host/tagging/Metadata.h"
 #include "wave64/container/clWave64Handler.h"
 
@@ -48,15 +47,11 @@ public:
     // For a file that is cut off, what is missing and what is there, as a sentence; else empty.
     std::string DescribeCut();
 
-    // The chunks fill the file to its end without an error.
-    bool IsWhole() const;
-
 private:
     void ReadFormat();
     void AddTags(Metadata& metadata);
 
     XFile file_;
-    ReportChannels channels_;
     clWave64Handler chunks_;
     std::optional<XAudioWFX> format_;
 };
