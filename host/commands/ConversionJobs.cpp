@@ -2,7 +2,9 @@
 
 #include "host/commandline/Arguments.h"
 #include "host/commandline/OutputNames.h"
+#include "host/files/JournalledEdit.h"
 #include "host/terminal/Failure.h"
+#include "host/terminal/ForEachFile.h"
 
 #include <algorithm>
 #include <thread>
@@ -68,6 +70,20 @@ void AddConvertOptions(CLI::App* command, ConvertOptions& options) {
 bool ConversionJob::IsToBeSkipped(const ConvertOptions& options) const {
     std::error_code error;
     return options.skipExisting && !IsStream() && fs::exists(output, error);
+}
+
+// The disk takes several files in about the time of one.
+bool ForEachJob(std::span<const ConversionJob> jobs, const ConvertOptions& options, Console& console,
+                const std::function<void(const ConversionJob&, WorkSlot&)>& work) {
+    constexpr unsigned kWaiting = 16;  // threads
+    WorkSlots slots(options.jobs);
+    const auto inputs = std::span(options.inputs).first(jobs.size());
+    return ForEachFile(inputs, options.jobs + kWaiting, console, [&](size_t i) {
+        if (jobs[i].IsToBeSkipped(options)) return;
+        WorkSlot slot(slots);
+        NoteInterruptedEdit(inputs[i], console);
+        work(jobs[i], slot);
+    });
 }
 
 std::vector<ConversionJob> PlanDecodeJobs(const DecodeOptions& options) {

@@ -3,11 +3,16 @@
 #include "host/convert/Conversion.h"
 #include "host/formats/AudioSink.h"
 #include "host/formats/Wave64Writer.h"
+#include "host/terminal/Console.h"
 #include "host/terminal/TimePoint.h"
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
+#include <functional>
+#include <mutex>
 #include <optional>
+#include <semaphore>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -53,6 +58,24 @@ struct ConversionJob {
     // Whether the output is there already, and is not to be made again.
     bool IsToBeSkipped(const ConvertOptions& options) const;
 };
+
+// Of the threads that work on jobs, as many as --jobs says compute; the others wait for the disk.
+class WorkSlots {
+public:
+    explicit WorkSlots(unsigned count) : free_(count) {}
+    void lock() { free_.acquire(); }
+    void unlock() { free_.release(); }
+
+private:
+    std::counting_semaphore<> free_;
+};
+using WorkSlot = std::unique_lock<WorkSlots>;
+
+// Calls `work` with each job that is not to be skipped, and a slot that it gives back when it has computed all.
+// Errors: as ForEachFile.
+[[nodiscard]] bool ForEachJob(std::span<const ConversionJob> jobs, const ConvertOptions& options,
+                              Console& console,
+                              const std::function<void(const ConversionJob&, WorkSlot&)>& work);
 
 // One job per input.
 // Errors: UsageError when the options contradict each other.

@@ -10,14 +10,12 @@
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/SubDecoder.h"
 #include "host/files/InputFile.h"
-#include "host/files/JournalledEdit.h"
 #include "host/files/OutputFile.h"
 #include "host/formats/Verification.h"
 #include "host/layout/DecoderNotes.h"
 #include "host/layout/Salvage.h"
 #include "host/layout/Wave64File.h"
 #include "host/terminal/Failure.h"
-#include "host/terminal/ForEachFile.h"
 #include "host/terminal/FormatText.h"
 #include "host/terminal/Interrupt.h"
 #include "host/terminal/Progress.h"
@@ -108,7 +106,7 @@ public:
         : job_(job), options_(options), context_(context), library_(library),
           progress_(progress, SizeOf(job.input)) {}
 
-    void Run() {
+    void Run(WorkSlot& slot) {
         RequireReadable(job_.input);
         if (job_.IsStream()) {
             XFile stream;
@@ -121,6 +119,7 @@ public:
         OutputFile output(job_.output, options_.force);
         DecodeInto({.file = output.File(), .seekable = true});
         if (verification_) Verify(output.Close());
+        slot.unlock();
         output.Commit();
         PassOnRemarks();
         context_.console.Summary(job_.output.native(), progress_.Outcome());
@@ -268,10 +267,8 @@ bool DecodeCommand(const DecodeOptions& options, CommandContext context) {
     const std::vector<ConversionJob> jobs = PlanDecodeJobs(options);
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     Progress progress(context.console, options.inputs[0], static_cast<int>(jobs.size()));
-    return ForEachFile(options.inputs, options.jobs, context.console, [&](size_t i) {
-        if (jobs[i].IsToBeSkipped(options)) return;
-        NoteInterruptedEdit(options.inputs[i], context.console);
-        FileDecoding(jobs[i], options, context, library, progress).Run();
+    return ForEachJob(jobs, options, context.console, [&](const ConversionJob& job, WorkSlot& slot) {
+        FileDecoding(job, options, context, library, progress).Run(slot);
     });
 }
 

@@ -5,7 +5,6 @@
 #include "host/commandline/StreamInput.h"
 #include "host/commands/Commands.h"
 #include "host/commands/ConversionJobs.h"
-#include "host/files/JournalledEdit.h"
 #include "host/files/OutputFile.h"
 #include "host/formats/AudioSource.h"
 #include "host/formats/MPEGSource.h"
@@ -15,7 +14,6 @@
 #include "host/layout/Salvage.h"
 #include "host/layout/Wave64File.h"
 #include "host/terminal/Failure.h"
-#include "host/terminal/ForEachFile.h"
 #include "host/terminal/FormatText.h"
 #include "host/terminal/Interrupt.h"
 #include "host/terminal/Progress.h"
@@ -59,8 +57,8 @@ std::string DescribeCut(const std::string& input, const AudioSource& source) {
 class FileEncoding {
 public:
     FileEncoding(const ConversionJob& job, const EncodeOptions& options, CommandContext context,
-                 Progress& progress)
-        : job_(job), options_(options), context_(context), progress_(progress) {}
+                 Progress& progress, WorkSlot& slot)
+        : job_(job), options_(options), context_(context), progress_(progress), slot_(slot) {}
 
     void Run() {
         RefuseToReplaceInput(job_.input, job_.output);
@@ -141,6 +139,7 @@ private:
 
     void Finish(Wave64Writer& writer, const Progress::Share& share) {
         if (verification_) verification_->CheckAudioChunk(writer.Close());
+        slot_.unlock();
         writer.Finish();
         const std::vector<std::string> left = metadata_.LeftBehind({.tags = true, .extension = true});
         if (!left.empty()) Note("not carried over: " + Joined(left, ", "));
@@ -153,6 +152,7 @@ private:
     const EncodeOptions& options_;
     CommandContext context_;
     Progress& progress_;
+    WorkSlot& slot_;
     Metadata metadata_;
     std::optional<Verification> verification_;
 };
@@ -160,12 +160,9 @@ private:
 bool EncodeCommand(const EncodeOptions& options, CommandContext context) {
     options.conversion.Check();
     const std::vector<ConversionJob> jobs = PlanEncodeJobs(options);
-    const auto inputs = std::span(options.inputs).first(jobs.size());
-    Progress progress(context.console, inputs[0], static_cast<int>(jobs.size()));
-    return ForEachFile(inputs, options.jobs, context.console, [&](size_t i) {
-        if (jobs[i].IsToBeSkipped(options)) return;
-        NoteInterruptedEdit(inputs[i], context.console);
-        FileEncoding(jobs[i], options, context, progress).Run();
+    Progress progress(context.console, options.inputs[0], static_cast<int>(jobs.size()));
+    return ForEachJob(jobs, options, context.console, [&](const ConversionJob& job, WorkSlot& slot) {
+        FileEncoding(job, options, context, progress, slot).Run();
     });
 }
 
