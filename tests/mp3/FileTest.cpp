@@ -1,6 +1,7 @@
 #include "MPEGBytes.h"
 #include "PluginHost.h"
 
+#include <cmath>
 #include <random>
 
 namespace w64 {
@@ -17,6 +18,17 @@ protected:
     const Bytes stream = Encoded(44100, 2, "-2");  // a second, and says so
     PluginHost host;
 };
+
+// After a seek, libmpg123 rounds the last bit by where it was before, on all processors but those with AVX.
+bool SameButForRounding(const Bytes& audio, const Bytes& expected) {
+    if (audio.size() != expected.size()) return false;
+    for (size_t at = 0; at < audio.size(); at += sizeof(float)) {
+        const float difference =
+            base::Load<float>(audio.data() + at) - base::Load<float>(expected.data() + at);
+        if (!(std::abs(difference) <= 0x1p-22F)) return false;
+    }
+    return true;
+}
 
 }  // namespace
 
@@ -40,12 +52,13 @@ TEST_F(MPEGFile, GivesWhatWasEncodedFromAnyPositionOfAnyRange) {
         ASSERT_EQ(host.SetRange(5000, 40000), 1);
         ASSERT_EQ(Open(file), 1);
         EXPECT_EQ(host.open.AudioInfo.LengthMilliseconds, 35000 * 1000 / 44100);
-        EXPECT_TRUE(host.DecodeAll() == frames(5000, 40000));
+        EXPECT_TRUE(SameButForRounding(host.DecodeAll(), frames(5000, 40000)));
         std::mt19937 random(1);
         for (int64_t position : {0, 1, 1151, 1152, 34999}) {
             for (int i = 0; i < 4; ++i, position = random() % 35000) {
                 ASSERT_EQ(Plugin().SetPosition(host.handle, position), 1);
-                EXPECT_TRUE(host.DecodeAll() == frames(5000 + position, 40000)) << position;
+                const Bytes expected = frames(5000 + position, 40000);
+                EXPECT_TRUE(SameButForRounding(host.DecodeAll(), expected)) << position;
             }
         }
         for (const int64_t position : {int64_t{35000}, INT64_MAX}) {
@@ -53,7 +66,7 @@ TEST_F(MPEGFile, GivesWhatWasEncodedFromAnyPositionOfAnyRange) {
             EXPECT_TRUE(host.DecodeAll().empty());
         }
         ASSERT_EQ(Plugin().SetPosition(host.handle, INT64_MIN), 1);
-        EXPECT_TRUE(host.DecodeAll() == frames(0, 40000));
+        EXPECT_TRUE(SameButForRounding(host.DecodeAll(), frames(0, 40000)));
 
         for (const auto& [start, end] : {std::pair{int64_t{-5}, INT64_MAX}, {INT64_MIN, int64_t{-1}}}) {
             host.SetRange(start, end);
