@@ -27,7 +27,9 @@ write_basic_package_version_file(install/w64ConfigVersion.cmake COMPATIBILITY Sa
 install(FILES ${PROJECT_BINARY_DIR}/install/w64Config.cmake ${PROJECT_BINARY_DIR}/install/w64ConfigVersion.cmake
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/w64)
 
-# For users of the command.
+# For users of the command. The pages have links to one another and to the example.
+install(FILES README.md CHANGELOG.md TYPE DOC)
+install(DIRECTORY docs TYPE DOC PATTERN w64.1 EXCLUDE)
 install(FILES docs/w64.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES host/completions/w64.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME w64)
 install(FILES host/completions/_w64 DESTINATION ${W64_ZSH_DIR})
