@@ -55,7 +55,7 @@ W64_INLINE_LANES void PutLanes(Samples24, uint8_t* data, const Ints& values) {
     StoreLanes(data, bytes);
 }
 
-// By way of 64-bit integers, for vectors of which NEON has conversions.
+// By way of 64-bit integers, as NEON converts vectors of those.
 W64_INLINE_LANES void Truncate(const Doubles& low, const Doubles& high, Ints& whole) {
     const auto lowWhole = (Ints) __builtin_convertvector(low, Longs);
     const auto highWhole = (Ints) __builtin_convertvector(high, Longs);
