@@ -72,6 +72,16 @@ public:
         return Plugin().Set(handle, L"Set Decode Range", &record);
     }
 
+    int32_t WriteTags(const std::filesystem::path& path,
+                      Bytes tags) {  // by value, so that reads past it are caught
+        const XStr name = FromUTF8(path.native());
+        STKvCodecGetSet record{};
+        record.Text1 = name.c_str();
+        record.TagData = tags.data();
+        record.Value = static_cast<int32_t>(tags.size());
+        return Plugin().Set(handle, kvSetTags, &record);
+    }
+
     int32_t DecodeBlock() {
         block = {};
         return Plugin().DecodeBlock(handle, &block);
