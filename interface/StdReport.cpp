@@ -6,7 +6,7 @@
 namespace w64 {
 
 std::mutex StdReport::Access;
-XStr StdReport::SpaceAdder;
+size_t StdReport::SpaceAdder = 0;
 std::atomic<bool> StdReport::LastWasCRLF = false;
 
 STNStdReport StdReportToStdErr() { return {STDERR_FILENO, STDERR_FILENO, STDERR_FILENO}; }
@@ -14,13 +14,13 @@ STNStdReport StdReportToStdErr() { return {STDERR_FILENO, STDERR_FILENO, STDERR_
 void StdReport::WriteDEBUG(std::wstring_view message, const STNStdReport& report, const char* functionName,
                            bool endLine, const wchar_t* prefix) {
     const std::lock_guard lock(Access);
-    if (message.starts_with(L"<-<-"))
-        SpaceAdder.resize(SpaceAdder.size() - std::min<size_t>(2, SpaceAdder.size()));
+    if (message.starts_with(L"<-<-")) SpaceAdder -= std::min<size_t>(2, SpaceAdder);
     if (HasOutput(report.Debug)) {
-        const std::wstring_view indentation = LastWasCRLF ? std::wstring_view(SpaceAdder) : L"";
-        WriteFile(report.Debug, GetFinalMsg(prefix ? prefix : indentation, message, functionName, endLine));
+        const XStr indentation(LastWasCRLF ? SpaceAdder : 0, L' ');
+        WriteFile(report.Debug,
+                  GetFinalMsg(prefix ? prefix : indentation.c_str(), message, functionName, endLine));
     }
-    if (message.starts_with(L"->->")) SpaceAdder.append(2, L' ');
+    if (message.starts_with(L"->->")) SpaceAdder += 2;
     LastWasCRLF = endLine;
 }
 

@@ -62,7 +62,7 @@ private:
     static void KeepTrack(bool endLine);
 
     static std::mutex Access;
-    static XStr SpaceAdder;                // the current indentation
+    static size_t SpaceAdder;              // characters of the current indentation; failures leave theirs
     static std::atomic<bool> LastWasCRLF;  // written under the lock
 };
 
