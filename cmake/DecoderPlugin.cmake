@@ -5,8 +5,10 @@
 #   add_decoder_plugin(plugin EXTENSION w64 SOURCES a.cpp b.cpp LINKS engine)
 function(add_decoder_plugin name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXTENSION" "SOURCES;LINKS")
-    add_library(${name} MODULE ${arg_SOURCES})
-    target_link_libraries(${name} PRIVATE exports ${arg_LINKS})
+    add_library(${name}_objects OBJECT ${arg_SOURCES}) # without the exported functions
+    target_link_libraries(${name}_objects PUBLIC ${arg_LINKS})
+    add_library(${name} MODULE)
+    target_link_libraries(${name} PRIVATE ${name}_objects exports)
     set_target_properties(${name} PROPERTIES PREFIX "" OUTPUT_NAME ${arg_EXTENSION} SUFFIX .dll
         LIBRARY_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
     if(APPLE)
