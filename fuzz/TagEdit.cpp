@@ -30,6 +30,25 @@ public:
         }
     }
 
+    // A damaged file that is still sound is edited safely, and any other stays as it is.
+    void RunDamaged() {
+        Tags tags;
+        Bytes file = edits_.AnyFile(edits_.AnyLayout(tags, true));
+        for (uint32_t left = edits_.Below(4); left > 0; --left) file[edits_.Below(file.size())] = AnyDamage();
+        if (edits_.Below(4) == 1) file.resize(1 + edits_.Below(file.size()));
+        file_.Write(file);
+        for (int steps = 0; steps < kMaxSteps && !in_.IsUsedUp(); ++steps) {
+            SetOptions(edits_.AnySafeOptions());
+            const Bytes before = file_.Read();
+            const bool isDone = Make(edits_.AnyCall(tags, true)) == 1;
+            const Bytes after = file_.Read();
+            ReadTags();
+            const auto old = SoundChunksOf(before), edited = SoundChunksOf(after);
+            const bool isKept = isDone && old && edited && ForeignOf(*old) == ForeignOf(*edited);
+            Require(isKept || after == before, "a damaged file loses nothing by a safe edit");
+        }
+    }
+
     // By the exact rules, a list after all else, where it is the last chunk, is edited as well as by the safe ones.
     void RunExactlyAtTheEnd() {
         Tags tags;
@@ -100,6 +119,8 @@ private:
         return {block, block + instance.open.TagDataSize};
     }
 
+    uint8_t AnyDamage() { return edits_.AnyOf<uint8_t>({0, 1, 3, 8, 0x17, 0x7F, 0x80, 0xFF}); }
+
     static Bytes WithoutSize(Bytes file) {
         if (file.size() >= 24) std::fill_n(file.begin() + 16, 8, uint8_t{0});
         return file;
@@ -138,6 +159,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         editor.RunExactly();
     } else if (rules == 1) {
         editor.RunExactlyAtTheEnd();
+    } else if (rules == 2) {
+        editor.RunDamaged();
     } else {
         editor.RunSafely();
     }
