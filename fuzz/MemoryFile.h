@@ -17,6 +17,11 @@ inline void LimitFiles(uint64_t bytes) {
     Require(::setrlimit(RLIMIT_FSIZE, &limit) == 0, "files can be limited");
 }
 
+// Temporary folders are in memory, where there is such a place.
+inline void KeepFoldersInMemory() {
+    if (::access("/dev/shm", W_OK) == 0) ::setenv("TMPDIR", "/dev/shm", 0);
+}
+
 // A file in memory that can be opened by name.
 class MemoryFile {
 public:

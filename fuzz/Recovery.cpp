@@ -157,7 +157,7 @@ void TryForeignJournal(Input& in, bool isSealed) {
 }  // namespace w64
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    ::setenv("TMPDIR", "/dev/shm", 0);
+    w64::KeepFoldersInMemory();
     w64::LimitFiles(1 << 20);
     return 0;
 }

@@ -1,6 +1,6 @@
 // A settings file of any bytes, and changes of it: what is there is kept, or the file stays as it is.
 
-#include "Input.h"
+#include "MemoryFile.h"
 #include "TempFolder.h"
 #include "settings/XJSON.h"
 #include "settings/XRegistry.h"
@@ -113,7 +113,7 @@ private:
 }  // namespace w64
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    ::setenv("TMPDIR", "/dev/shm", 0);
+    w64::KeepFoldersInMemory();
     return 0;
 }
 
