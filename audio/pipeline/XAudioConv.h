@@ -28,7 +28,7 @@ public:
     [[nodiscard]] bool ConvertData(XAudioBufferNew& input, const XAudioWFX& target, bool inPlace, bool last,
                                    const wchar_t* options, bool highQuality);
 
-    // How much of the input, in seconds, the rate stage may hold back; before InitConversion. More is faster.
+    // How much of the input, in seconds, the rate stage may hold back, see XAudioFreqConv; before InitConversion.
     void SetMaxDelay(double seconds) { maxDelay_ = seconds; }
 
     // Computes the channel stage's matrices, once for all conversions, ahead of their first use.

@@ -183,9 +183,10 @@ std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqC
     const double periodsPerSecond = static_cast<double>(design.longRate) /
                                     static_cast<double>(design.shortFirst ? block.outPeriod : block.inPeriod);
     const double sourceRate = periodsPerSecond * static_cast<double>(block.inPeriod);
-    const double allowed =
-        std::max(maxDelay, std::min(kMaxDelay * kUsualRate / sourceRate, kMaxDelayAtLowRates));
-    const auto delay = static_cast<int64_t>(allowed * periodsPerSecond);
+    const double usual = std::clamp(kMaxDelay * kUsualRate / sourceRate, kMaxDelay, kMaxDelayAtLowRates);
+    const auto delayOf = [=](int64_t hops) {
+        return static_cast<int64_t>((hops == 1 ? usual : std::max(usual, maxDelay)) * periodsPerSecond);
+    };
 
     // Both spectra must consist of whole tiles, half of them at negative frequencies.
     const auto work = [](int64_t points) {
@@ -197,7 +198,8 @@ std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqC
     for (block.hops = 1; block.hops <= 2; ++block.hops) {
         const auto pairs = static_cast<double>((channels * block.hops + 1) / 2);
         for (block.periods = 2 * kTile; block.periods <= maxPeriods; block.periods += 2 * kTile) {
-            if (block.FirstNeeded() > delay) break;
+            const int64_t ofOneHop = block.periods - block.margin;
+            if (ofOneHop > delayOf(1) || block.FirstNeeded() > delayOf(block.hops)) break;
             if (block.Hop() <= 0 || !FFTGrid::Takes(block.InPoints()) || !FFTGrid::Takes(block.OutPoints()))
                 continue;
             const double workPerPeriod = pairs * (work(block.InPoints()) + work(block.OutPoints())) /

@@ -30,8 +30,8 @@ public:
     // The options text is that of XAudioRdWr and may be null. Equal rates need no converter. Otherwise false
     // for a format without channels or a known sample layout, and for rates that cannot be converted: in
     // lowest terms, the lower rate must be 1 or a multiple of 2 or 3, and the filters have their limits.
-    // `maxDelay`, in seconds, is how much of the input may stay in the filters until the last block: more makes
-    // the conversion faster, one of mono above all.
+    // `maxDelay`, in seconds, is how much of the input may stay in the filters until the last block: an odd number
+    // of channels is converted faster where there is room for two blocks.
     [[nodiscard]] bool CreateNewConverter(const XAudioWFX& format, int targetRate, const wchar_t* options,
                                           UpwardEdge edge = UpwardEdge::TargetHalf,
                                           double maxDelay = FreqConvEngine::kMaxDelay);
