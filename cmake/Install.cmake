@@ -28,7 +28,7 @@ install(FILES ${PROJECT_BINARY_DIR}/install/w64Config.cmake ${PROJECT_BINARY_DIR
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/w64)
 
 # For users of the command. The pages have links to one another and to the example.
-install(FILES README.md CHANGELOG.md TYPE DOC)
+install(FILES README.md CHANGELOG.md SECURITY.md TYPE DOC)
 install(DIRECTORY docs TYPE DOC PATTERN w64.1 EXCLUDE)
 install(FILES docs/w64.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES host/completions/w64.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME w64)
