@@ -196,13 +196,14 @@ std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqC
     double minWork = std::numeric_limits<double>::infinity();
     const int64_t maxPeriods = kMaxPoints / std::max(block.inPeriod, block.outPeriod);
     for (block.hops = 1; block.hops <= 2; ++block.hops) {
-        const auto pairs = static_cast<double>((channels * block.hops + 1) / 2);
+        const int64_t pairs = (channels * block.hops + 1) / 2;
         for (block.periods = 2 * kTile; block.periods <= maxPeriods; block.periods += 2 * kTile) {
             const int64_t ofOneHop = block.periods - block.margin;
             if (ofOneHop > delayOf(1) || block.FirstNeeded() > delayOf(block.hops)) break;
             if (block.Hop() <= 0 || !FFTGrid::Takes(block.InPoints()) || !FFTGrid::Takes(block.OutPoints()))
                 continue;
-            const double workPerPeriod = pairs * (work(block.InPoints()) + work(block.OutPoints())) /
+            const double workPerPeriod = static_cast<double>(pairs) *
+                                         (work(block.InPoints()) + work(block.OutPoints())) /
                                          static_cast<double>(block.hops * block.Hop());
             if (workPerPeriod >= minWork) continue;
             minWork = workPerPeriod;
