@@ -108,7 +108,10 @@ AudioSource::AudioSource(const std::string& path) : path_(path), file_(Open(path
     }
     kind_ = KindOf(info_.format);
     const auto channels = static_cast<unsigned>(info_.channels);
-    format_ = MakeWaveFormat(kind_, channels, static_cast<uint32_t>(info_.samplerate), ReadChannelMask());
+    const std::vector<int> map = ReadChannelMap();
+    order_ = WaveOrder(map);
+    format_ =
+        MakeWaveFormat(kind_, channels, static_cast<uint32_t>(info_.samplerate), ChannelMaskFromMap(map));
 
     constexpr sf_count_t kReadBytes = 65536;
     framesPerRead_ = std::max<sf_count_t>(kReadBytes / format_.Format.nBlockAlign, 1);
@@ -131,11 +134,13 @@ SoundFileHandle AudioSource::Open(const std::string& path, SF_INFO& info) {
     return file;
 }
 
-uint32_t AudioSource::ReadChannelMask() const {
+// Empty where the file does not tell.
+std::vector<int> AudioSource::ReadChannelMap() const {
+    if ((info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG) return VorbisMap(info_.channels);
     std::vector<int> map(static_cast<size_t>(info_.channels));
     const auto size = static_cast<int>(map.size() * sizeof map[0]);
     const bool known = sf_command(file_.get(), SFC_GET_CHANNEL_MAP_INFO, map.data(), size) == SF_TRUE;
-    return known ? ChannelMaskFromMap(map) : 0;
+    return known ? map : std::vector<int>();
 }
 
 Metadata AudioSource::ReadMetadata() const {
@@ -234,12 +239,17 @@ std::span<const uint8_t> AudioSource::Read() {
 
 // Fills bytes_ and returns the number of frames.
 sf_count_t AudioSource::ReadFrames() {
+    const auto read = [this](auto call, auto* samples) {
+        const sf_count_t frames = call(file_.get(), samples, framesPerRead_);
+        ReorderChannels(std::span(samples, static_cast<size_t>(frames * info_.channels)), order_);
+        return frames;
+    };
     void* out = bytes_.data();
     if (kind_.tag == kTagFloat) {
-        return kind_.bits == 64 ? sf_readf_double(file_.get(), static_cast<double*>(out), framesPerRead_)
-                                : sf_readf_float(file_.get(), static_cast<float*>(out), framesPerRead_);
+        return kind_.bits == 64 ? read(sf_readf_double, static_cast<double*>(out))
+                                : read(sf_readf_float, static_cast<float*>(out));
     }
-    const sf_count_t frames = sf_readf_int(file_.get(), samples_.data(), framesPerRead_);
+    const sf_count_t frames = read(sf_readf_int, samples_.data());
     XAudioRdWr(&format_.Format, 0, 0, out, nullptr).PutInts(0, frames * info_.channels, samples_.data());
     return frames;
 }

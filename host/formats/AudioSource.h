@@ -43,7 +43,7 @@ public:
 private:
     // Null if libsndfile does not recognise it as audio.
     static SoundFileHandle Open(const std::string& path, SF_INFO& info);
-    uint32_t ReadChannelMask() const;
+    std::vector<int> ReadChannelMap() const;
     void AddContentsOfStream(Metadata& metadata) const;
     std::optional<AudioFileType> TypeForTags() const;
     bool IsOfUnknownLength() const;
@@ -54,6 +54,7 @@ private:
     SoundFileHandle file_;
     std::optional<SourceHeaders> headers_;  // of a file; a stream is read once
     SampleKind kind_{};
+    std::vector<size_t> order_;  // of channels that are not in the order of WAVE in the file
     WAVEFORMATEXTENSIBLE format_{};
     sf_count_t framesPerRead_ = 1;
     sf_count_t framesRead_ = 0;

@@ -99,31 +99,12 @@ void RequireLossyFormat(const Container& container, const XAudioWFX& format) {
     }
 }
 
-// The channels of the usual WAVE layouts in the order that Vorbis and Opus fix for their number: front left, center,
-// front right, the sides, the back, the low frequencies.
+// Where each channel of such a stream comes from; the channels of WAVE are taken for those of the usual layouts.
 std::vector<size_t> VorbisOrder(int channels) {
-    switch (channels) {
-    case 3:
-        return {0, 2, 1};
-    case 5:
-        return {0, 2, 1, 3, 4};
-    case 6:
-        return {0, 2, 1, 4, 5, 3};
-    case 7:
-        return {0, 2, 1, 5, 6, 4, 3};
-    case 8:
-        return {0, 2, 1, 6, 7, 4, 5, 3};
-    default:
-        return {};
-    }
-}
-
-void Reorder(std::vector<double>& samples, const std::vector<size_t>& order) {
-    std::vector<double> frame(order.size());
-    for (size_t at = 0; at + order.size() <= samples.size(); at += order.size()) {
-        for (size_t i = 0; i < order.size(); ++i) frame[i] = samples[at + order[i]];
-        std::ranges::copy(frame, samples.begin() + static_cast<std::ptrdiff_t>(at));
-    }
+    const std::vector<size_t> wave = WaveOrder(VorbisMap(channels));
+    std::vector<size_t> order(wave.size());
+    for (size_t i = 0; i < wave.size(); ++i) order[wave[i]] = i;
+    return order;
 }
 
 std::string BigEndian(uint64_t number, size_t bytes) {
@@ -246,7 +227,7 @@ private:
         constexpr sf_count_t kFrames = 1024;
         ToDoubles(frames, format_, doubles_);
         for (double& sample : doubles_) sample = std::isnan(sample) ? 0 : std::clamp(sample, -kMax, kMax);
-        if (const auto order = VorbisOrder(format_.Channels()); !order.empty()) Reorder(doubles_, order);
+        ReorderChannels(std::span(doubles_), VorbisOrder(format_.Channels()));
         const sf_count_t piece = kFrames * format_.Channels();
         for (sf_count_t done = 0; done < std::ssize(doubles_); done += piece) {
             const sf_count_t samples = std::min(piece, std::ssize(doubles_) - done);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <numeric>
 #include <sndfile.h>
 
 namespace w64 {
@@ -52,6 +53,12 @@ int SpeakerOf(int channel) {
     }
 }
 
+// In the mask; 0 for a speaker that it cannot name.
+uint32_t BitOf(int channel) {
+    const auto* found = std::ranges::find(kSpeakers, SpeakerOf(channel), &Speaker::channel);
+    return found == kSpeakers.end() ? 0 : 1u << (found - kSpeakers.begin());
+}
+
 }  // namespace
 
 std::vector<std::string> SpeakerNames(uint32_t channelMask) {
@@ -76,14 +83,20 @@ std::vector<std::string> ChannelNames(const XAudioWFX& format) {
 
 uint32_t ChannelMaskFromMap(std::span<const int> map) {
     uint32_t mask = 0;
-    const auto* next = kSpeakers.begin();
     for (const int channel : map) {
-        const auto* found = std::ranges::find(next, kSpeakers.end(), SpeakerOf(channel), &Speaker::channel);
-        if (found == kSpeakers.end()) return 0;
-        mask |= 1u << (found - kSpeakers.begin());
-        next = found + 1;
+        const uint32_t bit = BitOf(channel);
+        if (bit == 0 || (mask & bit) != 0) return 0;
+        mask |= bit;
     }
     return mask;
+}
+
+std::vector<size_t> WaveOrder(std::span<const int> map) {
+    if (ChannelMaskFromMap(map) == 0 || std::ranges::is_sorted(map, {}, BitOf)) return {};
+    std::vector<size_t> order(map.size());
+    std::iota(order.begin(), order.end(), size_t{0});
+    std::ranges::sort(order, {}, [&](size_t at) { return BitOf(map[at]); });
+    return order;
 }
 
 std::vector<int> ChannelMapFromMask(uint32_t mask, int channels) {
@@ -94,6 +107,30 @@ std::vector<int> ChannelMapFromMask(uint32_t mask, int channels) {
         if (mask >> bit & 1) map.push_back(kSpeakers[bit].channel);
     }
     return map;
+}
+
+std::vector<int> VorbisMap(int channels) {
+    constexpr int kLeft = SF_CHANNEL_MAP_LEFT, kRight = SF_CHANNEL_MAP_RIGHT;
+    constexpr int kCenter = SF_CHANNEL_MAP_CENTER, kLow = SF_CHANNEL_MAP_LFE;
+    constexpr int kRearLeft = SF_CHANNEL_MAP_REAR_LEFT, kRearRight = SF_CHANNEL_MAP_REAR_RIGHT;
+    constexpr int kSideLeft = SF_CHANNEL_MAP_SIDE_LEFT, kSideRight = SF_CHANNEL_MAP_SIDE_RIGHT;
+    constexpr int kRear = SF_CHANNEL_MAP_REAR_CENTER;
+    switch (channels) {
+    case 3:
+        return {kLeft, kCenter, kRight};
+    case 4:
+        return {kLeft, kRight, kRearLeft, kRearRight};
+    case 5:
+        return {kLeft, kCenter, kRight, kRearLeft, kRearRight};
+    case 6:
+        return {kLeft, kCenter, kRight, kRearLeft, kRearRight, kLow};
+    case 7:
+        return {kLeft, kCenter, kRight, kSideLeft, kSideRight, kRear, kLow};
+    case 8:
+        return {kLeft, kCenter, kRight, kSideLeft, kSideRight, kRearLeft, kRearRight, kLow};
+    default:
+        return {};
+    }
 }
 
 }  // namespace w64
