@@ -31,11 +31,16 @@ TEST_F(Input, OfAStreamIsTakenAsThatOfAFile) {
         {"info - a.w64 < /dev/null", 1, "w64: standard input: the file is empty"},
         {"info - < .", 1, "w64: standard input: cannot be read: Is a directory"},
     });
+    shop.Do("rmdir tmp");  // and nothing is in it
+}
+
+TEST_F(Input, OfAStreamNeedsRoom) {
+    shop.Do("w64 sample a.w64 --seconds 1 && w64 decode a.w64 && mkdir tmp");
     const Outcome outcome = shop.Run("ulimit -f 100; cat a.wav | TMPDIR=tmp w64 md5 - a.wav");
     EXPECT_HAS("w64: standard input: cannot be kept in 'tmp', the folder of TMPDIR: File too large",
                outcome.errors);
     EXPECT_TRUE(outcome.status == 1 && outcome.output.ends_with("  a.wav\n"));
-    shop.Do("rmdir tmp");  // and nothing is in it
+    shop.Do("rmdir tmp");
 }
 
 // As on a disk from a system of another character set.
