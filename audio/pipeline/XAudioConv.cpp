@@ -104,7 +104,7 @@ bool XAudioConv::PrepareRate(const XAudioWFX& format, const XAudioWFX& target, c
                              bool highQuality) {
     const UpwardEdge edge = highQuality ? UpwardEdge::SourceHalf : UpwardEdge::TargetHalf;
     rateIsReady_ =
-        rate_.CreateNewConverter(format, static_cast<int>(target.SamplesPerSec()), options, edge, maxDelay_);
+        rate_.CreateNewConverter(format, static_cast<int>(target.SamplesPerSec()), options, edge, limits_);
     return rateIsReady_;
 }
 

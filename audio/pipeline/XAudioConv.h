@@ -28,8 +28,8 @@ public:
     [[nodiscard]] bool ConvertData(XAudioBufferNew& input, const XAudioWFX& target, bool inPlace, bool last,
                                    const wchar_t* options, bool highQuality);
 
-    // How much of the input, in seconds, the rate stage may hold back, see XAudioFreqConv; before InitConversion.
-    void SetMaxDelay(double seconds) { maxDelay_ = seconds; }
+    // Of the rate stage, before InitConversion.
+    void SetLimits(const FreqConvLimits& limits) { limits_ = limits; }
 
     // Computes the channel stage's matrices, once for all conversions, ahead of their first use.
     static void LoadChanConvMatrix() { XAudioChannelConv::GenerateMatrix(); }
@@ -44,7 +44,7 @@ private:
     XAudioChannelConv channels_;
     XAudioFreqConv rate_;
     XAudioACMEncoder encoder_;
-    double maxDelay_ = FreqConvEngine::kMaxDelay;
+    FreqConvLimits limits_;
     bool rateIsReady_ = false;
 };
 

@@ -1,21 +1,30 @@
 #pragma once
 
-#include "audio/fft/CacheLineAllocator.h"
-
 #include <cstddef>
 #include <cstdint>
 
 namespace w64 {
 
-// Converts the sample rate of a stream of any number of channels, block by block. Block boundaries are
-// counted from the start of the stream, so the output does not depend on the portions in which the input
-// arrives.
+// What a conversion may take.
+struct FreqConvLimits {
+    // In seconds, how much of the input the filters may hold back until the last block: an odd number of channels is
+    // converted faster where there is room for two hops.
+    double maxDelay = 0.4;
+
+    // Threads that convert blocks, the caller's among them. Each has memory of its own and holds back two blocks more.
+    int threads = 1;
+};
+
+// Converts the sample rate of a block of a stream, two numbers of every frame, a pair, at a time: two channels, or else
+// one channel of two hops. Blocks are counted from the start of the stream. FreqConvBlocks makes them.
+//
+// A hop is a part of a block that is converted as if it were a block of its own: with two of them the last channel of
+// an odd number has a partner, itself.
 class FreqConvEngine {
 public:
-    // Limits of the transforms, where the filters allow them.
-    static constexpr double kMaxDelay = 0.4;      // seconds
-    static constexpr int64_t kMaxPoints = 98304;  // keeps a converter within a few MiB
+    static constexpr int64_t kMaxPoints = 98304;  // of a transform; keeps a thread within a few MiB
 
+    FreqConvEngine() = default;
     FreqConvEngine(const FreqConvEngine&) = delete;
     FreqConvEngine& operator=(const FreqConvEngine&) = delete;
     virtual ~FreqConvEngine() = default;
@@ -24,46 +33,20 @@ public:
     virtual int64_t Needed(int64_t blocks) const = 0;
     virtual int64_t Produced(int64_t blocks) const = 0;
 
-    // Input buffer of the next block, interleaved; may be filled piecewise. Samples must be finite.
-    double* Input();
+    // Frames before the new ones of a block that it converts again, or at first silence. The new ones of a hop.
+    virtual int64_t History(int64_t /*block*/) const { return 0; }
+    virtual int64_t Hops() const { return 1; }
+    virtual int64_t HopFrames() const { return 0; }
 
-    // Converts the block in the input buffer. The result, interleaved, is valid until the next call of
-    // either.
-    const double* Process();
+    // How many threads may convert blocks at the same time.
+    virtual size_t Threads() const { return 1; }
 
-    void Restart();
+    // Before the first block of a stream.
+    virtual void Restart(size_t pairs) = 0;
 
-protected:
-    // An engine sees a window of frames that ends with the new ones. Two numbers of a frame, a pair, are converted
-    // at a time: two channels, or else one channel of two hops. A hop is a part of a block that is converted as if
-    // it were a block of its own: with two of them the last channel of an odd number has a partner, itself.
-    FreqConvEngine(int channels, int64_t hops)
-        : channels_(static_cast<size_t>(channels)), hops_(static_cast<size_t>(hops)) {}
-
-    int64_t Hops() const { return static_cast<int64_t>(hops_); }
-
-private:
-    int64_t NewFrames() const { return Needed(blocks_ + 1) - Needed(blocks_); }
-
-    virtual void RestartPairs(size_t pairs) = 0;
-
-    // Frames that the window of a block begins with, of the blocks before or, at first, silence; and new frames of
-    // a hop.
-    virtual int64_t History(int64_t block) const = 0;
-    virtual int64_t HopFrames() const = 0;
-
-    // Converts `frames` frames to a hop's output, which is valid until the next call.
-    virtual const double* Convert(size_t pair, const double* in, int64_t frames, int64_t outFrames) = 0;
-
-    void Gather(size_t pair, int64_t frames);
-    void Scatter(size_t pair, const double* result, int64_t frames);
-
-    size_t channels_;
-    size_t hops_;
-    int64_t blocks_ = 0;
-    AlignedDoubles window_;
-    AlignedDoubles pair_;
-    AlignedDoubles out_;
+    // Converts `frames` frames to those of a hop. The result is valid until the thread's next call.
+    virtual const double* Convert(size_t thread, size_t pair, const double* in, int64_t frames,
+                                  int64_t outFrames) = 0;
 };
 
 }  // namespace w64

@@ -146,7 +146,7 @@ LongFilter::Sizes LongFilter::ChooseSizes(const FreqConvDesign& design) {
     best.reach = (design.longFilter.length / 2 + design.branches - 1) / design.branches;
     best.reach += best.reach % kReachMultiple;
     const auto maxDelay =
-        static_cast<int64_t>(FreqConvEngine::kMaxDelay * static_cast<double>(design.longRate));
+        static_cast<int64_t>(FreqConvLimits().maxDelay * static_cast<double>(design.longRate));
     const int64_t wanted =
         std::min(maxDelay - best.reach - kShortReach, FreqConvEngine::kMaxPoints - 2 * best.reach);
     const int64_t allowed = std::max({wanted, best.reach, kMinBlock});
@@ -186,13 +186,11 @@ void LongFilter::TransformBackTo(size_t branch, const double* spectrum, double* 
     for (int64_t i = 0; i < sizes_.block; ++i, from += 2, to += 2 * Branches()) std::copy_n(from, 2, to);
 }
 
-OverlapFreqConv::OverlapFreqConv(const FreqConvDesign& design, int channels)
-    : FreqConvEngine(channels, 1), design_(design), shortFilter_(design), longFilter_(design),
-      work_(longFilter_.SpectrumSize()), sum_(longFilter_.SpectrumSize()) {
-    Restart();
-}
+OverlapFreqConv::OverlapFreqConv(const FreqConvDesign& design)
+    : design_(design), shortFilter_(design), longFilter_(design), work_(longFilter_.SpectrumSize()),
+      sum_(longFilter_.SpectrumSize()) {}
 
-void OverlapFreqConv::RestartPairs(size_t pairs) { pairs_.assign(pairs, StartOfPair()); }
+void OverlapFreqConv::Restart(size_t pairs) { pairs_.assign(pairs, StartOfPair()); }
 
 OverlapFreqConv::Pair OverlapFreqConv::StartOfPair() const {
     const auto reach = longFilter_.Reach();
@@ -224,7 +222,8 @@ int64_t OverlapFreqConv::Produced(int64_t blocks) const {
     return shortFilter_.OutputsOf(design_.branches * (frames - longFilter_.Reach()));
 }
 
-const double* OverlapFreqConv::Convert(size_t number, const double* in, int64_t frames, int64_t outFrames) {
+const double* OverlapFreqConv::Convert(size_t /*thread*/, size_t number, const double* in, int64_t frames,
+                                       int64_t outFrames) {
     Pair& pair = pairs_[number];
     double* const to = design_.shortFirst ? pair.shortInput.Append(frames)
                                           : pair.longHistory.data() + 4 * longFilter_.Reach();

@@ -98,10 +98,13 @@ private:
 // Both filters, for all rates that have a design.
 class OverlapFreqConv : public FreqConvEngine {
 public:
-    OverlapFreqConv(const FreqConvDesign& design, int channels);
+    explicit OverlapFreqConv(const FreqConvDesign& design);
 
     int64_t Needed(int64_t blocks) const override;
     int64_t Produced(int64_t blocks) const override;
+    void Restart(size_t pairs) override;
+    const double* Convert(size_t thread, size_t pair, const double* in, int64_t frames,
+                          int64_t outFrames) override;
 
 private:
     struct Pair {  // of channels
@@ -109,11 +112,6 @@ private:
         std::vector<PolyphaseFilter::Walk> walks;  // one per branch where the short filter comes first
         AlignedDoubles longHistory;  // overlap: of its input where it comes first, of its output otherwise
     };
-
-    void RestartPairs(size_t pairs) override;
-    int64_t History(int64_t /*block*/) const override { return 0; }
-    int64_t HopFrames() const override { return 0; }
-    const double* Convert(size_t pair, const double* in, int64_t frames, int64_t outFrames) override;
 
     Pair StartOfPair() const;
     const double* ShortFirst(Pair& pair, int64_t outFrames);

@@ -12,9 +12,10 @@ using namespace fft;
 
 namespace {
 
-constexpr double kMaxDelayAtLowRates = 1.0;  // seconds; kMaxDelay holds for sources from kUsualRate up
-constexpr double kUsualRate = 44100;         // Hz
-constexpr double kMinResponse = 1e-15;       // a double would not show less
+constexpr double kUsualDelay = FreqConvLimits().maxDelay;  // seconds, of sources from kUsualRate up
+constexpr double kMaxDelayAtLowRates = 1.0;
+constexpr double kUsualRate = 44100;    // Hz
+constexpr double kMinResponse = 1e-15;  // a double would not show less
 
 constexpr int64_t kMaxSamples = int64_t{1} << 16;  // of the short filter's response
 
@@ -173,8 +174,7 @@ std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqC
                                                                      int channels, double maxDelay) {
     const LowPass& shortFilter = design.shortFilter;
     if (SmoothResponse::SamplesFor(shortFilter) > kMaxSamples) return std::nullopt;
-    Block block{design.step, design.shortFirst ? design.phases : design.phases * design.branches, 0, 0,
-                channels % 2 == 0 ? 1 : 2};
+    Block block{design.step, design.shortFirst ? design.phases : design.phases * design.branches, 0, 0, 1};
     const int64_t spacing = (design.shortFirst ? block.inPeriod : block.outPeriod) / design.branches;
     const int64_t reach = shortFilter.length / 2 + design.longFilter.length / 2 * spacing;
     const int64_t period = block.inPeriod * block.outPeriod;
@@ -183,7 +183,7 @@ std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqC
     const double periodsPerSecond = static_cast<double>(design.longRate) /
                                     static_cast<double>(design.shortFirst ? block.outPeriod : block.inPeriod);
     const double sourceRate = periodsPerSecond * static_cast<double>(block.inPeriod);
-    const double usual = std::clamp(kMaxDelay * kUsualRate / sourceRate, kMaxDelay, kMaxDelayAtLowRates);
+    const double usual = std::clamp(kUsualDelay * kUsualRate / sourceRate, kUsualDelay, kMaxDelayAtLowRates);
     const auto delayOf = [=](int64_t hops) {
         return static_cast<int64_t>((hops == 1 ? usual : std::max(usual, maxDelay)) * periodsPerSecond);
     };
@@ -214,24 +214,28 @@ std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqC
 }
 
 std::unique_ptr<SpectralFreqConv> SpectralFreqConv::Create(const FreqConvDesign& design, int channels,
-                                                           double maxDelay) {
-    const std::optional<Block> block = ChooseBlock(design, channels, maxDelay);
+                                                           const FreqConvLimits& limits) {
+    const std::optional<Block> block = ChooseBlock(design, channels, limits.maxDelay);
     if (!block) return nullptr;
-    return std::unique_ptr<SpectralFreqConv>(new SpectralFreqConv(design, *block, channels));
+    return std::unique_ptr<SpectralFreqConv>(new SpectralFreqConv(design, *block, limits.threads));
 }
 
-SpectralFreqConv::SpectralFreqConv(const FreqConvDesign& design, const Block& block, int channels)
-    : FreqConvEngine(channels, block.hops), block_(block), inGrid_(block.InPoints()),
-      outGrid_(block.OutPoints()), imagesOfInput_(design.shortFirst) {
+SpectralFreqConv::SpectralFreqConv(const FreqConvDesign& design, const Block& block, int threads)
+    : block_(block), imagesOfInput_(design.shortFirst) {
     Design(design);
-    const auto inPoints = static_cast<size_t>(block.InPoints());
-    const auto outPoints = static_cast<size_t>(block.OutPoints());
-    in_.resize(2 * inPoints);
-    out_.resize(2 * outPoints);
-    work_.resize(std::max(in_.size(), out_.size()));
-    inTiles_.resize(2 * inPoints);
-    if (!imagesOfInput_) outTiles_.resize(2 * outPoints);
-    Restart();
+    desks_.assign(static_cast<size_t>(threads), NewDesk());
+}
+
+SpectralFreqConv::Desk SpectralFreqConv::NewDesk() const {
+    const auto in = static_cast<size_t>(2 * block_.InPoints());
+    const auto out = static_cast<size_t>(2 * block_.OutPoints());
+    return {FFTGrid(block_.InPoints()),
+            FFTGrid(block_.OutPoints()),
+            AlignedDoubles(in),
+            AlignedDoubles(out),
+            AlignedDoubles(std::max(in, out)),
+            AlignedFloats(in),
+            AlignedFloats(imagesOfInput_ ? 0 : out)};
 }
 
 void SpectralFreqConv::Design(const FreqConvDesign& design) {
@@ -274,16 +278,17 @@ int64_t SpectralFreqConv::History(int64_t block) const {
     return (block == 0 ? 1 : 2) * block_.margin * block_.inPeriod;
 }
 
-const double* SpectralFreqConv::Convert(size_t /*pair*/, const double* in, int64_t /*frames*/,
+const double* SpectralFreqConv::Convert(size_t thread, size_t /*pair*/, const double* in, int64_t /*frames*/,
                                         int64_t outFrames) {
-    inGrid_.Forward(in, in_.data(), work_.data());
+    Desk& desk = desks_[thread];
+    desk.inGrid.Forward(in, desk.in.data(), desk.work.data());
     const SpectraView view = {block_.InPoints(),
                               block_.OutPoints(),
-                              in_.data(),
+                              desk.in.data(),
                               passBand_.data(),
-                              out_.data(),
-                              inTiles_.data(),
-                              imagesOfInput_ ? nullptr : outTiles_.data(),
+                              desk.out.data(),
+                              desk.inTiles.data(),
+                              imagesOfInput_ ? nullptr : desk.outTiles.data(),
                               longResponse_.data(),
                               tiles_};
     FillTiles(view);
@@ -291,8 +296,8 @@ const double* SpectralFreqConv::Convert(size_t /*pair*/, const double* in, int64
     const int64_t first = block_.margin * block_.outPeriod;
     const int64_t aligned = first / kLanes * kLanes;
     const int64_t end = (first + outFrames + kLanes - 1) / kLanes * kLanes;
-    outGrid_.Inverse(out_.data(), out_.data(), aligned, end, work_.data());
-    return out_.data() + 2 * (first - aligned);
+    desk.outGrid.Inverse(desk.out.data(), desk.out.data(), aligned, end, desk.work.data());
+    return desk.out.data() + 2 * (first - aligned);
 }
 
 }  // namespace w64

@@ -50,12 +50,18 @@ namespace w64 {
 class SpectralFreqConv : public FreqConvEngine {
 public:
     // Null when no block size suits both rates; OverlapFreqConv takes any rates.
-    // `maxDelay`, in seconds, is how much of the input may be held back.
     static std::unique_ptr<SpectralFreqConv> Create(const FreqConvDesign& design, int channels,
-                                                    double maxDelay);
+                                                    const FreqConvLimits& limits);
 
     int64_t Needed(int64_t blocks) const override;
     int64_t Produced(int64_t blocks) const override;
+    int64_t History(int64_t block) const override;
+    int64_t Hops() const override { return block_.hops; }
+    int64_t HopFrames() const override { return block_.Hop() * block_.inPeriod; }
+    size_t Threads() const override { return desks_.size(); }
+    void Restart(size_t /*pairs*/) override {}
+    const double* Convert(size_t thread, size_t pair, const double* in, int64_t frames,
+                          int64_t outFrames) override;
 
 private:
     // A period is the shortest time that is a whole number of frames at both rates.
@@ -74,27 +80,28 @@ private:
 
     static std::optional<Block> ChooseBlock(const FreqConvDesign& design, int channels, double maxDelay);
 
-    SpectralFreqConv(const FreqConvDesign& design, const Block& block, int channels);
+    // What a thread works with.
+    struct Desk {
+        FFTGrid inGrid;          // N points
+        FFTGrid outGrid;         // M points
+        AlignedDoubles in;       // 2 N: X
+        AlignedDoubles out;      // 2 M: Y, then frames
+        AlignedDoubles work;     // of the grids
+        AlignedFloats inTiles;   // 2 N: X
+        AlignedFloats outTiles;  // 2 M: pass-band terms; empty for images of the input
+    };
 
-    void RestartPairs(size_t /*pairs*/) override {}
-    int64_t History(int64_t block) const override;
-    int64_t HopFrames() const override { return block_.Hop() * block_.inPeriod; }
-    const double* Convert(size_t pair, const double* in, int64_t frames, int64_t outFrames) override;
+    SpectralFreqConv(const FreqConvDesign& design, const Block& block, int threads);
 
+    Desk NewDesk() const;
     void Design(const FreqConvDesign& design);
 
     Block block_;
-    FFTGrid inGrid_;              // N points
-    FFTGrid outGrid_;             // M points
     bool imagesOfInput_;          // or else of the pass-band terms
     AlignedDoubles passBand_;     // M: H_long[k] * H_short[k] / N, set where the long filter passes
     AlignedFloats longResponse_;  // M: H_long[k], likewise
     SpectralTiles tiles_;         // images and aliases
-    AlignedDoubles in_;           // 2 N: X
-    AlignedDoubles out_;          // 2 M: Y, then frames
-    AlignedDoubles work_;
-    AlignedFloats inTiles_;   // 2 N: X
-    AlignedFloats outTiles_;  // 2 M: pass-band terms; empty for images of the input
+    std::vector<Desk> desks_;
 };
 
 }  // namespace w64

@@ -27,7 +27,7 @@ XAudioFreqConv::XAudioFreqConv() = default;
 XAudioFreqConv::~XAudioFreqConv() = default;
 
 bool XAudioFreqConv::CreateNewConverter(const XAudioWFX& format, int targetRate, const wchar_t* options,
-                                        UpwardEdge edge, double maxDelay) try {
+                                        UpwardEdge edge, const FreqConvLimits& limits) try {
     Destroy();
     format_ = format;
     targetRate_ = static_cast<uint32_t>(targetRate);  // unsigned, as in formats
@@ -41,8 +41,9 @@ bool XAudioFreqConv::CreateNewConverter(const XAudioWFX& format, int targetRate,
     if (!design) return false;
     samples_.Create(format_.WFXFormatTag(), format_.BitsPerSample(), format_.Channels(), 0, 0, nullptr,
                     options);
-    engine_ = SpectralFreqConv::Create(*design, format_.Channels(), maxDelay);
-    if (!engine_) engine_ = std::make_unique<OverlapFreqConv>(*design, format_.Channels());
+    std::unique_ptr<FreqConvEngine> engine = SpectralFreqConv::Create(*design, format_.Channels(), limits);
+    if (!engine) engine = std::make_unique<OverlapFreqConv>(*design);
+    converter_ = std::make_unique<FreqConvBlocks>(std::move(engine), format_.Channels());
     return true;
 } catch (const std::bad_alloc&) {
     Destroy();
@@ -53,14 +54,14 @@ bool XAudioFreqConv::ConvertData(XAudioBufferNew& input, bool inPlace, bool last
     const bool empty = input.PosLeftByte() == 0;
     if (input.SamplesPerSec() == targetRate_ || (equalRates_ && empty))
         return InitializeBuffer(inPlace, input);
-    if (!engine_ || (!empty && !IsOfStream(input))) return false;
+    if (!converter_ || (!empty && !IsOfStream(input))) return false;
 
     const int64_t frameBytes = format_.SamplesToBytes_DivChan(1);
     const int64_t arrived =
-        engine_->Needed(blocks_) + held_ + (stream_.BytesRemaining() + input.PosLeftByte()) / frameBytes;
-    int64_t blocks = blocks_;
-    while (engine_->Needed(blocks + 1) <= arrived) ++blocks;
-    const int64_t produced = last ? OutputFrames(arrived) : engine_->Produced(blocks);
+        converter_->Needed(started_) + held_ + (stream_.BytesRemaining() + input.PosLeftByte()) / frameBytes;
+    int64_t blocks = started_;
+    while (converter_->Needed(blocks + 1) <= arrived) ++blocks;
+    const int64_t produced = last ? OutputFrames(arrived) : FramesFrom(blocks);
 
     XAudioWFX target(empty ? format_ : input);
     target.SetSamplesPerSec(static_cast<int>(targetRate_), true);
@@ -68,8 +69,14 @@ bool XAudioFreqConv::ConvertData(XAudioBufferNew& input, bool inPlace, bool last
     if (!SetBufferSize(frames, target, false, false) || !stream_.AddData(input, true)) return false;
     SetUsedSample(frames);
     int64_t frame = 0;
-    while (FillBlock()) frame = ConvertBlock(frame);
-    while (frame < frames) frame = ConvertBlock(frame);
+    while (FillBlock()) {
+        StartBlock();
+        if (started_ - taken_ == converter_->AtATime()) frame = TakeBlock(frame);
+    }
+    while (frame < frames) {
+        if (taken_ == started_) StartBlock();
+        frame = TakeBlock(frame);
+    }
     if (last) Restart();
     return last || stream_.InPlaceOptimizeBuffer(0);
 } catch (const std::bad_alloc&) {
@@ -80,14 +87,14 @@ bool XAudioFreqConv::ConvertData(XAudioBufferNew& input, bool inPlace, bool last
 void XAudioFreqConv::Destroy() {
     targetRate_ = kNoRate;
     equalRates_ = false;
-    engine_.reset();
+    converter_.reset();
     Restart();
 }
 
 void XAudioFreqConv::Restart() {
-    if (engine_) engine_->Restart();
+    if (converter_) converter_->Restart();
     stream_.Clear();
-    blocks_ = held_ = produced_ = 0;
+    started_ = taken_ = held_ = produced_ = 0;
 }
 
 bool XAudioFreqConv::IsOfStream(const XAudioWFX& format) const {
@@ -108,7 +115,7 @@ bool XAudioFreqConv::FillBlock() {
     const int64_t whole = BlockFrames();
     const int64_t frames =
         std::min(whole - held_, stream_.BytesRemaining() / format_.SamplesToBytes_DivChan(1));
-    double* const to = engine_->Input() + held_ * channels;
+    double* const to = converter_->Input() + held_ * channels;
     samples_.SetBeginData(stream_.GetDataFrom(format_.SamplesToBytes_DivChan(frames)).BufferStart(), 0, 0);
     samples_.GetDbls(0, frames * channels, to);
     if (format_.WFXFormatTag() == kTagFloat) ClearBadSamples(to, frames * channels);
@@ -118,23 +125,33 @@ bool XAudioFreqConv::FillBlock() {
 
 // Past the end of the stream an incomplete block is filled up with silence. Blocks of silence follow until
 // the filters have delivered everything.
-int64_t XAudioFreqConv::ConvertBlock(int64_t frame) {
+void XAudioFreqConv::StartBlock() {
     const int64_t channels = format_.Channels();
-    std::fill_n(engine_->Input() + held_ * channels, (BlockFrames() - held_) * channels, 0.0);
-    const int64_t given = engine_->Produced(blocks_ + 1) - engine_->Produced(blocks_);
-    const double* const out = engine_->Process();
-    ++blocks_;
+    std::fill_n(converter_->Input() + held_ * channels, (BlockFrames() - held_) * channels, 0.0);
+    converter_->Start();
+    ++started_;
     held_ = 0;
+}
 
+// Returns where the next one goes.
+int64_t XAudioFreqConv::TakeBlock(int64_t frame) {
+    const int64_t given = converter_->Produced(taken_ + 1) - converter_->Produced(taken_);
+    const double* const out = converter_->Take();
+    ++taken_;
     const int64_t kept = std::min(given, GetUsedSample() - frame);
     samples_.SetBeginData_DivChan(*this, frame);
-    samples_.PutDbls(0, kept * channels, out);
+    samples_.PutDbls(0, kept * format_.Channels(), out);
     produced_ += kept;
     return frame + kept;
 }
 
 int64_t XAudioFreqConv::BlockFrames() const {
-    return engine_->Needed(blocks_ + 1) - engine_->Needed(blocks_);
+    return converter_->Needed(started_ + 1) - converter_->Needed(started_);
+}
+
+// What can be taken when so many blocks have been started.
+int64_t XAudioFreqConv::FramesFrom(int64_t blocks) const {
+    return converter_->Produced(std::max<int64_t>(0, blocks + 1 - converter_->AtATime()));
 }
 
 }  // namespace w64

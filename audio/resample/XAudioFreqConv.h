@@ -2,7 +2,7 @@
 
 #include "audio/buffer/XAudioBufferNew.h"
 #include "audio/buffer/XAudioDataStream.h"
-#include "audio/resample/FreqConvEngine.h"
+#include "audio/resample/FreqConvBlocks.h"
 #include "audio/resample/XAudioFreqConvDesign.h"
 #include "audio/samples/XAudioRdWr.h"
 
@@ -30,17 +30,14 @@ public:
     // The options text is that of XAudioRdWr and may be null. Equal rates need no converter. Otherwise false
     // for a format without channels or a known sample layout, and for rates that cannot be converted: in
     // lowest terms, the lower rate must be 1 or a multiple of 2 or 3, and the filters have their limits.
-    // `maxDelay`, in seconds, is how much of the input may stay in the filters until the last block: an odd number
-    // of channels is converted faster where there is room for two blocks.
     [[nodiscard]] bool CreateNewConverter(const XAudioWFX& format, int targetRate, const wchar_t* options,
                                           UpwardEdge edge = UpwardEdge::TargetHalf,
-                                          double maxDelay = FreqConvEngine::kMaxDelay);
+                                          const FreqConvLimits& limits = {});
 
     // Takes the unread part of the input, or all of it at equal rates. Blocks may be empty and may end within
-    // a frame; an incomplete frame after the last block is dropped. Up to the maximum delay stays in the
-    // filters until then, more of sources below 44,100 Hz. False without a converter, for input of another format, or
-    // without memory. Nothing is consumed then, unless memory ran out during the conversion, which destroys
-    // the converter.
+    // a frame; an incomplete frame after the last block is dropped. Up to the maximum delay stays in the filters until
+    // then, more of sources below 44,100 Hz. False without a converter, for input of another format, or without
+    // memory. Nothing is consumed then, unless memory ran out during the conversion, which destroys the converter.
     [[nodiscard]] bool ConvertData(XAudioBufferNew& input, bool inPlace, bool last);
 
     void Destroy();
@@ -51,17 +48,20 @@ private:
     bool IsOfStream(const XAudioWFX& format) const;
     int64_t OutputFrames(int64_t inputFrames) const;
     int64_t BlockFrames() const;
+    int64_t FramesFrom(int64_t blocks) const;
     bool FillBlock();
-    int64_t ConvertBlock(int64_t frame);
+    void StartBlock();
+    int64_t TakeBlock(int64_t frame);
     void Restart();
 
     XAudioWFX format_;
     int64_t targetRate_ = kNoRate;
     bool equalRates_ = false;
-    std::unique_ptr<FreqConvEngine> engine_;
+    std::unique_ptr<FreqConvBlocks> converter_;
     XAudioRdWr samples_;
     XAudioDataStream stream_;
-    int64_t blocks_ = 0;    // done
+    int64_t started_ = 0;   // blocks
+    int64_t taken_ = 0;     // likewise
     int64_t held_ = 0;      // frames of the next block
     int64_t produced_ = 0;  // frames
 };

@@ -51,6 +51,13 @@ AudioFileType TypeOf(const DecodeOptions& options) {
     return type;
 }
 
+// More than 8 would wait for reading and writing, which take about an eighth of the time.
+void ShareThreads(std::vector<ConversionJob>& jobs, unsigned threads) {
+    constexpr unsigned kMax = 8;
+    const auto count = static_cast<unsigned>(std::max<size_t>(jobs.size(), 1));
+    for (ConversionJob& job : jobs) job.threads = std::clamp(threads / count, 1u, kMax);
+}
+
 }  // namespace
 
 void AddConvertOptions(CLI::App* command, ConvertOptions& options) {
@@ -61,7 +68,7 @@ void AddConvertOptions(CLI::App* command, ConvertOptions& options) {
     AddForce(command, options.force);
     command->add_flag("--skip-existing", options.skipExisting, "Skip inputs whose output exists");
     options.jobs = std::max(std::thread::hardware_concurrency(), 1u);
-    command->add_option("-j,--jobs", options.jobs, "Files to convert at the same time")
+    command->add_option("-j,--jobs", options.jobs, "Threads: for several files, or for the new rate of one")
         ->check(CLI::Range(1u, 1024u).description(""))
         ->type_name("N")
         ->capture_default_str();
@@ -95,6 +102,7 @@ std::vector<ConversionJob> PlanDecodeJobs(const DecodeOptions& options) {
     const AudioFileType type = TypeOf(options);
     std::vector<ConversionJob> jobs;
     for (size_t i = 0; i < outputs.size(); ++i) jobs.push_back({options.inputs[i], outputs[i], type});
+    ShareThreads(jobs, options.jobs);
     return jobs;
 }
 
@@ -121,6 +129,7 @@ std::vector<ConversionJob> PlanEncodeJobs(EncodeOptions options) {
         }
         jobs.push_back({inputs[i], outputs[i]});
     }
+    ShareThreads(jobs, options.jobs);
     return jobs;
 }
 

@@ -52,6 +52,7 @@ struct ConversionJob {
     std::string input;
     std::filesystem::path output;  // "-" for standard output
     AudioFileType type{};          // of a decoded file
+    unsigned threads = 1;          // that change its sample rate
 
     bool IsStream() const { return output == "-"; }
 

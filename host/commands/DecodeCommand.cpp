@@ -159,7 +159,7 @@ private:
                 RequireStartWithin(asked.start, salvage ? salvage->frames : *announced,
                                    stored->SamplesPerSec());
             }
-            Conversion conversion(decoder.Format(), options_.conversion);
+            Conversion conversion(decoder.Format(), options_.conversion, job_.threads);
             const XAudioWFX& format = conversion.Target();
             metadata.MoveStart(asked.start, decoder.Format().SamplesPerSec(), format.SamplesPerSec());
             if (options_.verify) verification_.emplace(job_.output, format);

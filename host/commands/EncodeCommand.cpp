@@ -92,7 +92,7 @@ private:
             }
         };
         const tWAVEFORMATEX& format = source.Format().Format;
-        Conversion conversion(XAudioWFX(&source.Format()), options_.conversion);
+        Conversion conversion(XAudioWFX(&source.Format()), options_.conversion, job_.threads);
         const XAudioWFX& target = conversion.Target();
         if (!options_.noTags) metadata_ = MetadataOf(job_.input, source);
         metadata_.MoveStart(0, format.nSamplesPerSec, target.SamplesPerSec());

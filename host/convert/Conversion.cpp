@@ -84,8 +84,8 @@ void ConversionOptions::Check() const {
     if (!rate && !channels && !bits) throw UsageError("--dither goes with --rate, --channels or --bits");
 }
 
-Conversion::Conversion(const XAudioWFX& source, const ConversionOptions& options)
-    : source_(source), target_(TargetOf(source, options)) {
+Conversion::Conversion(const XAudioWFX& source, const ConversionOptions& options, unsigned threads)
+    : source_(source), target_(TargetOf(source, options)), threads_(static_cast<int>(threads)) {
     if (IsSameAudio(source_, target_)) return;
     stream_.Assign(source_);
     CheckConversion(source_, target_);
@@ -105,7 +105,8 @@ Conversion::Conversion(const XAudioWFX& source, const ConversionOptions& options
 
 void Conversion::AddStep(const XAudioWFX& target, bool dither) {
     const XAudioWFX& source = steps_.empty() ? source_ : steps_.back()->Target();
-    if (!IsSameAudio(source, target)) steps_.push_back(ConversionStep::Make(source, target, dither));
+    if (!IsSameAudio(source, target))
+        steps_.push_back(ConversionStep::Make(source, target, dither, threads_));
 }
 
 // All target frames that start within the duration of the source.

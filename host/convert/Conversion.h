@@ -34,8 +34,8 @@ public:
     // Receives interleaved frames, which are valid until it returns.
     using Write = std::function<void(std::span<const uint8_t>)>;
 
-    // The source has channels and a rate.
-    Conversion(const XAudioWFX& source, const ConversionOptions& options);
+    // The source has channels and a rate. A new sample rate takes up to `threads` threads, with the same result.
+    Conversion(const XAudioWFX& source, const ConversionOptions& options, unsigned threads = 1);
 
     const XAudioWFX& Target() const { return target_; }
 
@@ -43,7 +43,7 @@ public:
     int64_t ExpectedBytes(int64_t sourceBytes) const;
 
     // Blocks may end anywhere in a frame; an incomplete frame at the end of the audio is dropped. A new sample rate
-    // delays the output by some tenths of a second.
+    // delays the output by some tenths of a second for each thread.
     void Convert(std::span<const uint8_t> block, const Write& write);
 
     // Writes the delayed rest.
@@ -55,6 +55,7 @@ private:
 
     XAudioWFX source_;
     XAudioWFX target_;
+    int threads_;
     int64_t pieceBytes_ = 0;   // whole source frames to convert at a time
     XAudioDataStream stream_;  // keeps an incomplete frame until the rest comes
     std::vector<std::unique_ptr<ConversionStep>> steps_;

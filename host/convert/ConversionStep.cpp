@@ -14,9 +14,9 @@ namespace {
 
 class PipelineStep : public ConversionStep {
 public:
-    PipelineStep(const XAudioWFX& source, const XAudioWFX& target, bool dither)
+    PipelineStep(const XAudioWFX& source, const XAudioWFX& target, bool dither, int threads)
         : ConversionStep(target), options_(dither ? L"dither=1;noise=tpdf" : nullptr) {
-        conv_.SetMaxDelay(kMaxDelay);
+        conv_.SetLimits({.maxDelay = kMaxDelay, .threads = threads});
         if (conv_.InitConversion(source, target, options_, kHighQuality)) return;
         throw Failure("cannot convert " + DescribeFormat(source) + " to " + DescribeFormat(target));
     }
@@ -62,9 +62,9 @@ private:
 }  // namespace
 
 std::unique_ptr<ConversionStep> ConversionStep::Make(const XAudioWFX& source, const XAudioWFX& target,
-                                                     bool dither) {
+                                                     bool dither, int threads) {
     if (FloatStep::IsFor(KindOf(source), KindOf(target))) return std::make_unique<FloatStep>(target);
-    return std::make_unique<PipelineStep>(source, target, dither);
+    return std::make_unique<PipelineStep>(source, target, dither, threads);
 }
 
 }  // namespace w64

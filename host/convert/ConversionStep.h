@@ -10,10 +10,11 @@ namespace w64 {
 // Errors: std::bad_alloc.
 class ConversionStep {
 public:
-    // With `dither`, noise is added when integer bits are lost.
+    // With `dither`, noise is added when integer bits are lost. A change of the sample rate takes up to `threads`
+    // threads.
     // Errors: Failure if there is no conversion between the formats.
-    static std::unique_ptr<ConversionStep> Make(const XAudioWFX& source, const XAudioWFX& target,
-                                                bool dither);
+    static std::unique_ptr<ConversionStep> Make(const XAudioWFX& source, const XAudioWFX& target, bool dither,
+                                                int threads);
 
     explicit ConversionStep(const XAudioWFX& target) : target_(target) {}
     ConversionStep(const ConversionStep&) = delete;  // it holds the state of a stream

@@ -1,11 +1,15 @@
 #include "TempFolder.h"
+#include "base/Platform.h"
 #include "base/XFile.h"
 #include "base/XMem.h"
 #include "base/XStr.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace w64 {
 
@@ -108,6 +112,21 @@ Bytes Shuffled(const Bytes& before, int64_t position, int64_t delta, bool zeroFi
 }
 
 }  // namespace
+
+#ifdef __linux__
+// The kernel does not copy from memory to a disk.
+TEST(Platform, CopiesBetweenFileSystems) {
+    const TempFolder folder;
+    const int from = ::memfd_create("from", 0);
+    const int to = ::open(folder.Write("to", Bytes(6, '-')).c_str(), O_RDWR);
+    ASSERT_EQ(::pwrite(from, "sample", 6, 0), 6);
+    EXPECT_EQ(Platform::CopySomeBytes(from, to, 2, 100), 4);
+    EXPECT_EQ(Platform::CopySomeBytes(from, to, 6, 100), 0);
+    EXPECT_EQ(ReadText(folder.Path() / "to"), "--mple");
+    ::close(from);
+    ::close(to);
+}
+#endif
 
 TEST_F(File, ShuffleMovesTheRest) {
     constexpr int64_t kBlock = 65536;

@@ -1,6 +1,7 @@
 #include "LayoutBytes.h"
 #include "ReportCapture.h"
 #include "TempFolder.h"
+#include "base/Platform.h"
 #include "base/XStr.h"
 #include "wave64/container/clWave64Handler.h"
 
@@ -230,13 +231,6 @@ private:
     std::vector<int64_t> marks_;
 };
 
-// By this process so far; -1 where the system does not tell.
-int64_t BytesWritten() {
-    const std::string counts = ReadText("/proc/self/io");
-    const size_t at = counts.find("wchar: ");
-    return at == counts.npos ? -1 : std::stoll(counts.substr(at + 7));
-}
-
 }  // namespace
 
 TEST(Edit, SafelyPast4GiB) {
@@ -288,14 +282,14 @@ TEST(Edit, SafelyOutOf3GiBOfPadding) {
 }
 
 TEST(Edit, WhatPaddingAbsorbsMovesNoAudio) {
-    if (BytesWritten() < 0) GTEST_SKIP() << "no count of the bytes written";
+    if (Platform::BytesWritten() == 0) GTEST_SKIP() << "no count of the bytes written";
     for (const bool safe : {false, true}) {
         LargeFile file(4 * kGiB - 65536);  // by the exact rules a file past 4 GiB can be edited only once
         for (const Edit& edit : {Edit{Op::Insert, 1, 1024}, Edit{Op::Resize, 1, 2048}, Edit{Op::Remove, 1}}) {
-            const int64_t before = BytesWritten();
+            const int64_t before = Platform::BytesWritten();
             EXPECT_TRUE(file.Apply(edit, {.safe = safe}));
             const int64_t headers = edit.op == Op::Remove ? 40 + 24 : 40 + 3 * 24;
-            EXPECT_EQ(BytesWritten() - before, edit.size + headers);
+            EXPECT_EQ(Platform::BytesWritten() - before, edit.size + headers);
             EXPECT_TRUE(file.KeepsItsAudio());
         }
     }

@@ -48,6 +48,20 @@ TEST(Threads, OfTheCommandGoOnAfterABadFile) {
     EXPECT_EQ(shop.Run("ls out | wc -l").output, "5\n");
 }
 
+TEST(Threads, OfOneFileMakeNoDifference) {
+    const Workshop shop;
+    for (const unsigned channels : {2u, 3u}) {
+        for (const unsigned frames : {60'000u, 1u}) {
+            const Bytes audio = Pattern(size_t{2} * channels * frames);
+            shop.Write("a.w64",
+                       Wave64Bytes().Fmt(1, static_cast<uint16_t>(channels), 22050, 16).Data(audio).File());
+            const Outcome outcome = shop.Run("for j in 1 2 5; do w64 decode a.w64 -q -j $j --rate 24000 "
+                                             "--format raw -o - | md5sum; done | uniq | wc -l");
+            EXPECT_EQ(outcome.output + outcome.errors, "1\n") << channels << " channels, " << frames;
+        }
+    }
+}
+
 // An edit that finds the file in use says so, and is made again here.
 TEST(Processes, LoseNothingOfEachOther) {
     const Workshop shop;
