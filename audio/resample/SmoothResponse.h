@@ -3,14 +3,13 @@
 #include "audio/fft/CacheLineAllocator.h"
 #include "audio/resample/XAudioFreqConvDesign.h"
 
-#include <array>
 #include <cstdint>
 #include <vector>
 
 namespace w64 {
 
 // The frequency response of a filter times `scale`, at `points` bins from 0 up to its sampling rate. It is
-// real, as the filters are symmetric about time 0. FFTGrid must take that many points.
+// real, as the filters are symmetric about time 0. FFTGrid must take half as many points.
 AlignedDoubles ResponseOf(const LowPass& filter, double scale, int64_t points);
 
 // The same at any bin of a longer transform, interpolated. There are at least 20 samples to each period of
@@ -23,45 +22,12 @@ public:
     // Bin `period` is the filter's sampling rate.
     SmoothResponse(const LowPass& filter, double scale, double period);
 
-    // `bin` is at most half the period.
-    template <int kSamples>
-    double At(int64_t bin) const {
-        constexpr int kBefore = kSamples / 2 - 1;
-        const double position = static_cast<double>(bin) * samplesPerBin_;
-        const auto first = static_cast<int64_t>(position) - kBefore;
-        const double* samples = samples_.data() + first + kReach;
-        double distance[kSamples];
-        double leading[kSamples];
-        double product = 1;
-        for (int i = 0; i < kSamples; ++i) {
-            distance[i] = position - static_cast<double>(first + i);
-            leading[i] = product;
-            product *= distance[i];
-        }
-        double sum = 0;
-        product = 1;
-        for (int i = kSamples - 1; i >= 0; --i) {
-            sum += samples[i] * leading[i] * product * kWeights<kSamples>[static_cast<size_t>(i)];
-            product *= distance[i];
-        }
-        return sum;
-    }
+    // The response at `count` bins from 0 up to half the period at most, `apart` bins each: precisely, by 16 samples,
+    // or roughly, by 6.
+    AlignedDoubles Precise(int64_t count, int64_t apart) const;
+    AlignedDoubles Rough(int64_t count, int64_t apart) const;
 
 private:
-    static constexpr int64_t kReach = 8;
-
-    // Of each i, the product of 1 / (i - j) over all other j.
-    template <int kSamples>
-    static constexpr std::array<double, kSamples> kWeights = [] {
-        std::array<double, kSamples> weights{};
-        for (int i = 0; i < kSamples; ++i) {
-            double product = 1;
-            for (int j = 0; j < kSamples; ++j) product *= i == j ? 1 : i - j;
-            weights[static_cast<size_t>(i)] = 1 / product;
-        }
-        return weights;
-    }();
-
     double samplesPerBin_;
     std::vector<double> samples_;
 };

@@ -223,7 +223,7 @@ std::unique_ptr<SpectralFreqConv> SpectralFreqConv::Create(const FreqConvDesign&
 SpectralFreqConv::SpectralFreqConv(const FreqConvDesign& design, const Block& block, int threads)
     : block_(block), imagesOfInput_(design.shortFirst) {
     Design(design);
-    desks_.assign(static_cast<size_t>(threads), NewDesk());
+    for (int i = 0; i < threads; ++i) desks_.push_back(NewDesk());
 }
 
 SpectralFreqConv::Desk SpectralFreqConv::NewDesk() const {
@@ -254,9 +254,11 @@ void SpectralFreqConv::Design(const FreqConvDesign& design) {
                                         PassBandTiles(design.shortFilter, commonPoints / kTile)};
     passBand_.resize(static_cast<size_t>(outPoints));
     longResponse_.resize(passBand_.size());
-    for (int64_t k = 0; k <= std::min(sizes.longPassBand * kTile, outPoints / 2); ++k) {
+    const int64_t passing = std::min(sizes.longPassBand * kTile, outPoints / 2) + 1;
+    const AlignedDoubles passBandOfShort = shortResponse.Precise(passing, 1);
+    for (int64_t k = 0; k < passing; ++k) {
         const double ofLong = longResponse[static_cast<size_t>(k % longPoints)];
-        const double ofShort = shortResponse.At<16>(k);
+        const double ofShort = passBandOfShort[static_cast<size_t>(k)];
         for (const int64_t either : {k, (outPoints - k) % outPoints}) {
             passBand_[static_cast<size_t>(either)] = ofLong * ofShort;
             longResponse_[static_cast<size_t>(either)] = static_cast<float>(ofLong);

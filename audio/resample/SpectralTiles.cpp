@@ -11,27 +11,7 @@ namespace w64 {
 namespace {
 
 constexpr int64_t kSteps = kTile / kFloats;
-
-// The short filter's response at the corners of tiles, computed on first use.
-class TileCorners {
-public:
-    TileCorners(const SmoothResponse& response, int64_t tiles)
-        : response_(response), tiles_(tiles),
-          corners_(static_cast<size_t>(tiles / 2 + 1), std::numeric_limits<double>::quiet_NaN()) {}
-
-    double At(int64_t tile) {
-        const int64_t distance = std::abs(tile);
-        const int64_t folded = std::min(distance, tiles_ - distance);
-        double& corner = corners_[static_cast<size_t>(folded)];
-        if (std::isnan(corner)) corner = response_.At<6>(folded * kTile);
-        return corner;
-    }
-
-private:
-    const SmoothResponse& response_;
-    int64_t tiles_;
-    std::vector<double> corners_;
-};
+constexpr int64_t kCurvatureSteps = 2 * kSteps * kSteps;
 
 // For each output tile, goes through the tiles of the common grid that fall onto it: those a multiple of the
 // output's period away.
@@ -40,8 +20,8 @@ public:
     TileLister(const SpectralTiles::Sizes& sizes, bool imagesOfInput, std::span<const double> longResponse,
                const SmoothResponse& shortResponse, double threshold)
         : sizes_(sizes), long_(static_cast<int64_t>(longResponse.size()) / kTile),
-          imagesOfInput_(imagesOfInput), longResponse_(longResponse), corners_(shortResponse, sizes.common),
-          threshold_(threshold) {
+          imagesOfInput_(imagesOfInput), longResponse_(longResponse),
+          corners_(shortResponse.Rough(sizes.common / 2 + 1, kTile)), threshold_(threshold) {
         for (size_t k = 0; k < longResponse.size(); k += kTile) {
             const auto [low, high] = std::minmax_element(&longResponse[k], &longResponse[k] + kTile);
             largest_.push_back(std::max(-*low, *high));
@@ -49,6 +29,11 @@ public:
         const int64_t apart = std::gcd(long_, imagesOfInput ? sizes.in : sizes.out);
         tiles_.inOrder = {sizes.in, imagesOfInput ? apart : 1};
         tiles_.outOrder = {sizes.out, apart};
+        for (int64_t tile = 0; tile < sizes.in; ++tile) inPlaces_.push_back(tiles_.inOrder.PlaceOf(tile));
+        for (int64_t tile = 0; tile < sizes.out; ++tile) outPlaces_.push_back(tiles_.outOrder.PlaceOf(tile));
+        const int64_t passing = std::min(2 * sizes.longPassBand, sizes.out);
+        tiles_.sums.reserve(static_cast<size_t>(sizes.out));
+        tiles_.images.reserve(static_cast<size_t>(passing * (sizes.common / long_)));
         for (int64_t first = 0; first < apart; ++first) {
             for (int64_t tile = first - sizes.out / 2; tile < sizes.out / 2; tile += apart) AddSum(tile);
         }
@@ -77,21 +62,29 @@ private:
         AddAliases(tile, passes);
     }
 
+    // The short filter's response at the first bin of a tile of the common grid, which is symmetric.
+    double CornerOf(int64_t tile) const {
+        const int64_t distance = std::abs(tile);
+        return corners_[static_cast<size_t>(std::min(distance, sizes_.common - distance))];
+    }
+
     // Around the multiples of the long filter's rate, where its response repeats the pass band.
     void AddImages(int64_t tile) {
         // Pass-band terms have been multiplied with the short filter's response already, which is flat there.
-        const double applied = imagesOfInput_ ? 1 : corners_.At(0);
+        const double applied = imagesOfInput_ ? 1 : corners_[0];
+        int64_t from = tile;
         for (int64_t centre = long_; centre < sizes_.common; centre += long_) {
-            const int64_t from = Centred(tile - centre, sizes_.out);
+            from -= long_ % sizes_.out;
+            if (from < -sizes_.out / 2) from += sizes_.out;
             const int64_t at = centre + from;
-            const double start = corners_.At(at);
-            const double end = corners_.At(at + 1);
-            if (IsNegligible(start, end, from)) continue;
-            const double curvature =
-                (corners_.At(at - 1) - start - end + corners_.At(at + 2)) / (2 * kSteps * kSteps);
+            const double start = CornerOf(at);
+            const double end = CornerOf(at + 1);
+            if (IsNegligible(start, end, from < 0 ? from + long_ : from)) continue;
+            const double curvature = (CornerOf(at - 1) - start - end + CornerOf(at + 2)) / kCurvatureSteps;
             const double slope = (end - start) / kSteps - curvature * kSteps / 2;
-            const int32_t source = imagesOfInput_ ? tiles_.inOrder.PlaceOf(at % sizes_.in)
-                                                  : tiles_.outOrder.PlaceOf(Wrapped(from, sizes_.out));
+            const int32_t source = imagesOfInput_
+                                       ? inPlaces_[static_cast<size_t>(at % sizes_.in)]
+                                       : outPlaces_[static_cast<size_t>(from < 0 ? from + sizes_.out : from)];
             tiles_.images.push_back({source, static_cast<float>(start / applied),
                                      static_cast<float>(slope / applied),
                                      static_cast<float>(curvature / applied)});
@@ -105,10 +98,10 @@ private:
         for (int64_t at = first; at < sizes_.shortPassBand; at += sizes_.out) {
             const int64_t inLong = Wrapped(at, long_);
             if (passes && IsWithin(Centred(at, long_), sizes_.out / 2)) continue;
-            const double start = corners_.At(at);
-            const double end = corners_.At(at + 1);
+            const double start = CornerOf(at);
+            const double end = CornerOf(at + 1);
             if (IsNegligible(start, end, inLong)) continue;
-            tiles_.aliases.push_back(tiles_.inOrder.PlaceOf(Wrapped(at, sizes_.in)));
+            tiles_.aliases.push_back(inPlaces_[static_cast<size_t>(Wrapped(at, sizes_.in))]);
             const double slope = (end - start) / kTile;
             const double* ofLong = &longResponse_[static_cast<size_t>(inLong * kTile)];
             for (int64_t k = 0; k < kTile; ++k) {
@@ -121,14 +114,16 @@ private:
 
     bool IsNegligible(double start, double end, int64_t inLong) const {
         const double response = std::max(std::abs(start), std::abs(end));
-        return response * largest_[static_cast<size_t>(Wrapped(inLong, long_))] < threshold_;
+        return response * largest_[static_cast<size_t>(inLong)] < threshold_;
     }
 
     SpectralTiles::Sizes sizes_;
     int64_t long_;
     bool imagesOfInput_;
     std::span<const double> longResponse_;
-    TileCorners corners_;
+    AlignedDoubles corners_;
+    std::vector<int32_t> inPlaces_;   // of the tiles of the input
+    std::vector<int32_t> outPlaces_;  // likewise of the output
     double threshold_;
     std::vector<double> largest_;  // of the long filter's response, in each tile
     SpectralTiles tiles_;

@@ -28,9 +28,14 @@ constexpr int64_t kMaxBranches = 4096;
 
 constexpr int kBesselTerms = 15;
 
-constexpr std::array<double, kBesselTerms + 1> Factorials() {
+// 1 / k!^2, of each term of I0 in powers of (x / 2)^2.
+constexpr std::array<double, kBesselTerms + 1> BesselCoefficients() {
     std::array<double, kBesselTerms + 1> table{1};
-    for (size_t k = 1; k < table.size(); ++k) table[k] = table[k - 1] * static_cast<double>(k);
+    double factorial = 1;
+    for (size_t k = 1; k < table.size(); ++k) {
+        factorial *= static_cast<double>(k);
+        table[k] = 1 / (factorial * factorial);
+    }
     return table;
 }
 
@@ -97,14 +102,10 @@ double alpha(double attenuation) {
 }
 
 double izero(double x) {
-    static constexpr auto kFactorial = Factorials();
-    double sum = 1;
-    double power = 1;
-    for (size_t k = 1; k <= kBesselTerms; ++k) {
-        power *= x / 2;
-        const double term = power / kFactorial[k];
-        sum += term * term;
-    }
+    static constexpr auto kCoefficients = BesselCoefficients();
+    const double square = x * x / 4;
+    double sum = 0;
+    for (size_t k = kCoefficients.size(); k-- > 0;) sum = sum * square + kCoefficients[k];
     return sum;
 }
 
