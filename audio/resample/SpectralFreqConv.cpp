@@ -42,6 +42,7 @@ W64_INLINE void StoreAsFloats(float* to, const Vector& value) {
 }
 
 // Sums of a tile's bins.
+template <int64_t kTile>
 struct Tile {
     Floats re[kTile / kFloats];
     Floats im[kTile / kFloats];
@@ -93,16 +94,18 @@ W64_INLINE Complex InPassBand(const SpectraView& view, int64_t from, int64_t k) 
     return {by * value.re, by * value.im};
 }
 
+template <int64_t kTile>
 W64_INLINE void StoreInTile(const Complex& value, float* to) {
     StoreAsFloats(to, value.re);
     StoreAsFloats(to + kTile, value.im);
 }
 
-W64_VECTOR_CLONES void FillTiles(const SpectraView& view) {
+template <int64_t kTile>
+W64_INLINE void FillTilesOf(const SpectraView& view) {
     for (int64_t tile = 0; tile < view.inPoints / kTile; ++tile) {
         float* const to = view.inTiles + view.tiles.inOrder.PlaceOf(tile);
         for (int64_t k = 0; k < kTile; k += kLanes) {
-            StoreInTile(LoadGroup(view.in + 2 * (tile * kTile + k)), to + k);
+            StoreInTile<kTile>(LoadGroup(view.in + 2 * (tile * kTile + k)), to + k);
         }
     }
     if (!view.outTiles) return;
@@ -111,9 +114,14 @@ W64_VECTOR_CLONES void FillTiles(const SpectraView& view) {
         const int64_t first = tile * kTile;
         const int64_t from = view.InputBin(first);
         for (int64_t k = 0; k < kTile; k += kLanes) {
-            StoreInTile(InPassBand(view, from + k, first + k), to + k);
+            StoreInTile<kTile>(InPassBand(view, from + k, first + k), to + k);
         }
     }
+}
+
+W64_VECTOR_CLONES void FillTiles(const SpectraView& view) {
+    if (view.tiles.inOrder.bins == kWideTile) return FillTilesOf<kWideTile>(view);
+    FillTilesOf<kNarrowTile>(view);
 }
 
 // Responses to multiply images and aliases with, eight bins at a time.
@@ -145,13 +153,14 @@ struct TabledResponse {
     }
 };
 
-W64_VECTOR_CLONES void MultiplySpectra(const SpectraView& view) {
+template <int64_t kTile>
+W64_INLINE void MultiplyTiles(const SpectraView& view) {
     const float* const images = view.outTiles ? view.outTiles : view.inTiles;
     const SpectralTiles::Image* image = view.tiles.images.data();
     const int32_t* alias = view.tiles.aliases.data();
     const float* responses = view.tiles.responses.data();
     for (const auto [firstBin, passes, imageCount, aliasCount] : view.tiles.sums) {
-        Tile sum = {};
+        Tile<kTile> sum = {};
         for (const SpectralTiles::Image* const end = image + imageCount; image != end; ++image) {
             sum.Add(images + image->place, CurvedResponse(*image));
         }
@@ -168,13 +177,19 @@ W64_VECTOR_CLONES void MultiplySpectra(const SpectraView& view) {
     }
 }
 
+W64_VECTOR_CLONES void MultiplySpectra(const SpectraView& view) {
+    if (view.tiles.inOrder.bins == kWideTile) return MultiplyTiles<kWideTile>(view);
+    MultiplyTiles<kNarrowTile>(view);
+}
+
 }  // namespace
 
-std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqConvDesign& design,
-                                                                     int channels, double maxDelay) {
+std::optional<SpectralFreqConv::Block>
+SpectralFreqConv::ChooseBlock(const FreqConvDesign& design, int channels, double maxDelay, int64_t tile) {
     const LowPass& shortFilter = design.shortFilter;
     if (SmoothResponse::SamplesFor(shortFilter) > kMaxSamples) return std::nullopt;
-    Block block{design.step, design.shortFirst ? design.phases : design.phases * design.branches, 0, 0, 1};
+    Block block{
+        design.step, design.shortFirst ? design.phases : design.phases * design.branches, tile, 0, 0, 1};
     const int64_t spacing = (design.shortFirst ? block.inPeriod : block.outPeriod) / design.branches;
     const int64_t reach = shortFilter.length / 2 + design.longFilter.length / 2 * spacing;
     const int64_t period = block.inPeriod * block.outPeriod;
@@ -197,7 +212,7 @@ std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqC
     const int64_t maxPeriods = kMaxPoints / std::max(block.inPeriod, block.outPeriod);
     for (block.hops = 1; block.hops <= 2; ++block.hops) {
         const int64_t pairs = (channels * block.hops + 1) / 2;
-        for (block.periods = 2 * kTile; block.periods <= maxPeriods; block.periods += 2 * kTile) {
+        for (block.periods = 2 * tile; block.periods <= maxPeriods; block.periods += 2 * tile) {
             const int64_t ofOneHop = block.periods - block.margin;
             if (ofOneHop > delayOf(1) || block.FirstNeeded() > delayOf(block.hops)) break;
             if (block.Hop() <= 0 || !FFTGrid::Takes(block.InPoints()) || !FFTGrid::Takes(block.OutPoints()))
@@ -215,7 +230,12 @@ std::optional<SpectralFreqConv::Block> SpectralFreqConv::ChooseBlock(const FreqC
 
 std::unique_ptr<SpectralFreqConv> SpectralFreqConv::Create(const FreqConvDesign& design, int channels,
                                                            const FreqConvLimits& limits) {
-    const std::optional<Block> block = ChooseBlock(design, channels, limits.maxDelay);
+    std::optional<Block> block = ChooseBlock(design, channels, limits.maxDelay, kWideTile);
+    // Where more images fall onto a bin, a narrow tile takes longer than the filters one after the other.
+    constexpr int64_t kMaxImages = 100;
+    const int64_t images =
+        (design.shortFirst ? design.step : design.phases * design.branches) / design.branches;
+    if (!block && images <= kMaxImages) block = ChooseBlock(design, channels, limits.maxDelay, kNarrowTile);
     if (!block) return nullptr;
     return std::unique_ptr<SpectralFreqConv>(new SpectralFreqConv(design, *block, limits.threads));
 }
@@ -249,12 +269,16 @@ void SpectralFreqConv::Design(const FreqConvDesign& design) {
     const SmoothResponse shortResponse(design.shortFilter, gain, static_cast<double>(commonPoints));
     const AlignedDoubles longResponse = ResponseOf(design.longFilter, 1, longPoints);
 
-    const SpectralTiles::Sizes sizes = {inPoints / kTile, outPoints / kTile, commonPoints / kTile,
-                                        PassBandTiles(design.longFilter, longPoints / kTile),
-                                        PassBandTiles(design.shortFilter, commonPoints / kTile)};
+    const int64_t tile = block_.tile;
+    const SpectralTiles::Sizes sizes = {tile,
+                                        inPoints / tile,
+                                        outPoints / tile,
+                                        commonPoints / tile,
+                                        PassBandTiles(design.longFilter, longPoints / tile),
+                                        PassBandTiles(design.shortFilter, commonPoints / tile)};
     passBand_.resize(static_cast<size_t>(outPoints));
     longResponse_.resize(passBand_.size());
-    const int64_t passing = std::min(sizes.longPassBand * kTile, outPoints / 2) + 1;
+    const int64_t passing = std::min(sizes.longPassBand * tile, outPoints / 2) + 1;
     const AlignedDoubles passBandOfShort = shortResponse.Precise(passing, 1);
     for (int64_t k = 0; k < passing; ++k) {
         const double ofLong = longResponse[static_cast<size_t>(k % longPoints)];

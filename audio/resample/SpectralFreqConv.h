@@ -37,7 +37,7 @@ namespace w64 {
 //     the rest    is stopped by both filters and left out.
 //
 // Only the pass-band term needs double precision; images and aliases are 170 dB lower, so float is exact
-// enough for them. They are summed in tiles of 32 bins (SpectralTiles).
+// enough for them. They are summed in tiles (SpectralTiles).
 //
 // Images differ by direction. Upwards P is a multiple of M: all images in bin k have the same H_long[k],
 // which is multiplied with the sum of X * H_short. Downwards P is a multiple of N: X * H_long of an image is
@@ -68,6 +68,7 @@ private:
     struct Block {
         int64_t inPeriod;   // frames
         int64_t outPeriod;  // frames
+        int64_t tile;       // bins
         int64_t periods;
         int64_t margin;  // periods at either end that wrap-around spoils
         int64_t hops;    // converted at once
@@ -78,7 +79,8 @@ private:
         int64_t FirstNeeded() const { return (hops - 1) * Hop() + periods - margin; }
     };
 
-    static std::optional<Block> ChooseBlock(const FreqConvDesign& design, int channels, double maxDelay);
+    static std::optional<Block> ChooseBlock(const FreqConvDesign& design, int channels, double maxDelay,
+                                            int64_t tile);
 
     // What a thread works with.
     struct Desk {

@@ -10,25 +10,23 @@ namespace w64 {
 
 namespace {
 
-constexpr int64_t kSteps = kTile / kFloats;
-constexpr int64_t kCurvatureSteps = 2 * kSteps * kSteps;
-
 // For each output tile, goes through the tiles of the common grid that fall onto it: those a multiple of the
 // output's period away.
 class TileLister {
 public:
     TileLister(const SpectralTiles::Sizes& sizes, bool imagesOfInput, std::span<const double> longResponse,
                const SmoothResponse& shortResponse, double threshold)
-        : sizes_(sizes), long_(static_cast<int64_t>(longResponse.size()) / kTile),
-          imagesOfInput_(imagesOfInput), longResponse_(longResponse),
-          corners_(shortResponse.Rough(sizes.common / 2 + 1, kTile)), threshold_(threshold) {
-        for (size_t k = 0; k < longResponse.size(); k += kTile) {
-            const auto [low, high] = std::minmax_element(&longResponse[k], &longResponse[k] + kTile);
+        : sizes_(sizes), long_(static_cast<int64_t>(longResponse.size()) / sizes.tile),
+          vectors_(static_cast<double>(sizes.tile / kFloats)), imagesOfInput_(imagesOfInput),
+          longResponse_(longResponse), corners_(shortResponse.Rough(sizes.common / 2 + 1, sizes.tile)),
+          threshold_(threshold) {
+        for (auto tile = longResponse; !tile.empty(); tile = tile.subspan(BinsOfTile())) {
+            const auto [low, high] = std::ranges::minmax_element(tile.first(BinsOfTile()));
             largest_.push_back(std::max(-*low, *high));
         }
         const int64_t apart = std::gcd(long_, imagesOfInput ? sizes.in : sizes.out);
-        tiles_.inOrder = {sizes.in, imagesOfInput ? apart : 1};
-        tiles_.outOrder = {sizes.out, apart};
+        tiles_.inOrder = {sizes.tile, sizes.in, imagesOfInput ? apart : 1};
+        tiles_.outOrder = {sizes.tile, sizes.out, apart};
         for (int64_t tile = 0; tile < sizes.in; ++tile) inPlaces_.push_back(tiles_.inOrder.PlaceOf(tile));
         for (int64_t tile = 0; tile < sizes.out; ++tile) outPlaces_.push_back(tiles_.outOrder.PlaceOf(tile));
         const int64_t passing = std::min(2 * sizes.longPassBand, sizes.out);
@@ -52,11 +50,12 @@ private:
         return wrapped < tiles / 2 ? wrapped : wrapped - tiles;
     }
 
+    size_t BinsOfTile() const { return static_cast<size_t>(sizes_.tile); }
     static bool IsWithin(int64_t tile, int64_t tiles) { return -tiles <= tile && tile < tiles; }
 
     void AddSum(int64_t tile) {
         const bool passes = IsWithin(tile, sizes_.longPassBand);
-        const int64_t first = Wrapped(tile, sizes_.out) * kTile;
+        const int64_t first = Wrapped(tile, sizes_.out) * sizes_.tile;
         tiles_.sums.push_back({static_cast<int32_t>(first), passes, 0, 0});
         if (passes) AddImages(tile);
         AddAliases(tile, passes);
@@ -80,8 +79,9 @@ private:
             const double start = CornerOf(at);
             const double end = CornerOf(at + 1);
             if (IsNegligible(start, end, from < 0 ? from + long_ : from)) continue;
-            const double curvature = (CornerOf(at - 1) - start - end + CornerOf(at + 2)) / kCurvatureSteps;
-            const double slope = (end - start) / kSteps - curvature * kSteps / 2;
+            const double curvature =
+                (CornerOf(at - 1) - start - end + CornerOf(at + 2)) / (2 * vectors_ * vectors_);
+            const double slope = (end - start) / vectors_ - curvature * vectors_ / 2;
             const int32_t source = imagesOfInput_
                                        ? inPlaces_[static_cast<size_t>(at % sizes_.in)]
                                        : outPlaces_[static_cast<size_t>(from < 0 ? from + sizes_.out : from)];
@@ -102,9 +102,9 @@ private:
             const double end = CornerOf(at + 1);
             if (IsNegligible(start, end, inLong)) continue;
             tiles_.aliases.push_back(inPlaces_[static_cast<size_t>(Wrapped(at, sizes_.in))]);
-            const double slope = (end - start) / kTile;
-            const double* ofLong = &longResponse_[static_cast<size_t>(inLong * kTile)];
-            for (int64_t k = 0; k < kTile; ++k) {
+            const double slope = (end - start) / static_cast<double>(sizes_.tile);
+            const double* ofLong = &longResponse_[static_cast<size_t>(inLong * sizes_.tile)];
+            for (int64_t k = 0; k < sizes_.tile; ++k) {
                 tiles_.responses.push_back(
                     static_cast<float>((start + slope * static_cast<double>(k)) * ofLong[k]));
             }
@@ -119,6 +119,7 @@ private:
 
     SpectralTiles::Sizes sizes_;
     int64_t long_;
+    double vectors_;  // of a tile
     bool imagesOfInput_;
     std::span<const double> longResponse_;
     AlignedDoubles corners_;

@@ -9,18 +9,20 @@
 
 namespace w64 {
 
-// Spectra are processed in tiles.
-constexpr int64_t kTile = 32;   // bins
+// Spectra are processed in tiles. Wide ones take less time, narrow ones suit more sizes.
+constexpr int64_t kWideTile = 32;  // bins
+constexpr int64_t kNarrowTile = 8;
 constexpr int64_t kFloats = 8;  // bins in a vector of floats
 
-// Where the tiles of a spectrum are in memory as floats: each has 32 real parts, then 32 imaginary ones.
+// Where the tiles of a spectrum are in memory as floats: each has its real parts, then its imaginary ones.
 // Tiles whose numbers differ by multiples of `apart` are neighbours: they are images of one another.
 struct TileOrder {
+    int64_t bins;  // of a tile
     int64_t tiles;
     int64_t apart;
 
     int32_t PlaceOf(int64_t tile) const {
-        return static_cast<int32_t>((tile % apart * (tiles / apart) + tile / apart) * 2 * kTile);
+        return static_cast<int32_t>((tile % apart * (tiles / apart) + tile / apart) * 2 * bins);
     }
 };
 
@@ -44,8 +46,9 @@ struct SpectralTiles {
         float curvature;
     };
 
-    // In tiles.
+    // In tiles, but for their bins.
     struct Sizes {
+        int64_t tile;
         int64_t in;             // N
         int64_t out;            // M
         int64_t common;         // L, the period of the short filter's response
@@ -63,7 +66,7 @@ struct SpectralTiles {
     std::vector<Sum> sums;         // those that share images come one after the other
     std::vector<Image> images;     // places in inOrder or, of pass-band terms, in outOrder
     std::vector<int32_t> aliases;  // places in inOrder
-    AlignedFloats responses;       // kTile for each of the aliases
+    AlignedFloats responses;       // a tile for each of the aliases
 };
 
 }  // namespace w64

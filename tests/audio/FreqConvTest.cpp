@@ -51,6 +51,7 @@ TEST(XAudioFreqConv, GivesWhatTheTwoFiltersAddUpTo) {
         {352800, 48000, 1, TargetHalf, -12.3178325132}, {44100, 88200, 1, TargetHalf, 189.9237610507},
         {11025, 8000, 3, TargetHalf, 17.4863237501},    {6003, 12001, 2, SourceHalf, 57.8104831452},
         {12001, 6003, 3, TargetHalf, -27.8272999549},   {44000, 4000, 2, TargetHalf, -1.0219219395},
+        {44100, 8000, 2, SourceHalf, -18.4432128283},   {11025, 192000, 1, SourceHalf, 383.7530350605},
     };
     for (const auto& [source, target, channels, edge, expected] : cases) {
         constexpr int64_t kFrames = 35000;
