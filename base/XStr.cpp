@@ -1,6 +1,7 @@
 #include "base/XStr.h"
 
 #include <algorithm>
+#include <type_traits>
 #include <utility>
 
 namespace w64 {
@@ -60,11 +61,24 @@ std::pair<uint32_t, size_t> FirstCodePoint(std::string_view text) {
     return {c, lead.length};
 }
 
+// The ASCII that a text begins with, mostly all of it, which is the same in every form. The rest is taken off.
+template <class Out, class Text>
+Out TakeASCII(Text& rest) {
+    const auto isOther = [](auto c) { return static_cast<std::make_unsigned_t<decltype(c)>>(c) >= 0x80; };
+    const auto end = std::ranges::find_if(rest, isOther);
+    Out out;
+    out.reserve(rest.size());
+    out.resize(static_cast<size_t>(end - rest.begin()));
+    std::transform(rest.begin(), end, out.begin(),
+                   [](auto c) { return static_cast<typename Out::value_type>(c); });
+    rest.remove_prefix(out.size());
+    return out;
+}
+
 // `characterFor` gives what stands for a byte that is not part of a well-formed sequence.
 template <class CharacterFor>
 XStr Decode(std::string_view text, CharacterFor characterFor) {
-    XStr out;
-    out.reserve(text.size());
+    auto out = TakeASCII<XStr>(text);
     while (!text.empty()) {
         const auto [c, length] = FirstCodePoint(text);
         out.push_back(static_cast<wchar_t>(length ? c : characterFor(static_cast<uint8_t>(text[0]))));
@@ -76,8 +90,7 @@ XStr Decode(std::string_view text, CharacterFor characterFor) {
 }  // namespace
 
 std::string ToUTF8(std::wstring_view text) {
-    std::string out;
-    out.reserve(text.size());
+    auto out = TakeASCII<std::string>(text);
     for (const wchar_t character : text) AppendUTF8(out, static_cast<char32_t>(character));
     return out;
 }
@@ -87,8 +100,7 @@ XStr FromUTF8(std::string_view text) {
 }
 
 std::string ToFileName(std::wstring_view name) {
-    std::string out;
-    out.reserve(name.size());
+    auto out = TakeASCII<std::string>(name);
     for (const wchar_t character : name) {
         const auto c = static_cast<char32_t>(character);
         const bool isByte = c >= kEscapedBytes + 0x80 && c <= kEscapedBytes + 0xFF;
@@ -118,8 +130,7 @@ XStr SplitIntoUnits(std::wstring_view text) {
 }
 
 XStr JoinUnits(std::wstring_view units) {
-    XStr text;
-    text.reserve(units.size());
+    auto text = TakeASCII<XStr>(units);
     for (const wchar_t unit : units) {
         const wchar_t before = text.empty() ? L'\0' : text.back();
         if (unit >= 0xDC00 && unit <= 0xDFFF && before >= 0xD800 && before <= 0xDBFF) {

@@ -30,10 +30,11 @@ LISTText TextForm(uint32_t setting) {
 }  // namespace
 
 TaggingOptions TaggingOptions::Read() {
-    const std::vector<XStr> key = XRegistry::ImportKeyPath(XRegistry::CurrentUser, KeyPath);
+    const std::vector<XStr> path = XRegistry::ImportKeyPath(XRegistry::CurrentUser, KeyPath);
     const sharedRegReadScope settings;
+    const XJSON::Object* key = XRegistryTree::FindKey(settings.Root(), path);
     const auto setting = [&](const wchar_t* name) {
-        const XJSON::AnyType* value = XRegistryTree::FindValue(settings.Root(), key, name);
+        const XJSON::AnyType* value = key ? XRegistryTree::FindValue(*key, {}, name) : nullptr;
         return static_cast<uint32_t>(XRegistryTree::ToInteger(value, nullptr));
     };
     TaggingOptions options;

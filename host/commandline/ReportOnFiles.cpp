@@ -4,6 +4,7 @@
 #include "host/terminal/ForEachFile.h"
 #include "host/terminal/StandardOutput.h"
 
+#include <atomic>
 #include <cctype>
 #include <iostream>
 #include <map>
@@ -16,22 +17,32 @@ namespace w64 {
 
 namespace {
 
-// Prints texts in the order of their numbers, each when all before it are there.
+struct Report {
+    std::string text;
+    std::string error;  // empty for none
+};
+
+// Prints reports in the order of their files, each when all before it are there.
 // Threads: any.
 class InOrder {
 public:
-    void Print(size_t number, std::string text) {
+    InOrder(std::span<const std::string> files, Console& console) : files_(files), console_(console) {}
+
+    void Print(size_t file, Report report) {
         const std::lock_guard lock(access_);
-        waiting_[number] = std::move(text);
+        waiting_[file] = std::move(report);
         for (auto next = waiting_.find(next_); next != waiting_.end(); next = waiting_.find(++next_)) {
-            std::cout << next->second;
+            std::cout << next->second.text;
+            if (!next->second.error.empty()) console_.Error(files_[next_], next->second.error);
             waiting_.erase(next);
         }
     }
 
 private:
+    const std::span<const std::string> files_;
+    Console& console_;
     std::mutex access_;
-    std::map<size_t, std::string> waiting_;
+    std::map<size_t, Report> waiting_;
     size_t next_ = 0;
 };
 
@@ -64,29 +75,29 @@ bool ReportOnFiles(std::span<const std::string> files, bool asJSON, Console& con
 
 bool ReportOnFiles(std::span<const std::string> files, bool asJSON, unsigned jobs, Console& console,
                    const std::function<void(size_t, std::ostream&, Json*)>& describe) {
-    InOrder output;
-    const auto finish = [&](size_t i, std::ostringstream& text, const Json& json) {
-        if (asJSON) {
-            text << (i == 0 ? "\n" : ",\n") << json.dump(2, ' ', false, Json::error_handler_t::replace);
-        }
-        output.Print(i, text.str());
-    };
+    InOrder output(files, console);
+    std::atomic<bool> allWell = true;
     if (asJSON) std::cout << "[";
     const bool allDone = ForEachFile(files, jobs, console, [&](size_t i) {
         std::ostringstream text;
-        Json json = NameInJSON(console.NameOf(files[i]));
+        Json json;
+        std::string error;
+        if (asJSON) json = NameInJSON(console.NameOf(files[i]));
         try {
             describe(i, text, asJSON ? &json : nullptr);
         } catch (const std::exception& failure) {
-            json["error"] = failure.what();
-            finish(i, text, json);
-            throw;
+            error = failure.what();
+            if (asJSON) json["error"] = error;
+            allWell = false;
         }
-        finish(i, text, json);
+        if (asJSON) {
+            text << (i == 0 ? "\n" : ",\n") << json.dump(2, ' ', false, Json::error_handler_t::replace);
+        }
+        output.Print(i, {text.str(), error});
     });
     if (asJSON) std::cout << "\n]\n";
     FlushStandardOutput();
-    return allDone;
+    return allDone && allWell;
 }
 
 }  // namespace w64

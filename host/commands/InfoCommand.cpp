@@ -30,6 +30,7 @@ struct InfoOptions {
     bool json = false;
     bool isShort = false;
     std::string value;  // the only one to print
+    unsigned jobs = 1;
 };
 
 // What the decoder reports, with the errors that did not stop it.
@@ -70,7 +71,7 @@ struct Subject {
 };
 
 std::optional<BroadcastExtension> BroadcastOf(const Subject& subject) {
-    return BroadcastExtension::Parse(subject.file.ReadMetadata().broadcastExtension);
+    return BroadcastExtension::Parse(subject.file.ReadBroadcastExtension());
 }
 
 Json ListChunksOf(clWave64Handler& chunks) {
@@ -182,30 +183,37 @@ void PrintValue(const std::string& name, const Subject& subject, std::ostream& o
     out << (json[name].is_string() ? json[name].get<std::string>() : json[name].dump()) << "\n";
 }
 
+void Report(const Subject& subject, const InfoOptions& options, std::ostream& out, Json* json) {
+    if (json) {
+        Describe(subject, *json);
+    } else if (options.isShort) {
+        PrintShort(subject, out);
+    } else if (!options.value.empty()) {
+        PrintValue(options.value, subject, out);
+    } else {
+        Print(subject, out);
+    }
+}
+
+void ReportOnFile(const std::string& name, const InfoOptions& options, const PluginLibrary& library,
+                  CommandContext context, std::ostream& out, Json* json) {
+    NoteInterruptedEdit(name, context.console);
+    const Answer answer = AskDecoder(library, name, context);
+    Wave64File file(name);
+    if (!file.Format()) throw Failure("cannot read the file");
+    Report({context.console.NameOf(name), answer.info, answer.report, *file.Format(), file}, options, out,
+           json);
+    if (!answer.errors.empty()) throw Failure(WithDamage(JoinLines(answer.errors), name));
+    if (const std::string cut = file.DescribeCut(); !cut.empty()) throw Failure(cut);
+}
+
 bool InfoCommand(const InfoOptions& options, CommandContext context) {
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     const OwnSettings settings;  // so that lists of every form are read
-    return ReportOnFiles(options.inputs, options.json, 1, context.console,
+    const unsigned jobs = context.traceDescriptor == 0 ? options.jobs : 1;  // traces of several would mix
+    return ReportOnFiles(options.inputs, options.json, jobs, context.console,
                          [&](size_t i, std::ostream& out, Json* json) {
-                             const std::string& name = options.inputs[i];
-                             NoteInterruptedEdit(name, context.console);
-                             const Answer answer = AskDecoder(library, name, context);
-                             Wave64File file(name);
-                             if (!file.Format()) throw Failure("cannot read the file");
-                             const Subject subject = {context.console.NameOf(name), answer.info,
-                                                      answer.report, *file.Format(), file};
-                             if (json) {
-                                 Describe(subject, *json);
-                             } else if (options.isShort) {
-                                 PrintShort(subject, out);
-                             } else if (!options.value.empty()) {
-                                 PrintValue(options.value, subject, out);
-                             } else {
-                                 Print(subject, out);
-                             }
-                             if (!answer.errors.empty())
-                                 throw Failure(WithDamage(JoinLines(answer.errors), name));
-                             if (const std::string cut = file.DescribeCut(); !cut.empty()) throw Failure(cut);
+                             ReportOnFile(options.inputs[i], options, library, context, out, json);
                          });
 }
 
@@ -227,6 +235,7 @@ void AddInfo(CLI::App& app, CommandLine& line) {
             CLI::IsMember(std::vector<std::string>(std::begin(kValues), std::end(kValues))).description(""))
         ->type_name("VALUE")
         ->excludes("--json", "--short");
+    AddJobs(command, options.jobs);
     SetFooter(command, std::string(kAboutValues) + kAboutStandardInput);
 }
 

@@ -6,9 +6,9 @@
 namespace w64 {
 
 std::vector<std::string> ReportChannels::Lines(std::string text) {
-    std::ranges::replace(text, '\0', '?');  // would end the message early
-
     std::vector<std::string> lines;
+    if (text.empty()) return lines;
+    std::ranges::replace(text, '\0', '?');  // would end the message early
     std::istringstream stream(std::move(text));
     for (std::string line; std::getline(stream, line);) {
         line.erase(std::min(line.rfind("  ["), line.find_last_not_of('\r') + 1));

@@ -59,20 +59,27 @@ std::optional<int64_t> Wave64File::Frames() {
 Metadata Wave64File::ReadMetadata() {
     Metadata metadata;
     AddTags(metadata);
+    FoundChunk extension = FindBroadcastExtension();
+    metadata.broadcastExtension = std::move(extension.data);
     for (int i = 0; i < chunks_.Count(); ++i) {
         const GUID& identifier = chunks_[i].ChunkGUID;
-        if (CompareGUID(identifier, kSummaryListCode) ||
+        if (i == extension.index || CompareGUID(identifier, kSummaryListCode) ||
             IsOneOf(identifier, {"fmt ", "data", "fact", "ds64", "JUNK", "PAD "})) {
             continue;
-        }
-        if (metadata.broadcastExtension.empty() && IsOneOf(identifier, {"bext"})) {
-            metadata.broadcastExtension = ReadChunk(file_, chunks_[i]);
-            if (!metadata.broadcastExtension.empty()) continue;
         }
         AddOnce(metadata.others,
                 HasName(identifier) ? ContentOf(RIFFChnkGUID2CHR(identifier)) : "unknown chunk");
     }
     return metadata;
+}
+
+Wave64File::FoundChunk Wave64File::FindBroadcastExtension() {
+    for (int i = 0; i < chunks_.Count(); ++i) {
+        if (!IsOneOf(chunks_[i].ChunkGUID, {"bext"})) continue;
+        std::vector<uint8_t> data = ReadChunk(file_, chunks_[i]);
+        if (!data.empty()) return {i, std::move(data)};
+    }
+    return {};
 }
 
 void Wave64File::AddTags(Metadata& metadata) {

@@ -38,6 +38,9 @@ public:
     // Its contents besides format and audio.
     Metadata ReadMetadata();
 
+    // The data of the first broadcast extension that can be read; empty for none.
+    std::vector<uint8_t> ReadBroadcastExtension() { return FindBroadcastExtension().data; }
+
     // Bytes of chunk data past the end of the file; padding does not count.
     int64_t MissingBytes();
 
@@ -48,7 +51,13 @@ public:
     std::string DescribeCut();
 
 private:
+    struct FoundChunk {
+        int index = -1;
+        std::vector<uint8_t> data;
+    };
+
     void ReadFormat();
+    FoundChunk FindBroadcastExtension();
     void AddTags(Metadata& metadata);
 
     XFile file_;

@@ -93,8 +93,9 @@ public:
 
 private:
     [[nodiscard]] bool ScanFile();
-    [[nodiscard]] bool ScanOuterHeader(int64_t fileSize);
-    void WalkChunks(int64_t fileSize);
+    class HeaderWindow;
+    [[nodiscard]] bool ScanOuterHeader(HeaderWindow& window, int64_t fileSize);
+    void WalkChunks(HeaderWindow& window, int64_t fileSize);
     void CheckComputedSize(int64_t fileSize);
     XStr FaultOfLength(int64_t outerSize, int64_t fileSize) const;
 

@@ -18,40 +18,43 @@ constexpr const char* kScanFile = "ScanFile";
 // Far more than any recording has; without a limit, a file of empty chunks would fill the memory with records.
 constexpr int kMaxChunks = 450'000;
 
-// Reads chunk headers through a window of the file, so that adjacent small chunks cost one read. A header far
-// from the last one gets a small window, as large chunks are rarely followed by many small ones.
-class HeaderWindow {
+}  // namespace
+
+// Reads headers through a window of the file, so that adjacent small chunks cost one read. The window is small at
+// first and after a large chunk, as those are rarely followed by many small ones, and grows while headers are near.
+class clWave64Handler::HeaderWindow {
 public:
     explicit HeaderWindow(XFile& file) : file_(file) {}
 
-    // The 24 bytes at `position`, valid until the next call; null if the file is too short.
-    const uint8_t* HeaderAt(int64_t position) {
-        if (!Holds(position)) Fill(position);
-        return Holds(position) ? bytes_.data() + (position - start_) : nullptr;
+    // The header of `size` bytes at `position`, valid until the next call; null if the file is too short.
+    const uint8_t* HeaderAt(int64_t position, int64_t size = kChunkHeaderBytes) {
+        if (!Holds(position, size)) Fill(position);
+        return Holds(position, size) ? bytes_.data() + (position - start_) : nullptr;
     }
 
 private:
-    bool Holds(int64_t position) const {
-        return position >= start_ && position - start_ <= held_ - kChunkHeaderBytes;
+    bool Holds(int64_t position, int64_t size) const {
+        return position >= start_ && position - start_ <= held_ - size;
     }
 
     void Fill(int64_t position) {
-        const bool near = position - (start_ + held_) < static_cast<int64_t>(bytes_.size());
+        const bool isNear = held_ > 0 && position - (start_ + held_) < static_cast<int64_t>(bytes_.size());
+        wanted_ = isNear ? std::min(2 * wanted_, bytes_.size()) : kMinWindow;
         start_ = position;
         held_ = 0;
         if (!file_.SetPosition(position)) return;
-        held_ = static_cast<int64_t>(file_.Read(bytes_.data(), near ? bytes_.size() : kFarWindow));
+        held_ = static_cast<int64_t>(file_.Read(bytes_.data(), wanted_));
     }
 
-    static constexpr size_t kFarWindow = 4096;
+    // Holds the headers before the audio, and a usual padding.
+    static constexpr size_t kMinWindow = 8192;
 
     XFile& file_;
     int64_t start_ = 0;
     int64_t held_ = 0;
+    size_t wanted_ = 0;
     std::array<uint8_t, 65536> bytes_;  // filled before it is read
 };
-
-}  // namespace
 
 bool clWave64Handler::ScanFile() {
     StdReport::WriteDEBUG(L"->->", report_, kScanFile, true);
@@ -61,22 +64,21 @@ bool clWave64Handler::ScanFile() {
     isScanLimited_ = false;
     if (fileSize == 0) return true;
     chunks_.Clear();
-    if (!ScanOuterHeader(fileSize)) return false;
-    WalkChunks(fileSize);
+    HeaderWindow window(*this);
+    if (!ScanOuterHeader(window, fileSize)) return false;
+    WalkChunks(window, fileSize);
     CheckComputedSize(fileSize);
     StdReport::WriteDEBUG(L"<-<-", report_, kScanFile, true);
     return true;
 }
 
-bool clWave64Handler::ScanOuterHeader(int64_t fileSize) {
+bool clWave64Handler::ScanOuterHeader(HeaderWindow& window, int64_t fileSize) {
     if (!SetPosition(0)) return StdReport::Fail(L"Error Setting File Position to 0.", report_, kScanFile);
-    std::array<uint8_t, kOuterHeaderBytes> header{};
-    if (Read(header.data(), header.size()) < header.size()) {
-        return StdReport::Fail(L"Error: File too small for RIFF.", report_, kScanFile);
-    }
-    const auto identifier = base::Load<GUID>(header.data());
-    const auto sizeField = base::Load<uint64_t>(header.data() + 16);
-    const auto formType = base::Load<GUID>(header.data() + 24);
+    const uint8_t* header = window.HeaderAt(0, kOuterHeaderBytes);
+    if (!header) return StdReport::Fail(L"Error: File too small for RIFF.", report_, kScanFile);
+    const auto identifier = base::Load<GUID>(header);
+    const auto sizeField = base::Load<uint64_t>(header + 16);
+    const auto formType = base::Load<GUID>(header + 24);
     const XStr name = Widen(RIFFChnkGUID2CHR(identifier));
     if (!CompareGUID(identifier, RiffID) || !CompareGUID(formType, FormType)) {
         return StdReport::Fail(L"Error RIFF chunk unknown '" + name + L"'", report_, kScanFile);
@@ -103,8 +105,7 @@ bool clWave64Handler::ScanOuterHeader(int64_t fileSize) {
 }
 
 // Lenient: whatever is wrong ends the walk, and the chunks found so far are kept.
-void clWave64Handler::WalkChunks(int64_t fileSize) {
-    HeaderWindow window(*this);
+void clWave64Handler::WalkChunks(HeaderWindow& window, int64_t fileSize) {
     // The exact rules ignore a header with nothing after it.
     const int64_t lastHeader = riffSize_ - kChunkHeaderBytes - (rules_.safe ? 0 : 1);
     int64_t position = kOuterHeaderBytes;
