@@ -28,9 +28,9 @@ void AddAudioFiles(CLI::App* command, std::vector<std::string>& files) {
     command->add_option("FILE", files, "Audio files: Wave64, WAV, AIFF, FLAC ...")->required()->type_name("");
 }
 
-void AddJobs(CLI::App* command, unsigned& jobs) {
+void AddJobs(CLI::App* command, unsigned& jobs, const std::string& help) {
     jobs = std::max(std::thread::hardware_concurrency(), 1u);
-    command->add_option("-j,--jobs", jobs, "Files to work on at the same time")
+    command->add_option("-j,--jobs", jobs, help)
         ->check(CLI::Range(1u, 1024u).description(""))
         ->type_name("N")
         ->capture_default_str();

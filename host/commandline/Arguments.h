@@ -14,7 +14,8 @@ namespace w64 {
 
 void AddFiles(CLI::App* command, std::vector<std::string>& files);       // "FILE"
 void AddAudioFiles(CLI::App* command, std::vector<std::string>& files);  // "FILE", of any kind
-void AddJobs(CLI::App* command, unsigned& jobs);                         // default: one per processor core
+void AddJobs(CLI::App* command, unsigned& jobs,                          // default: one per processor core
+             const std::string& help = "Files to work on at the same time");
 void AddJSON(CLI::App* command, bool& json);
 void AddForce(CLI::App* command, bool& force);
 void AddPadding(CLI::App* command, unsigned& bytes);

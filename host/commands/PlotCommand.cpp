@@ -16,6 +16,7 @@
 #include "host/terminal/FormatText.h"
 #include "host/terminal/Progress.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 
@@ -63,7 +64,7 @@ std::string NothingToPlot(const PlotOptions& options) {
 }
 
 // A file that is cut off is drawn as far as it goes, and then reported.
-void Plot(const std::string& input, const fs::path& target, const PlotOptions& options,
+void Plot(const std::string& input, const fs::path& target, const PlotOptions& options, unsigned threads,
           CommandContext context, Progress& progress) {
     FrameReader reader(input, target.parent_path(), context, {options.start, options.end});
     const XAudioWFX& format = reader.Format();
@@ -79,7 +80,7 @@ void Plot(const std::string& input, const fs::path& target, const PlotOptions& o
     const FrequencyScale scale(rate / 2, options.byOctaves);
     Envelope envelope(format.Channels(), lanes.size() == 1, columns);
     Spectrogram spectrogram(
-        {format.Channels(), rows, columns, options.floor, reader.ExpectedFrames(), scale});
+        {format.Channels(), rows, columns, options.floor, reader.ExpectedFrames(), scale, threads});
     Progress::Share share(progress, reader.ExpectedFrames());
     ReadFrames(reader, input, share, context.console, [&](std::span<const double> frames) {
         envelope.Add(frames);
@@ -109,9 +110,10 @@ bool PlotCommand(const PlotOptions& options, CommandContext context) {
         if (target.extension() != ".png") throw UsageError("'" + options.output + "' should end in .png");
     }
     Progress progress(context.console, inputs[0], static_cast<int>(inputs.size()));
+    const auto threads = static_cast<unsigned>(std::max<size_t>(options.jobs / inputs.size(), 1));
     return ForEachFile(inputs, options.jobs, context.console, [&](size_t i) {
         NoteInterruptedEdit(inputs[i], context.console);
-        Plot(inputs[i], targets[i], options, context, progress);
+        Plot(inputs[i], targets[i], options, threads, context, progress);
     });
 }
 
@@ -156,7 +158,7 @@ void AddPlot(CLI::App& app, CommandLine& line) {
         ->type_name("DB")
         ->capture_default_str();
     AddForce(command, options.force);
-    AddJobs(command, options.jobs);
+    AddJobs(command, options.jobs, "Threads, for as many files at the same time or for fewer");
     SetFooter(command, std::string(kAboutPlot) + kAboutPlaces);
 }
 

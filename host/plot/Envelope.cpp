@@ -1,6 +1,7 @@
 #include "host/plot/Envelope.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace w64 {
@@ -9,17 +10,21 @@ namespace {
 
 using Column = Envelope::Column;
 
-// Every `stride`th sample.
-Column Measure(std::span<const double> samples, size_t stride) {
-    Column column{samples[0], samples[0], 0, 0};
-    for (size_t i = 0; i < samples.size(); i += stride) {
-        const double sample = samples[i];
-        column.low = std::min(column.low, sample);
-        column.high = std::max(column.high, sample);
-        column.squares += sample * sample;
-        ++column.samples;
+// Of the first channels of interleaved frames. Two take little more time than one, as each sum waits for its last
+// addition.
+template <size_t kChannels>
+std::array<Column, kChannels> Measure(const double* frames, size_t count, size_t stride) {
+    std::array<Column, kChannels> columns;
+    for (size_t i = 0; i < kChannels; ++i)
+        columns[i] = {frames[i], frames[i], 0, static_cast<int64_t>(count)};
+    for (; count > 0; --count, frames += stride) {
+        for (size_t i = 0; i < kChannels; ++i) {
+            columns[i].low = std::min(columns[i].low, frames[i]);
+            columns[i].high = std::max(columns[i].high, frames[i]);
+            columns[i].squares += frames[i] * frames[i];
+        }
     }
-    return column;
+    return columns;
 }
 
 Column Merged(const Column& a, const Column& b) {
@@ -47,13 +52,19 @@ void Envelope::Add(std::span<const double> frames) {
         if (frames_ % framesPerColumn_ == 0) BeginColumn();
         const auto room = static_cast<size_t>(framesPerColumn_ - frames_ % framesPerColumn_);
         const size_t count = std::min(room, frames.size() / channels_);
-        const auto part = frames.first(count * channels_);
-        for (size_t channel = 0; channel < channels_; ++channel) {
+        const auto merge = [this](size_t channel, const Column& measured) {
             Column& column = lanes_[channel % lanes_.size()].back();
-            column = Merged(column, Measure(part.subspan(channel), channels_));
+            column = Merged(column, measured);
+        };
+        size_t channel = 0;
+        for (; channel + 1 < channels_; channel += 2) {
+            const auto [first, second] = Measure<2>(frames.data() + channel, count, channels_);
+            merge(channel, first);
+            merge(channel + 1, second);
         }
+        if (channel < channels_) merge(channel, Measure<1>(frames.data() + channel, count, channels_)[0]);
         frames_ += static_cast<int64_t>(count);
-        frames = frames.subspan(part.size());
+        frames = frames.subspan(count * channels_);
     }
 }
 

@@ -1,17 +1,15 @@
 #include "host/plot/Spectrogram.h"
 
-#include "audio/fft/VectorComplex.h"
-
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <numeric>
+#include <system_error>
+#include <utility>
 
 namespace w64 {
 
 namespace {
 
-constexpr double kRounding = 1e-9;  // of places on the scale
 constexpr size_t kMinPoints = 256;
 
 // Two to four bins per band, and by octaves enough to tell low notes apart.
@@ -27,197 +25,169 @@ size_t WindowSize(int64_t frames, size_t points) {
     return std::bit_floor(static_cast<size_t>(fitting));
 }
 
-// Modified Bessel function of order 0, by its series.
-double BesselI0(double x) {
-    double sum = 0;
-    double term = 1;
-    for (int k = 1; term > sum * 1e-17; ++k) {
-        sum += term;
-        term *= x / (2 * k) * (x / (2 * k));
-    }
-    return sum;
+std::vector<double> WindowFor(const Spectrogram::Shape& shape) {
+    constexpr double kMargin = 10;  // for several lines that leak into the same bin
+    return KaiserWindow(WindowSize(std::max<int64_t>(shape.expectedFrames, 0), PointsFor(shape)),
+                        kMargin - shape.floor);
 }
 
-// A Kaiser window with side lobes `attenuation` dB, at least 60, below the main lobe; scaled so that a sine of
-// amplitude 1 has a peak of 1.
-std::vector<double> KaiserWindow(size_t size, double attenuation) {
-    const double beta = 0.12438 * (attenuation + 6.3);
-    std::vector<double> window(size);
-    for (size_t i = 0; i < size; ++i) {
-        const double x = static_cast<double>(2 * i + 1) / static_cast<double>(size) - 1;
-        window[i] = BesselI0(beta * std::sqrt(1 - x * x));
-    }
-    const double sum = std::accumulate(window.begin(), window.end(), 0.0);
-    for (double& weight : window) weight *= 2 / sum;
-    return window;
+// A power of two, so that columns are made of whole jobs or jobs of whole columns. It does not depend on the number
+// of threads, nor do the sums.
+size_t WindowsPerJob(size_t windowSize, size_t channels) {
+    constexpr size_t kMaxSamples = 1 << 18;
+    const size_t frames = std::max(kMaxSamples / channels, windowSize) - windowSize;
+    return std::bit_floor(std::clamp<size_t>(frames / (windowSize / 4), 2, 64));
 }
 
-W64_VECTOR_CLONES void WeighPairs(const std::vector<double>& window, const double* frames, size_t channels,
-                                  double* points) {
-    for (size_t i = 0; i < window.size(); ++i, frames += channels, points += 2) {
-        points[0] = frames[0] * window[i];
-        points[1] = frames[1] * window[i];
-    }
-}
-
-W64_VECTOR_CLONES void SumUpPowers(const double* spectrum, std::vector<double>& sums) {
-    for (size_t k = 0; k < sums.size(); k += fft::kLanes) {
-        const fft::Complex value = fft::LoadGroup(spectrum + 2 * k);
-        fft::StoreVector(&sums[k], fft::LoadVector(&sums[k]) + value.re * value.re + value.im * value.im);
-    }
+size_t JobsFor(unsigned threads, size_t samplesPerJob) {
+    constexpr size_t kMaxSamples = 1 << 23;  // of all jobs
+    return std::clamp<size_t>(kMaxSamples / samplesPerJob, 1, std::max(threads, 1u));
 }
 
 }  // namespace
 
 Spectrogram::Spectrogram(const Shape& shape)
-    : channels_(static_cast<size_t>(shape.channels)), rows_(shape.rows), maxColumns_(2 * shape.columns),
-      grid_(static_cast<std::ptrdiff_t>(PointsFor(shape))), powerSums_(PointsFor(shape)),
-      bins_(powerSums_.size() / 2 + 1) {
-    constexpr double kMargin = 10;  // for several lines that leak into the same bin
-    const auto frames = std::max<int64_t>(shape.expectedFrames, 0);
-    window_ = KaiserWindow(WindowSize(frames, powerSums_.size()), kMargin - shape.floor);
-    for (AlignedDoubles* complex : {&points_, &unpaired_, &spectrum_, &work_}) {
-        complex->resize(2 * powerSums_.size(), 0.0);
-    }
-    for (size_t row = 0; row <= rows_; ++row) {
-        const double place = static_cast<double>(row) / static_cast<double>(rows_);
-        edges_.push_back(shape.scale.At(place) / shape.scale.Highest() *
-                         static_cast<double>(bins_.size() - 1));
-    }
-
+    : channels_(static_cast<size_t>(shape.channels)), maxColumns_(2 * shape.columns),
+      points_(PointsFor(shape)), window_(WindowFor(shape)),
+      windowsPerJob_(WindowsPerJob(window_.size(), channels_)),
+      bands_(shape.scale, shape.rows, points_ / 2 + 1), column_(points_) {
     // With a hop of at most a quarter window every frame has about the same weight; the windows then take a few times
     // as long as reading the audio.
-    const auto columns = static_cast<uint64_t>(frames) / shape.columns;
-    framesPerColumn_ =
-        static_cast<int64_t>(std::clamp<uint64_t>(std::bit_floor(columns), 1, window_.size() / 4));
+    const auto maxHop = window_.size() / 4;
+    const auto columns = static_cast<uint64_t>(std::max<int64_t>(shape.expectedFrames, 0)) / shape.columns;
+    framesPerColumn_ = static_cast<int64_t>(std::clamp<uint64_t>(std::bit_floor(columns), 1, maxHop));
     framesPerWindow_ = framesPerColumn_;
+    const size_t jobs =
+        JobsFor(shape.threads, (window_.size() + maxHop * windowsPerJob_) * channels_ + 12 * points_);
+    for (size_t i = 0; i < jobs; ++i) jobs_.emplace_back(WindowSpectra(window_, channels_, points_));
 }
 
 void Spectrogram::Add(std::span<const double> frames) {
     while (frames.size() >= channels_) {
-        const size_t count = std::min(window_.size(), frames.size() / channels_) * channels_;
-        Append(frames.first(count));
-        frames = frames.subspan(count);
-        const auto fits = frames_ - static_cast<int64_t>(window_.size());
-        while (WindowStart() <= fits) AddWindow(WindowStart());
+        Job& job = jobs_[next_];
+        if (job.starts.empty()) Plan(INT64_MAX, INT64_MAX);
+        const size_t missing = job.starts.back() + window_.size() - job.frames.size() / channels_;
+        const size_t count = std::min(missing, frames.size() / channels_);
+        const auto part = frames.first(count * channels_);
+        job.frames.insert(job.frames.end(), part.begin(), part.end());
+        frames = frames.subspan(part.size());
+        frames_ += static_cast<int64_t>(count);
+        if (count == missing) Launch();
     }
 }
 
 // Windows stay inside the audio, so that they do not see an abrupt start or end.
 void Spectrogram::Finish() {
-    if (frames_ < static_cast<int64_t>(window_.size())) PadToWindow();
-    const int64_t last = std::max<int64_t>(frames_ - static_cast<int64_t>(window_.size()), 0);
-    while (position_ < frames_) AddWindow(std::min(WindowStart(), last));
-    if (windows_ > 0) EndColumn();
-}
-
-void Spectrogram::Append(std::span<const double> frames) {
-    const size_t kept = window_.size() * channels_;
-    if (latest_.size() > kept)
-        latest_.erase(latest_.begin(), latest_.end() - static_cast<std::ptrdiff_t>(kept));
-    latest_.insert(latest_.end(), frames.begin(), frames.end());
-    frames_ += static_cast<int64_t>(frames.size() / channels_);
+    const auto windowSize = static_cast<int64_t>(window_.size());
+    if (frames_ < windowSize) PadToWindow();
+    while (position_ < frames_) {
+        Plan(frames_, std::max<int64_t>(frames_ - windowSize, 0));
+        Launch();
+    }
+    for (size_t i = 0; i < jobs_.size(); ++i) Collect(jobs_[(next_ + i) % jobs_.size()]);
 }
 
 // Audio shorter than a window is centred in it.
 void Spectrogram::PadToWindow() {
-    const size_t missing = window_.size() - latest_.size() / channels_;
-    latest_.insert(latest_.begin(), missing / 2 * channels_, 0.0);
-    latest_.resize(window_.size() * channels_);
+    std::vector<double>& frames = jobs_[next_].frames;
+    const size_t missing = window_.size() - frames.size() / channels_;
+    frames.insert(frames.begin(), missing / 2 * channels_, 0.0);
+    frames.resize(window_.size() * channels_);
 }
 
-// The window is centred on the frames that it stands for.
-int64_t Spectrogram::WindowStart() const {
-    return std::max<int64_t>(position_ + framesPerWindow_ / 2 - static_cast<int64_t>(window_.size() / 2), 0);
-}
-
-void Spectrogram::AddWindow(int64_t start) {
-    const int64_t beforeEnd = std::max(frames_, static_cast<int64_t>(window_.size())) - start;
-    const double* frames = latest_.data() + latest_.size() - static_cast<size_t>(beforeEnd) * channels_;
-    for (size_t channel = 0; channel + 1 < channels_; channel += 2) {
-        WeighPairs(window_, frames + channel, channels_, points_.data());
-        AddPowers(points_);
+// Chooses the windows of the next job: those that stand for frames before `end`. They are centred on these.
+void Spectrogram::Plan(int64_t end, int64_t lastStart) {
+    Job& job = jobs_[next_];
+    const int64_t before = static_cast<int64_t>(window_.size() / 2) - framesPerWindow_ / 2;
+    job.windowsPerColumn = static_cast<size_t>(framesPerColumn_ / framesPerWindow_);
+    const size_t count = std::min(windowsPerJob_, (maxColumns_ - columns_) * job.windowsPerColumn);
+    job.starts.clear();
+    for (int64_t at = position_; at < end && job.starts.size() < count; at += framesPerWindow_) {
+        const int64_t start = std::min(std::max<int64_t>(at - before, 0), lastStart);
+        job.starts.push_back(static_cast<size_t>(start - job.firstFrame));
     }
-    if (channels_ % 2 != 0) AddUnpaired(frames + channels_ - 1);
-    ++windows_;
-    position_ += framesPerWindow_;
-    if (position_ % framesPerColumn_ == 0) EndColumn();
+    job.frames.reserve((job.starts.back() + window_.size()) * channels_);
 }
 
-void Spectrogram::AddUnpaired(const double* samples) {
-    double* to = unpaired_.data() + (isHalfFull_ ? 1 : 0);
-    for (size_t i = 0; i < window_.size(); ++i) to[2 * i] = samples[i * channels_] * window_[i];
-    isHalfFull_ = !isHalfFull_;
-    if (!isHalfFull_) AddPowers(unpaired_);
+void Spectrogram::Launch() {
+    Job& job = jobs_[next_];
+    position_ += static_cast<int64_t>(job.starts.size()) * framesPerWindow_;
+    job.endsColumn = position_ % framesPerColumn_ == 0 || position_ >= frames_;
+    CountColumns(job);
+    job.done = Start(job);
+    next_ = (next_ + 1) % jobs_.size();
+    BeginNext(job);
 }
 
-void Spectrogram::AddPowers(const AlignedDoubles& points) {
-    grid_.Forward(points.data(), spectrum_.data(), work_.data());
-    SumUpPowers(spectrum_.data(), powerSums_);
+void Spectrogram::CountColumns(const Job& job) {
+    const size_t windows = job.starts.size();
+    columns_ += windows / job.windowsPerColumn;
+    if (job.endsColumn && windows % job.windowsPerColumn != 0) ++columns_;
+    if (columns_ < maxColumns_) return;
+    columns_ /= 2;
+    framesPerColumn_ *= 2;
+    framesPerWindow_ = std::min(framesPerColumn_, static_cast<int64_t>(window_.size() / 4));
 }
 
-// The powers of a positive frequency and its negative add up to twice those of the real and the imaginary part.
-void Spectrogram::FoldPowers() {
-    bins_.front() = powerSums_.front();
-    for (size_t k = 1; k < bins_.size(); ++k)
-        bins_[k] = (powerSums_[k] + powerSums_[powerSums_.size() - k]) / 2;
-}
-
-void Spectrogram::EndColumn() {
-    if (isHalfFull_) {
-        for (size_t i = 0; i < window_.size(); ++i) unpaired_[2 * i + 1] = 0;
-        AddPowers(unpaired_);
-        isHalfFull_ = false;
+// With the last window of the job before.
+void Spectrogram::BeginNext(const Job& before) {
+    Job& job = jobs_[next_];
+    Collect(job);
+    const auto kept = static_cast<std::ptrdiff_t>(window_.size() * channels_);
+    if (&job == &before) {
+        job.frames.erase(job.frames.begin(), job.frames.end() - kept);
+    } else {
+        job.frames.assign(before.frames.end() - kept, before.frames.end());
     }
-    FoldPowers();
-    const double mean = 1.0 / static_cast<double>(windows_ * channels_);
-    for (size_t row = 0; row < rows_; ++row) powers_.push_back(static_cast<float>(PowerOfRow(row) * mean));
-    std::ranges::fill(powerSums_, 0.0);
-    windows_ = 0;
+    job.firstFrame = std::max<int64_t>(frames_ - static_cast<int64_t>(window_.size()), 0);
+    job.starts.clear();
+}
+
+// A job that gets no thread is done where it is collected.
+std::future<void> Spectrogram::Start(Job& job) const {
+    const auto work = [this, &job] { Work(job); };
+    if (jobs_.size() == 1) return std::async(std::launch::deferred, work);
+    try {
+        return std::async(std::launch::async, work);
+    } catch (const std::system_error&) {
+        return std::async(std::launch::deferred, work);
+    }
+}
+
+void Spectrogram::Work(Job& job) const {
+    job.powers.clear();
+    for (size_t i = 0; i < job.starts.size(); ++i) {
+        job.spectra.Add(job.frames.data() + job.starts[i] * channels_);
+        if ((i + 1) % job.windowsPerColumn == 0) AppendColumn(job.spectra.Take(), job.powers);
+    }
+    job.part = job.spectra.Take();
+}
+
+void Spectrogram::Collect(Job& job) {
+    if (!job.done.valid()) return;
+    job.done.get();
+    powers_.insert(powers_.end(), job.powers.begin(), job.powers.end());
+    if (job.part.windows > 0) {
+        column_.Add(job.part);
+        if (job.endsColumn) AppendColumn(std::exchange(column_, SpectrumSum(points_)), powers_);
+    }
     if (Columns() == maxColumns_) MergePairs();
 }
 
-double Spectrogram::PowerOfRow(size_t row) const {
-    const double low = edges_[row];
-    const double high = edges_[row + 1];
-    if (high - low < 1) return PowerBetween((low + high) / 2);
-    const auto first = bins_.begin() + static_cast<std::ptrdiff_t>(low + kRounding);
-    const auto end = bins_.begin() + static_cast<std::ptrdiff_t>(high + kRounding);
-    return PeakPower(static_cast<size_t>(std::max_element(first, end) - bins_.begin()));
-}
-
-// On a straight line in dB.
-double Spectrogram::PowerBetween(double bin) const {
-    const auto below = std::min(static_cast<size_t>(bin), bins_.size() - 2);
-    const double share = bin - static_cast<double>(below);
-    return std::pow(bins_[below], 1 - share) * std::pow(bins_[below + 1], share);
-}
-
-// The peak of a spectral line between two bins, by parabolic interpolation of three bins in dB. The correction is
-// limited to the window's scalloping loss, in case it is not a line.
-double Spectrogram::PeakPower(size_t bin) const {
-    constexpr double kMaxLoss = 0.3;  // natural logarithm of power
-    const double power = bins_[bin];
-    if (bin == 0 || bin + 1 == bins_.size()) return power;
-    const double below = bins_[bin - 1];
-    const double above = bins_[bin + 1];
-    if (!(below > 0 && above > 0 && power > below && power >= above)) return power;
-    const double slope = std::log(above) - std::log(below);
-    const double bend = 2 * std::log(power) - std::log(above) - std::log(below);
-    return bend > 0 ? power * std::exp(std::min(slope * slope / (8 * bend), kMaxLoss)) : power;
+void Spectrogram::AppendColumn(const SpectrumSum& sum, std::vector<float>& powers) const {
+    bands_.Append(sum.Folded(), 1.0 / static_cast<double>(sum.windows * channels_), powers);
 }
 
 void Spectrogram::MergePairs() {
+    const size_t rows = bands_.Count();
     const size_t pairs = Columns() / 2;
     for (size_t pair = 0; pair < pairs; ++pair) {
-        for (size_t row = 0; row < rows_; ++row) {
-            const size_t from = 2 * pair * rows_ + row;
-            powers_[pair * rows_ + row] = (powers_[from] + powers_[from + rows_]) / 2;
+        for (size_t row = 0; row < rows; ++row) {
+            const size_t from = 2 * pair * rows + row;
+            powers_[pair * rows + row] = (powers_[from] + powers_[from + rows]) / 2;
         }
     }
-    powers_.resize(pairs * rows_);
-    framesPerColumn_ *= 2;
-    framesPerWindow_ = std::min(framesPerColumn_, static_cast<int64_t>(window_.size() / 4));
+    powers_.resize(pairs * rows);
 }
 
 }  // namespace w64

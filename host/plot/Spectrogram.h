@@ -1,11 +1,13 @@
 #pragma once
 
-#include "audio/fft/FFTGrid.h"
-#include "host/plot/FrequencyScale.h"
+#include "host/plot/FrequencyBands.h"
+#include "host/plot/WindowSpectra.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <future>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace w64 {
@@ -13,8 +15,8 @@ namespace w64 {
 // The spectrogram of audio of any length: the power in each frequency band, column by column. Power is the mean
 // over all channels, and over windows that overlap enough for every frame to count. A column covers a power of two
 // of frames; when there are twice as many columns as needed, pairs are merged.
-// Units:  power 1 is that of a full-scale sine; a band has the power of its highest peak. Between bins, a band narrower than
-//         these has the power that leads from one to the other.
+// Units:   power 1 is that of a full-scale sine.
+// Threads: one caller; the windows are shared among others, and the result does not depend on how many these are.
 class Spectrogram {
 public:
     struct Shape {
@@ -24,59 +26,71 @@ public:
         double floor;                       // in dB, -60 or less: window leakage stays below it
         int64_t expectedFrames;             // an estimate that decides the window size
         FrequencyScale scale = {1, false};  // whose highest frequency is half the sample rate
+        unsigned threads = 1;
     };
 
     explicit Spectrogram(const Shape& shape);
+    Spectrogram(const Spectrogram&) = delete;  // its threads point to it
+    Spectrogram& operator=(const Spectrogram&) = delete;
 
     // Interleaved frames.
     void Add(std::span<const double> frames);
     void Finish();  // after the last frames
 
     int64_t FramesPerColumn() const { return framesPerColumn_; }
-    size_t Columns() const { return powers_.size() / rows_; }
-    std::span<const float> Column(size_t i) const { return std::span(powers_).subspan(i * rows_, rows_); }
+    size_t Columns() const { return powers_.size() / bands_.Count(); }
+    std::span<const float> Column(size_t i) const {
+        return std::span(powers_).subspan(i * bands_.Count(), bands_.Count());
+    }
 
 private:
-    void Append(std::span<const double> frames);
+    // Consecutive windows that one thread works on: of whole columns, or of a part of one.
+    struct Job {
+        explicit Job(WindowSpectra made) : spectra(std::move(made)) {}
+
+        WindowSpectra spectra;
+        std::vector<double> frames;  // from firstFrame on
+        int64_t firstFrame = 0;
+        std::vector<size_t> starts;  // of the windows, in frames
+        size_t windowsPerColumn = 0;
+        bool endsColumn = false;  // the last of the windows
+
+        // The result.
+        std::vector<float> powers;  // of whole columns
+        SpectrumSum part;           // of the column after them
+        std::future<void> done;     // destroyed first, which waits
+    };
+
+    void Plan(int64_t end, int64_t lastStart);
     void PadToWindow();
-    int64_t WindowStart() const;
-    void AddWindow(int64_t start);
-    void AddUnpaired(const double* samples);
-    void AddPowers(const AlignedDoubles& points);
-    void FoldPowers();
-    void EndColumn();
-    double PowerOfRow(size_t row) const;
-    double PowerBetween(double bin) const;
-    double PeakPower(size_t bin) const;
+    void Launch();
+    void CountColumns(const Job& job);
+    void BeginNext(const Job& before);
+    std::future<void> Start(Job& job) const;
+    void Work(Job& job) const;
+    void Collect(Job& job);
+    void AppendColumn(const SpectrumSum& sum, std::vector<float>& powers) const;
     void MergePairs();
 
     const size_t channels_;
-    const size_t rows_;
     const size_t maxColumns_;
-    std::vector<double> window_;
+    const size_t points_;  // of a transform
+    const std::vector<double> window_;
+    const size_t windowsPerJob_;
+    const FrequencyBands bands_;
 
-    std::vector<double> latest_;  // the latest frames, at least a window
-    int64_t frames_ = 0;          // frames so far, including the latest
-
+    // The job that is filled with frames is jobs_[next_]; the others were begun in turn.
+    std::vector<Job> jobs_;
+    size_t next_ = 0;
+    int64_t frames_ = 0;    // so far
+    int64_t position_ = 0;  // first frame that the first window of the next job stands for
     int64_t framesPerColumn_;
     int64_t framesPerWindow_;  // hop size
-    int64_t position_ = 0;     // first frame that the next window stands for
+    size_t columns_ = 0;       // before the next job
 
-    // Windows of two channels are the real and imaginary parts of complex points.
-    FFTGrid grid_;
-    AlignedDoubles points_;
-    AlignedDoubles unpaired_;  // likewise two windows of the last of an odd number of channels
-    bool isHalfFull_ = false;  // with one of them
-    AlignedDoubles spectrum_;
-    AlignedDoubles work_;
-
-    // Of the current column.
-    size_t windows_ = 0;
-    std::vector<double> powerSums_;  // of the points' frequencies, negative ones from half the points on
-    std::vector<double> bins_;       // of the windows
-
-    std::vector<double> edges_;  // of the rows, in bins
+    // The results that were collected.
     std::vector<float> powers_;
+    SpectrumSum column_;  // the part of a column
 };
 
 }  // namespace w64

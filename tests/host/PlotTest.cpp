@@ -10,6 +10,7 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <random>
 
 namespace w64 {
 
@@ -137,6 +138,28 @@ TEST(Spectrogram, SineIsALineOfItsLevelAndNothingElse) {
                     leak = std::max(leak, static_cast<double>(column[row]));
             }
             EXPECT_LT(10 * std::log10(leak), floor);
+        }
+    }
+}
+
+// Of columns that are less than a job, and of ones that are many.
+TEST(Spectrogram, IsTheSameOnAnyNumberOfThreads) {
+    const FrequencyScale scale(24000, false);
+    std::mt19937 random(15);
+    for (const int channels : {2, 3}) {
+        std::vector<double> samples(static_cast<size_t>(channels) * 20'003);
+        for (double& sample : samples) sample = std::uniform_real_distribution(-1.0, 1.0)(random);
+        for (const int64_t expectedFrames : {0, 20'003}) {
+            Spectrogram one({channels, 50, 5, -120, expectedFrames, scale});
+            Spectrogram four({channels, 50, 5, -120, expectedFrames, scale, 4});
+            AddInBlocks(one, samples, samples.size());
+            AddInBlocks(four, samples, static_cast<size_t>(channels) * 777);
+            one.Finish();
+            four.Finish();
+            ASSERT_EQ(one.Columns(), four.Columns());
+            for (size_t i = 0; i < one.Columns(); ++i) {
+                EXPECT_TRUE(std::ranges::equal(one.Column(i), four.Column(i))) << channels << " " << i;
+            }
         }
     }
 }
