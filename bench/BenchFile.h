@@ -54,4 +54,11 @@ private:
     std::filesystem::path path_;
 };
 
+// To the next smaller number of whole frames.
+inline const BenchFile& GiBOfAudio() {
+    constexpr size_t kStep = 3 * 65536;
+    static const BenchFile file("w64-gib", 0, 0, (size_t{1} << 30) / kStep * kStep);
+    return file;
+}
+
 }  // namespace w64

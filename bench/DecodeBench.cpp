@@ -11,20 +11,15 @@ namespace w64 {
 
 namespace {
 
-const BenchFile& AudioFile() {
-    static const BenchFile file("w64-decode", 0, 0, size_t{1} << 30);
-    return file;
-}
-
-void DecodeThroughThePlugin(benchmark::State& state) { BenchPlugin().Measure(state, AudioFile().Path()); }
+void DecodeThroughThePlugin(benchmark::State& state) { BenchPlugin().Measure(state, GiBOfAudio().Path()); }
 BENCHMARK(DecodeThroughThePlugin)->Unit(benchmark::kMillisecond);
 
 void DecodeByBareReads(benchmark::State& state) {
     std::vector<uint8_t> block(65532);  // whole frames
     int64_t bytes = 0;
-    AudioFile();
+    GiBOfAudio();
     for ([[maybe_unused]] auto _ : state) {
-        const int descriptor = ::open(AudioFile().Path().c_str(), O_RDONLY);
+        const int descriptor = ::open(GiBOfAudio().Path().c_str(), O_RDONLY);
         ssize_t got = ::lseek(descriptor, BenchFile::kAudioOffset, SEEK_SET);
         while ((got = ::read(descriptor, block.data(), block.size())) > 0) bytes += got;
         ::close(descriptor);

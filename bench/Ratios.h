@@ -2,6 +2,7 @@
 
 #include <benchmark/benchmark.h>
 #include <map>
+#include <optional>
 #include <string>
 
 namespace w64 {
@@ -21,7 +22,16 @@ public:
     // False if a ratio exceeds its limit. Pairs that were not both run are skipped.
     bool PrintRatios(std::initializer_list<Ratio> ratios) const;
 
+    // How far work is from the least that it could take, for which there is no limit.
+    struct Floor {
+        const char* ours;
+        const char* least;
+    };
+    void PrintFloors(std::initializer_list<Floor> floors) const;
+
 private:
+    std::optional<double> RatioOf(const char* ours, const char* peer) const;
+
     std::map<std::string, double> fastest_;  // seconds per iteration, by benchmark name
 };
 
