@@ -44,8 +44,6 @@ std::wstring AnyNames(Input& in) {
 }
 
 // Near the audio of a small file, or anywhere.
-int64_t AnyFrame(Input& in) { return in.Byte() % 2 == 0 ? in.Number<int16_t>() : in.Number<int64_t>(); }
-
 void Call(Instance& instance, const std::wstring& name, Input& in) {
     Bytes audio;
     switch (in.Byte() % 9) {

@@ -28,6 +28,11 @@ inline void ResetTrace() {
     for (int levels = 1000; levels > 0; --levels) StdReport::WriteDEBUG(L"<-<-", {}, nullptr, true);
 }
 
+// Often one that a short recording has.
+inline int64_t AnyFrame(Input& in) {
+    return in.Byte() % 2 == 0 ? in.Number<int16_t>() : in.Number<int64_t>();
+}
+
 // An instance of the plug-in, as a host uses it that reads all it is given.
 class Instance {
 public:

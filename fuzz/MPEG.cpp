@@ -21,8 +21,6 @@ Bytes DecodePackets(const Bytes& stream, Input cuts) {
     return audio;
 }
 
-int64_t AnyFrame(Input& in) { return in.Byte() % 2 == 0 ? in.Number<int16_t>() : in.Number<int64_t>(); }
-
 void CallOnFile(Instance& instance, const std::wstring& name, Input& in) {
     Bytes audio;
     switch (in.Byte() % 6) {

@@ -43,6 +43,11 @@ struct CommandLine {
         app->final_callback([this, command, &options] { Choose(command, options); });
     }
 
+    // Where the preparations left no file.
+    void HaveNoWork() {
+        work = [](CommandContext) { return false; };
+    }
+
 private:
     std::vector<std::shared_ptr<void>> kept_;
 };

@@ -1,5 +1,6 @@
 #include "host/commandline/Folders.h"
 
+#include "host/commandline/OutputNames.h"
 #include "host/terminal/Failure.h"
 
 #include <algorithm>
@@ -13,7 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* kWave64Ending = ".w64";
 constexpr const char* kAudioEndings[] = {".wav", ".rf64", ".bwf", ".flac", ".aiff", ".aif", ".aifc",
                                          ".caf", ".au",   ".ogg", ".opus", ".mp3",  ".mp2"};
 
@@ -74,7 +74,7 @@ void AddFolders(CLI::App* command, CommandLine& line, std::vector<std::string>& 
     line.preparations.emplace_back([&line, &recursive, &files, kind](Console& console) {
         if (!recursive) return true;
         const bool allDone = ReplaceFolders(files, kind, console);
-        if (files.empty()) line.work = [](CommandContext) { return false; };
+        if (files.empty()) line.HaveNoWork();
         return allDone;
     });
 }

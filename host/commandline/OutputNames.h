@@ -14,6 +14,8 @@ namespace w64 {
 // The options of commands that make a file of each input or of a part of it.
 // Errors: UsageError when they contradict each other.
 
+constexpr const char* kWave64Ending = ".w64";
+
 // The names of the outputs: `output`, if it is not a folder; else those of the inputs with another ending, in that
 // folder or, if `output` is empty, next to the inputs.
 std::vector<std::filesystem::path> OutputNames(std::span<const std::string> inputs, const std::string& output,

@@ -49,7 +49,7 @@ void AddStandardInput(CLI::App* command, CommandLine& line, const char* argument
                 return true;
             }
             files.erase(file);
-            if (files.empty()) line.work = [](CommandContext) { return false; };
+            if (files.empty()) line.HaveNoWork();
             return false;
         });
 }

@@ -17,7 +17,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kStandardOutput = "-";
-constexpr const char* kEnding = ".w64";
 
 AudioFileType TypeByName(const std::string& output) {
     if (const auto type = AudioFileTypeOf(output)) return *type;
@@ -108,7 +107,7 @@ std::vector<ConversionJob> PlanDecodeJobs(const DecodeOptions& options) {
 
 bool EndsWithOutput(const EncodeOptions& options) {
     return options.output.empty() && options.inputs.size() == 2 &&
-           fs::path(options.inputs[1]).extension() == kEnding;
+           fs::path(options.inputs[1]).extension() == kWave64Ending;
 }
 
 std::vector<ConversionJob> PlanEncodeJobs(EncodeOptions options) {
@@ -118,8 +117,8 @@ std::vector<ConversionJob> PlanEncodeJobs(EncodeOptions options) {
         inputs.pop_back();
     }
     CheckExisting(options);
-    const auto outputs = OutputNames(inputs, options.output, kEnding);
-    if (NamesAFile(options.output) && fs::path(options.output).extension() != kEnding) {
+    const auto outputs = OutputNames(inputs, options.output, kWave64Ending);
+    if (NamesAFile(options.output) && fs::path(options.output).extension() != kWave64Ending) {
         throw UsageError("'" + options.output + "' should end in .w64");
     }
     std::vector<ConversionJob> jobs;

@@ -16,8 +16,6 @@ namespace w64 {
 
 namespace {
 
-int64_t Padded(int64_t bytes) { return bytes + GetPaddingBytes(bytes); }
-
 bool IsCalled(const WalkedChunk& chunk, const char* code) {
     return CompareGUID(chunk.identifier, RIFFChnkID(code));
 }

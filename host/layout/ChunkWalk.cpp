@@ -134,7 +134,7 @@ void ChunkWalk::MeasureData(WalkedChunk& chunk) {
     if (chunk.dataBytes >= kFourGiB || uncut == chunk.dataBytes) return;
     const auto next = [&](int64_t bytes) {
         const int64_t end = chunk.DataPosition() + bytes;
-        return end + GetPaddingBytes(end);
+        return Padded(end);
     };
     if (!IsWholeAt(next(chunk.dataBytes)) && IsWholeAt(next(uncut))) {
         chunk.fit = ChunkFit::CutTo32Bits;

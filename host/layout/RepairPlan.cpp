@@ -21,8 +21,6 @@ namespace {
 constexpr int64_t kSizeField = 16;  // its place in both kinds of header
 constexpr int64_t kMaxDropped = Journal::kMaxBytes / 4;
 
-int64_t Padded(int64_t position) { return position + GetPaddingBytes(position); }
-
 std::vector<uint8_t> ReadFrom(XFile& file, int64_t position, int64_t bytes) {
     std::vector<uint8_t> read(static_cast<size_t>(std::clamp<int64_t>(file.Size() - position, 0, bytes)));
     if (!file.SetPosition(position) || file.Read(read.data(), read.size()) < read.size()) {

@@ -33,7 +33,7 @@ bool IsList(const STRIFFChunk& chunk) { return CompareGUID(chunk.ChunkGUID, kSum
 
 // What a chunk takes in a file of this size; the padding of the last chunk may be missing.
 int64_t Room(const STRIFFChunk& chunk, int64_t fileBytes) {
-    const int64_t padded = kChunkHeaderBytes + chunk.DataSize + GetPaddingBytes(chunk.DataSize);
+    const int64_t padded = kChunkHeaderBytes + Padded(chunk.DataSize);
     return std::min(padded, fileBytes - chunk.ChunkPosition);
 }
 

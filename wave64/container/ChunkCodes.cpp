@@ -1,6 +1,7 @@
 #include "wave64/container/ChunkCodes.h"
 
 #include "base/LittleEndian.h"
+#include "base/Saturating.h"
 
 #include <algorithm>
 
@@ -82,5 +83,7 @@ bool CompareID(uint32_t code, std::string_view fourcc, bool anyCase) {
 }
 
 int GetPaddingBytes(int64_t n) { return n <= 0 ? 0 : static_cast<int>((8 - n % 8) % 8); }
+
+int64_t Padded(int64_t n) { return SaturatingAdd(n, GetPaddingBytes(n)); }
 
 }  // namespace w64

@@ -32,4 +32,7 @@ bool CompareID(uint32_t code, std::string_view fourcc, bool anyCase);
 // Bytes from n up to the next multiple of 8; 0 when n is not positive.
 int GetPaddingBytes(int64_t n);
 
+// n rounded up so, INT64_MAX at most.
+int64_t Padded(int64_t n);
+
 }  // namespace w64

@@ -18,8 +18,6 @@ constexpr int kJunkPadding = 0;
 constexpr int kPadPadding = 1;
 constexpr int kNoPadding = 2;
 
-int64_t Padded(int64_t bytes) { return SaturatingAdd(bytes, GetPaddingBytes(bytes)); }
-
 int64_t PaddedRoom(const STRIFFChunk& chunk) {
     return Padded(SaturatingAdd(chunk.DataSize, kChunkHeaderBytes));
 }
