@@ -1,78 +1,41 @@
-// Converts the rate of twenty seconds of stereo, filter design included, against two peers: libsoxr's best recipe
-// in doubles, without roll-off and with the same transition band of 100 Hz, and libsamplerate's best converter,
-// which takes floats. The conversion to floats is not timed.
+// Converts the rate of twenty seconds, filter design included, against two peers: libsoxr's best recipe in doubles,
+// without roll-off and with the same transition band of 100 Hz, and libsamplerate's best converter, which takes floats.
+// The conversion to floats is not timed.
 
-#include "audio/resample/XAudioFreqConv.h"
-
-#include <benchmark/benchmark.h>
-#include <samplerate.h>
-#include <soxr.h>
+#include "Resampling.h"
 
 #include <algorithm>
-#include <random>
-#include <vector>
+#include <benchmark/benchmark.h>
+#include <samplerate.h>
 
 namespace w64 {
 
 namespace {
 
-constexpr int64_t kBlockFrames = 4096;
+constexpr int kSeconds = 20;
 
-std::vector<double> Noise(int rate) {
-    std::vector<double> samples(static_cast<size_t>(20 * 2 * rate));
-    std::mt19937_64 random(1);
-    for (double& sample : samples) sample = static_cast<double>(random()) * 0x1p-63 - 1;
-    return samples;
-}
-
-template <int kSource, int kTarget>
+template <int kSource, int kTarget, int kChannels>
 void ResampleByXAudioFreqConv(benchmark::State& state) {
-    std::vector<double> samples = Noise(kSource);
-    XAudioWFX format(2, kSource, 64);
-    format.SetFormatTag(kTagFloat);
-    const auto frames = static_cast<int64_t>(samples.size() / 2);
+    std::vector<double> samples = Noise(kChannels, kSource, kSeconds);
     for ([[maybe_unused]] auto _ : state) {
-        XAudioFreqConv conv;
-        bool good = conv.CreateNewConverter(format, kTarget, nullptr, UpwardEdge::SourceHalf);
-        for (int64_t frame = 0; good && frame < frames; frame += kBlockFrames) {
-            const int64_t count = std::min(kBlockFrames, frames - frame);
-            XAudioBufferNew block(samples.data() + 2 * frame, 16 * count, format, true);
-            good = conv.ConvertData(block, false, frame + count == frames);
-            benchmark::DoNotOptimize(conv.BufferStart());
-        }
-        if (!good) state.SkipWithError("the conversion failed");
+        if (!ConvertByXAudioFreqConv(samples, kChannels, kSource, kTarget))
+            state.SkipWithError("the conversion failed");
     }
 }
 
-template <int kSource, int kTarget>
+template <int kSource, int kTarget, int kChannels>
 void ResampleBySoxr(benchmark::State& state) {
-    const std::vector<double> samples = Noise(kSource);
-    std::vector<double> out(static_cast<size_t>(2 * kBlockFrames * 8));
-    const auto frames = static_cast<int64_t>(samples.size() / 2);
+    const std::vector<double> samples = Noise(kChannels, kSource, kSeconds);
     for ([[maybe_unused]] auto _ : state) {
-        const soxr_io_spec_t layout = soxr_io_spec(SOXR_FLOAT64_I, SOXR_FLOAT64_I);
-        soxr_quality_spec_t quality = soxr_quality_spec(SOXR_VHQ, SOXR_ROLLOFF_NONE);
-        quality.passband_end = 1 - 100.0 / (std::min(kSource, kTarget) / 2.0);
-        const soxr_runtime_spec_t runtime = soxr_runtime_spec(1);
-        soxr_error_t error = nullptr;
-        soxr_t soxr = soxr_create(kSource, kTarget, 2, &error, &layout, &quality, &runtime);
-        size_t done = 0;
-        for (int64_t frame = 0; !error && frame < frames; frame += kBlockFrames) {
-            const int64_t count = std::min(kBlockFrames, frames - frame);
-            error = soxr_process(soxr, samples.data() + 2 * frame, static_cast<size_t>(count), nullptr,
-                                 out.data(), out.size() / 2, &done);
-        }
-        do {
-            error = soxr_process(soxr, nullptr, 0, nullptr, out.data(), out.size() / 2, &done);
-        } while (!error && done > 0);
-        soxr_delete(soxr);
-        if (error) state.SkipWithError("the conversion failed");
+        if (!ConvertBySoxr(samples, kChannels, kSource, kTarget, 100))
+            state.SkipWithError("the conversion failed");
     }
 }
 
 template <int kSource, int kTarget>
 void ResampleBySampleRate(benchmark::State& state) {
-    const std::vector<double> samples = Noise(kSource);
+    constexpr int64_t kBlockFrames = 4096;
+    const std::vector<double> samples = Noise(2, kSource, kSeconds);
     const std::vector<float> in(samples.begin(), samples.end());
     std::vector<float> out(static_cast<size_t>(2 * kBlockFrames * 8));
     const auto frames = static_cast<int64_t>(in.size() / 2);
@@ -95,11 +58,17 @@ void ResampleBySampleRate(benchmark::State& state) {
 }
 
 #define RESAMPLE(source, target)                                                                             \
-    BENCHMARK(ResampleByXAudioFreqConv<source, target>)                                                      \
+    BENCHMARK(ResampleByXAudioFreqConv<source, target, 2>)                                                   \
         ->Name("Resample" #source "To" #target)                                                              \
         ->Unit(benchmark::kMillisecond);                                                                     \
-    BENCHMARK(ResampleBySoxr<source, target>)                                                                \
+    BENCHMARK(ResampleBySoxr<source, target, 2>)                                                             \
         ->Name("Resample" #source "To" #target "BySoxr")                                                     \
+        ->Unit(benchmark::kMillisecond);                                                                     \
+    BENCHMARK(ResampleByXAudioFreqConv<source, target, 1>)                                                   \
+        ->Name("ResampleMono" #source "To" #target)                                                          \
+        ->Unit(benchmark::kMillisecond);                                                                     \
+    BENCHMARK(ResampleBySoxr<source, target, 1>)                                                             \
+        ->Name("ResampleMono" #source "To" #target "BySoxr")                                                 \
         ->Unit(benchmark::kMillisecond);                                                                     \
     BENCHMARK(ResampleBySampleRate<source, target>)                                                          \
         ->Name("Resample" #source "To" #target "BySampleRate")                                               \
