@@ -4,6 +4,7 @@
 #include "interface/StdReport.h"
 
 #include <exception>
+#include <new>
 #include <type_traits>
 
 #define KV_EXPORT extern "C" __attribute__((visibility("default")))
@@ -14,9 +15,14 @@ using w64::StdReport;
 namespace {
 
 // The report itself can fail when memory has run out.
-void ReportException(const KvDecoder& decoder, const char* what, const char* functionName) noexcept {
+void ReportException(const KvDecoder& decoder, const std::exception* exception,
+                     const char* functionName) noexcept {
     try {
-        StdReport::WriteERROR(L"Error exception: " + w64::Widen(what), decoder.Report(), functionName);
+        const bool isOfMemory = dynamic_cast<const std::bad_alloc*>(exception);
+        StdReport::WriteERROR(isOfMemory ? L"Error Allocating Memory."
+                                         : L"Error exception: " +
+                                               w64::Widen(exception ? exception->what() : "unknown"),
+                              decoder.Report(), functionName);
     } catch (...) {  // NOLINT(bugprone-empty-catch)
     }
 }
@@ -29,9 +35,9 @@ int32_t Forward(void* handle, const char* functionName, const Method& method) {
     try {
         return method(decoder) ? 1 : 0;
     } catch (const std::exception& exception) {
-        ReportException(decoder, exception.what(), functionName);
+        ReportException(decoder, &exception, functionName);
     } catch (...) {
-        ReportException(decoder, "unknown", functionName);
+        ReportException(decoder, nullptr, functionName);
     }
     return 0;
 }

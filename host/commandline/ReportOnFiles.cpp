@@ -1,6 +1,7 @@
 #include "host/commandline/ReportOnFiles.h"
 
 #include "base/XStr.h"
+#include "host/terminal/Failure.h"
 #include "host/terminal/ForEachFile.h"
 #include "host/terminal/StandardOutput.h"
 
@@ -80,13 +81,14 @@ bool ReportOnFiles(std::span<const std::string> files, bool asJSON, unsigned job
     if (asJSON) std::cout << "[";
     const bool allDone = ForEachFile(files, jobs, console, [&](size_t i) {
         std::ostringstream text;
+        text.exceptions(std::ios::badbit);  // when memory runs out
         Json json;
         std::string error;
         if (asJSON) json = NameInJSON(console.NameOf(files[i]));
         try {
             describe(i, text, asJSON ? &json : nullptr);
         } catch (const std::exception& failure) {
-            error = failure.what();
+            error = ReasonOf(failure);
             if (asJSON) json["error"] = error;
             allWell = false;
         }

@@ -22,7 +22,7 @@ bool Keep(std::optional<StandardInput>& input, Console& console) try {
 } catch (const Interrupt&) {
     return false;
 } catch (const std::exception& failure) {
-    console.Error(kName, failure.what());
+    console.Error(kName, ReasonOf(failure));
     return false;
 }
 

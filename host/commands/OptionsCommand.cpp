@@ -52,6 +52,7 @@ std::vector<Option> AnnouncedOptions(const PluginLibrary& library) {
         }
         record.Value = 0;
     }
+    if (const auto errors = channels.Errors(); !errors.empty()) throw Failure(JoinLines(errors));
     return options;
 }
 
@@ -98,12 +99,11 @@ uint32_t SettingOf(const Option& option, const std::string& value) {
 }
 
 std::string CurrentText(const Option& option) {
-    bool missing = false;
-    const uint32_t setting = XRegistry::GetDWORD(FromUTF8(option.name).c_str(), XRegistry::CurrentUser,
-                                                 TaggingOptions::KeyPath, &missing);
+    const std::optional<uint32_t> stored = ReadTaggingOption(option.name);
+    const uint32_t setting = stored.value_or(0);
     const std::string text =
         setting < option.texts.size() ? option.texts[setting] : std::to_string(setting) + " (unknown)";
-    return missing ? text + "  (" + option.unset + ")" : text;
+    return stored ? text : text + "  (" + option.unset + ")";
 }
 
 void Show(const Option& option) {

@@ -10,6 +10,8 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <fcntl.h>
 #include <iostream>
 #include <unistd.h>
@@ -134,14 +136,27 @@ int ExitStatus(const CommandLine& line) {
         console.Error("", error.what());
         return kWrongUsage;
     } catch (const std::exception& error) {
-        console.Error("", error.what());
+        console.Error("", ReasonOf(error));
         return kFileFailed;
     }
+}
+
+// Libraries have functions that allocate and must not throw.
+void EndWithoutMemory() {
+    try {
+        if (std::current_exception()) std::rethrow_exception(std::current_exception());
+    } catch (const std::bad_alloc& error) {
+        std::fprintf(stderr, "w64: %s\n", ReasonOf(error));
+        std::_Exit(kFileFailed);
+    } catch (...) {  // NOLINT(bugprone-empty-catch): a fault of the program
+    }
+    std::abort();
 }
 
 }  // namespace
 
 int RunProgram(int argc, char** argv) try {
+    std::set_terminate(EndWithoutMemory);
     OccupyStandardStreams();
     CommandLine line;
     CLI::App app("Decode, inspect, tag and create Wave64 audio files.", "w64");
@@ -155,7 +170,7 @@ int RunProgram(int argc, char** argv) try {
     }
     return ExitStatus(line);
 } catch (const std::exception& error) {
-    std::fprintf(stderr, "w64: %s\n", error.what());
+    std::fprintf(stderr, "w64: %s\n", ReasonOf(error));
     return kFileFailed;
 }
 

@@ -123,6 +123,7 @@ private:
 std::vector<std::string> LinesOf(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream in(text);
+    in.exceptions(std::ios::badbit);  // when memory runs out
     for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
 }
@@ -137,7 +138,7 @@ bool FillRows(const ReportOptions& options, CommandContext context, std::vector<
         try {
             ReportedFile(options, context, library, progress, rows[i]).Look();
         } catch (const std::exception& failure) {
-            rows[i].errors = LinesOf(failure.what());
+            rows[i].errors = LinesOf(ReasonOf(failure));
             throw;
         }
     });

@@ -26,6 +26,13 @@ Failure Unreadable() {
                    "' cannot be read; if no other program is using that file, repair or delete it");
 }
 
+std::optional<uint32_t> NumberIn(const XJSON::Object& root, const wchar_t* name) {
+    bool missing = false;
+    const auto* value = XRegistryTree::FindValue(root, TaggingKey(), name);
+    const auto number = static_cast<uint32_t>(XRegistryTree::ToInteger(value, &missing));
+    return missing ? std::nullopt : std::optional(number);
+}
+
 // The user's tagging options, all from one read, with safe editing on.
 std::unique_ptr<XJSON::Object> SafeSettings(OwnSettings::Purpose purpose) {
     auto root = std::make_unique<XJSON::Object>();
@@ -44,16 +51,16 @@ void RequireReadableSettings() {
     if (!XRegistry::IsFileReadable()) throw Unreadable();
 }
 
+std::optional<uint32_t> ReadTaggingOption(const std::string& name) {
+    const sharedRegReadScope settings;
+    if (!settings.IsUsable()) throw Unreadable();
+    return NumberIn(settings.Root(), FromUTF8(name).c_str());
+}
+
 OwnSettings::OwnSettings(Purpose purpose) : file_(Platform::MemoryFile()), root_(SafeSettings(purpose)) {
     if (file_.Number() < 0) throw SystemFailure(kCannotOffer);
-    const auto chosen = [this](const wchar_t* name) {
-        bool missing = false;
-        const auto* value = XRegistryTree::FindValue(*root_, TaggingKey(), name);
-        const auto number = static_cast<uint32_t>(XRegistryTree::ToInteger(value, &missing));
-        return missing ? std::nullopt : std::optional(number);
-    };
-    listText_ = chosen(TaggingOptions::LISTTextName).value_or(kUTF16);
-    listPlace_ = chosen(TaggingOptions::LISTPlaceName);
+    listText_ = NumberIn(*root_, TaggingOptions::LISTTextName).value_or(kUTF16);
+    listPlace_ = NumberIn(*root_, TaggingOptions::LISTPlaceName);
     XRegistry::SetRegFileLocation(L"/dev/fd/" + std::to_wstring(file_.Number()), true);
     OfferEveryForm();
     if (!TaggingOptions::Read().rules.safe) throw Failure(kCannotOffer);
@@ -84,7 +91,8 @@ void OwnSettings::MarkAsOld() {
 OwnSettings::Edit::~Edit() {
     try {
         End();
-    } catch (const Failure&) {  // NOLINT(bugprone-empty-catch): the edit has failed with an error of its own
+    } catch (const std::
+                 exception&) {  // NOLINT(bugprone-empty-catch): the edit has failed with an error of its own
     }
 }
 

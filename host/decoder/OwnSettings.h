@@ -13,6 +13,9 @@ namespace w64 {
 // Errors: Failure when the user's settings file exists and cannot be read.
 void RequireReadableSettings();
 
+// An option of the user's; nothing if it is not set. Errors: Failure as above.
+std::optional<uint32_t> ReadTaggingOption(const std::string& name);
+
 // The settings that the decoder finds while this program runs: the user's tagging options, with safe editing
 // on. They are kept in memory; the user's own settings are only read.
 // One object per program, made before the decoder is used.

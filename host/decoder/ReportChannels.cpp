@@ -10,6 +10,7 @@ std::vector<std::string> ReportChannels::Lines(std::string text) {
     if (text.empty()) return lines;
     std::ranges::replace(text, '\0', '?');  // would end the message early
     std::istringstream stream(std::move(text));
+    stream.exceptions(std::ios::badbit);  // when memory runs out
     for (std::string line; std::getline(stream, line);) {
         line.erase(std::min(line.rfind("  ["), line.find_last_not_of('\r') + 1));
         if (!line.empty() && std::ranges::find(lines, line) == lines.end()) lines.push_back(line);

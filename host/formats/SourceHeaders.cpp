@@ -173,6 +173,7 @@ void SourceHeaders::NoteStrings(const Chunk& info) {
     if (info.bytes < kSizeBytes || !Has(info.position, info.bytes)) return;
     const size_t bytes = std::min<uint64_t>(info.bytes, Metadata::kMaxTextBytes) - kSizeBytes;
     std::istringstream texts(TextAt(info.position + kSizeBytes, bytes));
+    texts.exceptions(std::ios::badbit);  // when memory runs out
     std::string name;
     std::string value;
     while (std::getline(texts, name, '\0') && std::getline(texts, value, '\0')) {

@@ -53,6 +53,7 @@ std::string ToLine(const TagText& tag) { return tag.first + "=" + Escaped(tag.se
 std::vector<TagText> TagsOfLines(std::string_view text) {
     std::vector<TagText> tags;
     std::istringstream lines{std::string(text)};
+    lines.exceptions(std::ios::badbit);  // when memory runs out
     int number = 0;
     for (std::string line; std::getline(lines, line);) {
         ++number;

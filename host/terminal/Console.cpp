@@ -5,6 +5,7 @@
 #include "host/terminal/Terminal.h"
 
 #include <algorithm>
+#include <new>
 #include <sstream>
 #include <unistd.h>
 
@@ -31,6 +32,7 @@ std::string Visible(std::string_view text) {
 std::string VisibleLines(const std::string& text, size_t indent) {
     std::string all;
     std::istringstream lines(text);
+    lines.exceptions(std::ios::badbit);  // when memory runs out
     for (std::string line; std::getline(lines, line);) {
         if (line.ends_with('\r')) line.pop_back();
         all += (all.empty() ? "" : "\n" + std::string(indent, ' ')) + Visible(line);
@@ -83,7 +85,7 @@ void Console::ClearStatus() {
 
 size_t Console::Columns() { return TerminalColumns(STDERR_FILENO).value_or(80); }
 
-void Console::Print(const std::string& subject, std::string_view message) {
+void Console::Print(const std::string& subject, std::string_view message) try {
     const std::lock_guard lock(access_);
     EraseStatus();
     std::string text;
@@ -95,6 +97,8 @@ void Console::Print(const std::string& subject, std::string_view message) {
         message.remove_prefix(std::min(end + 1, message.size()));
     }
     Put(text);
+} catch (const std::bad_alloc&) {
+    Put("w64: not enough memory\n");
 }
 
 void Console::EraseStatus() {

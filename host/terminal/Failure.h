@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cerrno>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -28,6 +29,11 @@ public:
 // "cannot write: No space left on device", from the errno of the last system call.
 inline Failure SystemFailure(const std::string& what) {
     return Failure(what + ": " + std::generic_category().message(errno));
+}
+
+// What to tell a person of any exception.
+inline const char* ReasonOf(const std::exception& error) {
+    return dynamic_cast<const std::bad_alloc*>(&error) ? "not enough memory" : error.what();
 }
 
 }  // namespace w64

@@ -1,5 +1,6 @@
 #include "host/terminal/ForEachFile.h"
 
+#include "host/terminal/Failure.h"
 #include "host/terminal/Interrupt.h"
 
 #include <algorithm>
@@ -23,7 +24,7 @@ bool ForEachFile(std::span<const std::string> files, unsigned jobs, Console& con
                 allDone = false;
                 return;
             } catch (const std::exception& failure) {
-                console.Error(files[i], failure.what());
+                console.Error(files[i], ReasonOf(failure));
                 allDone = false;
             }
         }
