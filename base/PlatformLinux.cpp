@@ -72,7 +72,10 @@ int64_t NextData(int file, int64_t position) {
 int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes) {
     off_t read = offset;
     off_t write = offset;
-    const ssize_t copied = ::copy_file_range(from, &read, to, &write, static_cast<size_t>(bytes), 0);
+    ssize_t copied = 0;
+    do {
+        copied = ::copy_file_range(from, &read, to, &write, static_cast<size_t>(bytes), 0);
+    } while (copied < 0 && errno == EINTR);
     return copied < 0 && CannotCopyInKernel() ? CopyThroughMemory(from, to, offset, bytes) : copied;
 }
 

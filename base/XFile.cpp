@@ -89,6 +89,7 @@ void XFile::Close() {
     if (owned_) ::close(descriptor_);  // also releases the lock
     descriptor_ = -1;
     owned_ = false;
+    error_ = 0;
 }
 
 void* XFile::Handle() const { return reinterpret_cast<void*>(static_cast<intptr_t>(descriptor_)); }
@@ -97,11 +98,9 @@ size_t XFile::Read(void* data, size_t bytes) {
     size_t done = 0;
     while (done < bytes) {
         const ssize_t got = ::read(descriptor_, static_cast<uint8_t*>(data) + done, bytes - done);
-        if (got > 0) {
-            done += static_cast<size_t>(got);
-        } else if (got == 0 || errno != EINTR) {
-            break;
-        }
+        if (got < 0 && errno == EINTR) continue;
+        if (Kept(got) <= 0) break;
+        done += static_cast<size_t>(got);
     }
     return done;
 }
@@ -110,27 +109,30 @@ bool XFile::Write(const void* data, size_t bytes) {
     size_t done = 0;
     while (done < bytes) {
         const ssize_t put = ::write(descriptor_, static_cast<const uint8_t*>(data) + done, bytes - done);
-        if (put >= 0) {
-            done += static_cast<size_t>(put);
-        } else if (errno != EINTR) {
-            return false;
-        }
+        if (put < 0 && errno == EINTR) continue;
+        if (Kept(put) < 0) return false;
+        done += static_cast<size_t>(put);
     }
     return true;
 }
 
 bool XFile::SetPosition(int64_t position) {
-    return position >= 0 && ::lseek(descriptor_, position, SEEK_SET) == position;
+    return position >= 0 && Kept(::lseek(descriptor_, position, SEEK_SET)) == position;
 }
 
-int64_t XFile::GetPosition() const { return ::lseek(descriptor_, 0, SEEK_CUR); }
+int64_t XFile::GetPosition() const { return Kept(::lseek(descriptor_, 0, SEEK_CUR)); }
 
 int64_t XFile::Size() const {
     struct stat status {};
-    return ::fstat(descriptor_, &status) == 0 ? status.st_size : -1;
+    return Kept(::fstat(descriptor_, &status)) == 0 ? status.st_size : -1;
 }
 
-bool XFile::SetFileSize(int64_t size) { return ::ftruncate(descriptor_, size) == 0; }
+bool XFile::SetFileSize(int64_t size) { return Kept(::ftruncate(descriptor_, size)) == 0; }
+
+int64_t XFile::Kept(int64_t result) const {
+    if (result < 0 && error_ == 0 && errno != EINVAL) error_ = errno;
+    return result;
+}
 
 bool XFile::Extend(int64_t size) {
     const int64_t old = Size();

@@ -47,6 +47,10 @@ public:
     int64_t Size() const;
     [[nodiscard]] bool SetFileSize(int64_t size);
 
+    // The first error of these since the file was opened, as in errno; 0 for none. For those who take a failure for
+    // the end of the file, or whose library does. A position that no file can have is no error.
+    int Error() const { return error_; }
+
     // Appends zeros up to `size` bytes to reserve disk space for later writes. A failure leaves the file
     // unchanged.
     [[nodiscard]] bool Extend(int64_t size);
@@ -75,8 +79,12 @@ private:
     [[nodiscard]] bool MoveTowardsStart(int64_t position, int64_t end, int64_t delta);
     [[nodiscard]] bool FillWithZeros(int64_t position, int64_t bytes);
 
+    // Keeps the error of a system call.
+    int64_t Kept(int64_t result) const;
+
     int descriptor_ = -1;
     bool owned_ = false;
+    mutable int error_ = 0;
 };
 
 }  // namespace w64

@@ -22,4 +22,9 @@ InputFile::InputFile(const std::string& name) {
 
 void RequireReadable(const std::string& name) { const InputFile file(name); }
 
+void RequireNoError(const XFile& file, const std::string& what) {
+    errno = file.Error();
+    if (errno != 0) throw SystemFailure(what);
+}
+
 }  // namespace w64

@@ -18,4 +18,7 @@ public:
 // The same check of a file that the decoder is to open.
 void RequireReadable(const std::string& name);
 
+// Throws if a call on the file has failed, which its user may have taken for the end of the file.
+void RequireNoError(const XFile& file, const std::string& what = "cannot read the file");
+
 }  // namespace w64

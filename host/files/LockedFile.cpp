@@ -23,7 +23,14 @@ FileStamp Open(XFile& file, const fs::path& path, LockedFile::Lock lock) {
         if (errno == EWOULDBLOCK) throw Failure("is in use by another program");
         throw SystemFailure("cannot open the file for writing");
     }
-    if (lock == LockedFile::Lock::Required && ::flock(file.Descriptor(), LOCK_EX | LOCK_NB) != 0) {
+    const auto locks = [&] {
+        int result = 0;
+        do {
+            result = ::flock(file.Descriptor(), LOCK_EX | LOCK_NB);
+        } while (result != 0 && errno == EINTR);
+        return result == 0;
+    };
+    if (lock == LockedFile::Lock::Required && !locks()) {
         throw SystemFailure("cannot be locked, which keeps two edits apart; --in-place edits without a lock");
     }
     return FileStamp(file.Descriptor());
@@ -37,7 +44,7 @@ LockedFile::LockedFile(const std::string& name, Lock lock)
 }
 
 void LockedFile::RefuseChanges() const {
-    if (stamp_.StillHolds(path_)) return;
+    if (IsUnchanged()) return;
     throw Failure("another program has changed the file meanwhile; its version is kept, and this edit is "
                   "dropped");
 }

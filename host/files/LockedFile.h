@@ -22,7 +22,10 @@ public:
     const std::filesystem::path& Path() const { return path_; }  // where links lead
     XFile& File() { return file_; }
 
-    // Fails if another program has changed or replaced the file.
+    // Whether nobody has changed or replaced the file.
+    bool IsUnchanged() const { return stamp_.StillHolds(path_); }
+
+    // Fails if another program has.
     void RefuseChanges() const;
 
     // The changes so far are this program's own.

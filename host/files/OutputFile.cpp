@@ -63,7 +63,7 @@ void OutputFile::Commit() {
 
 // Unlike a rename, a link never replaces a file that another program has put there meanwhile.
 void OutputFile::MoveToFreeName() {
-    if (::link(temp_.Path().c_str(), path_.c_str()) == 0) return;
+    if (::link(temp_.Path().c_str(), path_.c_str()) == 0) return temp_.Remove();
     std::error_code ignored;
     if (errno == EEXIST || fs::exists(path_, ignored))
         throw Failure("'" + path_.native() + "' exists already; --force replaces it");

@@ -43,6 +43,7 @@ Descriptor KeepStream() {
     file.File().Close();  // and its lock
     Descriptor copy(::open(file.Path().c_str(), O_RDONLY | O_CLOEXEC));
     if (copy.Number() < 0) throw SystemFailure("cannot be kept");
+    file.Remove();
     return copy;
 }
 

@@ -42,6 +42,10 @@ bool TempFile::IsLeftover(const std::string& name) {
     return found == 1 && static_cast<size_t>(end) == name.size() && ::kill(process, 0) != 0 && errno == ESRCH;
 }
 
+void TempFile::Remove() {
+    if (::unlink(path_.c_str()) != 0) throw SystemFailure("cannot remove '" + path_.native() + "'");
+}
+
 TempFile::~TempFile() { ::unlink(path_.c_str()); }
 
 }  // namespace w64

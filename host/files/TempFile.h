@@ -19,6 +19,9 @@ public:
     // For files that belong next to no other: that of the environment variable TMPDIR if there is one, else /tmp.
     static std::filesystem::path SharedFolder();
 
+    // Before the destructor does, and with an error.
+    void Remove();
+
     // Whether this is the name of such a file whose program has ended.
     static bool IsLeftover(const std::string& name);
 

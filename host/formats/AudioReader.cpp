@@ -21,6 +21,7 @@ bool BeginsLikeWave64(const std::string& path) {
     InputFile file(path);
     GUID identifier;
     const size_t got = file.Read(identifier.bytes.data(), identifier.bytes.size());
+    RequireNoError(file);
     return got == identifier.bytes.size() && CompareGUID(identifier, RIFFChnkID("RIFF"));
 }
 

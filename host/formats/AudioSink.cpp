@@ -1,6 +1,7 @@
 #include "host/formats/AudioSink.h"
 
 #include "base/StdioFile.h"
+#include "host/files/InputFile.h"
 #include "host/terminal/Failure.h"
 
 #include <algorithm>
@@ -59,6 +60,7 @@ public:
         while (const size_t got = file_.Read(bytes.data(), bytes.size())) {
             if (!stream_.Write(bytes.data(), got)) throw SystemFailure("cannot write");
         }
+        RequireNoError(file_, "cannot read back a temporary file");
     }
 
 private:

@@ -54,6 +54,7 @@ Recording::Recording(const std::string& name) : name_(name) {
         return static_cast<size_t>(std::ranges::find_if(chunks_, isOfKind) - chunks_.begin());
     };
     while (const auto chunk = walk.Next()) chunks_.push_back(*chunk);
+    RequireNoError(file);
     audio_ = indexOf(ChunkKind::Audio);
     const WalkedChunk& format = chunks_[indexOf(ChunkKind::Format)];  // a sound file has both
     auto record = ReadFormatRecord(file, format.DataPosition(), format.dataBytes);

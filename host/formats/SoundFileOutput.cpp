@@ -1,7 +1,5 @@
 #include "host/formats/SoundFileOutput.h"
 
-#include <cerrno>
-
 namespace w64 {
 
 SF_VIRTUAL_IO* SoundFileOutput::Calls() {
@@ -21,9 +19,7 @@ SF_VIRTUAL_IO* SoundFileOutput::Calls() {
             return static_cast<sf_count_t>(of(output).file_.Read(data, static_cast<size_t>(bytes)));
         },
         [](const void* data, sf_count_t bytes, void* output) -> sf_count_t {
-            if (of(output).file_.Write(data, static_cast<size_t>(bytes))) return bytes;
-            of(output).writeError_ = errno;
-            return 0;
+            return of(output).file_.Write(data, static_cast<size_t>(bytes)) ? bytes : 0;
         },
         [](void* output) -> sf_count_t { return of(output).file_.GetPosition(); },
     };

@@ -7,7 +7,7 @@
 namespace w64 {
 
 // Where libsndfile writes a file.
-// Errors: kept as WriteError, since the library ignores some results.
+// Errors: XFile::Error, since the library ignores some results.
 class SoundFileOutput {
 public:
     explicit SoundFileOutput(XFile& file) : file_(file) {}
@@ -15,15 +15,13 @@ public:
     SoundFileOutput& operator=(const SoundFileOutput&) = delete;
     ~SoundFileOutput() = default;
 
-    XFile& File() { return file_; }
-    int WriteError() const { return writeError_; }  // an errno, 0 for none
+    XFile& File() const { return file_; }
 
     // For sf_open_virtual, with a SoundFileOutput* as user data.
     static SF_VIRTUAL_IO* Calls();
 
 private:
     XFile& file_;
-    int writeError_ = 0;
 };
 
 }  // namespace w64

@@ -1,6 +1,7 @@
 // FLAC, AIFF, CAF, Ogg Vorbis, Opus and MP3, by libsndfile.
 
 #include "audio/samples/XAudioRdWr.h"
+#include "host/files/InputFile.h"
 #include "host/formats/AudioReader.h"
 #include "host/formats/AudioSink.h"
 #include "host/formats/SoundFileHandle.h"
@@ -192,7 +193,8 @@ private:
         if (type_ != AudioFileType::Flac || tags_.Count() == 0) return;
         constexpr size_t kMore = 2048;  // for later edits, and the overhead of blocks
         const std::string room(BytesAsComments(tags_) + kMore, ' ');
-        sf_set_string(encoder_.get(), SF_STR_COMMENT, room.c_str());
+        if (sf_set_string(encoder_.get(), SF_STR_COMMENT, room.c_str()) != 0)
+            throw Failure(sf_strerror(encoder_.get()));
     }
 
     void WriteTags() {
@@ -253,11 +255,7 @@ private:
     }
 
     // The library ignores the results of the last writes, so they are checked here.
-    void CheckWrites() const {
-        if (output_.WriteError() == 0) return;
-        errno = output_.WriteError();
-        throw SystemFailure("cannot write");
-    }
+    void CheckWrites() const { RequireNoError(output_.File(), "cannot write"); }
 
     AudioFileType type_;
     Container container_;

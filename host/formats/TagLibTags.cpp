@@ -1,12 +1,12 @@
 #include "host/formats/TagLibTags.h"
 
+#include "host/files/InputFile.h"
 #include "host/tagging/TagNames.h"
 #include "host/tagging/TagTexts.h"
 #include "host/terminal/Failure.h"
 
 #include <algorithm>
 #include <apetag.h>
-#include <cerrno>
 #include <fileref.h>
 #include <id3v1tag.h>
 #include <id3v2tag.h>
@@ -29,13 +29,11 @@ using TagLibStart = unsigned long;
 using TagLibLength = unsigned long;
 #endif
 
-// A file as TagLib works on it. Unlike TagLib's own, it tells of writes that fail.
+// A file as TagLib works on it. Unlike TagLib's own, it keeps the error of a call that fails.
 class TagLibStream : public TagLib::IOStream {
 public:
     // TagLib begins to read where the file is.
     TagLibStream(XFile& file, std::string name) : file_(file), name_(std::move(name)) { seek(0, Beginning); }
-
-    int WriteError() const { return writeError_; }  // an errno, 0 for none
 
     TagLib::FileName name() const override { return name_.c_str(); }
 
@@ -47,14 +45,16 @@ public:
         return block;
     }
 
-    void writeBlock(const TagLib::ByteVector& data) override { Check(file_.Write(data.data(), data.size())); }
+    void writeBlock(const TagLib::ByteVector& data) override {
+        static_cast<void>(file_.Write(data.data(), data.size()));
+    }
 
     void insert(const TagLib::ByteVector& data, TagLibStart start, TagLibLength replace) override {
         const auto position = static_cast<int64_t>(start);
         const int64_t delta = static_cast<int64_t>(data.size()) - static_cast<int64_t>(replace);
         const int64_t moved = std::min(position + static_cast<int64_t>(replace), file_.Size());
-        Check(file_.Shuffle(moved, delta, false) && file_.SetPosition(position) &&
-              file_.Write(data.data(), data.size()));
+        static_cast<void>(file_.Shuffle(moved, delta, false) && file_.SetPosition(position) &&
+                          file_.Write(data.data(), data.size()));
     }
 
     void removeBlock(TagLibStart start, TagLibLength length) override { insert({}, start, length); }
@@ -69,16 +69,11 @@ public:
 
     TagLibOffset tell() const override { return file_.GetPosition(); }
     TagLibOffset length() override { return file_.Size(); }
-    void truncate(TagLibOffset length) override { Check(file_.SetFileSize(length)); }
+    void truncate(TagLibOffset length) override { static_cast<void>(file_.SetFileSize(length)); }
 
 private:
-    void Check(bool done) {
-        if (!done && writeError_ == 0) writeError_ = errno != 0 ? errno : EIO;
-    }
-
     XFile& file_;
     std::string name_;
-    int writeError_ = 0;
 };
 
 // The numbers and dates of ID3 are in Latin-1; other texts go under names that it has no meaning for.
@@ -121,6 +116,7 @@ void AddProperties(const TagLib::PropertyMap& properties, Metadata& metadata) {
 void ReadTagLibTags(XFile& file, const std::string& ending, Metadata& metadata) {
     TagLibStream stream(file, ending);
     const TagLib::FileRef tagged(&stream, false);
+    RequireNoError(file);
     if (tagged.isNull() || !tagged.file()->isValid()) return;
     // An MPEG file may have tags of several kinds, the most able one first.
     if (auto* mpeg = dynamic_cast<TagLib::MPEG::File*>(tagged.file())) {
@@ -135,13 +131,11 @@ void ReadTagLibTags(XFile& file, const std::string& ending, Metadata& metadata) 
 void WriteTagLibTags(XFile& file, const std::string& ending, const NTag& tags) {
     TagLibStream stream(file, ending);
     TagLib::FileRef tagged(&stream, false);
+    RequireNoError(file);
     if (tagged.isNull() || !tagged.file()->isValid()) throw Failure("cannot add the tags");
     const TagLib::PropertyMap refused = tagged.file()->setProperties(PropertiesFor(tags));
     const bool isSaved = refused.isEmpty() && tagged.save();
-    if (stream.WriteError() != 0) {
-        errno = stream.WriteError();
-        throw SystemFailure("cannot write");
-    }
+    RequireNoError(file, "cannot write");
     if (!isSaved) throw Failure("cannot add the tags");
 }
 

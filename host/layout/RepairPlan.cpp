@@ -3,6 +3,7 @@
 #include "base/LittleEndian.h"
 #include "base/Platform.h"
 #include "host/files/Descriptor.h"
+#include "host/files/InputFile.h"
 #include "host/files/Journal.h"
 #include "host/layout/AudioExtent.h"
 #include "host/layout/ChunkKind.h"
@@ -295,9 +296,7 @@ std::vector<std::string> Mended(const LayoutCheck& damaged, const LayoutCheck& r
     return mended;
 }
 
-}  // namespace
-
-RepairPlan PlanRepair(XFile& file) {
+RepairPlan Plan(XFile& file) {
     const LayoutCheck damaged(file);
     RepairPlan plan;
     plan.summary = damaged.Summary();
@@ -319,6 +318,14 @@ RepairPlan PlanRepair(XFile& file) {
     }
     throw Failure("cannot be repaired" +
                   (faults.empty() ? ", as it is unclear where its audio ends" : faults));
+}
+
+}  // namespace
+
+RepairPlan PlanRepair(XFile& file) {
+    RepairPlan plan = Plan(file);
+    RequireNoError(file);
+    return plan;
 }
 
 }  // namespace w64

@@ -1,7 +1,7 @@
 #include "host/layout/Salvage.h"
 
-#include "base/XStr.h"
 #include "host/files/FileCopy.h"
+#include "host/files/InputFile.h"
 #include "host/layout/AudioExtent.h"
 #include "host/layout/ChunkWalk.h"
 #include "host/layout/Wave64File.h"
@@ -19,9 +19,10 @@ constexpr int64_t kSizeFieldOffset = 16;  // in the header of a chunk
 
 // Nothing if there is none, or if the file is not Wave64, which the decoder reports.
 std::optional<AudioExtent> FindAudio(const fs::path& path) {
-    XFile file;
-    if (!file.Open(FromFileName(path.native()), XFile::Access::Read)) return std::nullopt;
-    return FindAudio(file);
+    InputFile file(path);
+    auto audio = FindAudio(file);
+    RequireNoError(file);
+    return audio;
 }
 
 // Whether the decoder finds all of it; at most it has to be told where to stop.
@@ -39,9 +40,7 @@ void Put(XFile& file, int64_t position, const void* bytes, size_t size) {
 // The file up to the end of its audio, with sizes that say so.
 std::unique_ptr<TempFile> RepairedCopy(const fs::path& path, const AudioExtent& audio,
                                        const fs::path& folder) {
-    XFile original;
-    if (!original.Open(FromFileName(path.native()), XFile::Access::Read))
-        throw SystemFailure("cannot open the file");
+    InputFile original(path);
     auto copy = std::make_unique<TempFile>(folder);
     CopyBeginning(original, copy->File(), audio.end);
     const auto outer = OuterHeaderOf(audio.end);
@@ -92,7 +91,7 @@ bool HidesAudio(const fs::path& path) {
     const auto audio = FindAudio(path);
     if (!audio || audio->Bytes() == 0) return false;
     Wave64File file(path);
-    return file.IsOpen() && !DecoderSees(file, *audio);
+    return !DecoderSees(file, *audio);
 }
 
 }  // namespace w64

@@ -14,7 +14,7 @@ namespace {
 
 constexpr STNStdReport kNoReport{};
 
-// The data of a chunk; nothing if it is too long to be carried, or cannot be read.
+// The data of a chunk; nothing if it is too long to be carried, or not there.
 std::vector<uint8_t> ReadChunk(XFile& file, const STRIFFChunk& chunk) {
     if (chunk.DataSize > static_cast<int64_t>(Metadata::kMaxExtensionBytes)) return {};
     std::vector<uint8_t> data(static_cast<size_t>(chunk.DataSize));
@@ -34,11 +34,10 @@ std::optional<std::vector<uint8_t>> ReadFormatRecord(XFile& file, int64_t positi
     return record;
 }
 
-Wave64File::Wave64File(const std::filesystem::path& path) {
-    if (file_.Open(FromFileName(path.native()), XFile::Access::Read) &&
-        chunks_.Initialize(file_.Handle(), kNoReport)) {
-        ReadFormat();
-    }
+Wave64File::Wave64File(const std::filesystem::path& path) : file_(path) {
+    if (chunks_.Initialize(file_.Handle(), kNoReport)) ReadFormat();
+    RequireNoError(chunks_);
+    RequireNoError(file_);
 }
 
 void Wave64File::ReadFormat() {
@@ -70,6 +69,7 @@ Metadata Wave64File::ReadMetadata() {
         AddOnce(metadata.others,
                 HasName(identifier) ? ContentOf(RIFFChnkGUID2CHR(identifier)) : "unknown chunk");
     }
+    RequireNoError(file_);
     return metadata;
 }
 

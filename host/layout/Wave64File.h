@@ -1,7 +1,7 @@
 #pragma once
 
 #include "audio/format/XAudioWFX.h"
-#include "base/XFile.h"
+#include "host/files/InputFile.h"
 #include "host/tagging/Metadata.h"
 #include "wave64/container/clWave64Handler.h"
 
@@ -20,12 +20,11 @@ std::optional<std::vector<uint8_t>> ReadFormatRecord(XFile& file, int64_t positi
 constexpr uint64_t kMaxRecordingBytes = uint64_t{1} << 50;
 
 // The chunks of a Wave64 file: what the host needs to know before, or instead of, decoding it.
-// Errors: none; a file that cannot be read or is not Wave64 has no chunks. The decoder says why.
+// Errors: Failure for a file that cannot be read. One that is not Wave64 has no chunks; the decoder says why.
 class Wave64File {
 public:
     explicit Wave64File(const std::filesystem::path& path);
 
-    bool IsOpen() const { return file_.IsOpen(); }
     clWave64Handler& Chunks() { return chunks_; }
     int64_t FileBytes() const { return file_.Size(); }
 
@@ -60,7 +59,7 @@ private:
     FoundChunk FindBroadcastExtension();
     void AddTags(Metadata& metadata);
 
-    XFile file_;
+    InputFile file_;
     clWave64Handler chunks_;
     std::optional<XAudioWFX> format_;
 };

@@ -211,7 +211,13 @@ void TagEditor::EditInPlace(LockedFile& recording, const TagChange& change, cons
     const MoveProgress progress(context_.console, recording.Path(), recording.File().Size());
     recording.RefuseChanges();
     recording.File().Close();  // the decoder opens it alone
-    EditTags(recording.Path(), change, plan);
+    try {
+        EditTags(recording.Path(), change, plan);
+    } catch (const std::exception& failure) {
+        if (recording.IsUnchanged()) throw;
+        throw Failure(std::string(ReasonOf(failure)) +
+                      "\nthe edit has stopped midway: part of the audio may be there twice, or not at all");
+    }
     InputFile file(recording.Path());
     const std::string difference = before.DifferenceTo(KeptChunks(file));
     if (!difference.empty()) throw Failure("the edited file is wrong: " + difference);
