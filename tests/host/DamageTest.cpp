@@ -86,23 +86,4 @@ TEST_F(Damage, WhatOnlyLooksOddIsDecoded) {
     }
 }
 
-// An error of the disk in a header is none that may pass for another header.
-TEST_F(Damage, OneReadThatFailsFailsTheEncoding) {
-    shop.Write("a.w64", File({}, {}));
-    shop.Do("w64 decode a.w64");
-    int failures = 0;
-    for (int read = 6; read < 30; read += 2) {  // two looks at the header, then the audio
-        SCOPED_TRACE(read);
-        const Outcome outcome = shop.Run(WithFailingRead(read) + "w64 encode -f a.wav b.w64");
-        EXPECT_EQ(shop.Files().count("b.w64"), outcome.status == 0 ? 1u : 0u) << outcome.errors;
-        if (outcome.status == 0) {
-            EXPECT_TRUE(shop.Read("b.w64") == shop.Read("a.w64"));
-            shop.Run("rm b.w64");
-        } else {
-            ++failures;
-        }
-    }
-    EXPECT_GE(failures, 6);
-}
-
 }  // namespace w64

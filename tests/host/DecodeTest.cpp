@@ -119,18 +119,21 @@ TEST_F(DecodeTest, FailedWritesAndInterruptsLeaveNothingBehind) {
 TEST_F(DecodeTest, VerifyKeepsNothingButWhatWentIn) {
     shop.Do("w64 decode a.w64");
     const Folder before = shop.Contents();
-    const std::string corrupt = kMeddling +
-                                "MEANWHILE='f=$(echo .w64-*.part); s=$(stat -c %s $f); printf X | "
-                                "dd of=$f conv=notrunc bs=1 seek=$((s / 2))' MEANWHILE_AT=";
-    for (const std::string arguments :
-         {"5 w64 decode a.w64 -o b.wav", "5 w64 decode a.w64 -o b.raw", "5 w64 decode a.w64 -o b.aiff",
-          "9 w64 decode a.w64 -o b.flac", "12 w64 encode a.wav -o b.w64"}) {
+    const std::string corrupt =
+        "f=$(echo .w64-*.part); s=$(stat -c %s $f); printf X | dd of=$f conv=notrunc bs=1 seek=$((s / 2))";
+    const std::pair<int, std::string> jobs[] = {{6, "decode a.w64 -o b.wav"},
+                                                {6, "decode a.w64 -o b.raw"},
+                                                {6, "decode a.w64 -o b.aiff"},
+                                                {10, "decode a.w64 -o b.flac"},
+                                                {13, "encode a.wav -o b.w64"}};
+    for (const auto& [change, arguments] : jobs) {
         const std::string name = arguments.substr(arguments.rfind(' ') + 1);
-        const Outcome outcome = shop.Run(corrupt + arguments + " --verify 2>&1");
+        const std::string command = "w64 " + arguments + " --verify";
+        const Outcome outcome = shop.Run(Meanwhile(corrupt, change) + command);
         EXPECT_EQ(outcome.status, 1) << arguments;
-        EXPECT_HAS("'" + name + "' is not kept: ", outcome.output);
+        EXPECT_HAS("'" + name + "' is not kept: ", outcome.errors);
         EXPECT_TRUE(shop.Contents() == before) << arguments;
-        shop.Do("w64" + arguments.substr(arguments.find(" w64") + 4) + " --verify && rm " + name);
+        shop.Do(command + " && rm " + name);
     }
 }
 

@@ -12,13 +12,15 @@ namespace w64 {
 
 using Folder = std::map<std::string, Bytes>;  // what is in files, by name
 
-// Before a command, preloads what meddles with its files.
-inline const std::string kMeddling =
-    "ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD=" W64_MEDDLING " ";
+// Before a command, the faults that FaultInjector.cpp is to make.
+inline std::string WithFaults(const std::string& plan) {
+    return "ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD=" W64_FAULTS " " + plan + " ";
+}
 
-// Its read of that number from a WAV file, or one with such a name, fails.
-inline std::string WithFailingRead(int number) {
-    return kMeddling + "FAILING_READ=" + std::to_string(number) + " ";
+// Runs a shell command before a change of that number, from 1 on, to a Wave64 file.
+inline std::string Meanwhile(const std::string& command, int number) {
+    return WithFaults("FAULT_CALLS='write truncate sync rename' FAULT_FILES='*.@(w64|part)' FAULT_AT=" +
+                      std::to_string(number) + " FAULT='" + command + "'");
 }
 
 // A workshop whose commands find settings of their own, never those of whoever runs the test.
@@ -69,6 +71,11 @@ public:
         for (const std::string& name : Files())
             contents[name] = std::filesystem::is_regular_file(Path() / name) ? Read(name) : Bytes();
         return contents;
+    }
+
+    void Fill(const Folder& contents) const {
+        for (const std::string& name : Files()) std::filesystem::remove_all(Path() / name);
+        for (const auto& [name, bytes] : contents) Write(name, bytes);
     }
 
     // As they are shown: "Title=Song, Artist=Somebody".

@@ -13,6 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* kNoLocks = "FAULT_CALLS=lock FAULT_AT=1 FAULT_TIMES=9";
 constexpr const char* kJournal = ".a.w64.w64-journal";
 const Bytes kList = List({{"INAM", Text(u"Song")}});
 const Bytes kAudio = Pattern(6000);
@@ -34,16 +35,10 @@ class StillEdit : public HostTest {
 protected:
     // For a program whose changes to the disk are recorded.
     std::string Recorded(const std::string& more = {}) const {
-        return "ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD=" DISK_RECORDER
-               " DISK_FOLDER='" +
-               shop.Path().string() + "' DISK_LOG='" + Log() + "' " + more + " ";
+        return WithFaults("FAULT_CALLS='create write truncate sync rename unlink' FAULT_FILES='" +
+                          shop.Path().string() + "*' FAULT_LOG='" + Log() + "' " + more);
     }
     std::string Log() const { return other.Path() / "log"; }
-
-    void Fill(const Folder& folder) const {
-        for (const std::string& name : shop.Files()) fs::remove_all(shop.Path() / name);
-        for (const auto& [name, bytes] : folder) shop.Write(name, bytes);
-    }
 
     bool Repair() const try {
         Console console({.quiet = true});
@@ -58,7 +53,7 @@ protected:
     Bytes Make(const Case& edit) const {
         fs::remove(shop.Settings());
         shop.Configure(edit.options);
-        Fill({{"a.w64", edit.file}});
+        shop.Fill({{"a.w64", edit.file}});
         fs::remove(Log());
         shop.Do(Recorded() + "w64 -q " + edit.edit);
         return shop.Read("a.w64");
@@ -70,7 +65,7 @@ protected:
         for (const Folder& state : states) {
             const bool isPlain = state.at("a.w64") == old || state.at("a.w64") == edited;
             between += !isPlain;
-            Fill(state);
+            shop.Fill(state);
             EXPECT_TRUE(Repair());
             EXPECT_TRUE(shop.Read("a.w64") == edited || (isPlain && shop.Read("a.w64") == old));
             EXPECT_EQ(shop.Files().count(kJournal), 0u);
@@ -119,8 +114,8 @@ TEST_F(StillEdit, KilledAtAnyCallLeavesTheOldFileOrTheNewOne) {
         const Bytes edited = Make(c);
         const auto& [options, edit, old] = c;
         for (int i = 1, status = 1; status != 0; ++i, ++changes) {
-            Fill({{"a.w64", old}});
-            status = shop.Run(Recorded("DISK_KILL=" + std::to_string(i)) + "w64 -q " + edit).status;
+            shop.Fill({{"a.w64", old}});
+            status = shop.Run(Recorded("FAULT=kill FAULT_AT=" + std::to_string(i)) + "w64 -q " + edit).status;
             const bool isPlain = shop.Read("a.w64") == old || shop.Read("a.w64") == edited;
             EXPECT_EQ(shop.Run("w64 check a.w64").output.find("interrupted") != std::string::npos,
                       HasInterruptedEdit(shop.Path() / "a.w64"));
@@ -144,11 +139,11 @@ TEST_F(StillEdit, AFailedCallLeavesTheOldFileOrTheNewOne) {
         for (int i = 1; i <= 2 * changes; ++i) {
             const bool isOnce = i <= changes;
             SCOPED_TRACE(i);
-            Fill({{"a.w64", old}});
+            shop.Fill({{"a.w64", old}});
             fs::remove(Log());
             const Outcome outcome =
-                shop.Run(Recorded(isOnce ? "DISK_FAIL=" + std::to_string(i)
-                                         : "DISK_FAILS=999 DISK_FAIL=" + std::to_string(i - changes)) +
+                shop.Run(Recorded(isOnce ? "FAULT_AT=" + std::to_string(i)
+                                         : "FAULT_TIMES=999 FAULT_AT=" + std::to_string(i - changes)) +
                          "w64 -q " + edit);
             EXPECT_TRUE(outcome.status == 0 || outcome.errors.starts_with("w64: a.w64: ")) << outcome.errors;
             const auto says = [&](const char* text) {
@@ -171,7 +166,7 @@ TEST_F(StillEdit, KilledAtAnyMomentLeavesTheOldFileOrTheNewOne) {
     shop.Configure("LISTPos=0");
     const std::string edits[] = {"set a.w64 Title=" + std::string(3000, 't'), "remove a.w64 --all"};
     const Bytes old = Padded(0).File();
-    Fill({{"a.w64", old}});
+    shop.Fill({{"a.w64", old}});
     shop.Do("w64 tags " + edits[0]);
     const Bytes files[] = {old, shop.Read("a.w64")};
     size_t done = 1;
@@ -226,7 +221,7 @@ TEST_F(StillEdit, ReadsAndWritesLittleOfAnyLengthAndLeavesTheRestAlone) {
 
 TEST_F(StillEdit, IsRefusedWhereItCannotBeSafe) {
     const Bytes file = Padded(4072).File();
-    Fill({{"a.w64", file}});
+    shop.Fill({{"a.w64", file}});
     const auto expectRefused = [&](const std::string& command, const std::string& message) {
         const Folder before = shop.Contents();
         const Outcome outcome = shop.Run(command);
@@ -241,11 +236,11 @@ TEST_F(StillEdit, IsRefusedWhereItCannotBeSafe) {
     fs::create_directory(shop.Path() / kJournal);
     expectRefused(set, "is taken by something else");
     fs::remove(shop.Path() / kJournal);
-    expectRefused(Recorded("DISK_NO_LOCKS=1") + set, "cannot be locked");
-    EXPECT_EQ(shop.Run(Recorded("DISK_NO_LOCKS=1") + set + " --in-place").errors, "");
+    expectRefused(Recorded(kNoLocks) + set, "cannot be locked");
+    EXPECT_EQ(shop.Run(Recorded(kNoLocks) + set + " --in-place").errors, "");
 
     // Another program writes while the edit is prepared, or after it was interrupted.
-    Fill({{"a.w64", file}});
+    shop.Fill({{"a.w64", file}});
     const RangeEdit edit{int64_t(file.size()), int64_t(file.size()), {{500, Bytes(4), Bytes(4, 'x')}}};
     const auto write = [&](size_t at) {
         std::fstream(shop.Path() / "a.w64").seekp(std::streamoff(at)).put('y');
@@ -264,7 +259,7 @@ TEST_F(StillEdit, IsRefusedWhereItCannotBeSafe) {
     const Folder interrupted = shop.Contents();
     shop.Do("w64 -q sample -f a.w64");
     EXPECT_EQ(shop.Files(), std::set<std::string>{"a.w64"});
-    Fill(interrupted);
+    shop.Fill(interrupted);
     write(502);
     expectRefused(set, "changed since, so the edit cannot be finished");
     write(501);
@@ -283,7 +278,7 @@ TEST_F(StillEdit, IsRefusedWhereItCannotBeSafe) {
     shop.Write("a.w64", shop.Read("b.w64"));
     journal.Write(edit);
     fs::remove(Log());
-    shop.Do(Recorded("DISK_NO_LOCKS=1") + "w64 repair a.w64");
+    shop.Do(Recorded(kNoLocks) + "w64 repair a.w64");
     EXPECT_HAS("/a.w64 500 4 4\nxxxx", shop.Do("cat '" + Log() + "'").output);
 
     // A journal made to do harm: it cuts off, puts in or repeats what it does not have.
@@ -304,10 +299,10 @@ TEST_F(StillEdit, IsRefusedWhereItCannotBeSafe) {
 
 TEST_F(StillEdit, PutsNewTagsWhereTheyFit) {
     const auto place = [&] { return shop.Do("w64 check a.w64").output; };
-    Fill({{"a.w64", Padded(4072).File()}});
+    shop.Fill({{"a.w64", Padded(4072).File()}});
     EXPECT_EQ(shop.Do("w64 tags set a.w64 Title=x").errors, "");
     EXPECT_HAS("tags before the audio", place());
-    Fill({{"a.w64", Padded(0).File()}, {".w64-99999999-0.part", {}}});
+    shop.Fill({{"a.w64", Padded(0).File()}, {".w64-99999999-0.part", {}}});
     const std::string notes = shop.Do("w64 tags set a.w64 Title=x").errors;
     EXPECT_HAS("a copy of the file is edited", notes);
     EXPECT_HAS(".w64-99999999-0.part: left over from a run that was killed", notes);
