@@ -17,9 +17,9 @@ public:
     TileLister(const SpectralTiles::Sizes& sizes, bool imagesOfInput, std::span<const double> longResponse,
                const SmoothResponse& shortResponse, double threshold)
         : sizes_(sizes), long_(static_cast<int64_t>(longResponse.size()) / sizes.tile),
-          vectors_(static_cast<double>(sizes.tile / kFloats)), imagesOfInput_(imagesOfInput),
-          longResponse_(longResponse), corners_(shortResponse.Rough(sizes.common / 2 + 1, sizes.tile)),
-          threshold_(threshold) {
+          vectors_(static_cast<double>(sizes.tile) / static_cast<double>(kFloats)),
+          imagesOfInput_(imagesOfInput), longResponse_(longResponse),
+          corners_(shortResponse.Rough(sizes.common / 2 + 1, sizes.tile)), threshold_(threshold) {
         for (auto tile = longResponse; !tile.empty(); tile = tile.subspan(BinsOfTile())) {
             const auto [low, high] = std::ranges::minmax_element(tile.first(BinsOfTile()));
             largest_.push_back(std::max(-*low, *high));
