@@ -31,6 +31,9 @@ int64_t NextData(int file, int64_t position);
 // copied: 0 at the end, -1 with errno set on failure.
 int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes);
 
+// Begins to write to the disk what has been written to a file, where the system can.
+void StartFlush(int file);
+
 // Lets a file that is flushed be read from the disk next time, where the system can.
 void DropFromCache(int file);
 

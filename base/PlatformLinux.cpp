@@ -79,6 +79,8 @@ int64_t CopySomeBytes(int from, int to, int64_t offset, int64_t bytes) {
     return copied < 0 && CannotCopyInKernel() ? CopyThroughMemory(from, to, offset, bytes) : copied;
 }
 
+void StartFlush(int file) { ::sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE); }
+
 void DropFromCache(int file) { ::posix_fadvise(file, 0, 0, POSIX_FADV_DONTNEED); }
 
 int64_t BytesWritten() {

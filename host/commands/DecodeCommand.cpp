@@ -9,6 +9,7 @@
 #include "host/convert/Conversion.h"
 #include "host/decoder/DecoderInstance.h"
 #include "host/decoder/SubDecoder.h"
+#include "host/files/FlushAhead.h"
 #include "host/files/InputFile.h"
 #include "host/files/OutputFile.h"
 #include "host/formats/Verification.h"
@@ -166,7 +167,8 @@ private:
             const auto sink =
                 MakeSink(job_.type, target, {format, ExpectedBytes(decoder, stored, conversion), metadata});
             const int frameBytes = decoder.Format().BlockAlign();
-            CopyAudio(decoder, IsMPEG(stored) ? asked.InBytes(frameBytes) : ByteRange{}, conversion, *sink);
+            CopyAudio(decoder, IsMPEG(stored) ? asked.InBytes(frameBytes) : ByteRange{}, conversion, *sink,
+                      FlushAhead(target.file));
             sink->Finish();
             PassOnNotes(decoder, job_.input, context_.console);
         } catch (const DecoderFailure& failure) {
@@ -215,10 +217,12 @@ private:
         }
     }
 
-    void CopyAudio(DecoderInstance& decoder, ByteRange range, Conversion& conversion, AudioSink& sink) {
+    void CopyAudio(DecoderInstance& decoder, ByteRange range, Conversion& conversion, AudioSink& sink,
+                   FlushAhead flush) {
         const double bytesPerSecond = decoder.Format().AvgBytesPerSec();
         const Conversion::Write write = [&](std::span<const uint8_t> frames) {
             sink.Write(frames);
+            flush.Add(frames.size());
             if (verification_) verification_->Add(frames);
         };
         progress_.Expect(XAudioWFX(decoder.Format()).CalcBufferSize(decoder.Info().LengthMilliseconds));

@@ -43,7 +43,7 @@ clPassRIFFChunks ChunksFor(const Metadata& metadata, unsigned padding, std::opti
 
 Wave64Writer::Wave64Writer(const std::string& path, bool replace, const XAudioWFX& format, unsigned padding,
                            int traceDescriptor, const Metadata& metadata, std::optional<uint32_t> frameCount)
-    : output_(path, replace), channels_(traceDescriptor) {
+    : output_(path, replace), flush_(output_.File()), channels_(traceDescriptor) {
     chunks_.SetRules({.safe = true});
     Check(chunks_.InitializeNewWAV(output_.File().Handle(), format, channels_.Report(),
                                    ChunksFor(metadata, padding, frameCount), 0));
@@ -51,6 +51,7 @@ Wave64Writer::Wave64Writer(const std::string& path, bool replace, const XAudioWF
 
 void Wave64Writer::Write(std::span<const uint8_t> audio) {
     if (!output_.File().Write(audio.data(), audio.size())) throw SystemFailure("cannot write");
+    flush_.Add(audio.size());
 }
 
 const std::filesystem::path& Wave64Writer::Close() {

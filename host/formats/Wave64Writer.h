@@ -2,6 +2,7 @@
 
 #include "audio/format/XAudioWFX.h"
 #include "host/decoder/ReportChannels.h"
+#include "host/files/FlushAhead.h"
 #include "host/files/OutputFile.h"
 #include "host/tagging/Metadata.h"
 #include "wave64/container/clWave64Handler.h"
@@ -39,6 +40,7 @@ private:
     void Check(bool done) const;
 
     OutputFile output_;
+    FlushAhead flush_;
     ReportChannels channels_;
     clWave64Handler chunks_;
 };
