@@ -1,6 +1,6 @@
 #include "audio/resample/Crew.h"
 
-#include <system_error>
+#include <exception>
 #include <utility>
 
 namespace w64 {
@@ -9,7 +9,7 @@ Crew::Crew(size_t threads, size_t jobs, Work work) : work_(std::move(work)), isD
     threads_.reserve(threads);
     try {
         for (size_t thread = 1; thread < threads; ++thread) threads_.emplace_back(&Crew::Run, this, thread);
-    } catch (const std::system_error&) {  // the owner does without
+    } catch (const std::exception&) {  // the owner does without; those that are there must be joined
     }
 }
 

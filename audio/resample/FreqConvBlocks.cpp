@@ -78,8 +78,11 @@ void FreqConvBlocks::Convert(size_t thread, Slot& slot) {
     if (IsOnePair()) {
         const double* const result =
             engine_->Convert(thread, 0, slot.window.data(), slot.inFrames, slot.outFrames);
-        if (!crew_) slot.result = result;
-        std::copy_n(result, slot.out.size(), slot.out.begin());
+        if (!crew_) {
+            slot.result = result;  // nobody overwrites it before it is taken
+        } else {
+            std::copy_n(result, slot.out.size(), slot.out.begin());
+        }
         return;
     }
     for (size_t pair = 0; 2 * pair < NumbersOfHops(); ++pair) {

@@ -48,7 +48,7 @@ private:
     int64_t NewFrames() const { return Needed(started_ + 1) - Needed(started_); }
     size_t HistoryNumbers() const { return static_cast<size_t>(engine_->History(started_)) * channels_; }
     size_t NumbersOfHops() const { return channels_ * static_cast<size_t>(engine_->Hops()); }
-    bool IsOnePair() const { return NumbersOfHops() == 2 && channels_ == 2; }
+    bool IsOnePair() const { return channels_ == 2 && engine_->Hops() == 1; }
 
     void BeginWindow();
     void Convert(size_t thread, Slot& slot);
