@@ -3,6 +3,7 @@
 #include "host/commandline/Arguments.h"
 #include "host/commandline/Mistakes.h"
 #include "host/commands/Commands.h"
+#include "host/decoder/ReportPipe.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/Interrupt.h"
 #include "host/terminal/StandardOutput.h"
@@ -124,6 +125,7 @@ void OccupyStandardStreams() {
 
 int ExitStatus(const CommandLine& line) {
     Interrupt::Install();
+    const ReportPipe::Reuse reuse;
     Console console({.quiet = line.quiet, .statusLine = line.trace != "-"});
     try {
         bool allDone = true;

@@ -91,8 +91,7 @@ void OwnSettings::MarkAsOld() {
 OwnSettings::Edit::~Edit() {
     try {
         End();
-    } catch (const std::
-                 exception&) {  // NOLINT(bugprone-empty-catch): the edit has failed with an error of its own
+    } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): another error ended the edit
     }
 }
 

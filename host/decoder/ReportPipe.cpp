@@ -18,10 +18,15 @@ Pipe MakePipe() {
     return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
-// Empty pipes for the next reports: making one takes longer than to read the headers of a file.
 // Threads: any.
 class IdlePipes {
 public:
+    void Keep(bool keeps) {
+        const std::lock_guard lock(access_);
+        keeps_ = keeps;
+        if (!keeps) pipes_.clear();
+    }
+
     Pipe Take() {
         const std::lock_guard lock(access_);
         if (pipes_.empty()) return MakePipe();
@@ -32,11 +37,12 @@ public:
 
     void Give(Pipe pipe) {
         const std::lock_guard lock(access_);
-        pipes_.push_back(std::move(pipe));
+        if (keeps_) pipes_.push_back(std::move(pipe));
     }
 
 private:
     std::mutex access_;
+    bool keeps_ = false;
     std::vector<Pipe> pipes_;
 };
 
@@ -55,6 +61,9 @@ size_t ReadSome(const Pipe& pipe, char* to, size_t bytes) {
 }
 
 }  // namespace
+
+ReportPipe::Reuse::Reuse() { Idle().Keep(true); }
+ReportPipe::Reuse::~Reuse() { Idle().Keep(false); }
 
 ReportPipe::ReportPipe() : pipe_(Idle().Take()) {}
 

@@ -16,6 +16,16 @@ struct Pipe {
 // Errors: Failure when it cannot be created.
 class ReportPipe {
 public:
+    // While there is one, empty pipes are kept for the next reports: making one takes longer than to read the headers
+    // of a file.
+    class Reuse {
+    public:
+        Reuse();
+        Reuse(const Reuse&) = delete;
+        Reuse& operator=(const Reuse&) = delete;
+        ~Reuse();
+    };
+
     ReportPipe();
     ReportPipe(const ReportPipe&) = delete;  // gives its pipe on
     ReportPipe& operator=(const ReportPipe&) = delete;
