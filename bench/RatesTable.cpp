@@ -28,7 +28,7 @@ double SecondsOf(Work work) {
     return good ? taken.count() : 0;
 }
 
-// Nothing where either cannot convert.
+// 0 where either cannot convert.
 double RatioOf(int channels, int source, int target) {
     constexpr int kSeconds = 6;
     const auto design = FreqConvDesign::Create(source, target, UpwardEdge::SourceHalf);

@@ -12,7 +12,7 @@ std::vector<double> Noise(int channels, int rate, int seconds);
 // With a second of delay, as `w64` converts files.
 bool ConvertByXAudioFreqConv(std::vector<double>& samples, int channels, int source, int target);
 
-// By the best recipe, without roll-off, with a transition band of so many Hz.
+// By the best recipe, without roll-off; the transition band is in Hz.
 bool ConvertBySoxr(const std::vector<double>& samples, int channels, int source, int target,
                    double transition);
 

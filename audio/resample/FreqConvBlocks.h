@@ -19,8 +19,15 @@ public:
     int64_t Needed(int64_t blocks) const { return engine_->Needed(blocks); }
     int64_t Produced(int64_t blocks) const { return engine_->Produced(blocks); }
 
-    // Blocks that are started before the first of them has to be taken.
+    // Blocks that can be under way: when that many are started and not taken, the oldest must be taken.
     int64_t AtATime() const { return std::ssize(slots_); }
+
+    int64_t Started() const { return started_; }
+    int64_t UnderWay() const { return started_ - taken_; }
+
+    // Frames of the next block to start, and of the next result to take.
+    int64_t NewFrames() const { return Needed(started_ + 1) - Needed(started_); }
+    int64_t NextResult() const { return Produced(taken_ + 1) - Produced(taken_); }
 
     // Room for the new frames of the next block, interleaved; may be filled piecewise. Samples must be finite.
     double* Input();
@@ -45,7 +52,6 @@ private:
 
     size_t IndexOf(int64_t block) const { return static_cast<size_t>(block) % slots_.size(); }
     Slot& SlotOf(int64_t block) { return slots_[IndexOf(block)]; }
-    int64_t NewFrames() const { return Needed(started_ + 1) - Needed(started_); }
     size_t HistoryNumbers() const { return static_cast<size_t>(engine_->History(started_)) * channels_; }
     size_t NumbersOfHops() const { return channels_ * static_cast<size_t>(engine_->Hops()); }
     bool IsOnePair() const { return channels_ == 2 && engine_->Hops() == 1; }

@@ -57,9 +57,9 @@ bool XAudioFreqConv::ConvertData(XAudioBufferNew& input, bool inPlace, bool last
     if (!converter_ || (!empty && !IsOfStream(input))) return false;
 
     const int64_t frameBytes = format_.SamplesToBytes_DivChan(1);
-    const int64_t arrived =
-        converter_->Needed(started_) + held_ + (stream_.BytesRemaining() + input.PosLeftByte()) / frameBytes;
-    int64_t blocks = started_;
+    const int64_t arrived = converter_->Needed(converter_->Started()) + held_ +
+                            (stream_.BytesRemaining() + input.PosLeftByte()) / frameBytes;
+    int64_t blocks = converter_->Started();
     while (converter_->Needed(blocks + 1) <= arrived) ++blocks;
     const int64_t produced = last ? OutputFrames(arrived) : FramesFrom(blocks);
 
@@ -71,10 +71,10 @@ bool XAudioFreqConv::ConvertData(XAudioBufferNew& input, bool inPlace, bool last
     int64_t frame = 0;
     while (FillBlock()) {
         StartBlock();
-        if (started_ - taken_ == converter_->AtATime()) frame = TakeBlock(frame);
+        if (converter_->UnderWay() == converter_->AtATime()) frame = TakeBlock(frame);
     }
     while (frame < frames) {
-        if (taken_ == started_) StartBlock();
+        if (converter_->UnderWay() == 0) StartBlock();
         frame = TakeBlock(frame);
     }
     if (last) Restart();
@@ -94,7 +94,7 @@ void XAudioFreqConv::Destroy() {
 void XAudioFreqConv::Restart() {
     if (converter_) converter_->Restart();
     stream_.Clear();
-    started_ = taken_ = held_ = produced_ = 0;
+    held_ = produced_ = 0;
 }
 
 bool XAudioFreqConv::IsOfStream(const XAudioWFX& format) const {
@@ -112,7 +112,7 @@ int64_t XAudioFreqConv::OutputFrames(int64_t inputFrames) const {
 // Moves frames from the stream into the next block. True when it is complete.
 bool XAudioFreqConv::FillBlock() {
     const int64_t channels = format_.Channels();
-    const int64_t whole = BlockFrames();
+    const int64_t whole = converter_->NewFrames();
     const int64_t frames =
         std::min(whole - held_, stream_.BytesRemaining() / format_.SamplesToBytes_DivChan(1));
     double* const to = converter_->Input() + held_ * channels;
@@ -127,29 +127,22 @@ bool XAudioFreqConv::FillBlock() {
 // the filters have delivered everything.
 void XAudioFreqConv::StartBlock() {
     const int64_t channels = format_.Channels();
-    std::fill_n(converter_->Input() + held_ * channels, (BlockFrames() - held_) * channels, 0.0);
+    std::fill_n(converter_->Input() + held_ * channels, (converter_->NewFrames() - held_) * channels, 0.0);
     converter_->Start();
-    ++started_;
     held_ = 0;
 }
 
 // Returns where the next one goes.
 int64_t XAudioFreqConv::TakeBlock(int64_t frame) {
-    const int64_t given = converter_->Produced(taken_ + 1) - converter_->Produced(taken_);
+    const int64_t kept = std::min(converter_->NextResult(), GetUsedSample() - frame);
     const double* const out = converter_->Take();
-    ++taken_;
-    const int64_t kept = std::min(given, GetUsedSample() - frame);
     samples_.SetBeginData_DivChan(*this, frame);
     samples_.PutDbls(0, kept * format_.Channels(), out);
     produced_ += kept;
     return frame + kept;
 }
 
-int64_t XAudioFreqConv::BlockFrames() const {
-    return converter_->Needed(started_ + 1) - converter_->Needed(started_);
-}
-
-// What can be taken when so many blocks have been started.
+// Output frames that can be taken after the first `blocks` blocks have been started.
 int64_t XAudioFreqConv::FramesFrom(int64_t blocks) const {
     return converter_->Produced(std::max<int64_t>(0, blocks + 1 - converter_->AtATime()));
 }

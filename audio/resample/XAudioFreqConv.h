@@ -47,7 +47,6 @@ private:
 
     bool IsOfStream(const XAudioWFX& format) const;
     int64_t OutputFrames(int64_t inputFrames) const;
-    int64_t BlockFrames() const;
     int64_t FramesFrom(int64_t blocks) const;
     bool FillBlock();
     void StartBlock();
@@ -60,8 +59,6 @@ private:
     std::unique_ptr<FreqConvBlocks> converter_;
     XAudioRdWr samples_;
     XAudioDataStream stream_;
-    int64_t started_ = 0;   // blocks
-    int64_t taken_ = 0;     // likewise
     int64_t held_ = 0;      // frames of the next block
     int64_t produced_ = 0;  // frames
 };

@@ -22,8 +22,8 @@ std::vector<std::string> ChannelNames(const XAudioWFX& format);
 // 0 unless the map names a different known speaker for each channel, in any order.
 uint32_t ChannelMaskFromMap(std::span<const int> map);
 
-// For each channel in the order of the mask's bits, where it is in the map; empty where that is the order of the map, or
-// no mask can say what it says.
+// For each channel in the order of the mask's bits, its place in the map. Empty if the map is in that order, or has no
+// mask.
 std::vector<size_t> WaveOrder(std::span<const int> map);
 
 // Empty unless the mask names exactly one known speaker per channel.

@@ -101,7 +101,7 @@ protected:
         return count;
     }
 
-    // Of so many calls, the numbers of those to try.
+    // The numbers, from 1 to `count`, of the calls to try.
     std::vector<int> Chosen(int count) {
         const bool isAll = std::getenv("FAULTS") != nullptr;
         std::vector<int> chosen(static_cast<size_t>(isAll ? std::min(count, 299) : 0));
