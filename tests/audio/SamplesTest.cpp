@@ -94,7 +94,8 @@ Bytes Stored(SampleMode mode, int64_t count) {
     if (mode != SampleMode::Float32 && mode != SampleMode::Float64) return bytes;
     const Samples values = Values();
     for (int64_t i = 0; i < count; i += 2)
-        WithLayout(mode, [&](auto layout) { layout.PutDbl(&bytes[1], i, values[static_cast<size_t>(i)]); });
+        WithLayout(mode,
+                   [&](auto layout) { layout.PutDbl(bytes.data() + 1, i, values[static_cast<size_t>(i)]); });
     return bytes;
 }
 
@@ -104,8 +105,9 @@ void ExpectConverts(const SampleKernels& kernels, SampleMode from, SampleMode to
     Bytes expected(static_cast<size_t>(1 + BytesOf(to, count)));
     Bytes target = expected;
     for (int64_t i = 0; i < count; ++i) {
-        const int32_t value = WithLayout(from, [&](auto layout) { return layout.GetInt(&stored[1], i); });
-        WithLayout(to, [&](auto layout) { layout.PutInt(&expected[1], i, value); });
+        const int32_t value =
+            WithLayout(from, [&](auto layout) { return layout.GetInt(stored.data() + 1, i); });
+        WithLayout(to, [&](auto layout) { layout.PutInt(expected.data() + 1, i, value); });
     }
     kernels.convert(from, stored.data() + 1, to, target.data() + 1, count);
     EXPECT_EQ(target, expected);
@@ -119,7 +121,8 @@ void ExpectRounds(const SampleKernels& kernels, SampleMode to, int64_t count) {
     Bytes expected(static_cast<size_t>(1 + BytesOf(to, count)));
     Bytes target = expected;
     for (int64_t i = 0; i < count; ++i)
-        WithLayout(to, [&](auto layout) { layout.PutDbl(&expected[1], i, values[static_cast<size_t>(i)]); });
+        WithLayout(
+            to, [&](auto layout) { layout.PutDbl(expected.data() + 1, i, values[static_cast<size_t>(i)]); });
     kernels.round(values.data(), to, target.data() + 1, count);
     EXPECT_EQ(target, expected) << int(to) << ", " << count << " samples";
 }

@@ -60,7 +60,7 @@ TEST(XAudioDataStream, PiecesOfAnySizeGiveTheWhole) {
         for (size_t added = 0; added < audio.size() || stream.BytesRemaining() > 0;) {
             const size_t begin = added - std::min<size_t>(added, random() % 3);  // already read
             const size_t end = std::min<size_t>(added + random() % 700, audio.size());
-            XAudioBufferNew buffer(&audio[begin], static_cast<int64_t>(end - begin), kFormat, true);
+            XAudioBufferNew buffer(audio.data() + begin, static_cast<int64_t>(end - begin), kFormat, true);
             buffer.SetPosByte(static_cast<int64_t>(added - begin));
             ASSERT_TRUE(stream.AddData(buffer, random() % 2 == 0));
             added = end;
