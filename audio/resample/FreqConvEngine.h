@@ -7,8 +7,9 @@ namespace w64 {
 
 // What a conversion may take.
 struct FreqConvLimits {
-    // In seconds, how much of the input the filters may hold back until the last block: an odd number of channels is
-    // converted faster where there is room for two hops.
+    // In seconds, how much of the input the filters may hold back until the last block, of more than two channels as
+    // much less as takes the same memory. Longer blocks take less time, and an odd number of channels is converted
+    // faster where there is room for two hops.
     double maxDelay = 0.4;
 
     // Threads that convert blocks, the caller's among them. Each has memory of its own and holds back two blocks more.

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace w64 {
 
@@ -17,13 +16,22 @@ constexpr double kMaxDelayAtLowRates = 1.0;
 constexpr double kUsualRate = 44100;    // Hz
 constexpr double kMinResponse = 1e-15;  // a double would not show less
 
-constexpr int64_t kMaxSamples = int64_t{1} << 16;  // of the short filter's response
+constexpr double kCachedPoints = 24576;
+
+constexpr int64_t kMaxSamples = int64_t{1} << 17;  // of the short filter's response
 
 // Tiles from 0 to the stop-band edge of a filter.
 int64_t PassBandTiles(const LowPass& filter, int64_t tilesOfRate) {
     const double share = filter.StopEdge() / static_cast<double>(filter.rate);
     if (share >= 0.5) return tilesOfRate / 2;
     return static_cast<int64_t>(share * static_cast<double>(tilesOfRate)) + 1;
+}
+
+// Of a transform and what else is done to its points, in about the time that an operation takes. From kCachedPoints on
+// they leave the second-level cache.
+double WorkOn(int64_t points) {
+    const auto count = static_cast<double>(points);
+    return count * (5 + std::log2(count)) * std::clamp(count / kCachedPoints, 1.0, 1.8);
 }
 
 // Eight floats.
@@ -189,7 +197,7 @@ SpectralFreqConv::ChooseBlock(const FreqConvDesign& design, int channels, double
     const LowPass& shortFilter = design.shortFilter;
     if (SmoothResponse::SamplesFor(shortFilter) > kMaxSamples) return std::nullopt;
     Block block{
-        design.step, design.shortFirst ? design.phases : design.phases * design.branches, tile, 0, 0, 1};
+        design.step, design.shortFirst ? design.phases : design.phases * design.branches, tile, 0, 0, 1, 0};
     const int64_t spacing = (design.shortFirst ? block.inPeriod : block.outPeriod) / design.branches;
     const int64_t reach = shortFilter.length / 2 + design.longFilter.length / 2 * spacing;
     const int64_t period = block.inPeriod * block.outPeriod;
@@ -199,30 +207,21 @@ SpectralFreqConv::ChooseBlock(const FreqConvDesign& design, int channels, double
                                     static_cast<double>(design.shortFirst ? block.outPeriod : block.inPeriod);
     const double sourceRate = periodsPerSecond * static_cast<double>(block.inPeriod);
     const double usual = std::clamp(kUsualDelay * kUsualRate / sourceRate, kUsualDelay, kMaxDelayAtLowRates);
-    const auto delayOf = [=](int64_t hops) {
-        return static_cast<int64_t>((hops == 1 ? usual : std::max(usual, maxDelay)) * periodsPerSecond);
-    };
+    const double ofManyChannels = maxDelay * 2 / std::max(channels, 2);  // in the memory of two
+    const auto delay = static_cast<int64_t>(std::max(usual, ofManyChannels) * periodsPerSecond);
 
     // Both spectra must consist of whole tiles, half of them at negative frequencies.
-    const auto work = [](int64_t points) {
-        return static_cast<double>(points) * (5 + std::log2(static_cast<double>(points)));
-    };
     std::optional<Block> best;
-    double minWork = std::numeric_limits<double>::infinity();
     const int64_t maxPeriods = kMaxPoints / std::max(block.inPeriod, block.outPeriod);
     for (block.hops = 1; block.hops <= 2; ++block.hops) {
         const int64_t pairs = (channels * block.hops + 1) / 2;
         for (block.periods = 2 * tile; block.periods <= maxPeriods; block.periods += 2 * tile) {
-            const int64_t ofOneHop = block.periods - block.margin;
-            if (ofOneHop > delayOf(1) || block.FirstNeeded() > delayOf(block.hops)) break;
+            if (block.FirstNeeded() > delay) break;
             if (block.Hop() <= 0 || !FFTGrid::Takes(block.InPoints()) || !FFTGrid::Takes(block.OutPoints()))
                 continue;
-            const double workPerPeriod = static_cast<double>(pairs) *
-                                         (work(block.InPoints()) + work(block.OutPoints())) /
-                                         static_cast<double>(block.hops * block.Hop());
-            if (workPerPeriod >= minWork) continue;
-            minWork = workPerPeriod;
-            best = block;
+            block.work = static_cast<double>(pairs) * (WorkOn(block.InPoints()) + WorkOn(block.OutPoints())) /
+                         static_cast<double>(block.hops * block.Hop());
+            if (!best || block.work < best->work) best = block;
         }
     }
     return best;
@@ -233,9 +232,13 @@ std::unique_ptr<SpectralFreqConv> SpectralFreqConv::Create(const FreqConvDesign&
     std::optional<Block> block = ChooseBlock(design, channels, limits.maxDelay, kWideTile);
     // Where more images fall onto a bin, a narrow tile takes longer than the filters one after the other.
     constexpr int64_t kMaxImages = 100;
+    constexpr double kNarrowWork = 1.3;  // compared with wide tiles
     const int64_t images =
         (design.shortFirst ? design.step : design.phases * design.branches) / design.branches;
-    if (!block && images <= kMaxImages) block = ChooseBlock(design, channels, limits.maxDelay, kNarrowTile);
+    if (images <= kMaxImages) {
+        const std::optional<Block> narrow = ChooseBlock(design, channels, limits.maxDelay, kNarrowTile);
+        if (!block || (narrow && kNarrowWork * narrow->work < block->work)) block = narrow;
+    }
     if (!block) return nullptr;
     return std::unique_ptr<SpectralFreqConv>(new SpectralFreqConv(design, *block, limits.threads));
 }

@@ -72,6 +72,7 @@ private:
         int64_t periods;
         int64_t margin;  // periods at either end that wrap-around spoils
         int64_t hops;    // converted at once
+        double work;     // per period, compared with other blocks
 
         int64_t InPoints() const { return periods * inPeriod; }    // N
         int64_t OutPoints() const { return periods * outPeriod; }  // M
