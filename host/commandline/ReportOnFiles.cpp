@@ -3,7 +3,6 @@
 #include "base/XStr.h"
 #include "host/terminal/Failure.h"
 #include "host/terminal/ForEachFile.h"
-#include "host/terminal/StandardOutput.h"
 
 #include <atomic>
 #include <cctype>
@@ -98,7 +97,6 @@ bool ReportOnFiles(std::span<const std::string> files, bool asJSON, unsigned job
         output.Print(i, {text.str(), error});
     });
     if (asJSON) std::cout << "\n]\n";
-    FlushStandardOutput();
     return allDone && allWell;
 }
 

@@ -7,7 +7,6 @@
 #include "host/terminal/FormatText.h"
 #include "host/terminal/Interrupt.h"
 #include "host/terminal/Progress.h"
-#include "host/terminal/StandardOutput.h"
 
 #include <algorithm>
 #include <cmath>
@@ -152,7 +151,6 @@ bool CompareCommand(const CompareOptions& options, CommandContext context) {
     });
     if (!areWhole) return false;
     std::cout << (difference.empty() ? DescribeSame(a, b, frames) : difference) << "\n";
-    FlushStandardOutput();
     return difference.empty();
 }
 

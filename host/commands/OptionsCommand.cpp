@@ -6,7 +6,6 @@
 #include "host/decoder/PluginLibrary.h"
 #include "host/decoder/ReportChannels.h"
 #include "host/terminal/Failure.h"
-#include "host/terminal/StandardOutput.h"
 #include "settings/XRegistryTransaction.h"
 #include "tags/TaggingOptions.h"
 
@@ -157,7 +156,6 @@ bool OptionsCommand(const OptionsOptions& options, CommandContext context) {
         Store(option, options.assignment.substr(sign + 1));
         Show(option);
     }
-    FlushStandardOutput();
     return true;
 }
 

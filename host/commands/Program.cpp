@@ -59,7 +59,6 @@ void ShowHelp(const CLI::App& app, const Names& names) {
         command = found[0];
     }
     std::cout << app.get_formatter()->make_help(command, TitleOf(*command), CLI::AppFormatMode::Normal);
-    FlushStandardOutput();
 }
 
 void AddHelp(CLI::App& app, CommandLine& line) {
@@ -132,6 +131,7 @@ int ExitStatus(const CommandLine& line) {
         for (const auto& prepare : line.preparations) allDone = prepare(console) && allDone;
         const TraceFile trace(line.trace);
         allDone = line.work({console, trace.Descriptor(), line.plugin}) && allDone;
+        FlushStandardOutput();
         if (Interrupt::Signal() != 0) return kSignalled + Interrupt::Signal();
         return allDone ? 0 : kFileFailed;
     } catch (const UsageError& error) {

@@ -10,7 +10,6 @@
 #include "host/terminal/Failure.h"
 #include "host/terminal/ForEachFile.h"
 #include "host/terminal/FormatText.h"
-#include "host/terminal/StandardOutput.h"
 
 #include <algorithm>
 #include <iostream>
@@ -51,7 +50,7 @@ bool TagExportCommand(const TagExportOptions& options, CommandContext context) {
     const PluginLibrary library = PluginLibrary::OfWave64(context.plugin);
     const OwnSettings settings;
     const std::vector<std::string> inputs = {options.input};
-    const bool isDone = ForEachFile(inputs, 1, context.console, [&](size_t) {
+    return ForEachFile(inputs, 1, context.console, [&](size_t) {
         DecoderInstance decoder(library, context.traceDescriptor);
         decoder.Open(options.input, kvOpenTags);
         Print(TextsOf(decoder.Tags()), options.json);
@@ -59,8 +58,6 @@ bool TagExportCommand(const TagExportOptions& options, CommandContext context) {
         if (!errors.empty()) throw Failure(WithDamage(JoinLines(errors), options.input));
         if (const std::string cut = Wave64File(options.input).DescribeCut(); !cut.empty()) throw Failure(cut);
     });
-    FlushStandardOutput();
-    return isDone;
 }
 
 }  // namespace

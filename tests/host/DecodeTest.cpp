@@ -69,6 +69,7 @@ TEST_F(DecodeTest, NothingIsReplacedUnlessForced) {
         {{"", 2, "subcommand is required"},
          {"encode a.w64 b.w64 d.w64", 2, "'a.w64' would replace itself; -o says where to write"},
          {"--help >/dev/full", 1, "cannot write to standard output: No space"},
+         {"options >/dev/full", 1, "cannot write to standard output: No space"},
          {"decode b.w64", 1, "exists already; --force replaces it"}});
     EXPECT_EQ(shop.Do("w64 help").output, shop.Do("w64 --version >&2 && w64 --help").output);
     EXPECT_EQ(shop.Do("w64 help tags set").output, shop.Do("w64 tags set --help").output);
