@@ -51,6 +51,17 @@ TEST(XAudioBuffer, CopiesFramesInAndOut) {
     EXPECT_EQ(data, (Bytes{1, 2, 3, 4, 1, 2, 3, 4, 5, 6, 7, 8, 13, 14, 15, 16}));
 }
 
+TEST(XAudioBufferNew, OfItselfBeginsAgainAndOwnsWhatItHadBorrowed) {
+    Bytes data = Counting(8);
+    XAudioBufferNew buffer(data.data(), 8, kFormat, true);
+    buffer.SetPosByte(4);
+    ASSERT_TRUE(buffer.InitializeBuffer(true, buffer));
+    EXPECT_TRUE(buffer.BufferStart() == data.data() && buffer.PosLeftByte() == 8);
+    ASSERT_TRUE(buffer.InitializeBuffer(false, buffer));
+    EXPECT_NE(buffer.BufferStart(), data.data());
+    EXPECT_EQ(Used(buffer), data);
+}
+
 TEST(XAudioDataStream, PiecesOfAnySizeGiveTheWhole) {
     Bytes audio = Counting(20000);
     std::mt19937 random(1);

@@ -72,6 +72,7 @@ TEST_F(TagsOfFile, AreEditedWhereTheyStand) {
         {"fmt data:9", "", "+Product=x _riff_1=y Title=", "fmt data:9"},
         {"half:INAM=A fmt half:INAM=B", "SafeEdit=0", "+Title=D", "half:INAM=A fmt half:INAM=D"},
         {"half:INAM=A fmt half:INAM=B", "SafeEdit=1", "+Title=D", "junk:16k fmt half:INAM=D"},
+        {"half:IART=A fmt half:", "SafeEdit=1", "-artist", "junk:16k fmt"},
 
         {"fmt", "LISTPos=1 LISTAlbum=1 LISTTrack=1", "+Album=A ISRC=B Track=1",
          "fmt half:ISRC=A,ISRC=B,TRCK=1"},

@@ -86,6 +86,7 @@ TEST(TOCReader, TellsAudioFromData) {
 TEST(TOCReader, ConvertsAddresses) {
     EXPECT_EQ(clTOCReader::MSFtoLBA(0, 1, 0, true), 0);
     EXPECT_EQ(clTOCReader::MSFtoLBA(1, 2, 3, true), 4503);
+    EXPECT_EQ(clTOCReader::MSFtoLBA(1, 2, 3, false), 4653);
     EXPECT_EQ(clTOCReader::MSFtoLBA(INT_MAX, INT_MAX, INT_MAX, false), INT_MAX);
     EXPECT_EQ(clTOCReader::LBATomSecTime(76), 1013u);
     EXPECT_EQ(clTOCReader::LBATomSecTime(0xFFFFFFFF), static_cast<uint32_t>(0xFFFFFFFFull * 1000 / 75));

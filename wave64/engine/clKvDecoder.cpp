@@ -42,7 +42,6 @@ void clKvDecoder::FreeDLL() {
     XDLL::FreeDLL();
     clKvDecoder::InitDLL(nullptr);
     extension_.clear();
-    modulePath_.clear();
 }
 
 bool clKvDecoder::Create(STNStdReport report) {
