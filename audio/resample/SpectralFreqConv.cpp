@@ -16,7 +16,7 @@ constexpr double kMaxDelayAtLowRates = 1.0;
 constexpr double kUsualRate = 44100;    // Hz
 constexpr double kMinResponse = 1e-15;  // a double would not show less
 
-constexpr double kCachedPoints = 24576;
+constexpr double kCachedPoints = 24576;  // of transforms that a second-level cache of 2 MiB holds
 
 constexpr int64_t kMaxSamples = int64_t{1} << 17;  // of the short filter's response
 
@@ -27,8 +27,8 @@ int64_t PassBandTiles(const LowPass& filter, int64_t tilesOfRate) {
     return static_cast<int64_t>(share * static_cast<double>(tilesOfRate)) + 1;
 }
 
-// Of a transform and what else is done to its points, in about the time that an operation takes. From kCachedPoints on
-// they leave the second-level cache.
+// About the time that a transform takes, and what is done to its points besides. A larger one waits for the third-level
+// cache.
 double WorkOn(int64_t points) {
     const auto count = static_cast<double>(points);
     return count * (5 + std::log2(count)) * std::clamp(count / kCachedPoints, 1.0, 1.8);
@@ -232,7 +232,7 @@ std::unique_ptr<SpectralFreqConv> SpectralFreqConv::Create(const FreqConvDesign&
     std::optional<Block> block = ChooseBlock(design, channels, limits.maxDelay, kWideTile);
     // Where more images fall onto a bin, a narrow tile takes longer than the filters one after the other.
     constexpr int64_t kMaxImages = 100;
-    constexpr double kNarrowWork = 1.3;  // compared with wide tiles
+    constexpr double kNarrowWork = 1.3;  // times that of wide tiles
     const int64_t images =
         (design.shortFirst ? design.step : design.phases * design.branches) / design.branches;
     if (images <= kMaxImages) {

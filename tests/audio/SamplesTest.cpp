@@ -154,6 +154,14 @@ void ExpectConverts(const XAudioWFX& source, const XAudioWFX& target, bool inPla
     expected.SetUsedSample(kFrames);
     XAudioRdWr writer(expected, 0, options);
     for (int64_t i = 0; i < samples; ++i) writer.PutInt(i, reader.GetInt(i));
+
+    std::vector<int32_t> values(static_cast<size_t>(samples));
+    reader.GetInts(0, samples, values.data());
+    XAudioBufferNew atOnce(kFrames, target, true);
+    atOnce.SetUsedSample(kFrames);
+    XAudioRdWr(atOnce, 0, options).PutInts(0, samples, values.data());
+    EXPECT_TRUE(Used(atOnce) == Used(expected));
+
     if (source.WFXToString() == target.WFXToString()) expected = buffer;
 
     XAudioBitsConv conv;

@@ -306,7 +306,15 @@ TEST_F(Registry, ATransactionShowsItsChangesAndWritesThemTogether) {
     changes.DeleteKeyAndSubKeys(kUser, L"later");
     EXPECT_EQ(changes.GetInt32(L"a", kUser, L"to\\sub"), 1);
     EXPECT_EQ(changes.GetString(L"b", kUser, L"to\\copy"), L"text");
+    changes.SetBinaryData("\0ab", 3, L"binary", kUser, L"from");
+    char data[3] = {};
+    EXPECT_EQ(changes.GetBinaryData(data, 3, L"binary", kUser, L"from"), 3u);
+    EXPECT_EQ(std::string(data, 3), std::string("\0ab", 3));
+    changes.DeleteKeyAndSubKeys(kUser, L"from");
     bool missing = false;
+    EXPECT_TRUE(changes.GetBinaryDataToXMem(L"binary", kUser, L"from", &missing).IsEmpty() && missing);
+    XStrList list;
+    EXPECT_FALSE(changes.GetStringList(list, L"list", kUser, L"from"));
     EXPECT_EQ(changes.GetString(L"b", kUser, L"from", &missing), L"");
     EXPECT_TRUE(missing);
     XRegistryTransaction().DeleteVal(L"kept", kUser, L"to");  // dropped
