@@ -80,6 +80,23 @@ TEST_F(DecodeTest, NothingIsReplacedUnlessForced) {
     EXPECT_EQ(SoundFile(shop.Path() / "b.w64").ReadRaw(), audio);
 }
 
+// A reader that waits makes it take long enough to be shown.
+TEST_F(DecodeTest, ATerminalShowsHowFarItIs) {
+    if (shop.Run("script -qec true /dev/null").status != 0) GTEST_SKIP() << "no terminal can be made here";
+    const std::string name(25, 'n');
+    shop.Do("mv a.w64 long" + name + ".w64");
+    const auto shown = [&](int columns) {
+        return shop
+            .Do("script -qec 'stty cols " + std::to_string(columns) + "; w64 decode long" + name +
+                ".w64 -o - | (sleep 0.3; cat >c.wav)' /dev/null")
+            .output;
+    };
+    EXPECT_HAS("\r..." + name + ".w64  [=", shown(100));
+    const std::string narrow = shown(20);
+    EXPECT_HAS("%  ", narrow);
+    EXPECT_EQ(narrow.find(name), narrow.npos);
+}
+
 TEST_F(DecodeTest, StandardOutputGetsAudioWithRightSizes) {
     for (const std::string kind : {"wav", "flac", "raw"}) {
         SCOPED_TRACE(kind);
