@@ -63,6 +63,15 @@ TEST(TimePoint, FramesAndTimes) {
     for (std::string text; wrong >> text;) EXPECT_FALSE(TimePoint::Parse(text)) << text;
 }
 
+TEST_F(DecodeTest, ASampleBeginsOnTheLeft) {
+    shop.Do("w64 sample s.w64 --seconds 4 --bits 16 && w64 decode s.w64 --end 0.2s");
+    const Bytes frames = SoundFile(shop.Path() / "s.wav").ReadRaw();
+    int64_t sounding[2] = {};
+    for (size_t i = 0; i < frames.size(); ++i) sounding[i % 4 / 2] += frames[i] != 0;
+    EXPECT_GT(sounding[0], 10000);
+    EXPECT_EQ(sounding[1], 0);
+}
+
 TEST_F(DecodeTest, NothingIsReplacedUnlessForced) {
     for (const char* name : {"b.wav", "b.w64"}) Put(name);
     shop.ExpectRefused(

@@ -90,6 +90,7 @@ TEST_F(MPEGFile, AudioInformationIsOfTheStoredAudioUnlessItIsDecoded) {
         EXPECT_EQ(base::Load<uint32_t>(info.WaveFormat.Bytes + 8), 16000u);
         EXPECT_EQ(base::Load<uint16_t>(info.WaveFormat.Bytes + 12), 1);
         EXPECT_EQ(info.BitRate, 128000u);
+        EXPECT_HAS("<-<-  [Open]\r\n", host.capture.Trace());
         EXPECT_EQ(info.LengthBytes, static_cast<int64_t>(bytes.size()));
     }
 }
