@@ -67,6 +67,7 @@ TEST(XAudioWFX, ExtensibleFieldsFollowWhatChanges) {
     EXPECT_EQ(format.wfxex()->wValidBitsPerSample, 24);
     XAudioWFX silent = Extensible(KSDATAFORMAT_SUBTYPE_PCM, 0, 16);
     EXPECT_TRUE(silent.ChannelAlignSamples(5) == 5 && silent.Channels() == 1);
+    EXPECT_EQ(XAudioWFX(2, 44100, 16).ChannelAlignSamples(5), 4);
     EXPECT_EQ(format.WFXToString(),
               L"Format Tag: 65534  Channels: 6  Bits per Sample: 24  Samples Per Second: 44100"
               L"  Bytes Per Second: 793800  Block Align: 18  CB Size: 22  Extensible Sub-Format: 1");

@@ -190,9 +190,9 @@ TEST(Envelope, MissesNoSample) {
 
 TEST(AxisTicks, StepsAndLabels) {
     EXPECT_DOUBLE_EQ(RoundStep(0.0003), 0.0005);
-    EXPECT_DOUBLE_EQ(TimeStep(8), 10);
-    EXPECT_DOUBLE_EQ(TimeStep(31), 60);
-    EXPECT_DOUBLE_EQ(TimeStep(3601), 7200);
+    for (const double step : {10, 15, 30, 60, 120, 300, 600, 900, 1800, 3600, 7200}) {
+        EXPECT_DOUBLE_EQ(TimeStep(0.9 * step), step);
+    }
     EXPECT_EQ(TimeLabels(5, 0.5)(1.5), "1.5");
     EXPECT_EQ(TimeLabels(0.05, 0.005)(0.045), "45");
     EXPECT_EQ(TimeLabels(7200, 600)(4200), "1:10:00");

@@ -126,6 +126,11 @@ TEST_F(Repair, TellsWhatIsWrongAndWhatIsLost) {
     EXPECT_EQ(JsonAt(shop.Do("w64 repair --json a.w64").output, "/0/status"), "sound");
     EXPECT_EQ(shop.Do("w64 repair -q a.w64 -o c.w64").output, "");
     EXPECT_EQ(shop.Files().count("c.w64"), 0u);
+
+    // Up to 7 zeros are padding.
+    const Parts zeros = {parts.head, Pattern(1800) + Bytes(8), {}};
+    shop.Write("zeros.w64", zeros.File(0));
+    EXPECT_HAS("lost   The last 8 bytes of the audio,", shop.Do("w64 repair zeros.w64").output);
 }
 
 TEST_F(Repair, LeavesAloneWhatItDoesNotUnderstand) {

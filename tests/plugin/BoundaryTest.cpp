@@ -128,6 +128,7 @@ TEST_F(Boundary, TheTraceTellsWhatIsDoneAndEndsWhereItBegan) {
     PluginHost host;
     ASSERT_EQ(host.Open(path), 1);
     const std::string trace = host.capture.Trace();
+    EXPECT_HAS("->->  [FillAudioInfo]\r\n", trace);
     const std::string indentation(trace.find('-'), ' ');  // what failed calls before this one left
     EXPECT_TRUE(trace.starts_with(indentation + "->->  [Open]\r\n")) << trace;
     EXPECT_TRUE(trace.ends_with("\n" + indentation + "<-<-  [Open]\r\n")) << trace;
