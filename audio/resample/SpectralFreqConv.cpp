@@ -207,8 +207,8 @@ SpectralFreqConv::ChooseBlock(const FreqConvDesign& design, int channels, double
                                     static_cast<double>(design.shortFirst ? block.outPeriod : block.inPeriod);
     const double sourceRate = periodsPerSecond * static_cast<double>(block.inPeriod);
     const double usual = std::clamp(kUsualDelay * kUsualRate / sourceRate, kUsualDelay, kMaxDelayAtLowRates);
-    const double ofManyChannels = maxDelay * 2 / std::max(channels, 2);  // in the memory of two
-    const auto delay = static_cast<int64_t>(std::max(usual, ofManyChannels) * periodsPerSecond);
+    const double allowed = maxDelay * 2 / std::max(channels, 2);  // more channels take the memory of two
+    const auto delay = static_cast<int64_t>(std::max(usual, allowed) * periodsPerSecond);
 
     // Both spectra must consist of whole tiles, half of them at negative frequencies.
     std::optional<Block> best;
