@@ -22,16 +22,19 @@ struct Report {
     std::string error;  // empty for none
 };
 
-// Prints reports in the order of their files, each when all before it are there.
+// Prints reports and notes in the order of their files, each when all before it are there.
 // Threads: any.
 class InOrder {
 public:
     InOrder(std::span<const std::string> files, Console& console) : files_(files), console_(console) {}
 
+    void Begin(size_t file) { console_.HoldNotes(files_[file]); }
+
     void Print(size_t file, Report report) {
         const std::lock_guard lock(access_);
         waiting_[file] = std::move(report);
         for (auto next = waiting_.find(next_); next != waiting_.end(); next = waiting_.find(++next_)) {
+            console_.ReleaseNotes(files_[next_]);
             std::cout << next->second.text;
             if (!next->second.error.empty()) console_.Error(files_[next_], next->second.error);
             waiting_.erase(next);
@@ -79,6 +82,7 @@ bool ReportOnFiles(std::span<const std::string> files, bool asJSON, unsigned job
     std::atomic<bool> allWell = true;
     if (asJSON) std::cout << "[";
     const bool allDone = ForEachFile(files, jobs, console, [&](size_t i) {
+        output.Begin(i);
         std::ostringstream text;
         text.exceptions(std::ios::badbit);  // when memory runs out
         Json json;

@@ -19,8 +19,8 @@ using Json = nlohmann::ordered_json;  // keeps the order in which keys are added
 [[nodiscard]] bool ReportOnFiles(std::span<const std::string> files, bool asJSON, Console& console,
                                  const std::function<void(size_t, Json*)>& describe);
 
-// The same, `jobs` files at a time: `describe` writes its text to the stream that it is given. The texts and
-// the errors are printed in the order of the files.
+// The same, `jobs` files at a time: `describe` writes its text to the stream that it is given. The texts, the
+// notes and the errors are printed in the order of the files.
 [[nodiscard]] bool ReportOnFiles(std::span<const std::string> files, bool asJSON, unsigned jobs,
                                  Console& console,
                                  const std::function<void(size_t, std::ostream&, Json*)>& describe);

@@ -49,7 +49,31 @@ Console::~Console() { ClearStatus(); }
 void Console::Error(const std::string& subject, std::string_view message) { Print(subject, message); }
 
 void Console::Note(const std::string& subject, std::string_view message) {
-    if (!quiet_) Print(subject, message);
+    if (quiet_) return;
+    {
+        const std::lock_guard lock(access_);
+        if (const auto held = held_.find(subject); held != held_.end()) {
+            held->second.notes.emplace_back(message);
+            return;
+        }
+    }
+    Print(subject, message);
+}
+
+void Console::HoldNotes(const std::string& subject) {
+    const std::lock_guard lock(access_);
+    ++held_[subject].times;
+}
+
+void Console::ReleaseNotes(const std::string& subject) {
+    std::vector<std::string> notes;
+    {
+        const std::lock_guard lock(access_);
+        const auto held = held_.find(subject);
+        notes.swap(held->second.notes);
+        if (--held->second.times == 0) held_.erase(held);
+    }
+    for (const std::string& note : notes) Print(subject, note);
 }
 
 void Console::Rename(std::string file, std::string name) {

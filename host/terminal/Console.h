@@ -4,6 +4,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace w64 {
 
@@ -30,6 +31,11 @@ public:
     void Error(const std::string& subject, std::string_view message);
     void Note(const std::string& subject, std::string_view message);
 
+    // Notes about `subject` wait from HoldNotes to ReleaseNotes, so that notes about files that are worked on at once are
+    // shown in the order of the files. Calls nest, as a file may be named twice.
+    void HoldNotes(const std::string& subject);
+    void ReleaseNotes(const std::string& subject);
+
     // Shows `name` instead of that of a file, here and wherever NameOf is asked. To be called before the work.
     void Rename(std::string file, std::string name);
     std::string NameOf(const std::string& file) const;
@@ -44,11 +50,17 @@ public:
     static size_t Columns();
 
 private:
+    struct Held {
+        int times = 0;
+        std::vector<std::string> notes;
+    };
+
     void Print(const std::string& subject, std::string_view message);
     void EraseStatus();
 
     std::map<std::string, std::string> names_;
     std::mutex access_;
+    std::map<std::string, Held> held_;
     bool quiet_;
     bool statusLine_;
     bool statusShown_ = false;
