@@ -69,8 +69,9 @@ void SpectrumSum::Add(const SpectrumSum& other) {
 // The powers of a positive frequency and its negative add up to twice those of the real and the imaginary part.
 std::vector<double> SpectrumSum::Folded() const {
     std::vector<double> bins(powers.size() / 2 + 1);
-    bins[0] = powers[0];
-    for (size_t k = 1; k < bins.size(); ++k) bins[k] = (powers[k] + powers[powers.size() - k]) / 2;
+    for (size_t k = 0; k < bins.size(); ++k) {
+        bins[k] = (powers[k] + powers[(powers.size() - k) % powers.size()]) / 2;
+    }
     return bins;
 }
 

@@ -32,9 +32,8 @@ std::string Bar(double share, size_t columns, size_t used) {
     if (columns < used + kFrame + kMinWidth) return "";
     const size_t width = std::min(columns - used - kFrame, kMaxWidth);
     const auto filled = static_cast<size_t>(share * static_cast<double>(width));
-    std::string bar(width, ' ');
-    std::fill_n(bar.begin(), filled, '=');
-    if (filled < width) bar[filled] = '>';
+    std::string bar = std::string(filled, '=') + ">";
+    bar.resize(width, ' ');
     return "[" + bar + "] ";
 }
 

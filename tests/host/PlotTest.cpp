@@ -43,6 +43,20 @@ public:
         return pixel[0] + pixel[1] + pixel[2];
     }
 
+    // How many lines of text lie in an area, from top to bottom.
+    int LinesOfText(const PictureArea& area) const {
+        int lines = 0;
+        bool wasInk = false;
+        for (int y = area.height - 1; y >= 0; --y) {
+            bool isInk = false;
+            for (int x = 0; x < area.width; ++x)
+                isInk |= Brightness(area, (x + 0.5) / area.width, (y + 0.5) / area.height) < 600;
+            lines += isInk && !wasInk;
+            wasInk = isInk;
+        }
+        return lines;
+    }
+
     std::vector<int> Brightnesses(const PictureArea& area) const {
         std::vector<int> all;
         for (int y = 0; y < area.height; ++y) {
@@ -99,6 +113,33 @@ TEST_F(Plot, TimeFrequencyAndLevelRunTheRightWay) {
         const int brightness = byOctaves.Brightness(layout.Spectrogram(), x, scale.PlaceOf(hertz));
         EXPECT_EQ(brightness > 200, isThere) << x << ", " << hertz;
     }
+}
+
+TEST_F(Plot, EveryAxisIsLabelled) {
+    shop.Do("w64 sample a.w64 --seconds 1 --rate 44100 && w64 plot a.w64 --size 640x640");
+    const Picture picture(shop.Path() / "a.png");
+    const PlotLayout layout({640, 640}, 2);
+    const PictureArea waveform = layout.Waveform();
+    const PictureArea spectrogram = layout.Spectrogram();
+    const PictureArea lane = layout.Lane(0);
+    const PictureArea scale = layout.ColourScale();
+    const struct {
+        const char* what;
+        PictureArea area;
+        int lines;
+    } cases[] = {
+        {"the title", {waveform.left, 0, waveform.width, waveform.top - 8}, 1},
+        {"levels, -12 being too close to -inf", {40, lane.top - 8, 36, lane.height}, 3},
+        {"a channel", {lane.Right() + 8, lane.top, 60, lane.height}, 1},
+        {"frequencies", {40, spectrogram.top - 8, 36, spectrogram.height + 16}, 5},
+        {"times and what they are", {spectrogram.left, spectrogram.Bottom() + 7, spectrogram.width, 50}, 2},
+        {"colours", {scale.Right() + 8, scale.top - 8, 26, scale.height + 16}, 13},
+    };
+    for (const auto& c : cases) EXPECT_EQ(picture.LinesOfText(c.area), c.lines) << c.what;
+    for (const PictureArea& upwards : {PictureArea{0, waveform.top, 36, waveform.height},
+                                       {0, spectrogram.top, 36, spectrogram.height},
+                                       {640 - 32, spectrogram.top, 32, spectrogram.height}})
+        EXPECT_GT(picture.LinesOfText(upwards), 8) << "letters";
 }
 
 TEST(Spectrogram, SineIsALineOfItsLevelAndNothingElse) {

@@ -44,7 +44,11 @@ TEST_F(RoundTrip, NoFramesStayNoFrames) {
     shop.Do("w64 encode in.wav a.w64 && w64 decode a.w64 && w64 decode a.w64 -o a.raw");
     EXPECT_EQ(SoundFile(shop.Path() / "a.wav").Info().frames, 0);
     EXPECT_EQ(shop.Read("a.raw"), Bytes());
-    EXPECT_EQ(shop.Run("w64 decode a.w64 -o a.flac").status, 1);  // which cannot be empty
+    const std::string cannot = "a.w64: there is no audio, and ";
+    EXPECT_HAS(cannot + "a FLAC file cannot be empty", shop.Run("w64 decode a.w64 -o a.flac").errors);
+    EXPECT_HAS(cannot + "an Ogg", shop.Run("w64 decode a.w64 -o a.ogg").errors);
+    EXPECT_HAS(cannot + "an MP3", shop.Run("w64 decode a.w64 -o a.mp3").errors);
+    EXPECT_EQ(shop.Run("ls a.flac a.ogg a.mp3").output, "");
 }
 
 TEST_F(RoundTrip, OtherSourcesKeepTheirSamples) {

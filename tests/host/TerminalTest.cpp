@@ -69,12 +69,16 @@ TEST_F(Terminal, ShowsHowFarTheWorkIs) {
         }  // with 250 left undone
         untilDrawnAgain();
         second.Advance(3050, 1);
+        second.Expect(3050);
+        untilDrawnAgain();
+        second.Advance(0, 0);
     });
     const auto line = [](const std::string& files, size_t filled, const std::string& percent) {
-        return "\r" + files + " of 2 files  [" + std::string(filled, '=') + ">" +
-               std::string(29 - filled, ' ') + "] " + percent + "  ";
+        const std::string bar = std::string(filled, '=') + ">" + std::string(30, ' ');
+        return "\r" + files + " of 2 files  [" + bar.substr(0, 30) + "] " + percent + "  ";
     };
-    for (const std::string& expected : {line("0", 7, " 25%"), line("0", 4, " 15%"), line("1", 24, " 80%")})
+    for (const std::string& expected :
+         {line("0", 7, " 25%"), line("0", 4, " 15%"), line("1", 24, " 80%"), line("1", 30, "100%")})
         EXPECT_HAS(expected, shown);
 }
 
