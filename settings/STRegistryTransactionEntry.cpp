@@ -14,9 +14,9 @@ bool STRegistryTransactionEntry::Apply(XJSON::Object& root) const {
     case Operation::DeleteKey:
         return XRegistryTree::DeleteKey(root, key);
     case Operation::CopyKey:
-        return XRegistryTree::CopyKey(root, sourceKey, key);
+        break;
     }
-    return false;
+    return XRegistryTree::CopyKey(root, sourceKey, key);
 }
 
 }  // namespace w64

@@ -93,7 +93,7 @@ private:
     void CopyWhole(XFile& out) {
         InputFile file(recordings_.front().Name());
         Progress::Share share(progress_, file.Size());
-        CopyBeginning(file, out, file.Size(), [&share](int64_t copied) { share.Advance(copied, 0); });
+        CopyBeginning(file, out, file.Size(), [&share](int64_t copied) { share.Advance(copied); });
     }
 
     void CopyPart(XFile& out) {
@@ -113,7 +113,7 @@ private:
             if (frames > 0) {
                 InputFile file(recording.Name());
                 CopyRange(file, recording.Audio().DataPosition() + part.start * frameBytes,
-                          frames * frameBytes, out, [&share](int64_t copied) { share.Advance(copied, 0); });
+                          frames * frameBytes, out, [&share](int64_t copied) { share.Advance(copied); });
             }
             part.start = std::max<int64_t>(part.start - recording.Frames(), 0);
             part.frames -= frames;

@@ -115,7 +115,7 @@ private:
         const int64_t bytes = std::min(plan.edit.lengthBefore, plan.edit.lengthAfter);
         Progress progress(context_.console, name, 1);
         Progress::Share share(progress, bytes);
-        CopyBeginning(file, output.File(), bytes, [&share](int64_t copied) { share.Advance(copied, 0); });
+        CopyBeginning(file, output.File(), bytes, [&share](int64_t copied) { share.Advance(copied); });
         plan.edit.Apply(output.File());
         output.Commit();
         return plan;

@@ -180,7 +180,7 @@ private:
             layout_.Begin(output.File(), part);
             CopyRange(file, recording_.Audio().DataPosition() + part.start * frameBytes,
                       part.frames * frameBytes, output.File(),
-                      [this](int64_t copied) { share_.Advance(copied, 0); });
+                      [this](int64_t copied) { share_.Advance(copied); });
             layout_.End(output.File(), part);
             output.Close();
         }
@@ -222,7 +222,7 @@ private:
                     throw SystemFailure("cannot write");
                 channel += sampleBytes;
             }
-            share_.Advance(static_cast<int64_t>(count * frameBytes), 0);
+            share_.Advance(static_cast<int64_t>(count * frameBytes));
             frames -= static_cast<int64_t>(count);
         }
     }

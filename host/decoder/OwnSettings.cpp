@@ -58,7 +58,7 @@ std::optional<uint32_t> ReadTaggingOption(const std::string& name) {
 }
 
 OwnSettings::OwnSettings(Purpose purpose) : file_(Platform::MemoryFile()), root_(SafeSettings(purpose)) {
-    if (file_.Number() < 0) throw SystemFailure(kCannotOffer);
+    if (!file_.IsOpen()) throw SystemFailure(kCannotOffer);
     listText_ = NumberIn(*root_, TaggingOptions::LISTTextName).value_or(kUTF16);
     listPlace_ = NumberIn(*root_, TaggingOptions::LISTPlaceName);
     XRegistry::SetRegFileLocation(L"/dev/fd/" + std::to_wstring(file_.Number()), true);

@@ -12,9 +12,10 @@ public:
     Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
     Descriptor& operator=(Descriptor&&) = delete;
     ~Descriptor() {
-        if (number_ >= 0) ::close(number_);
+        if (IsOpen()) ::close(number_);
     }
 
+    bool IsOpen() const { return number_ >= 0; }
     int Number() const { return number_; }
 
 private:

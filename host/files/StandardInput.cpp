@@ -42,7 +42,7 @@ Descriptor KeepStream() {
     }
     file.File().Close();  // and its lock
     Descriptor copy(::open(file.Path().c_str(), O_RDONLY | O_CLOEXEC));
-    if (copy.Number() < 0) throw SystemFailure("cannot be kept");
+    if (!copy.IsOpen()) throw SystemFailure("cannot be kept");
     file.Remove();
     return copy;
 }
@@ -51,6 +51,6 @@ Descriptor KeepStream() {
 
 StandardInput::StandardInput()
     : copy_(IsWholeFile(STDIN_FILENO) ? Descriptor() : KeepStream()),
-      path_("/dev/fd/" + std::to_string(copy_.Number() < 0 ? STDIN_FILENO : copy_.Number())) {}
+      path_("/dev/fd/" + std::to_string(copy_.IsOpen() ? copy_.Number() : STDIN_FILENO)) {}
 
 }  // namespace w64

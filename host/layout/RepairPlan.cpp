@@ -123,8 +123,8 @@ void Mender::WalkHead() {
         KeepOutline(*chunk, 0);
     }
     outline_.push_back({audio_.chunk.position, kChunkHeaderBytes});
-    const int64_t counted = std::min<int64_t>(audioEnd_ - audio_.chunk.DataPosition(), 8);
-    outline_.push_back({audioEnd_ - counted, counted + PaddingThere(audioEnd_)});
+    constexpr int64_t kLooked = 8;  // if the audio has fewer, its header is before them
+    outline_.push_back({audioEnd_ - kLooked, kLooked + PaddingThere(audioEnd_)});
 }
 
 void Mender::WalkTail() {

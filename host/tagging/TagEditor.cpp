@@ -113,7 +113,7 @@ private:
         for (int64_t seen = Platform::BytesWritten(); !stop.stop_requested();) {
             wait.wait_for(lock, stop, std::chrono::milliseconds(100), [] { return false; });
             const int64_t written = Platform::BytesWritten();
-            share_.Advance(written - std::exchange(seen, written), 0);
+            share_.Advance(written - std::exchange(seen, written));
         }
     }
 
@@ -190,7 +190,7 @@ void TagEditor::EditCopy(LockedFile& recording, const TagChange& change, const P
     console.Note(recording.Name(), "the audio has to move: a copy of the file is edited and replaces it");
     Progress progress(console, recording.Path().filename(), 1);
     Progress::Share share(progress, 2 * recording.File().Size());
-    const auto advance = [&share](int64_t bytes) { share.Advance(bytes, 0); };
+    const auto advance = [&share](int64_t bytes) { share.Advance(bytes); };
 
     Replacement replacement(recording, console, advance);
     const KeptChunks before(recording.File());

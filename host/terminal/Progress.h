@@ -33,7 +33,7 @@ public:
         ~Share();
 
         void Expect(int64_t work);
-        void Advance(int64_t work, double audioSeconds);
+        void Advance(int64_t work, double audioSeconds = 0);
 
         // "0:03:25.000, 812x realtime"
         std::string Outcome() const;

@@ -152,6 +152,8 @@ TEST(XAudioACMDecoder, PassesLinearFormatsAndRefusesTheRest) {
             EXPECT_EQ(decoder.Buffer().BufferStart() == bytes.data(), inPlace && accepted);
             EXPECT_TRUE(!accepted || decoder.Buffer().BitsPerSample() == std::min(out.BitsPerSample(), 32));
         }
+        decoder.Destroy();
+        EXPECT_EQ(decoder.ConvertData(input, true, false, floatOK), passes) << "as one not prepared";
     }
 }
 

@@ -1,6 +1,7 @@
 #include "HostWorkshop.h"
 #include "host/formats/SampleKind.h"
 #include "host/measure/AudioMeter.h"
+#include "host/measure/Loudness.h"
 
 #include <cmath>
 #include <numbers>
@@ -69,6 +70,15 @@ TEST(Loudness, IsThatOfTheTestSignals) {
         const LoudnessMeasures measures = LoudnessOf(c.passages);
         EXPECT_NEAR(measures.integrated, c.integrated, 0.1);
         EXPECT_NEAR(*measures.range, c.range.value_or(*measures.range), 1);
+    }
+}
+
+TEST(Loudness, MissesNoBurst) {
+    std::vector<double> powers(40, 1e-3);
+    for (size_t begin = 0; begin + 4 <= powers.size(); begin += 3) {
+        std::vector<double> withBurst = powers;
+        std::fill_n(withBurst.begin() + static_cast<ptrdiff_t>(begin), 4, 1.0);
+        EXPECT_NEAR(MeasureLoudness(withBurst).momentaryMax, -0.691, 1e-9) << begin;
     }
 }
 

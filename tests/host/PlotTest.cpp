@@ -140,6 +140,14 @@ TEST_F(Plot, EveryAxisIsLabelled) {
                                        {0, spectrogram.top, 36, spectrogram.height},
                                        {640 - 32, spectrogram.top, 32, spectrogram.height}})
         EXPECT_GT(picture.LinesOfText(upwards), 8) << "letters";
+
+    for (const auto& [height, lines] : {std::pair(545, 3), {640, 4}}) {  // with room for -12 or without
+        shop.Do("w64 sample a.w64 -f --seconds 1 --channels 1 && w64 plot a.w64 -f --size 640x" +
+                std::to_string(height));
+        const PictureArea only = PlotLayout({640, height}, 1).Lane(0);
+        const Picture mono(shop.Path() / "a.png");
+        EXPECT_EQ(mono.LinesOfText({40, only.top - 8, 36, only.height + 16}), lines) << height;
+    }
 }
 
 TEST(Spectrogram, SineIsALineOfItsLevelAndNothingElse) {
@@ -207,14 +215,16 @@ TEST(Spectrogram, IsTheSameOnAnyNumberOfThreads) {
 
 TEST(Envelope, MissesNoSample) {
     constexpr size_t kFrames = 123'457;
+    constexpr size_t kChannels = 5;
+    constexpr size_t kClickChannel = 3;
     for (const size_t click : {size_t{0}, size_t{77'777}, kFrames - 1}) {
-        std::vector<double> samples(2 * kFrames, 0.25);
-        samples[2 * click + 1] = -0.5;
+        std::vector<double> samples(kChannels * kFrames, 0.25);
+        samples[kChannels * click + kClickChannel] = -0.5;
         for (const bool together : {false, true}) {
-            Envelope envelope(2, together, 100);
-            AddInBlocks(envelope, samples, 2 * 1237);
+            Envelope envelope(kChannels, together, 100);
+            AddInBlocks(envelope, samples, kChannels * 1237);
             EXPECT_EQ(envelope.Frames(), static_cast<int64_t>(kFrames));
-            const auto lane = envelope.Lane(envelope.Lanes() - 1);
+            const auto lane = envelope.Lane(together ? 0 : kClickChannel);
             EXPECT_TRUE(lane.size() > 100 && lane.size() <= 200) << lane.size();
             int64_t count = 0;
             for (size_t i = 0; i < lane.size(); ++i) {
@@ -224,7 +234,7 @@ TEST(Envelope, MissesNoSample) {
                 EXPECT_NEAR(lane[i].RootMeanSquare(), 0.25, 0.01);
                 count += lane[i].samples;
             }
-            EXPECT_EQ(count, static_cast<int64_t>(together ? 2 * kFrames : kFrames));
+            EXPECT_EQ(count, static_cast<int64_t>(together ? kChannels * kFrames : kFrames));
         }
     }
 }

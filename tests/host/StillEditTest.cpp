@@ -257,6 +257,9 @@ TEST_F(StillEdit, IsRefusedWhereItCannotBeSafe) {
     EXPECT_HAS("interrupted; w64 repair finishes it", shop.Do("w64 info a.w64").errors);
     expectRefused("w64 check a.w64", "");
     const Folder interrupted = shop.Contents();
+    fs::remove(shop.Path() / "a.w64");
+    expectRefused("w64 repair --dry-run a.w64", "No such file");
+    shop.Fill(interrupted);
     shop.Do("w64 -q sample -f a.w64");
     EXPECT_EQ(shop.Files(), std::set<std::string>{"a.w64"});
     shop.Fill(interrupted);

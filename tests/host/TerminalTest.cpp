@@ -53,6 +53,13 @@ TEST_F(Terminal, ShowsColoursUnlessTheyAreNotWanted) {
     EXPECT_EQ(shop.Do("unset NO_COLOR; TERM=xterm w64 chunks a.w64").output.find('\x1B'), std::string::npos);
 }
 
+TEST_F(Terminal, NamesTheOnlyFileAndWhatCameOfIt) {
+    const std::string line = "cd '" + shop.Path().string() + "'; '" W64_COMMAND "' sample a.w64 --seconds 2";
+    const std::string shown = ShownBy([&] { ::execl("/bin/sh", "sh", "-c", line.c_str(), nullptr); });
+    EXPECT_HAS("\ra.w64  [", shown);
+    EXPECT_HAS("\r\x1B[Ka.w64  0:00:02.000, ", shown);
+}
+
 TEST_F(Terminal, ShowsHowFarTheWorkIs) {
     const std::string shown = ShownBy([] {
         const auto untilDrawnAgain = [] { std::this_thread::sleep_for(std::chrono::milliseconds(110)); };
