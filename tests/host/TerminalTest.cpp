@@ -54,10 +54,10 @@ TEST_F(Terminal, ShowsColoursUnlessTheyAreNotWanted) {
 }
 
 TEST_F(Terminal, NamesTheOnlyFileAndWhatCameOfIt) {
-    const std::string line = "cd '" + shop.Path().string() + "'; '" W64_COMMAND "' sample a.w64 --seconds 2";
+    const std::string line = "cd '" + shop.Path().string() + "'; '" W64_COMMAND "' sample a.w64 --seconds 30";
     const std::string shown = ShownBy([&] { ::execl("/bin/sh", "sh", "-c", line.c_str(), nullptr); });
     EXPECT_HAS("\ra.w64  [", shown);
-    EXPECT_HAS("\r\x1B[Ka.w64  0:00:02.000, ", shown);
+    EXPECT_HAS("\r\x1B[Ka.w64  0:00:30.000, ", shown);
 }
 
 TEST_F(Terminal, ShowsHowFarTheWorkIs) {
