@@ -60,7 +60,6 @@ public:
 
     // What was found and done.
     RepairPlan Run(const std::string& name) {
-        RequireReadable(name);
         if (options_.dryRun) return Look(name);
         return options_.output.empty() ? Mend(name) : WriteMended(name);
     }
