@@ -359,8 +359,8 @@ std::vector<FFTPass> PassesOf(ptrdiff_t points) {
 
 bool FFTGrid::Takes(ptrdiff_t points) {
     if (points <= 0 || points % (kLanes * kLanes) != 0) return false;
-    ptrdiff_t left = points;
-    for (const ptrdiff_t factor : {2, 3, 5, 7}) left = WithoutFactor(left, factor);
+    ptrdiff_t left = points >> __builtin_ctzll(static_cast<unsigned long long>(points));
+    for (const ptrdiff_t factor : {3, 5, 7}) left = WithoutFactor(left, factor);
     return left == 1 && RowsOf(points) > 8;
 }
 

@@ -37,6 +37,16 @@ W64_INLINE Complex TimesConjugate(const Complex& a, const Complex& b) {
 }
 W64_INLINE Complex TimesI(const Complex& a) { return {-a.im, a.re}; }
 
+W64_INLINE Complex Conjugate(const Complex& a) { return {a.re, -a.im}; }
+
+// Numbers m, m - 1, m - 2 and m - 3 from the groups that begin with m and m - 4.
+W64_INLINE Vector Backwards(const Vector& first, const Vector& before) {
+    return __builtin_shufflevector(first, before, 0, 7, 6, 5);
+}
+W64_INLINE Complex Backwards(const Complex& first, const Complex& before) {
+    return {Backwards(first.re, before.re), Backwards(first.im, before.im)};
+}
+
 W64_INLINE Complex LoadGroup(const double* group) { return {LoadVector(group), LoadVector(group + kLanes)}; }
 W64_INLINE void StoreGroup(double* group, const Complex& value) {
     StoreVector(group, value.re);

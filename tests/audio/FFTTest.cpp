@@ -1,5 +1,6 @@
 #include "audio/fft/FFT.h"
 #include "Formats.h"
+#include "audio/fft/ChannelGrid.h"
 
 #include <cmath>
 #include <numbers>
@@ -142,6 +143,38 @@ TEST(FFT, TablesOfOneSizeServeSmallerOnesAndGrow) {
             Work own(n, 6);
             ExpectNear(definition.Transformed(n, shared), definition.Transformed(n, own), 1e-12 * n);
         }
+    }
+}
+
+// With the conventions of rdft where both take the size, there and back, a part of the numbers only.
+TEST(ChannelGrid, TransformsLikeRdftAndBack) {
+    for (const int n : {512, 8192, 65536, 3 * 5 * 7 * 32 * 4}) {
+        SCOPED_TRACE(n);
+        ASSERT_TRUE(ChannelGrid::Takes(n, 1));
+        const auto size = static_cast<size_t>(n);
+        const Samples numbers = Random(size);
+        Samples spectrum(size + 8);
+        Samples work(size);
+        ChannelGrid grid(n, 1);
+        grid.Forward(numbers.data(), spectrum.data(), work.data());
+        const auto part = [&](size_t bin, size_t imaginary) {
+            return spectrum[bin / 4 * 8 + bin % 4 + 4 * imaginary];
+        };
+        Samples sums = numbers;
+        if ((n & (n - 1)) == 0) {
+            Work tables(n, 2);
+            rdft(n, 1, sums.data(), tables.ip, tables.w.data());
+            ASSERT_NEAR(part(size / 2, 0), sums[1], 1e-13 * n);
+            for (size_t k = 1; k < size / 2; ++k) {
+                ASSERT_NEAR(part(k, 0), sums[2 * k], 1e-13 * n) << k;
+                ASSERT_NEAR(part(k, 1), sums[2 * k + 1], 1e-13 * n) << k;
+            }
+        }
+        ASSERT_NEAR(part(0, 1), 0, 1e-13 * n);
+        Samples back(size / 2);
+        grid.Inverse(spectrum.data(), back.data(), n / 4, n / 4 * 3, work.data());
+        for (double& number : back) number /= n;
+        ExpectNear(back, Samples(numbers.begin() + n / 4, numbers.begin() + n / 4 * 3), 1e-13);
     }
 }
 
