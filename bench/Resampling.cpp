@@ -26,7 +26,8 @@ bool ConvertByXAudioFreqConv(std::vector<double>& samples, int channels, int sou
     format.SetFormatTag(kTagFloat);
     const int64_t frames = std::ssize(samples) / channels;
     XAudioFreqConv conv;
-    bool good = conv.CreateNewConverter(format, target, nullptr, UpwardEdge::SourceHalf, {.maxDelay = 1});
+    bool good =
+        conv.CreateNewConverter(format, target, nullptr, UpwardEdge::SourceHalf, FreqConvLimits::ForFiles(1));
     for (int64_t frame = 0; good && frame < frames; frame += kBlockFrames) {
         const int64_t count = std::min(kBlockFrames, frames - frame);
         XAudioBufferNew block(samples.data() + channels * frame, 8 * channels * count, format, true);

@@ -7,10 +7,8 @@ namespace w64 {
 
 namespace {
 
-// Where a number of interleaved frames begins. Numbers go through the channels of the first hop, then of the second.
-template <class Number>
-Number* StartOf(Number* frames, size_t number, size_t channels, int64_t hopFrames) {
-    return frames + number / channels * static_cast<size_t>(hopFrames) * channels + number % channels;
+void CopyEvery(const double* from, size_t fromStep, int64_t count, double* to, size_t toStep) {
+    for (size_t i = 0; i < static_cast<size_t>(count); ++i) to[i * toStep] = from[i * fromStep];
 }
 
 }  // namespace
@@ -29,7 +27,7 @@ FreqConvBlocks::FreqConvBlocks(std::unique_ptr<FreqConvEngine> engine, int chann
 void FreqConvBlocks::Restart() {
     while (taken_ < started_) Take();
     begun_ = started_ = taken_ = 0;
-    engine_->Restart((NumbersOfHops() + 1) / 2);
+    engine_->Restart((channels_ + engine_->Width() - 1) / engine_->Width());
 }
 
 double* FreqConvBlocks::Input() {
@@ -55,11 +53,11 @@ void FreqConvBlocks::BeginWindow() {
 // Takes all memory that the threads need.
 void FreqConvBlocks::Start() {
     Slot& slot = SlotOf(started_);
-    const int64_t hops = engine_->Hops();
-    slot.inFrames = static_cast<int64_t>(slot.window.size() / channels_) - (hops - 1) * engine_->HopFrames();
-    slot.outFrames = (Produced(started_ + 1) - Produced(started_)) / hops;
-    if (!IsOnePair()) slot.pair.resize(static_cast<size_t>(2 * slot.inFrames));
-    if (!IsOnePair() || crew_) slot.out.resize(static_cast<size_t>(slot.outFrames) * NumbersOfHops());
+    const size_t inFrames = slot.window.size() / channels_;
+    slot.inFrames = static_cast<int64_t>(inFrames);
+    slot.outFrames = Produced(started_ + 1) - Produced(started_);
+    if (!IsTogether()) slot.part.resize(inFrames * engine_->Width());
+    if (!IsTogether() || crew_) slot.out.resize(static_cast<size_t>(slot.outFrames) * channels_);
     if (crew_) {
         crew_->Start(IndexOf(started_));
     } else {
@@ -75,7 +73,7 @@ const double* FreqConvBlocks::Take() {
 
 void FreqConvBlocks::Convert(size_t thread, Slot& slot) {
     slot.result = slot.out.data();
-    if (IsOnePair()) {
+    if (IsTogether()) {
         const double* const result =
             engine_->Convert(thread, 0, slot.window.data(), slot.inFrames, slot.outFrames);
         if (!crew_) {
@@ -85,32 +83,23 @@ void FreqConvBlocks::Convert(size_t thread, Slot& slot) {
         }
         return;
     }
-    for (size_t pair = 0; 2 * pair < NumbersOfHops(); ++pair) {
-        Gather(slot, pair);
-        Scatter(engine_->Convert(thread, pair, slot.pair.data(), slot.inFrames, slot.outFrames), slot, pair);
+    for (size_t channel = 0; channel < channels_; channel += engine_->Width()) {
+        ConvertPart(thread, slot, channel);
     }
 }
 
-void FreqConvBlocks::Gather(Slot& slot, size_t pair) const {
-    const size_t last = NumbersOfHops() - 1;
-    const double* const window = slot.window.data();
-    const double* left = StartOf(window, 2 * pair, channels_, engine_->HopFrames());
-    const double* right = StartOf(window, std::min(2 * pair + 1, last), channels_, engine_->HopFrames());
-    double* to = slot.pair.data();
-    for (int64_t i = 0; i < slot.inFrames; ++i, left += channels_, right += channels_) {
-        *to++ = *left;
-        *to++ = *right;
+// The last of an odd number of channels makes a pair with itself.
+void FreqConvBlocks::ConvertPart(size_t thread, Slot& slot, size_t channel) {
+    const size_t width = engine_->Width();
+    const auto channelOf = [&](size_t i) { return std::min(channel + i, channels_ - 1); };
+    for (size_t i = 0; i < width; ++i) {
+        CopyEvery(slot.window.data() + channelOf(i), channels_, slot.inFrames, slot.part.data() + i, width);
     }
-}
-
-void FreqConvBlocks::Scatter(const double* result, Slot& slot, size_t pair) const {
+    const double* const result =
+        engine_->Convert(thread, channel / width, slot.part.data(), slot.inFrames, slot.outFrames);
     if (slot.outFrames == 0) return;
-    const size_t last = NumbersOfHops() - 1;
-    double* left = StartOf(slot.out.data(), 2 * pair, channels_, slot.outFrames);
-    double* right = StartOf(slot.out.data(), std::min(2 * pair + 1, last), channels_, slot.outFrames);
-    for (int64_t i = 0; i < slot.outFrames; ++i, left += channels_, right += channels_) {
-        *left = *result++;
-        *right = *result++;
+    for (size_t i = 0; i < width; ++i) {
+        CopyEvery(result + i, width, slot.outFrames, slot.out.data() + channelOf(i), channels_);
     }
 }
 

@@ -43,9 +43,9 @@ public:
 private:
     struct Slot {  // of a block
         AlignedDoubles window;
-        int64_t inFrames = 0;   // of a hop
-        int64_t outFrames = 0;  // likewise
-        AlignedDoubles pair;
+        int64_t inFrames = 0;
+        int64_t outFrames = 0;
+        AlignedDoubles part;  // the channels that are converted together
         AlignedDoubles out;
         const double* result = nullptr;
     };
@@ -53,13 +53,11 @@ private:
     size_t IndexOf(int64_t block) const { return static_cast<size_t>(block) % slots_.size(); }
     Slot& SlotOf(int64_t block) { return slots_[IndexOf(block)]; }
     size_t HistoryNumbers() const { return static_cast<size_t>(engine_->History(started_)) * channels_; }
-    size_t NumbersOfHops() const { return channels_ * static_cast<size_t>(engine_->Hops()); }
-    bool IsOnePair() const { return channels_ == 2 && engine_->Hops() == 1; }
+    bool IsTogether() const { return channels_ == engine_->Width(); }
 
     void BeginWindow();
     void Convert(size_t thread, Slot& slot);
-    void Gather(Slot& slot, size_t pair) const;
-    void Scatter(const double* result, Slot& slot, size_t pair) const;
+    void ConvertPart(size_t thread, Slot& slot, size_t channel);
 
     std::unique_ptr<FreqConvEngine> engine_;
     size_t channels_;

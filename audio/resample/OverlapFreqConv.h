@@ -102,6 +102,7 @@ public:
 
     int64_t Needed(int64_t blocks) const override;
     int64_t Produced(int64_t blocks) const override;
+    size_t Width() const override { return 2; }
     void Restart(size_t pairs) override;
     const double* Convert(size_t thread, size_t pair, const double* in, int64_t frames,
                           int64_t outFrames) override;

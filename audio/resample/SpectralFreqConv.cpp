@@ -3,7 +3,6 @@
 #include "audio/fft/VectorComplex.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace w64 {
 
@@ -11,12 +10,9 @@ using namespace fft;
 
 namespace {
 
-constexpr double kUsualDelay = FreqConvLimits().maxDelay;  // seconds, of sources from kUsualRate up
-constexpr double kMaxDelayAtLowRates = 1.0;
-constexpr double kUsualRate = 44100;    // Hz
-constexpr double kMinResponse = 1e-15;  // a double would not show less
-
-constexpr double kCachedPoints = 24576;  // of transforms that a second-level cache of 2 MiB holds
+// Responses of the stop bands below these are left out.
+constexpr double kExact = 1e-15;  // a double would not show less
+constexpr double kInexact = 1e-10;
 
 constexpr int64_t kMaxSamples = int64_t{1} << 17;  // of the short filter's response
 
@@ -25,13 +21,6 @@ int64_t PassBandTiles(const LowPass& filter, int64_t tilesOfRate) {
     const double share = filter.StopEdge() / static_cast<double>(filter.rate);
     if (share >= 0.5) return tilesOfRate / 2;
     return static_cast<int64_t>(share * static_cast<double>(tilesOfRate)) + 1;
-}
-
-// About the time that a transform takes, and what is done to its points besides. A larger one waits for the third-level
-// cache.
-double WorkOn(int64_t points) {
-    const auto count = static_cast<double>(points);
-    return count * (5 + std::log2(count)) * std::clamp(count / kCachedPoints, 1.0, 1.8);
 }
 
 // Eight floats.
@@ -80,6 +69,7 @@ struct Tile {
 };
 
 struct SpectraView {
+    int64_t channels;
     int64_t inPoints;
     int64_t outPoints;
     const double* in;
@@ -94,11 +84,18 @@ struct SpectraView {
     W64_INLINE int64_t InputBin(int64_t k) const {
         return (k < outPoints / 2 ? k : k + outPoints * (inPoints - 1)) % inPoints;
     }
+
+    // Four input bins. Of one channel, those above half the rate are the conjugates of those below.
+    W64_INLINE Complex LoadInput(int64_t k) const {
+        if (channels == 2 || k < inPoints / 2) return LoadGroup(in + 2 * k);
+        const double* const mirror = in + 2 * (inPoints - k);
+        return Conjugate(Backwards(LoadGroup(mirror), LoadGroup(mirror - kGroup)));
+    }
 };
 
 W64_INLINE Complex InPassBand(const SpectraView& view, int64_t from, int64_t k) {
     const Vector by = LoadVector(view.passBand + k);
-    const Complex value = LoadGroup(view.in + 2 * from);
+    const Complex value = view.LoadInput(from);
     return {by * value.re, by * value.im};
 }
 
@@ -108,23 +105,34 @@ W64_INLINE void StoreInTile(const Complex& value, float* to) {
     StoreAsFloats(to + kTile, value.im);
 }
 
+// All tiles of a spectrum, four bins at a time. Of one channel, the upper half is the conjugate of the lower one.
+template <int64_t kTile, class Bins>
+W64_INLINE void FillTilesWith(const TileOrder& order, int64_t channels, Bins bins, float* tiles) {
+    const int64_t given = order.tiles * channels / 2;
+    for (int64_t tile = 0; tile < given; ++tile) {
+        float* const to = tiles + order.PlaceOf(tile);
+        for (int64_t k = 0; k < kTile; k += kLanes) StoreInTile<kTile>(bins(tile * kTile + k), to + k);
+    }
+    if (given == order.tiles) return;
+    int64_t mirror = given * kTile;
+    Complex last = bins(mirror);
+    for (int64_t tile = given; tile < order.tiles; ++tile) {
+        float* const to = tiles + order.PlaceOf(tile);
+        for (int64_t k = 0; k < kTile; k += kLanes) {
+            mirror -= kLanes;
+            const Complex next = bins(mirror);
+            StoreInTile<kTile>(Conjugate(Backwards(last, next)), to + k);
+            last = next;
+        }
+    }
+}
+
 template <int64_t kTile>
 W64_INLINE void FillTilesOf(const SpectraView& view) {
-    for (int64_t tile = 0; tile < view.inPoints / kTile; ++tile) {
-        float* const to = view.inTiles + view.tiles.inOrder.PlaceOf(tile);
-        for (int64_t k = 0; k < kTile; k += kLanes) {
-            StoreInTile<kTile>(LoadGroup(view.in + 2 * (tile * kTile + k)), to + k);
-        }
-    }
-    if (!view.outTiles) return;
-    for (int64_t tile = 0; tile < view.outPoints / kTile; ++tile) {
-        float* const to = view.outTiles + view.tiles.outOrder.PlaceOf(tile);
-        const int64_t first = tile * kTile;
-        const int64_t from = view.InputBin(first);
-        for (int64_t k = 0; k < kTile; k += kLanes) {
-            StoreInTile<kTile>(InPassBand(view, from + k, first + k), to + k);
-        }
-    }
+    const auto inputBins = [&](int64_t k) { return LoadGroup(view.in + 2 * k); };
+    const auto passBandBins = [&](int64_t k) { return InPassBand(view, view.InputBin(k), k); };
+    FillTilesWith<kTile>(view.tiles.inOrder, view.channels, inputBins, view.inTiles);
+    if (view.outTiles) FillTilesWith<kTile>(view.tiles.outOrder, view.channels, passBandBins, view.outTiles);
 }
 
 W64_VECTOR_CLONES void FillTiles(const SpectraView& view) {
@@ -192,141 +200,125 @@ W64_VECTOR_CLONES void MultiplySpectra(const SpectraView& view) {
 
 }  // namespace
 
-std::optional<SpectralFreqConv::Block>
-SpectralFreqConv::ChooseBlock(const FreqConvDesign& design, int channels, double maxDelay, int64_t tile) {
-    const LowPass& shortFilter = design.shortFilter;
-    if (SmoothResponse::SamplesFor(shortFilter) > kMaxSamples) return std::nullopt;
-    Block block{
-        design.step, design.shortFirst ? design.phases : design.phases * design.branches, tile, 0, 0, 1, 0};
-    const int64_t spacing = (design.shortFirst ? block.inPeriod : block.outPeriod) / design.branches;
-    const int64_t reach = shortFilter.length / 2 + design.longFilter.length / 2 * spacing;
-    const int64_t period = block.inPeriod * block.outPeriod;
-    block.margin = (reach + period - 1) / period;
-
-    const double periodsPerSecond = static_cast<double>(design.longRate) /
-                                    static_cast<double>(design.shortFirst ? block.outPeriod : block.inPeriod);
-    const double sourceRate = periodsPerSecond * static_cast<double>(block.inPeriod);
-    const double usual = std::clamp(kUsualDelay * kUsualRate / sourceRate, kUsualDelay, kMaxDelayAtLowRates);
-    const double allowed = maxDelay * 2 / std::max(channels, 2);  // more channels take the memory of two
-    const auto delay = static_cast<int64_t>(std::max(usual, allowed) * periodsPerSecond);
-
-    // Both spectra must consist of whole tiles, half of them at negative frequencies.
-    std::optional<Block> best;
-    const int64_t maxPeriods = kMaxPoints / std::max(block.inPeriod, block.outPeriod);
-    for (block.hops = 1; block.hops <= 2; ++block.hops) {
-        const int64_t pairs = (channels * block.hops + 1) / 2;
-        for (block.periods = 2 * tile; block.periods <= maxPeriods; block.periods += 2 * tile) {
-            if (block.FirstNeeded() > delay) break;
-            if (block.Hop() <= 0 || !FFTGrid::Takes(block.InPoints()) || !FFTGrid::Takes(block.OutPoints()))
-                continue;
-            block.work = static_cast<double>(pairs) * (WorkOn(block.InPoints()) + WorkOn(block.OutPoints())) /
-                         static_cast<double>(block.hops * block.Hop());
-            if (!best || block.work < best->work) best = block;
-        }
-    }
-    return best;
-}
-
 std::unique_ptr<SpectralFreqConv> SpectralFreqConv::Create(const FreqConvDesign& design, int channels,
                                                            const FreqConvLimits& limits) {
-    std::optional<Block> block = ChooseBlock(design, channels, limits.maxDelay, kWideTile);
-    // Where more images fall onto a bin, a narrow tile takes longer than the filters one after the other.
-    constexpr int64_t kMaxImages = 100;
-    constexpr double kNarrowWork = 1.3;  // times that of wide tiles
-    const int64_t images =
-        (design.shortFirst ? design.step : design.phases * design.branches) / design.branches;
-    if (images <= kMaxImages) {
-        const std::optional<Block> narrow = ChooseBlock(design, channels, limits.maxDelay, kNarrowTile);
-        if (!block || (narrow && kNarrowWork * narrow->work < block->work)) block = narrow;
-    }
+    if (SmoothResponse::SamplesFor(design.shortFilter) > kMaxSamples) return nullptr;
+    const std::optional<SpectralBlock> block = SpectralBlock::Choose(design, channels, limits);
     if (!block) return nullptr;
     return std::unique_ptr<SpectralFreqConv>(new SpectralFreqConv(design, *block, limits.threads));
 }
 
-SpectralFreqConv::SpectralFreqConv(const FreqConvDesign& design, const Block& block, int threads)
+SpectralFreqConv::SpectralFreqConv(const FreqConvDesign& design, const SpectralBlock& block, int threads)
     : block_(block), imagesOfInput_(design.shortFirst) {
     Design(design);
     for (int i = 0; i < threads; ++i) desks_.push_back(NewDesk());
 }
 
 SpectralFreqConv::Desk SpectralFreqConv::NewDesk() const {
-    const auto in = static_cast<size_t>(2 * block_.InPoints());
-    const auto out = static_cast<size_t>(2 * block_.OutPoints());
-    return {FFTGrid(block_.InPoints()),
-            FFTGrid(block_.OutPoints()),
-            AlignedDoubles(in),
-            AlignedDoubles(out),
-            AlignedDoubles(std::max(in, out)),
-            AlignedFloats(in),
-            AlignedFloats(imagesOfInput_ ? 0 : out)};
+    const int64_t channels = block_.channels;
+    const auto in = static_cast<size_t>(block_.InPoints());
+    const auto out = static_cast<size_t>(block_.OutPoints());
+    const auto width = static_cast<size_t>(channels);
+    Desk desk = {ChannelGrid(block_.InPoints(), channels),
+                 ChannelGrid(block_.OutPoints(), channels),
+                 AlignedDoubles(in * width + kGroup),
+                 AlignedDoubles(out * width + static_cast<size_t>(2 * block_.tile)),
+                 AlignedDoubles(std::max(in, out) * width),
+                 AlignedFloats(2 * in),
+                 AlignedFloats(imagesOfInput_ ? 0 : 2 * out),
+                 {}};
+    // At the lower rate of each half-band filter of the input; at the higher one of the output.
+    int64_t frames = block_.inHalvings > 0 ? block_.InFrames() / 2 : block_.OutFrames();
+    for (size_t i = 0; i < block_.halfBands.size(); ++i, frames /= 2) {
+        desk.rates.emplace_back(static_cast<size_t>(frames * channels), 0.0);
+    }
+    return desk;
 }
 
 void SpectralFreqConv::Design(const FreqConvDesign& design) {
-    const int64_t inPoints = block_.InPoints();
     const int64_t outPoints = block_.OutPoints();
-    const int64_t longPoints = design.branches * (imagesOfInput_ ? outPoints : inPoints);
-    const int64_t commonPoints = inPoints * block_.outPeriod;
-    // 1 / N. The gains of both filters together are outPeriod.
-    const double gain = design.longScale * static_cast<double>(design.phases) /
-                        static_cast<double>(block_.inPeriod * outPoints);
-    const SmoothResponse shortResponse(design.shortFilter, gain, static_cast<double>(commonPoints));
-    const AlignedDoubles longResponse = ResponseOf(design.longFilter, 1, longPoints);
+    const int64_t longPoints = block_.LongFrames(design);
+    const int64_t commonPoints = block_.periods * block_.gridPeriod;
+    const int64_t every = int64_t{1} << block_.halfBands.size();
+    const double gain = 1 / static_cast<double>(block_.InPoints());
+    const SmoothResponse shortResponse(design.shortFilter, gain, commonPoints);
+    const AlignedDoubles longResponse =
+        ResponseOf(design.longFilter, static_cast<double>(every), longPoints / every, every);
 
     const int64_t tile = block_.tile;
-    const SpectralTiles::Sizes sizes = {tile,
-                                        inPoints / tile,
+    const SpectralTiles::Sizes sizes = {block_.channels,
+                                        tile,
+                                        block_.InFrames() / tile,
+                                        block_.OutFrames() / tile,
+                                        block_.InPoints() / tile,
                                         outPoints / tile,
+                                        longPoints / tile,
                                         commonPoints / tile,
                                         PassBandTiles(design.longFilter, longPoints / tile),
                                         PassBandTiles(design.shortFilter, commonPoints / tile)};
-    passBand_.resize(static_cast<size_t>(outPoints));
+    passBand_.resize(static_cast<size_t>(outPoints * block_.channels / 2 + tile));
     longResponse_.resize(passBand_.size());
     const int64_t passing = std::min(sizes.longPassBand * tile, outPoints / 2) + 1;
-    const AlignedDoubles passBandOfShort = shortResponse.Precise(passing, 1);
+    const AlignedDoubles passBandOfShort = shortResponse.Precise(0, passing, 1);
     for (int64_t k = 0; k < passing; ++k) {
-        const double ofLong = longResponse[static_cast<size_t>(k % longPoints)];
+        const double ofLong = longResponse[static_cast<size_t>(k)];
         const double ofShort = passBandOfShort[static_cast<size_t>(k)];
         for (const int64_t either : {k, (outPoints - k) % outPoints}) {
+            if (either >= std::ssize(passBand_)) continue;
             passBand_[static_cast<size_t>(either)] = ofLong * ofShort;
             longResponse_[static_cast<size_t>(either)] = static_cast<float>(ofLong);
         }
     }
-    tiles_ = SpectralTiles::List(sizes, imagesOfInput_, longResponse, shortResponse, kMinResponse * gain);
+    const double minResponse = block_.isExact ? kExact : kInexact;
+    tiles_ = SpectralTiles::List(sizes, imagesOfInput_, longResponse, shortResponse, minResponse * gain);
 }
 
 int64_t SpectralFreqConv::Needed(int64_t blocks) const {
     if (blocks == 0) return 0;
-    return ((blocks - 1) * block_.hops * block_.Hop() + block_.FirstNeeded()) * block_.inPeriod;
+    return ((blocks - 1) * block_.Hop() + block_.FirstNeeded()) * block_.inPeriod;
 }
 
-int64_t SpectralFreqConv::Produced(int64_t blocks) const {
-    return blocks * block_.hops * block_.Hop() * block_.outPeriod;
-}
+int64_t SpectralFreqConv::Produced(int64_t blocks) const { return blocks * block_.Hop() * block_.outPeriod; }
 
 int64_t SpectralFreqConv::History(int64_t block) const {
     return (block == 0 ? 1 : 2) * block_.margin * block_.inPeriod;
 }
 
-const double* SpectralFreqConv::Convert(size_t thread, size_t /*pair*/, const double* in, int64_t /*frames*/,
-                                        int64_t outFrames) {
+const double* SpectralFreqConv::Convert(size_t thread, size_t /*number*/, const double* in,
+                                        int64_t /*frames*/, int64_t outFrames) {
     Desk& desk = desks_[thread];
-    desk.inGrid.Forward(in, desk.in.data(), desk.work.data());
-    const SpectraView view = {block_.InPoints(),
-                              block_.OutPoints(),
-                              desk.in.data(),
-                              passBand_.data(),
-                              desk.out.data(),
-                              desk.inTiles.data(),
-                              imagesOfInput_ ? nullptr : desk.outTiles.data(),
-                              longResponse_.data(),
-                              tiles_};
+    desk.inGrid.Forward(Halve(desk, in), desk.in.data(), desk.work.data());
+    const SpectraView view = {block_.channels,      block_.InPoints(),
+                              block_.OutPoints(),   desk.in.data(),
+                              passBand_.data(),     desk.out.data(),
+                              desk.inTiles.data(),  imagesOfInput_ ? nullptr : desk.outTiles.data(),
+                              longResponse_.data(), tiles_};
     FillTiles(view);
     MultiplySpectra(view);
     const int64_t first = block_.margin * block_.outPeriod;
-    const int64_t aligned = first / kLanes * kLanes;
-    const int64_t end = (first + outFrames + kLanes - 1) / kLanes * kLanes;
-    desk.outGrid.Inverse(desk.out.data(), desk.out.data(), aligned, end, desk.work.data());
-    return desk.out.data() + 2 * (first - aligned);
+    const int64_t reach = block_.outHalvings > 0 ? block_.HalfBandReach() : 0;
+    const int64_t from = ((first - reach) >> block_.outHalvings) / kGroup * kGroup;
+    const int64_t end = ((first + outFrames + reach) >> block_.outHalvings) / kGroup * kGroup + kGroup;
+    desk.outGrid.Inverse(desk.out.data(), desk.out.data(), from, end, desk.work.data());
+    return Double(desk, desk.out.data(), end - from) +
+           (first - (from << block_.outHalvings)) * block_.channels;
+}
+
+const double* SpectralFreqConv::Halve(Desk& desk, const double* in) const {
+    int64_t frames = block_.InFrames();
+    for (size_t i = 0; i < static_cast<size_t>(block_.inHalvings); ++i, frames /= 2) {
+        block_.halfBands[i].Halve(in, frames, desk.rates[i].data());
+        in = desk.rates[i].data();
+    }
+    return in;
+}
+
+const double* SpectralFreqConv::Double(Desk& desk, const double* frames, int64_t count) const {
+    for (auto i = static_cast<size_t>(block_.outHalvings); i-- > 0; count *= 2) {
+        block_.halfBands[i].Double(frames, count, desk.rates[i].data());
+        frames = desk.rates[i].data();
+    }
+    return frames;
 }
 
 }  // namespace w64

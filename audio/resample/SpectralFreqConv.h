@@ -1,12 +1,11 @@
 #pragma once
 
-#include "audio/fft/FFTGrid.h"
+#include "audio/fft/ChannelGrid.h"
 #include "audio/resample/FreqConvEngine.h"
+#include "audio/resample/SpectralBlock.h"
 #include "audio/resample/SpectralTiles.h"
-#include "audio/resample/XAudioFreqConvDesign.h"
 
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace w64 {
@@ -56,50 +55,32 @@ public:
     int64_t Needed(int64_t blocks) const override;
     int64_t Produced(int64_t blocks) const override;
     int64_t History(int64_t block) const override;
-    int64_t Hops() const override { return block_.hops; }
-    int64_t HopFrames() const override { return block_.Hop() * block_.inPeriod; }
+    size_t Width() const override { return static_cast<size_t>(block_.channels); }
     size_t Threads() const override { return desks_.size(); }
-    void Restart(size_t /*pairs*/) override {}
-    const double* Convert(size_t thread, size_t pair, const double* in, int64_t frames,
+    const double* Convert(size_t thread, size_t number, const double* in, int64_t frames,
                           int64_t outFrames) override;
 
 private:
-    // A period is the shortest time that is a whole number of frames at both rates.
-    struct Block {
-        int64_t inPeriod;   // frames
-        int64_t outPeriod;  // frames
-        int64_t tile;       // bins
-        int64_t periods;
-        int64_t margin;  // periods at either end that wrap-around spoils
-        int64_t hops;    // converted at once
-        double work;     // per period, compared with other blocks
-
-        int64_t InPoints() const { return periods * inPeriod; }    // N
-        int64_t OutPoints() const { return periods * outPeriod; }  // M
-        int64_t Hop() const { return periods - 2 * margin; }
-        int64_t FirstNeeded() const { return (hops - 1) * Hop() + periods - margin; }
-    };
-
-    static std::optional<Block> ChooseBlock(const FreqConvDesign& design, int channels, double maxDelay,
-                                            int64_t tile);
-
     // What a thread works with.
     struct Desk {
-        FFTGrid inGrid;          // N points
-        FFTGrid outGrid;         // M points
-        AlignedDoubles in;       // 2 N: X
-        AlignedDoubles out;      // 2 M: Y, then frames
-        AlignedDoubles work;     // of the grids
-        AlignedFloats inTiles;   // 2 N: X
-        AlignedFloats outTiles;  // 2 M: pass-band terms; empty for images of the input
+        ChannelGrid inGrid;                 // of N frames
+        ChannelGrid outGrid;                // of M frames
+        AlignedDoubles in;                  // X
+        AlignedDoubles out;                 // Y, then frames
+        AlignedDoubles work;                // of the grids
+        AlignedFloats inTiles;              // 2 N: X
+        AlignedFloats outTiles;             // 2 M: pass-band terms; empty for images of the input
+        std::vector<AlignedDoubles> rates;  // frames that each half-band filter gives
     };
 
-    SpectralFreqConv(const FreqConvDesign& design, const Block& block, int threads);
+    SpectralFreqConv(const FreqConvDesign& design, const SpectralBlock& block, int threads);
 
     Desk NewDesk() const;
     void Design(const FreqConvDesign& design);
+    const double* Halve(Desk& desk, const double* in) const;
+    const double* Double(Desk& desk, const double* frames, int64_t count) const;
 
-    Block block_;
+    SpectralBlock block_;
     bool imagesOfInput_;          // or else of the pass-band terms
     AlignedDoubles passBand_;     // M: H_long[k] * H_short[k] / N, set where the long filter passes
     AlignedFloats longResponse_;  // M: H_long[k], likewise

@@ -26,8 +26,8 @@ struct TileOrder {
     }
 };
 
-// For each output tile, the input tiles that fall onto it as images or aliases, and both filters' combined
-// response there (see SpectralFreqConv). Neither the pass band nor what both filters stop is listed.
+// For each output tile, the input tiles that fall onto it as images or aliases, and both filters' combined response there
+// (see SpectralFreqConv). Neither the pass band nor what both filters stop is listed.
 struct SpectralTiles {
     // A tile of the output. It takes the next `imageCount` images and the next `aliasCount` aliases.
     struct Sum {
@@ -46,18 +46,22 @@ struct SpectralTiles {
         float curvature;
     };
 
-    // In tiles, but for their bins.
+    // In tiles, but for the first two.
     struct Sizes {
-        int64_t tile;
+        int64_t channels;       // 1 or 2; of one, sums are for half the bins only
+        int64_t tile;           // bins
         int64_t in;             // N
         int64_t out;            // M
-        int64_t common;         // L, the period of the short filter's response
+        int64_t keptIn;         // of N, around 0: where the rate has been halved
+        int64_t keptOut;        // of M, likewise
+        int64_t longPeriod;     // P, of the long filter's response
+        int64_t common;         // L, of the short filter's response
         int64_t longPassBand;   // from 0 to the stop-band edge of the long filter
         int64_t shortPassBand;  // likewise of the short filter
     };
 
-    // `longResponse` is one period of the long filter's response. Images are either of the input, or of the
-    // pass-band terms. Responses below the threshold are left out.
+    // `longResponse` is the long filter's response, from 0 up to half its period, or to where it may be left out. Images
+    // are either of the input, or of the pass-band terms. Responses below the threshold are left out.
     static SpectralTiles List(const Sizes& sizes, bool imagesOfInput, std::span<const double> longResponse,
                               const SmoothResponse& shortResponse, double threshold);
 

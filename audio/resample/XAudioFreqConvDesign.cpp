@@ -1,11 +1,14 @@
 #include "audio/resample/XAudioFreqConvDesign.h"
 
+#include "audio/fft/VectorClones.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
 #include <numbers>
 #include <numeric>
+#include <span>
 
 namespace w64 {
 
@@ -123,20 +126,32 @@ double hn_lpf(double n, double lpf, double fs) {
 
 }  // namespace resample
 
+namespace {
+
+// Their window, from the centre on.
+W64_VECTOR_CLONES void FillWithWindow(double length, int64_t every, std::span<double> taps) {
+    const double shape = resample::alpha(kStopBandAttenuation);
+    const double iza = resample::izero(shape);
+    for (size_t i = 0; i < taps.size(); ++i) {
+        const auto n = static_cast<double>(static_cast<int64_t>(i) * every);
+        taps[i] = resample::win(n, length, shape, iza);
+    }
+}
+
+}  // namespace
+
 double LowPass::StopEdge() const {
     if (length == 1) return std::numeric_limits<double>::infinity();
     return edge + static_cast<double>(rate) * kLengthFactor / static_cast<double>(length - 1) / 2;
 }
 
-std::vector<double> LowPass::HalfOfTaps() const {
+std::vector<double> LowPass::HalfOfTaps(int64_t every) const {
     if (length == 1) return {1.0};
-    const double shape = resample::alpha(kStopBandAttenuation);
-    const double iza = resample::izero(shape);
-    std::vector<double> taps(static_cast<size_t>(length / 2 + 1));
+    std::vector<double> taps(static_cast<size_t>(length / 2 / every + 1));
+    FillWithWindow(static_cast<double>(length), every, taps);
     for (size_t i = 0; i < taps.size(); ++i) {
-        const auto n = static_cast<double>(i);
-        taps[i] = resample::win(n, static_cast<double>(length), shape, iza) *
-                  resample::hn_lpf(n, edge, static_cast<double>(rate));
+        const auto n = static_cast<double>(static_cast<int64_t>(i) * every);
+        taps[i] *= resample::hn_lpf(n, edge, static_cast<double>(rate));
     }
     return taps;
 }

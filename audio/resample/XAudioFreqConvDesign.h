@@ -29,8 +29,8 @@ struct LowPass {
     // Upper bound of the stop-band edge, in Hz.
     double StopEdge() const;
 
-    // From the centre on; the other half is its mirror image. A length of 1 passes everything.
-    std::vector<double> HalfOfTaps() const;
+    // From the centre on, all taps or every so many; the other half is its mirror image. A length of 1 passes everything.
+    std::vector<double> HalfOfTaps(int64_t every = 1) const;
 };
 
 // Where the stop band of the long filter begins in an upward conversion. Half the target rate keeps all that

@@ -24,6 +24,7 @@ double WorstErrorIn24Bits(const RatePair& pair) {
     samples.GetDbls(0, 2 * frames, doubles.samples.data());
 
     XAudioConv conv;
+    conv.SetLimits(FreqConvLimits::ForFiles(1));
     if (!conv.InitConversion(format, target, nullptr, true) ||
         !conv.ConvertData(in, target, false, true, nullptr, true))
         throw std::runtime_error("XAudioConv failed");

@@ -26,8 +26,10 @@ Stereo ByXAudioFreqConv(const Stereo& in, int targetRate) {
     format.SetFormatTag(kTagFloat);
     XAudioBufferNew block(const_cast<double*>(in.samples.data()), 16 * in.Frames(), format, true);
     XAudioFreqConv conv;
-    if (!conv.CreateNewConverter(format, targetRate, nullptr, kEdge) || !conv.ConvertData(block, false, true))
+    if (!conv.CreateNewConverter(format, targetRate, nullptr, kEdge, FreqConvLimits::ForFiles(1)) ||
+        !conv.ConvertData(block, false, true)) {
         throw std::runtime_error("XAudioFreqConv failed");
+    }
     Stereo out{targetRate, std::vector<double>(static_cast<size_t>(2 * conv.GetUsedSample()))};
     std::memcpy(out.samples.data(), conv.BufferStart(), 8 * out.samples.size());
     return out;

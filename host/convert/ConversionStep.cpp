@@ -16,7 +16,7 @@ class PipelineStep : public ConversionStep {
 public:
     PipelineStep(const XAudioWFX& source, const XAudioWFX& target, bool dither, int threads)
         : ConversionStep(target), options_(dither ? L"dither=1;noise=tpdf" : nullptr) {
-        conv_.SetLimits({.maxDelay = kMaxDelay, .threads = threads});
+        conv_.SetLimits(FreqConvLimits::ForFiles(threads));
         if (conv_.InitConversion(source, target, options_, kHighQuality)) return;
         throw Failure("cannot convert " + DescribeFormat(source) + " to " + DescribeFormat(target));
     }
@@ -28,7 +28,6 @@ public:
 
 private:
     static constexpr bool kHighQuality = true;
-    static constexpr double kMaxDelay = 1;  // a file has all the time
 
     const wchar_t* options_;
     XAudioConv conv_;

@@ -31,10 +31,10 @@ Bytes Convert(XAudioFreqConv& conv, XAudioBufferNew stream, const std::vector<in
 }
 
 Samples Convert(int rate, int targetRate, Samples in, UpwardEdge edge = UpwardEdge::SourceHalf,
-                int channels = 1) {
+                int channels = 1, const FreqConvLimits& limits = {}) {
     XAudioBufferNew block(in.data(), 8 * std::ssize(in), Doubles(channels, rate), true);
     XAudioFreqConv conv;
-    EXPECT_TRUE(conv.CreateNewConverter(block, targetRate, nullptr, edge));
+    EXPECT_TRUE(conv.CreateNewConverter(block, targetRate, nullptr, edge, limits));
     EXPECT_TRUE(conv.ConvertData(block, false, true));
     const auto* out = reinterpret_cast<const double*>(conv.BufferStart());
     return {out, out + conv.GetUsedByte() / 8};
@@ -52,6 +52,7 @@ TEST(XAudioFreqConv, GivesWhatTheTwoFiltersAddUpTo) {
         {11025, 8000, 3, TargetHalf, 17.4863237501},    {6003, 12001, 2, SourceHalf, 57.8104831452},
         {12001, 6003, 3, TargetHalf, -27.8272999549},   {44000, 4000, 2, TargetHalf, -1.0219219395},
         {44100, 8000, 2, SourceHalf, -18.4432128283},   {11025, 192000, 1, SourceHalf, 383.7530350605},
+        {48000, 16000, 2, SourceHalf, -9.9168962583},
     };
     for (const auto& [source, target, channels, edge, expected] : cases) {
         constexpr int64_t kFrames = 35000;
@@ -61,6 +62,27 @@ TEST(XAudioFreqConv, GivesWhatTheTwoFiltersAddUpTo) {
         const Samples noise = Random(out.size());
         EXPECT_NEAR(std::inner_product(out.begin(), out.end(), noise.begin(), 0.0), expected, 1e-8)
             << source << " to " << target;
+    }
+}
+
+// Rates far apart, a period that has to be longer to be halved, a whole ratio, and many images.
+TEST(XAudioFreqConv, LeavesLittleOutWhereItNeedNotBeExact) {
+    const std::tuple<int, int, int> cases[] = {{192000, 11025, 2}, {11025, 192000, 2}, {88200, 8000, 1},
+                                               {48000, 8000, 3},   {8000, 44100, 2},   {192000, 44100, 1},
+                                               {11025, 16000, 2},  {32000, 11025, 1},  {44100, 32000, 2}};
+    for (const auto& [source, target, channels] : cases) {
+        SCOPED_TRACE(testing::Message() << source << " to " << target);
+        const Samples in = Random(static_cast<size_t>(source * channels));
+        const Samples exact = Convert(source, target, in, UpwardEdge::SourceHalf, channels);
+        const Samples other =
+            Convert(source, target, in, UpwardEdge::SourceHalf, channels, FreqConvLimits::ForFiles(1));
+        ASSERT_EQ(other.size(), exact.size());
+        double difference = 0;
+        for (size_t i = 0; i < exact.size(); ++i) {
+            difference = std::max(difference, std::abs(exact[i] - other[i]));
+        }
+        EXPECT_LE(difference, 3e-9);
+        EXPECT_GT(difference, 1e-12);
     }
 }
 
