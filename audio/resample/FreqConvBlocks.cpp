@@ -7,8 +7,18 @@ namespace w64 {
 
 namespace {
 
-void CopyEvery(const double* from, size_t fromStep, int64_t count, double* to, size_t toStep) {
-    for (size_t i = 0; i < static_cast<size_t>(count); ++i) to[i * toStep] = from[i * fromStep];
+// One of some interleaved channels.
+template <class Number>
+struct Channel {
+    Number* frames;
+    size_t channels;
+    size_t number;
+
+    Number& operator[](size_t frame) const { return frames[frame * channels + number]; }
+};
+
+void CopyChannel(const Channel<const double>& from, int64_t frames, const Channel<double>& to) {
+    for (size_t i = 0; i < static_cast<size_t>(frames); ++i) to[i] = from[i];
 }
 
 }  // namespace
@@ -93,13 +103,13 @@ void FreqConvBlocks::ConvertPart(size_t thread, Slot& slot, size_t channel) {
     const size_t width = engine_->Width();
     const auto channelOf = [&](size_t i) { return std::min(channel + i, channels_ - 1); };
     for (size_t i = 0; i < width; ++i) {
-        CopyEvery(slot.window.data() + channelOf(i), channels_, slot.inFrames, slot.part.data() + i, width);
+        CopyChannel({slot.window.data(), channels_, channelOf(i)}, slot.inFrames,
+                    {slot.part.data(), width, i});
     }
     const double* const result =
         engine_->Convert(thread, channel / width, slot.part.data(), slot.inFrames, slot.outFrames);
-    if (slot.outFrames == 0) return;
     for (size_t i = 0; i < width; ++i) {
-        CopyEvery(result + i, width, slot.outFrames, slot.out.data() + channelOf(i), channels_);
+        CopyChannel({result, width, i}, slot.outFrames, {slot.out.data(), channels_, channelOf(i)});
     }
 }
 

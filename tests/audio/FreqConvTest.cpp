@@ -86,6 +86,34 @@ TEST(XAudioFreqConv, LeavesLittleOutWhereItNeedNotBeExact) {
     }
 }
 
+// Of three and four channels, where a block may be a fraction of a frame, need no new ones, or be halved.
+TEST(XAudioFreqConv, KeepsChannelsApart) {
+    const std::tuple<int, int, FreqConvLimits> cases[] = {{6, 1000, {}},
+                                                          {44100, 48000, {}},
+                                                          {11025, 8000, {}},
+                                                          {96000, 8000, FreqConvLimits::ForFiles(1)},
+                                                          {8000, 96000, FreqConvLimits::ForFiles(1)}};
+    for (const auto& [source, target, limits] : cases) {
+        for (const int channels : {3, 4}) {
+            SCOPED_TRACE(testing::Message() << channels << " channels from " << source << " to " << target);
+            const auto width = static_cast<size_t>(channels);
+            const Samples in = Random(width * static_cast<size_t>(source));
+            const Samples all = Convert(source, target, in, UpwardEdge::SourceHalf, channels, limits);
+            for (size_t channel = 0; channel < width; ++channel) {
+                Samples alone;
+                for (size_t i = channel; i < in.size(); i += width) alone.push_back(in[i]);
+                alone = Convert(source, target, alone, UpwardEdge::SourceHalf, 1, limits);
+                ASSERT_EQ(alone.size() * width, all.size());
+                double difference = 0;
+                for (size_t i = 0; i < alone.size(); ++i) {
+                    difference = std::max(difference, std::abs(alone[i] - all[i * width + channel]));
+                }
+                EXPECT_LE(difference, 1e-9);
+            }
+        }
+    }
+}
+
 // The accessor's bytes, whatever the block sizes.
 TEST(XAudioFreqConv, BlocksOfAnySizesGiveTheSameBytes) {
     const std::tuple<int, XAudioWFX, const wchar_t*> cases[] = {
