@@ -171,12 +171,13 @@ private:
     // The short filter's response at the first bin of a tile up to its pass band.
     double CornerOf(int64_t tile) const { return corners_[static_cast<size_t>(std::abs(tile))]; }
 
-    // Whether the short filter leaves nothing of a band. Tiles in steps show it: one period of its response's fastest
-    // oscillation takes hundreds.
+    // Whether the short filter leaves nothing of a band. A few of its bins show it: the fastest oscillation of the
+    // filter's response takes thousands.
     bool IsNegligible(const SmoothResponse& shortResponse, int64_t first, int64_t last) const {
-        constexpr int64_t kStep = 16;
-        const int64_t count = (last - first) / kStep + 2;
-        return 1.1 * LargestOf(shortResponse.Rough(first / kStep, count, kStep * sizes_.tile)) < threshold_;
+        constexpr int64_t kBins = 128;
+        const int64_t from = first * sizes_.tile / kBins;
+        const int64_t end = last * sizes_.tile / kBins + 2;
+        return LargestOf(shortResponse.Rough(from, end - from, kBins)) < threshold_;
     }
 
     bool IsNegligible(double start, double end, int64_t inLong) const {
