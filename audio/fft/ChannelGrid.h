@@ -9,8 +9,8 @@ namespace w64 {
 // the time.
 //
 // Shape:  frames are interleaved. A spectrum is groups of four real parts and then their four imaginary parts: as many
-//         bins as frames of two channels, half as many and one more of one channel; the other bins are the conjugates of
-//         those. The last bin begins a group of its own.
+//         bins as frames of two channels; of one channel half as many, whose conjugates are the others, and one more,
+//         which begins a group of its own.
 // Owner:  the caller owns all memory; `work` is one double per number.
 class ChannelGrid {
 public:
@@ -30,8 +30,7 @@ public:
 private:
     FFTGrid grid_;
     ptrdiff_t channels_;
-    // Of one channel, exp(2 pi i bin / frames) of the lower half of the bins that a transform of the points has: products
-    // of two.
+    // Of one channel, exp(2 pi i bin / frames) of the lower half of the bins of the points' transform: products of two.
     AlignedDoubles coarse_;
     AlignedDoubles fine_;  // in groups
 };

@@ -15,8 +15,8 @@ struct FreqConvLimits {
     int threads = 1;
 
     // Gives all that the filters let through, down to the precision of doubles. Otherwise, between rates far apart or
-    // with hardly a common divisor, what stop bands bring down by 200 dB or more may be left out, in all less than
-    // -170 dB. That takes down to half the time.
+    // with hardly a common divisor, what stop bands bring down by 200 dB or more may be left out, -170 dB in all. That
+    // can halve the time.
     bool exact = true;
 
     // Files have all the time. More than this delay is not faster.
@@ -25,8 +25,8 @@ struct FreqConvLimits {
     }
 };
 
-// Converts the sample rate of a block of a stream, one channel at a time or two of them, a pair. Blocks are counted from
-// the start of the stream. FreqConvBlocks makes them.
+// Converts the sample rate of a block of a stream, one channel at a time or two of them, a pair. Blocks are counted
+// from the start of the stream. FreqConvBlocks makes them.
 class FreqConvEngine {
 public:
     static constexpr int64_t kMaxPoints = 98304;  // of a transform; keeps a thread within a few MiB

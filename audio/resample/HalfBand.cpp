@@ -1,6 +1,7 @@
 #include "audio/resample/HalfBand.h"
 
 #include "audio/fft/VectorClones.h"
+#include "audio/resample/XAudioFreqConvDesign.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,7 +16,6 @@ namespace {
 
 constexpr double kStopped = 220;  // dB
 constexpr double kTapsFactor = (kStopped - 7.95) / 14.36;
-constexpr double kShape = 0.1102 * (kStopped - 8.7);  // beta of the Kaiser window
 
 constexpr int64_t TapsFor(double edge) { return static_cast<int64_t>(kTapsFactor / (2 - 4 * edge)) + 1; }
 
@@ -24,7 +24,7 @@ constexpr int64_t kChunk = 512;  // numbers that stay in the first-level cache b
 
 constexpr int64_t kVectors = 4;
 
-// The modified Bessel function I0.
+// The modified Bessel function I0, for which this attenuation takes more terms than izero has.
 double Bessel(double x) {
     double sum = 1;
     double term = 1;
@@ -52,20 +52,19 @@ struct Midway {
     }
 };
 
+constexpr int kEven = 0;
+constexpr int kOdd = 1;
+
 // Every other frame.
-template <int64_t kChannels>
-W64_INLINE Vector EvenOf(const double* frames) {
-    const Vector first = LoadVector(frames);
-    const Vector second = LoadVector(frames + 4);
-    if constexpr (kChannels == 2) return __builtin_shufflevector(first, second, 0, 1, 4, 5);
-    return __builtin_shufflevector(first, second, 0, 2, 4, 6);
-}
-template <int64_t kChannels>
-W64_INLINE Vector OddOf(const double* frames) {
-    const Vector first = LoadVector(frames);
-    const Vector second = LoadVector(frames + 4);
-    if constexpr (kChannels == 2) return __builtin_shufflevector(first, second, 2, 3, 6, 7);
-    return __builtin_shufflevector(first, second, 1, 3, 5, 7);
+template <int64_t kChannels, int kFirst>
+W64_INLINE Vector EveryOther(const double* frames) {
+    const Vector low = LoadVector(frames);
+    const Vector high = LoadVector(frames + 4);
+    if constexpr (kChannels == 2) {
+        constexpr int kAt = 2 * kFirst;
+        return __builtin_shufflevector(low, high, kAt, kAt + 1, kAt + 4, kAt + 5);
+    }
+    return __builtin_shufflevector(low, high, kFirst, kFirst + 2, kFirst + 4, kFirst + 6);
 }
 
 template <int64_t kChannels>
@@ -89,12 +88,12 @@ W64_INLINE void HalveNumbers(std::span<const double> taps, const double* in, int
         const int64_t last = std::min(first + kChunk, end);
         double* to = odd;
         for (int64_t n = first - reach; n < last + reach; n += 4, to += 4) {
-            StoreVector(to, OddOf<kChannels>(in + 2 * n));
+            StoreVector(to, EveryOther<kChannels, kOdd>(in + 2 * n));
         }
         for (int64_t n = first; n < last; n += 4 * kVectors) {
             const Midway<kChannels> midway(odd + (n - first + reach), taps);
             for (int64_t i = 0; i < kVectors; ++i) {
-                const Vector even = EvenOf<kChannels>(in + 2 * (n + 4 * i));
+                const Vector even = EveryOther<kChannels, kEven>(in + 2 * (n + 4 * i));
                 StoreVector(out + n + 4 * i, 0.5 * (even + midway.vectors[i]));
             }
         }
@@ -128,11 +127,13 @@ W64_VECTOR_CLONES void DoubleFrames(int64_t channels, std::span<const double> ta
 
 HalfBand::HalfBand(double edge, int64_t channels)
     : channels_(channels), taps_(static_cast<size_t>(TapsFor(edge))) {
+    const double shape = resample::alpha(kStopped);
+    const double peak = Bessel(shape);
     for (size_t i = 0; i < taps_.size(); ++i) {
         const double distance = static_cast<double>(i) + 0.5;
         const double position = distance / static_cast<double>(taps_.size());
-        const double window = Bessel(kShape * std::sqrt(1 - position * position)) / Bessel(kShape);
-        taps_[i] = window * std::sin(std::numbers::pi * distance) / (std::numbers::pi * distance);
+        const double window = Bessel(shape * std::sqrt(1 - position * position)) / peak;
+        taps_[i] = window * resample::sinc(std::numbers::pi * distance);
     }
 }
 

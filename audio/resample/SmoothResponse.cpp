@@ -117,8 +117,8 @@ AlignedDoubles SmoothResponse::PositionsOf(int64_t first, int64_t count, int64_t
     return positions;
 }
 
-AlignedDoubles SmoothResponse::Precise(int64_t first, int64_t count, int64_t apart) const {
-    AlignedDoubles responses = PositionsOf(first, count, apart);
+AlignedDoubles SmoothResponse::Precise(int64_t count) const {
+    AlignedDoubles responses = PositionsOf(0, count, 1);
     Interpolate16(&samples_[kReach], responses);
     return responses;
 }

@@ -18,7 +18,7 @@ constexpr double kUsualRate = 44100;  // Hz
 // Where more images fall onto a bin, they are left out if they may be; in narrow tiles they would take longer than the
 // filters one after the other.
 constexpr int64_t kMaxImages = 100;
-constexpr int64_t kImagesLeft = 12;
+constexpr int64_t kImagesLeft = 12;  // then, about
 
 // In frames per second of playing time.
 double SourceRate(const FreqConvDesign& design) {
@@ -102,14 +102,14 @@ double WorkOfHalfBands(const SpectralBlock& block) {
     return work;
 }
 
-// About the time that a second of sound takes, in units of 0.1 ns, when twenty have to pay for the filters' design. Fitted
-// to measurements.
+// About the time that a second of sound takes, in units of 0.1 ns, when twenty have to pay for the filters' design.
+// Fitted to measurements.
 double WorkOf(const FreqConvDesign& design, const SpectralBlock& block) {
     constexpr double kSecondsOfSound = 20;
     constexpr double kDesignWork = 45;  // per point of any spectrum
     const double in = static_cast<double>(block.InPoints() * block.channels) / 2;
     const double out = static_cast<double>(block.OutPoints() * block.channels) / 2;
-    const auto inLong = static_cast<double>(block.LongFrames(design) >> block.halfBands.size());
+    const auto inLong = static_cast<double>(block.LongPoints(design));
     const double work = WorkOfTransform(in) + WorkOfTransform(out) + WorkOfHalfBands(block) +
                         WorkOfTiles(design, block, std::min(in, out), in + out);
     return work * PeriodsPerSecond(design, block) / static_cast<double>(block.Hop()) +
@@ -119,7 +119,7 @@ double WorkOf(const FreqConvDesign& design, const SpectralBlock& block) {
 bool GridsTake(const FreqConvDesign& design, const SpectralBlock& block) {
     return ChannelGrid::Takes(block.InPoints(), block.channels) &&
            ChannelGrid::Takes(block.OutPoints(), block.channels) &&
-           ChannelGrid::Takes(block.LongFrames(design) >> block.halfBands.size(), 1);
+           ChannelGrid::Takes(block.LongPoints(design), 1);
 }
 
 using Best = std::optional<SpectralBlock>;

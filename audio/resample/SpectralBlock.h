@@ -11,8 +11,8 @@
 
 namespace w64 {
 
-// What SpectralFreqConv converts at a time. A period is the shortest time that is a whole number of frames at both rates,
-// halved as often as they are.
+// What SpectralFreqConv converts at a time. A period is the shortest time that is a whole number of frames at both
+// rates, halved as often as they are.
 struct SpectralBlock {
     // The block that takes the least time. Nothing if none suits both rates within the limits.
     static std::optional<SpectralBlock> Choose(const FreqConvDesign& design, int channels,
@@ -25,6 +25,7 @@ struct SpectralBlock {
     int64_t LongFrames(const FreqConvDesign& design) const {
         return design.branches * (design.shortFirst ? OutFrames() : InFrames());
     }
+    int64_t LongPoints(const FreqConvDesign& design) const { return LongFrames(design) >> halfBands.size(); }
     int64_t Hop() const { return periods - 2 * margin; }
     int64_t FirstNeeded() const { return periods - margin; }
     int64_t HalfBandReach() const;  // frames at the highest rate that half-band filters spoil, at either end

@@ -237,13 +237,13 @@ SpectralFreqConv::Desk SpectralFreqConv::NewDesk() const {
 
 void SpectralFreqConv::Design(const FreqConvDesign& design) {
     const int64_t outPoints = block_.OutPoints();
-    const int64_t longPoints = block_.LongFrames(design);
+    const int64_t longFrames = block_.LongFrames(design);
     const int64_t commonPoints = block_.periods * block_.gridPeriod;
     const int64_t every = int64_t{1} << block_.halfBands.size();
     const double gain = 1 / static_cast<double>(block_.InPoints());
     const SmoothResponse shortResponse(design.shortFilter, gain, commonPoints);
     const AlignedDoubles longResponse =
-        ResponseOf(design.longFilter, static_cast<double>(every), longPoints / every, every);
+        ResponseOf(design.longFilter, static_cast<double>(every), block_.LongPoints(design), every);
 
     const int64_t tile = block_.tile;
     const SpectralTiles::Sizes sizes = {block_.channels,
@@ -252,14 +252,14 @@ void SpectralFreqConv::Design(const FreqConvDesign& design) {
                                         block_.OutFrames() / tile,
                                         block_.InPoints() / tile,
                                         outPoints / tile,
-                                        longPoints / tile,
+                                        longFrames / tile,
                                         commonPoints / tile,
-                                        PassBandTiles(design.longFilter, longPoints / tile),
+                                        PassBandTiles(design.longFilter, longFrames / tile),
                                         PassBandTiles(design.shortFilter, commonPoints / tile)};
     passBand_.resize(static_cast<size_t>(outPoints * block_.channels / 2 + tile));
     longResponse_.resize(passBand_.size());
     const int64_t passing = std::min(sizes.longPassBand * tile, outPoints / 2) + 1;
-    const AlignedDoubles passBandOfShort = shortResponse.Precise(0, passing, 1);
+    const AlignedDoubles passBandOfShort = shortResponse.Precise(passing);
     for (int64_t k = 0; k < passing; ++k) {
         const double ofLong = longResponse[static_cast<size_t>(k)];
         const double ofShort = passBandOfShort[static_cast<size_t>(k)];

@@ -43,6 +43,8 @@ namespace w64 {
 // that of the pass-band term that it repeats, so the pass-band terms themselves are multiplied with H_short
 // and summed. Down to a whole part of the rate the short filter is 1 and P = L: there are no images.
 //
+// Where half-band filters halve a rate (SpectralBlock), only the bins of N or M around 0 are computed.
+//
 // A. V. Oppenheim, R. W. Schafer: Discrete-Time Signal Processing (overlap-save). R. E. Crochiere, L. R.
 // Rabiner: Multirate Digital Signal Processing, 1983. M. Borgerding: Turning Overlap-Save into a Multiband
 // Mixing, Downsampling Filter Bank, IEEE Signal Processing Magazine 23 (2), 2006.
@@ -81,9 +83,10 @@ private:
     const double* Double(Desk& desk, const double* frames, int64_t count) const;
 
     SpectralBlock block_;
-    bool imagesOfInput_;          // or else of the pass-band terms
-    AlignedDoubles passBand_;     // M: H_long[k] * H_short[k] / N, set where the long filter passes
-    AlignedFloats longResponse_;  // M: H_long[k], likewise
+    bool imagesOfInput_;  // or else of the pass-band terms
+    AlignedDoubles
+        passBand_;  // of the bins that are computed: H_long[k] * H_short[k] / N, where the long filter passes
+    AlignedFloats longResponse_;  // H_long[k], likewise
     SpectralTiles tiles_;         // images and aliases
     std::vector<Desk> desks_;
 };

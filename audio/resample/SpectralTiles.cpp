@@ -85,13 +85,13 @@ private:
         bandCorners_.resize(static_cast<size_t>(count / 2 + 1));
         for (int64_t i = 1; i < count; ++i) {
             const int64_t below = std::min(i, count - i);
+            const int64_t centre = i * sizes_.longPeriod;
+            const int64_t first = centre - reach;
             AlignedDoubles& corners = bandCorners_[static_cast<size_t>(below)];
-            const int64_t first = i * sizes_.longPeriod - reach;
             if (i == below && !IsNegligible(shortResponse, first, first + 2 * reach)) {
                 corners = shortResponse.Rough(first, 2 * reach + 1, sizes_.tile);
             }
             if (corners.empty()) continue;
-            const int64_t centre = i * sizes_.longPeriod;
             bands_.push_back({imagesOfInput_ ? centre % sizes_.in : 0, centre % sizes_.out,
                               corners.data() + reach, i == below ? 1 : -1});
         }
@@ -132,7 +132,7 @@ private:
             if (IsNegligible(start, end, from)) continue;
             const double curvature = (cornerOf(-1) - start - end + cornerOf(2)) / 2 * perVector * perVector;
             const double slope = (end - start) * perVector - curvature * vectors_ / 2;
-            int64_t source = band.inSource + from;
+            int64_t source = band.inSource + from;  // wrapped without a division, as there are many images
             while (source < 0) source += std::ssize(places);
             while (source >= std::ssize(places)) source -= std::ssize(places);
             tiles_.images.push_back({places[static_cast<size_t>(source)], static_cast<float>(start * scale),

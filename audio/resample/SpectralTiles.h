@@ -26,8 +26,8 @@ struct TileOrder {
     }
 };
 
-// For each output tile, the input tiles that fall onto it as images or aliases, and both filters' combined response there
-// (see SpectralFreqConv). Neither the pass band nor what both filters stop is listed.
+// For each output tile, the input tiles that fall onto it as images or aliases, and both filters' combined response
+// there (see SpectralFreqConv). Neither the pass band nor what both filters stop is listed.
 struct SpectralTiles {
     // A tile of the output. It takes the next `imageCount` images and the next `aliasCount` aliases.
     struct Sum {
@@ -60,8 +60,8 @@ struct SpectralTiles {
         int64_t shortPassBand;  // likewise of the short filter
     };
 
-    // `longResponse` is the long filter's response, from 0 up to half its period, or to where it may be left out. Images
-    // are either of the input, or of the pass-band terms. Responses below the threshold are left out.
+    // `longResponse` is the long filter's response, from 0 up to half its period, or to where it may be left out.
+    // Images are either of the input, or of the pass-band terms. Responses below the threshold are left out.
     static SpectralTiles List(const Sizes& sizes, bool imagesOfInput, std::span<const double> longResponse,
                               const SmoothResponse& shortResponse, double threshold);
 

@@ -29,7 +29,8 @@ struct LowPass {
     // Upper bound of the stop-band edge, in Hz.
     double StopEdge() const;
 
-    // From the centre on, all taps or every so many; the other half is its mirror image. A length of 1 passes everything.
+    // From the centre on, all taps or every so many; the other half is its mirror image. A length of 1 passes
+    // everything.
     std::vector<double> HalfOfTaps(int64_t every = 1) const;
 };
 
