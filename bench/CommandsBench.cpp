@@ -145,6 +145,15 @@ void PlotBySox(benchmark::State& state) {
             "sox " + Folder::Get().Path("long.wav") + " -n spectrogram -o " + Folder::Get().Path("sox.png"));
 }
 
+void ConvertRateOfLongFile(benchmark::State& state, int threads) {
+    Measure(state, kCommand + " decode -q -j" + std::to_string(threads) + " --rate 48000 -o - " +
+                       Folder::Get().Path("long.w64"));
+}
+
+void ConvertRateByOneThread(benchmark::State& state) { ConvertRateOfLongFile(state, 1); }
+
+void ConvertRateByTwoThreads(benchmark::State& state) { ConvertRateOfLongFile(state, 2); }
+
 // Other processes do the work, so only the wall clock sees it.
 #define COMMAND_BENCHMARK(function)                                                                          \
     BENCHMARK(function)->Iterations(1)->UseRealTime()->Unit(benchmark::kMillisecond)
@@ -160,6 +169,8 @@ COMMAND_BENCHMARK(InfoOnSmallFiles);
 COMMAND_BENCHMARK(CheckSmallFiles);
 COMMAND_BENCHMARK(PlotLongFile);
 COMMAND_BENCHMARK(PlotBySox);
+COMMAND_BENCHMARK(ConvertRateByOneThread);
+COMMAND_BENCHMARK(ConvertRateByTwoThreads);
 
 }  // namespace
 

@@ -104,6 +104,7 @@ int main(int count, char** arguments) {
                {"MD5OfLongFile", "MD5ByLibrary", 1.3},
                {"InfoOnSmallFiles", "CheckSmallFiles", 2.2},
                {"PlotLongFile", "PlotBySox", 1.1},
+               {"ConvertRateByTwoThreads", "ConvertRateByOneThread", 0.65},
            })
                ? 0
                : 1;
