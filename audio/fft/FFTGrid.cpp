@@ -149,6 +149,24 @@ struct FromPoints {
                 __builtin_shufflevector(value.im, value.im, 0, 2, 1, 3)};
     }
 };
+struct FromWeightedPoints {
+    FromPoints points;
+    const double* weights;
+
+    W64_INLINE Complex operator()(ptrdiff_t index) const {
+        const Vector weight = LoadVector(weights + index * kLanes);
+        const Complex value = points(index);
+        return {value.re * weight, value.im * weight};
+    }
+};
+struct ToSumOfPowers {
+    double* powers;
+
+    W64_INLINE void operator()(ptrdiff_t index, const Complex& value) const {
+        double* const to = powers + index * kLanes;
+        StoreVector(to, LoadVector(to) + value.re * value.re + value.im * value.im);
+    }
+};
 struct ToSwappedPoints {
     double* points;
     ptrdiff_t first;  // groups
@@ -328,6 +346,11 @@ W64_VECTOR_CLONES void TransformBack(const FFTGridView& view, const double* spec
     TransformGrid(view, FromSwappedGroups{spectrum}, ToSwappedPoints{points, first, end});
 }
 
+W64_VECTOR_CLONES void TransformToPowers(const FFTGridView& view, const double* points, const double* weights,
+                                         double* powers) {
+    TransformGrid(view, FromWeightedPoints{{points}, weights}, ToSumOfPowers{powers});
+}
+
 // Radices 8 and 4 for the powers of two, in as few passes as possible, then the odd radices.
 std::vector<FFTPass> PassesOf(ptrdiff_t points) {
     std::vector<FFTPass> passes;
@@ -392,6 +415,10 @@ void FFTGrid::Forward(const double* points, double* spectrum, double* work) {
 
 void FFTGrid::Inverse(const double* spectrum, double* points, ptrdiff_t first, ptrdiff_t end, double* work) {
     TransformBack(View(work), spectrum, points, first / kLanes, end / kLanes);
+}
+
+void FFTGrid::AddPowers(const double* points, const double* weights, double* powers, double* work) {
+    TransformToPowers(View(work), points, weights, powers);
 }
 
 }  // namespace w64

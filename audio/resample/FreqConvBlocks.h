@@ -1,8 +1,8 @@
 #pragma once
 
 #include "audio/fft/CacheLineAllocator.h"
-#include "audio/resample/Crew.h"
 #include "audio/resample/FreqConvEngine.h"
+#include "base/threads/Crew.h"
 
 #include <memory>
 #include <optional>

@@ -95,7 +95,7 @@ void Plot(const std::string& input, const fs::path& target, const PlotOptions& o
     const std::string details = DescribeFormat(format) + ", " + DescribeTimes(options, start, seconds);
     PlotPicture picture(layout, {Visible(fs::path(input).filename().native()), details, lanes, start, seconds,
                                  scale, options.floor});
-    picture.Draw(envelope, spectrogram);
+    picture.Draw(envelope, spectrogram, threads);
     picture.WritePNG(output.File());
     output.Commit();
     context.console.Summary(target.native(), share.Outcome());

@@ -62,8 +62,8 @@ void DrawOutline(Canvas& canvas, PictureArea area, const Envelope& envelope, siz
     cairo_restore(context);
 }
 
-void DrawSpectrogram(Canvas& canvas, PictureArea area, const Spectrogram& spectrogram, int64_t frames,
-                     double floor, int shades) {
+std::vector<uint32_t> SpectrogramPixels(PictureArea area, const Spectrogram& spectrogram, int64_t frames,
+                                        double floor, int shades) {
     const ColourMap colours;
     const double columnsPerPixel =
         static_cast<double>(frames) / static_cast<double>(spectrogram.FramesPerColumn()) / area.width;
@@ -80,7 +80,7 @@ void DrawSpectrogram(Canvas& canvas, PictureArea area, const Spectrogram& spectr
             pixels[(height - 1 - row) * width + x] = colours.At(shade);
         }
     }
-    canvas.PaintPixels(area, pixels);
+    return pixels;
 }
 
 }  // namespace w64

@@ -5,6 +5,8 @@
 #include "host/plot/Spectrogram.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <vector>
 
 namespace w64 {
 
@@ -15,10 +17,10 @@ namespace w64 {
 void DrawOutline(Canvas& canvas, PictureArea area, const Envelope& envelope, size_t lane, double top,
                  double lineWidth);
 
-// The area is as high as the spectrogram has rows. The level `floor`, in dB, is drawn black. Fewer `shades` make a
-// smaller file.
-void DrawSpectrogram(Canvas& canvas, PictureArea area, const Spectrogram& spectrogram, int64_t frames,
-                     double floor, int shades);
+// The colours of an area that is as high as the spectrogram has rows. The level `floor`, in dB, is black. Fewer `shades`
+// make a smaller file.
+std::vector<uint32_t> SpectrogramPixels(PictureArea area, const Spectrogram& spectrogram, int64_t frames,
+                                        double floor, int shades);
 
 constexpr int kAllShades = 1024;
 

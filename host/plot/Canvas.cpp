@@ -1,5 +1,6 @@
 #include "host/plot/Canvas.h"
 
+#include "host/plot/PNGFile.h"
 #include "host/terminal/Failure.h"
 
 #include <algorithm>
@@ -15,13 +16,6 @@ const char* __lsan_default_suppressions() { return "leak:libfontconfig"; }
 namespace w64 {
 
 namespace {
-
-using Writer = std::function<bool(std::span<const uint8_t>)>;
-
-cairo_status_t WriteTo(void* writer, const unsigned char* data, unsigned int size) {
-    return (*static_cast<const Writer*>(writer))({data, size}) ? CAIRO_STATUS_SUCCESS
-                                                               : CAIRO_STATUS_WRITE_ERROR;
-}
 
 void Require(cairo_status_t status) {
     if (status != CAIRO_STATUS_SUCCESS)
@@ -61,12 +55,13 @@ void Canvas::PaintPixels(PictureArea area, std::span<const uint32_t> colours) {
     cairo_paint(context_.get());
 }
 
-void Canvas::WritePNG(const Writer& write) {
+std::vector<uint8_t> Canvas::PNG() {
     Require(cairo_status(context_.get()));
-    Writer writer = write;
-    const cairo_status_t status = cairo_surface_write_to_png_stream(surface_.get(), WriteTo, &writer);
-    if (status == CAIRO_STATUS_WRITE_ERROR) throw SystemFailure("cannot write");
-    Require(status);
+    cairo_surface_t* const image = surface_.get();
+    cairo_surface_flush(image);
+    return PNGFile({cairo_image_surface_get_data(image), cairo_image_surface_get_stride(image),
+                    static_cast<uint32_t>(cairo_image_surface_get_width(image)),
+                    static_cast<uint32_t>(cairo_image_surface_get_height(image))});
 }
 
 }  // namespace w64

@@ -4,14 +4,14 @@
 
 #include <cairo.h>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <span>
+#include <vector>
 
 namespace w64 {
 
 // A white picture to draw on. Colours are 0xRRGGBB.
-// Errors: Failure if memory is short or the picture cannot be written.
+// Errors: Failure if memory is short.
 class Canvas {
 public:
     explicit Canvas(PictureSize size);
@@ -22,8 +22,8 @@ public:
     // One colour per pixel, row by row from the top.
     void PaintPixels(PictureArea area, std::span<const uint32_t> colours);
 
-    // Hands out the file part by part to `write`, which returns whether it went well and else sets errno.
-    void WritePNG(const std::function<bool(std::span<const uint8_t>)>& write);
+    // The picture as a file.
+    std::vector<uint8_t> PNG();
 
 private:
     struct Destroy {

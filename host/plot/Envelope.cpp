@@ -1,5 +1,7 @@
 #include "host/plot/Envelope.h"
 
+#include "audio/fft/VectorComplex.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -10,21 +12,40 @@ namespace {
 
 using Column = Envelope::Column;
 
-// Of the first channels of interleaved frames. Two take little more time than one, as each sum waits for its last
-// addition.
-template <size_t kChannels>
-std::array<Column, kChannels> Measure(const double* frames, size_t count, size_t stride) {
-    std::array<Column, kChannels> columns;
-    for (size_t i = 0; i < kChannels; ++i)
-        columns[i] = {frames[i], frames[i], 0, static_cast<int64_t>(count)};
-    for (; count > 0; --count, frames += stride) {
-        for (size_t i = 0; i < kChannels; ++i) {
-            columns[i].low = std::min(columns[i].low, frames[i]);
-            columns[i].high = std::max(columns[i].high, frames[i]);
-            columns[i].squares += frames[i] * frames[i];
+// Of the first of interleaved channels.
+Column Measure(const double* frames, size_t count, size_t channels) {
+    Column column{frames[0], frames[0], 0, static_cast<int64_t>(count)};
+    for (; count > 0; --count, frames += channels) {
+        column.low = std::min(column.low, *frames);
+        column.high = std::max(column.high, *frames);
+        column.squares += *frames * *frames;
+    }
+    return column;
+}
+
+// Every eighth of some samples from the first, the second ... on.
+using EighthsOfSamples = std::array<Column, 8>;
+
+// Two vectors at a time, as a sum waits for its last addition. There are at least eight samples.
+W64_VECTOR_CLONES EighthsOfSamples MeasureEighths(const double* samples, size_t count) {
+    fft::Vector low[2] = {fft::LoadVector(samples), fft::LoadVector(samples + 4)};
+    fft::Vector high[2] = {low[0], low[1]};
+    fft::Vector squares[2] = {};
+    const size_t whole = count - count % 8;
+    for (const double* const end = samples + whole; samples < end; samples += 8) {
+        for (int i = 0; i < 2; ++i) {
+            const fft::Vector values = fft::LoadVector(samples + 4 * i);
+            low[i] = values < low[i] ? values : low[i];
+            high[i] = values > high[i] ? values : high[i];
+            squares[i] += values * values;
         }
     }
-    return columns;
+    EighthsOfSamples eighths;
+    for (size_t i = 0; i < eighths.size(); ++i) {
+        eighths[i] = {low[i / 4][i % 4], high[i / 4][i % 4], squares[i / 4][i % 4],
+                      static_cast<int64_t>(whole / 8)};
+    }
+    return eighths;
 }
 
 Column Merged(const Column& a, const Column& b) {
@@ -52,19 +73,25 @@ void Envelope::Add(std::span<const double> frames) {
         if (frames_ % framesPerColumn_ == 0) BeginColumn();
         const auto room = static_cast<size_t>(framesPerColumn_ - frames_ % framesPerColumn_);
         const size_t count = std::min(room, frames.size() / channels_);
-        const auto merge = [this](size_t channel, const Column& measured) {
-            Column& column = lanes_[channel % lanes_.size()].back();
-            column = Merged(column, measured);
-        };
-        size_t channel = 0;
-        for (; channel + 1 < channels_; channel += 2) {
-            const auto [first, second] = Measure<2>(frames.data() + channel, count, channels_);
-            merge(channel, first);
-            merge(channel + 1, second);
-        }
-        if (channel < channels_) merge(channel, Measure<1>(frames.data() + channel, count, channels_)[0]);
+        Merge(frames.first(count * channels_));
         frames_ += static_cast<int64_t>(count);
         frames = frames.subspan(count * channels_);
+    }
+}
+
+// The channels of each eighth are known where they divide eight.
+void Envelope::Merge(std::span<const double> frames) {
+    const auto merge = [this](size_t channel, const Column& measured) {
+        Column& column = lanes_[channel % lanes_.size()].back();
+        column = Merged(column, measured);
+    };
+    if (8 % channels_ == 0 && frames.size() >= 8) {
+        const EighthsOfSamples eighths = MeasureEighths(frames.data(), frames.size());
+        for (size_t i = 0; i < eighths.size(); ++i) merge(i % channels_, eighths[i]);
+        frames = frames.last(frames.size() % 8);
+    }
+    for (size_t channel = 0; channel < channels_ && !frames.empty(); ++channel) {
+        merge(channel, Measure(frames.data() + channel, frames.size() / channels_, channels_));
     }
 }
 

@@ -35,6 +35,7 @@ public:
 
 private:
     void BeginColumn();
+    void Merge(std::span<const double> frames);
 
     const size_t channels_;
     const size_t maxColumns_;

@@ -21,15 +21,15 @@ double PowerBetween(Bins bins, double bin) {
 // The peak of a spectral line between two bins, by parabolic interpolation of three bins in dB. The correction is
 // limited to the window's scalloping loss, in case it is not a line.
 double PeakPower(Bins bins, size_t bin) {
-    constexpr double kMaxLoss = 0.3;  // natural logarithm of power
+    constexpr float kMaxLoss = 0.3F;  // natural logarithm of power
     const double power = bins[bin];
     if (bin == 0 || bin + 1 == bins.size()) return power;
     const double below = bins[bin - 1];
     const double above = bins[bin + 1];
     if (!(below > 0 && above > 0 && power > below && power >= above)) return power;
-    const double slope = std::log(above) - std::log(below);
-    const double bend = 2 * std::log(power) - std::log(above) - std::log(below);
-    return bend > 0 ? power * std::exp(std::min(slope * slope / (8 * bend), kMaxLoss)) : power;
+    const float slope = std::log(static_cast<float>(above / below));
+    const float bend = std::log(static_cast<float>(power / above * (power / below)));
+    return bend > 0 ? power * std::exp(std::min(kMaxLoss, slope * slope / (8 * bend))) : power;
 }
 
 double PowerOfBand(Bins bins, double low, double high) {
@@ -49,8 +49,11 @@ FrequencyBands::FrequencyBands(const FrequencyScale& scale, size_t count, size_t
 }
 
 void FrequencyBands::Append(Bins bins, double factor, std::vector<float>& powers) const {
+    const size_t first = powers.size();
+    powers.resize(first + Count());
     for (size_t band = 0; band < Count(); ++band) {
-        powers.push_back(static_cast<float>(PowerOfBand(bins, edges_[band], edges_[band + 1]) * factor));
+        const double power = PowerOfBand(bins, edges_[band], edges_[band + 1]);
+        powers[first + band] = static_cast<float>(power * factor);
     }
 }
 

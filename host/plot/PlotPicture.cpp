@@ -1,9 +1,11 @@
 #include "host/plot/PlotPicture.h"
 
 #include "base/XStr.h"
+#include "base/threads/Crew.h"
 #include "host/plot/AudioDrawing.h"
 #include "host/plot/AxisTicks.h"
 #include "host/plot/ColourMap.h"
+#include "host/terminal/Failure.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,21 +42,27 @@ void ForEachTick(double start, double end, double step, Action action) {
 PlotPicture::PlotPicture(const PlotLayout& layout, PlotSubject subject)
     : layout_(layout), subject_(std::move(subject)), canvas_(layout.Size()), context_(canvas_.Context()) {}
 
-void PlotPicture::Draw(const Envelope& envelope, const Spectrogram& spectrogram) {
+void PlotPicture::Draw(const Envelope& envelope, const Spectrogram& spectrogram, unsigned threads) {
+    const PictureArea& area = layout_.Spectrogram();
+    std::vector<uint32_t> pixels;
+    Crew crew(threads, 1, [&](size_t /*thread*/, size_t /*job*/) {
+        pixels = SpectrogramPixels(area, spectrogram, envelope.Frames(), subject_.floor, kAllShades);
+    });
+    crew.Start(0);
     DrawTitle();
     SetFont(kLabelSize, false);
     DrawTimeAxis();
     DrawWaveform(envelope);
-    DrawSpectrogram(canvas_, layout_.Spectrogram(), spectrogram, envelope.Frames(), subject_.floor,
-                    kAllShades);
-    Frame(layout_.Spectrogram());
+    crew.Finish(0);
+    canvas_.PaintPixels(area, pixels);
+    Frame(area);
     DrawFrequencyAxis();
     DrawColourScale();
 }
 
 void PlotPicture::WritePNG(XFile& file) {
-    canvas_.WritePNG(
-        [&file](std::span<const uint8_t> bytes) { return file.Write(bytes.data(), bytes.size()); });
+    const std::vector<uint8_t> bytes = canvas_.PNG();
+    if (!file.Write(bytes.data(), bytes.size())) throw SystemFailure("cannot write");
 }
 
 void PlotPicture::DrawTitle() {

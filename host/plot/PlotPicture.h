@@ -30,7 +30,8 @@ class PlotPicture {
 public:
     PlotPicture(const PlotLayout& layout, PlotSubject subject);
 
-    void Draw(const Envelope& envelope, const Spectrogram& spectrogram);
+    // With more than one thread, the waveform and the spectrogram are drawn at the same time.
+    void Draw(const Envelope& envelope, const Spectrogram& spectrogram, unsigned threads);
     void WritePNG(XFile& file);
 
 private:

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <system_error>
 #include <utility>
 
 namespace w64 {
@@ -39,10 +38,13 @@ size_t WindowsPerJob(size_t windowSize, size_t channels) {
     return std::bit_floor(std::clamp<size_t>(frames / (windowSize / 4), 2, 64));
 }
 
-size_t JobsFor(unsigned threads, size_t samplesPerJob) {
-    constexpr size_t kMaxSamples = 1 << 23;  // of all jobs
-    return std::clamp<size_t>(kMaxSamples / samplesPerJob, 1, std::max(threads, 1u));
+size_t ThreadsFor(unsigned threads, size_t samplesPerThread) {
+    constexpr size_t kMaxSamples = 1 << 23;  // of all threads
+    return std::clamp<size_t>(kMaxSamples / samplesPerThread, 1, std::max(threads, 1u));
 }
+
+// Two for each thread, so that none waits while another is collected.
+size_t JobsFor(size_t threads) { return threads == 1 ? 1 : 2 * threads; }
 
 }  // namespace
 
@@ -50,16 +52,17 @@ Spectrogram::Spectrogram(const Shape& shape)
     : channels_(static_cast<size_t>(shape.channels)), maxColumns_(2 * shape.columns),
       points_(PointsFor(shape)), window_(WindowFor(shape)),
       windowsPerJob_(WindowsPerJob(window_.size(), channels_)),
-      bands_(shape.scale, shape.rows, points_ / 2 + 1), column_(points_) {
+      bands_(shape.scale, shape.rows, points_ / 2 + 1),
+      spectra_(ThreadsFor(shape.threads, 2 * SamplesPerJob() + 8 * points_),
+               WindowSpectra(window_, channels_, points_)),
+      jobs_(JobsFor(spectra_.size())), column_(points_),
+      crew_(spectra_.size(), jobs_.size(),
+            [this](size_t thread, size_t job) { Work(spectra_[thread], jobs_[job]); }) {
     // With a hop of at most a quarter window every frame has about the same weight; the windows then take a few times
     // as long as reading the audio.
-    const auto maxHop = window_.size() / 4;
     const auto columns = static_cast<uint64_t>(std::max<int64_t>(shape.expectedFrames, 0)) / shape.columns;
-    framesPerColumn_ = static_cast<int64_t>(std::clamp<uint64_t>(std::bit_floor(columns), 1, maxHop));
+    framesPerColumn_ = static_cast<int64_t>(std::clamp<uint64_t>(std::bit_floor(columns), 1, MaxHop()));
     framesPerWindow_ = framesPerColumn_;
-    const size_t jobs =
-        JobsFor(shape.threads, (window_.size() + maxHop * windowsPerJob_) * channels_ + 12 * points_);
-    for (size_t i = 0; i < jobs; ++i) jobs_.emplace_back(WindowSpectra(window_, channels_, points_));
 }
 
 void Spectrogram::Add(std::span<const double> frames) {
@@ -84,7 +87,7 @@ void Spectrogram::Finish() {
         Plan(frames_, std::max<int64_t>(frames_ - windowSize, 0));
         Launch();
     }
-    for (size_t i = 0; i < jobs_.size(); ++i) Collect(jobs_[(next_ + i) % jobs_.size()]);
+    for (size_t i = 0; i < jobs_.size(); ++i) Collect((next_ + i) % jobs_.size());
 }
 
 // Audio shorter than a window is centred in it.
@@ -114,9 +117,9 @@ void Spectrogram::Launch() {
     position_ += static_cast<int64_t>(job.starts.size()) * framesPerWindow_;
     job.endsColumn = position_ % framesPerColumn_ == 0 || position_ >= frames_;
     CountColumns(job);
-    job.done = Start(job);
-    next_ = (next_ + 1) % jobs_.size();
-    BeginNext(job);
+    job.isLaunched = true;
+    crew_.Start(next_);
+    BeginNext();
 }
 
 void Spectrogram::CountColumns(const Job& job) {
@@ -126,13 +129,15 @@ void Spectrogram::CountColumns(const Job& job) {
     if (columns_ < maxColumns_) return;
     columns_ /= 2;
     framesPerColumn_ *= 2;
-    framesPerWindow_ = std::min(framesPerColumn_, static_cast<int64_t>(window_.size() / 4));
+    framesPerWindow_ = std::min(framesPerColumn_, static_cast<int64_t>(MaxHop()));
 }
 
 // With the last window of the job before.
-void Spectrogram::BeginNext(const Job& before) {
+void Spectrogram::BeginNext() {
+    const Job& before = jobs_[next_];
+    next_ = (next_ + 1) % jobs_.size();
+    Collect(next_);
     Job& job = jobs_[next_];
-    Collect(job);
     const auto kept = static_cast<std::ptrdiff_t>(window_.size() * channels_);
     if (&job == &before) {
         job.frames.erase(job.frames.begin(), job.frames.end() - kept);
@@ -143,29 +148,20 @@ void Spectrogram::BeginNext(const Job& before) {
     job.starts.clear();
 }
 
-// A job that gets no thread is done where it is collected.
-std::future<void> Spectrogram::Start(Job& job) const {
-    const auto work = [this, &job] { Work(job); };
-    if (jobs_.size() == 1) return std::async(std::launch::deferred, work);
-    try {
-        return std::async(std::launch::async, work);
-    } catch (const std::system_error&) {
-        return std::async(std::launch::deferred, work);
-    }
-}
-
-void Spectrogram::Work(Job& job) const {
+void Spectrogram::Work(WindowSpectra& spectra, Job& job) const {
     job.powers.clear();
     for (size_t i = 0; i < job.starts.size(); ++i) {
-        job.spectra.Add(job.frames.data() + job.starts[i] * channels_);
-        if ((i + 1) % job.windowsPerColumn == 0) AppendColumn(job.spectra.Take(), job.powers);
+        spectra.Add(job.frames.data() + job.starts[i] * channels_);
+        if ((i + 1) % job.windowsPerColumn == 0) AppendColumn(spectra.Take(), job.powers);
     }
-    job.part = job.spectra.Take();
+    job.part = spectra.Take();
 }
 
-void Spectrogram::Collect(Job& job) {
-    if (!job.done.valid()) return;
-    job.done.get();
+void Spectrogram::Collect(size_t number) {
+    Job& job = jobs_[number];
+    if (!job.isLaunched) return;
+    crew_.Finish(number);
+    job.isLaunched = false;
     powers_.insert(powers_.end(), job.powers.begin(), job.powers.end());
     if (job.part.windows > 0) {
         column_.Add(job.part);

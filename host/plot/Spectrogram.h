@@ -1,11 +1,11 @@
 #pragma once
 
+#include "base/threads/Crew.h"
 #include "host/plot/FrequencyBands.h"
 #include "host/plot/WindowSpectra.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <future>
 #include <span>
 #include <utility>
 #include <vector>
@@ -46,29 +46,28 @@ public:
 private:
     // Consecutive windows that one thread works on: of whole columns, or of a part of one.
     struct Job {
-        explicit Job(WindowSpectra made) : spectra(std::move(made)) {}
-
-        WindowSpectra spectra;
         std::vector<double> frames;  // from firstFrame on
         int64_t firstFrame = 0;
         std::vector<size_t> starts;  // of the windows, in frames
         size_t windowsPerColumn = 0;
         bool endsColumn = false;  // the last of the windows
+        bool isLaunched = false;
 
         // The result.
         std::vector<float> powers;  // of whole columns
         SpectrumSum part;           // of the column after them
-        std::future<void> done;     // destroyed first, which waits
     };
+
+    size_t MaxHop() const { return window_.size() / 4; }
+    size_t SamplesPerJob() const { return (window_.size() + MaxHop() * windowsPerJob_) * channels_; }
 
     void Plan(int64_t end, int64_t lastStart);
     void PadToWindow();
     void Launch();
     void CountColumns(const Job& job);
-    void BeginNext(const Job& before);
-    std::future<void> Start(Job& job) const;
-    void Work(Job& job) const;
-    void Collect(Job& job);
+    void BeginNext();
+    void Work(WindowSpectra& spectra, Job& job) const;
+    void Collect(size_t number);
     void AppendColumn(const SpectrumSum& sum, std::vector<float>& powers) const;
     void MergePairs();
 
@@ -79,7 +78,9 @@ private:
     const size_t windowsPerJob_;
     const FrequencyBands bands_;
 
-    // The job that is filled with frames is jobs_[next_]; the others were begun in turn.
+    std::vector<WindowSpectra> spectra_;  // of each thread
+
+    // The job that is filled with frames is jobs_[next_]; the others were launched in turn.
     std::vector<Job> jobs_;
     size_t next_ = 0;
     int64_t frames_ = 0;    // so far
@@ -91,6 +92,8 @@ private:
     // The results that were collected.
     std::vector<float> powers_;
     SpectrumSum column_;  // the part of a column
+
+    Crew crew_;  // ends before what it works on
 };
 
 }  // namespace w64

@@ -23,18 +23,14 @@ void Thumbnail::Add(std::span<const double> frames) {
 }
 
 std::vector<uint8_t> Thumbnail::Draw() {
-    std::vector<uint8_t> file;
-    if (envelope_.Frames() == 0) return file;
+    if (envelope_.Frames() == 0) return {};
     spectrogram_.Finish();
     Canvas canvas({kWidth, kHeight});
     DrawOutline(canvas, {0, 0, kWidth, kWaveformHeight}, envelope_, 0, std::max(envelope_.Peak(), 1.0), 1);
-    DrawSpectrogram(canvas, {0, kWaveformHeight, kWidth, kSpectrogramHeight}, spectrogram_,
-                    envelope_.Frames(), kBlackLevel, kShades);
-    canvas.WritePNG([&file](std::span<const uint8_t> bytes) {
-        file.insert(file.end(), bytes.begin(), bytes.end());
-        return true;
-    });
-    return file;
+    const PictureArea below = {0, kWaveformHeight, kWidth, kSpectrogramHeight};
+    canvas.PaintPixels(below,
+                       SpectrogramPixels(below, spectrogram_, envelope_.Frames(), kBlackLevel, kShades));
+    return canvas.PNG();
 }
 
 }  // namespace w64

@@ -1,7 +1,6 @@
 #include "host/plot/WindowSpectra.h"
 
-#include "audio/fft/VectorComplex.h"
-
+#include <algorithm>
 #include <cmath>
 #include <numeric>
 #include <utility>
@@ -21,30 +20,9 @@ double BesselI0(double x) {
     return sum;
 }
 
-// The size of a window is a multiple of the lanes.
-W64_VECTOR_CLONES void WeighStereo(const std::vector<double>& window, const double* frames, double* points) {
-    for (size_t i = 0; i < window.size(); i += fft::kLanes, frames += fft::kGroup, points += fft::kGroup) {
-        const fft::Vector weights = fft::LoadVector(&window[i]);
-        const fft::Vector first = __builtin_shufflevector(weights, weights, 0, 0, 1, 1);
-        const fft::Vector second = __builtin_shufflevector(weights, weights, 2, 2, 3, 3);
-        fft::StoreVector(points, fft::LoadVector(frames) * first);
-        fft::StoreVector(points + fft::kLanes, fft::LoadVector(frames + fft::kLanes) * second);
-    }
-}
-
-void WeighPairs(const std::vector<double>& window, const double* frames, size_t channels, double* points) {
-    if (channels == 2) return WeighStereo(window, frames, points);
-    for (size_t i = 0; i < window.size(); ++i, frames += channels, points += 2) {
-        points[0] = frames[0] * window[i];
-        points[1] = frames[1] * window[i];
-    }
-}
-
-W64_VECTOR_CLONES void SumUpPowers(const double* spectrum, std::vector<double>& sums) {
-    for (size_t k = 0; k < sums.size(); k += fft::kLanes) {
-        const fft::Complex value = fft::LoadGroup(spectrum + 2 * k);
-        fft::StoreVector(&sums[k], fft::LoadVector(&sums[k]) + value.re * value.re + value.im * value.im);
-    }
+// The first two of interleaved channels.
+void CopyPair(const double* frames, size_t count, size_t channels, double* points) {
+    for (; count > 0; --count, frames += channels, points += 2) std::copy_n(frames, 2, points);
 }
 
 }  // namespace
@@ -69,47 +47,49 @@ void SpectrumSum::Add(const SpectrumSum& other) {
 // The powers of a positive frequency and its negative add up to twice those of the real and the imaginary part.
 std::vector<double> SpectrumSum::Folded() const {
     std::vector<double> bins(powers.size() / 2 + 1);
-    for (size_t k = 0; k < bins.size(); ++k) {
-        bins[k] = (powers[k] + powers[(powers.size() - k) % powers.size()]) / 2;
-    }
+    bins[0] = powers[0];
+    for (size_t k = 1; k < bins.size(); ++k) bins[k] = (powers[k] + powers[powers.size() - k]) / 2;
     return bins;
 }
 
 WindowSpectra::WindowSpectra(const std::vector<double>& window, size_t channels, size_t points)
-    : window_(window), channels_(channels), grid_(static_cast<std::ptrdiff_t>(points)), sum_(points) {
-    for (AlignedDoubles* complex : {&points_, &unpaired_, &spectrum_, &work_}) {
-        complex->resize(2 * points, 0.0);
-    }
+    : windowSize_(window.size()), channels_(channels), grid_(static_cast<std::ptrdiff_t>(points)),
+      weights_(window.begin(), window.end()), sum_(points) {
+    weights_.resize(points, 0.0);
+    for (AlignedDoubles* complex : {&points_, &unpaired_, &work_}) complex->resize(2 * points, 0.0);
 }
 
 void WindowSpectra::Add(const double* frames) {
-    for (size_t channel = 0; channel + 1 < channels_; channel += 2) {
-        WeighPairs(window_, frames + channel, channels_, points_.data());
-        AddPowers(points_);
-    }
+    for (size_t channel = 0; channel + 1 < channels_; channel += 2) AddPair(frames + channel);
     if (channels_ % 2 != 0) AddUnpaired(frames + channels_ - 1);
     ++sum_.windows;
 }
 
 SpectrumSum WindowSpectra::Take() {
     if (isHalfFull_) {
-        for (size_t i = 0; i < window_.size(); ++i) unpaired_[2 * i + 1] = 0;
-        AddPowers(unpaired_);
+        for (size_t i = 0; i < windowSize_; ++i) unpaired_[2 * i + 1] = 0;
+        AddPowers(unpaired_.data());
         isHalfFull_ = false;
     }
     return std::exchange(sum_, SpectrumSum(sum_.powers.size()));
 }
 
-void WindowSpectra::AddUnpaired(const double* samples) {
-    double* to = unpaired_.data() + (isHalfFull_ ? 1 : 0);
-    for (size_t i = 0; i < window_.size(); ++i) to[2 * i] = samples[i * channels_] * window_[i];
-    isHalfFull_ = !isHalfFull_;
-    if (!isHalfFull_) AddPowers(unpaired_);
+// A window of stereo that has all points is where it should be.
+void WindowSpectra::AddPair(const double* frames) {
+    if (channels_ == 2 && windowSize_ == weights_.size()) return AddPowers(frames);
+    CopyPair(frames, windowSize_, channels_, points_.data());
+    AddPowers(points_.data());
 }
 
-void WindowSpectra::AddPowers(const AlignedDoubles& points) {
-    grid_.Forward(points.data(), spectrum_.data(), work_.data());
-    SumUpPowers(spectrum_.data(), sum_.powers);
+void WindowSpectra::AddUnpaired(const double* samples) {
+    double* const to = unpaired_.data() + (isHalfFull_ ? 1 : 0);
+    for (size_t i = 0; i < windowSize_; ++i) to[2 * i] = samples[i * channels_];
+    isHalfFull_ = !isHalfFull_;
+    if (!isHalfFull_) AddPowers(unpaired_.data());
+}
+
+void WindowSpectra::AddPowers(const double* points) {
+    grid_.AddPowers(points, weights_.data(), sum_.powers.data(), work_.data());
 }
 
 }  // namespace w64

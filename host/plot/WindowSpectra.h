@@ -38,16 +38,17 @@ public:
     SpectrumSum Take();
 
 private:
+    void AddPair(const double* frames);
     void AddUnpaired(const double* samples);
-    void AddPowers(const AlignedDoubles& points);
+    void AddPowers(const double* points);
 
-    std::vector<double> window_;
+    size_t windowSize_;
     size_t channels_;
     FFTGrid grid_;
+    AlignedDoubles weights_;  // of the points: the window, then zeros
     AlignedDoubles points_;
     AlignedDoubles unpaired_;
     bool isHalfFull_ = false;  // unpaired_, with one window
-    AlignedDoubles spectrum_;
     AlignedDoubles work_;
     SpectrumSum sum_;
 };

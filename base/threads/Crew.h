@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
+#include <exception>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -16,14 +17,14 @@ class Crew {
 public:
     using Work = std::function<void(size_t thread, size_t job)>;
 
-    // There are fewer threads where the system has no more. The work must not throw.
+    // There are fewer threads where the system has no more.
     Crew(size_t threads, size_t jobs, Work work);
     Crew(const Crew&) = delete;
     Crew& operator=(const Crew&) = delete;
     ~Crew();  // waits for jobs that are under way only
 
     void Start(size_t job);
-    void Finish(size_t job);
+    void Finish(size_t job);  // throws what the job threw
 
 private:
     using Lock = std::unique_lock<std::mutex>;
@@ -36,6 +37,7 @@ private:
     std::condition_variable changed_;
     std::deque<size_t> waiting_;
     std::vector<bool> isDone_;
+    std::vector<std::exception_ptr> failures_;  // of jobs
     bool ends_ = false;
     std::vector<std::thread> threads_;
 };

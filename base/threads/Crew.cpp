@@ -1,11 +1,12 @@
-#include "audio/resample/Crew.h"
+#include "base/threads/Crew.h"
 
 #include <exception>
 #include <utility>
 
 namespace w64 {
 
-Crew::Crew(size_t threads, size_t jobs, Work work) : work_(std::move(work)), isDone_(jobs, true) {
+Crew::Crew(size_t threads, size_t jobs, Work work)
+    : work_(std::move(work)), isDone_(jobs, true), failures_(jobs) {
     threads_.reserve(threads);
     try {
         for (size_t thread = 1; thread < threads; ++thread) threads_.emplace_back(&Crew::Run, this, thread);
@@ -40,6 +41,7 @@ void Crew::Finish(size_t job) {
             RunNext(0, lock);
         }
     }
+    if (failures_[job]) std::rethrow_exception(std::exchange(failures_[job], nullptr));
 }
 
 void Crew::Run(size_t thread) {
@@ -55,8 +57,14 @@ void Crew::RunNext(size_t thread, Lock& lock) {
     const size_t job = waiting_.front();
     waiting_.pop_front();
     lock.unlock();
-    work_(thread, job);
+    std::exception_ptr failure;
+    try {
+        work_(thread, job);
+    } catch (...) {
+        failure = std::current_exception();
+    }
     lock.lock();
+    failures_[job] = std::move(failure);
     isDone_[job] = true;
     changed_.notify_all();
 }
