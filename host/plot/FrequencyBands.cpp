@@ -28,33 +28,43 @@ double PeakPower(Bins bins, size_t bin) {
     const double above = bins[bin + 1];
     if (!(below > 0 && above > 0 && power > below && power >= above)) return power;
     const float slope = std::log(static_cast<float>(above / below));
-    const float bend = std::log(static_cast<float>(power / above * (power / below)));
+    const float bend = std::log(static_cast<float>(power * power / (above * below)));
     return bend > 0 ? power * std::exp(std::min(kMaxLoss, slope * slope / (8 * bend))) : power;
 }
 
-double PowerOfBand(Bins bins, double low, double high) {
-    if (high - low < 1) return PowerBetween(bins, (low + high) / 2);
-    const auto first = bins.begin() + static_cast<std::ptrdiff_t>(low + kRounding);
-    const auto end = bins.begin() + static_cast<std::ptrdiff_t>(high + kRounding);
-    return PeakPower(bins, static_cast<size_t>(std::max_element(first, end) - bins.begin()));
+size_t HighestBin(Bins bins, size_t first, size_t end) {
+    size_t highest = first;
+    for (size_t bin = first + 1; bin < end; ++bin) highest = bins[bin] > bins[highest] ? bin : highest;
+    return highest;
 }
 
 }  // namespace
 
 FrequencyBands::FrequencyBands(const FrequencyScale& scale, size_t count, size_t bins) {
-    for (size_t band = 0; band <= count; ++band) {
+    const auto edge = [&](size_t band) {
         const double place = static_cast<double>(band) / static_cast<double>(count);
-        edges_.push_back(scale.At(place) / scale.Highest() * static_cast<double>(bins - 1));
+        return scale.At(place) / scale.Highest() * static_cast<double>(bins - 1);
+    };
+    for (size_t i = 0; i < count; ++i) {
+        const double low = edge(i);
+        const double high = edge(i + 1);
+        Band& band = bands_.emplace_back(Band{(low + high) / 2, 0, 0});
+        if (high - low < 1) continue;
+        band.first = static_cast<size_t>(low + kRounding);
+        band.end = static_cast<size_t>(high + kRounding);
     }
 }
 
 void FrequencyBands::Append(Bins bins, double factor, std::vector<float>& powers) const {
-    const size_t first = powers.size();
-    powers.resize(first + Count());
-    for (size_t band = 0; band < Count(); ++band) {
-        const double power = PowerOfBand(bins, edges_[band], edges_[band + 1]);
-        powers[first + band] = static_cast<float>(power * factor);
-    }
+    const auto powerOf = [&](const Band& band) {
+        const double power = band.end == 0 ? PowerBetween(bins, band.middle)
+                                           : PeakPower(bins, HighestBin(bins, band.first, band.end));
+        return static_cast<float>(power * factor);
+    };
+    const size_t before = powers.size();
+    powers.resize(before + Count());
+    std::transform(bands_.begin(), bands_.end(), powers.begin() + static_cast<std::ptrdiff_t>(before),
+                   powerOf);
 }
 
 }  // namespace w64

@@ -16,13 +16,19 @@ public:
     // The last bin is at the highest frequency of the scale.
     FrequencyBands(const FrequencyScale& scale, size_t count, size_t bins);
 
-    size_t Count() const { return edges_.size() - 1; }
+    size_t Count() const { return bands_.size(); }
 
     // Appends the powers of all bands, times `factor`.
     void Append(std::span<const double> bins, double factor, std::vector<float>& powers) const;
 
 private:
-    std::vector<double> edges_;  // in bins
+    struct Band {
+        double middle;  // in bins
+        size_t first;   // bin
+        size_t end;     // 0 if the band is narrower than a bin
+    };
+
+    std::vector<Band> bands_;
 };
 
 }  // namespace w64
