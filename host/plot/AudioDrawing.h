@@ -17,8 +17,8 @@ namespace w64 {
 void DrawOutline(Canvas& canvas, PictureArea area, const Envelope& envelope, size_t lane, double top,
                  double lineWidth);
 
-// The colours of an area that is as high as the spectrogram has rows. The level `floor`, in dB, is black. Fewer `shades`
-// make a smaller file.
+// The colours of an area that is as high as the spectrogram has rows. The level `floor`, in dB, is black. Fewer
+// `shades` make a smaller file.
 std::vector<uint32_t> SpectrogramPixels(PictureArea area, const Spectrogram& spectrogram, int64_t frames,
                                         double floor, int shades);
 

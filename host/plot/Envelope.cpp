@@ -33,7 +33,7 @@ W64_VECTOR_CLONES EighthsOfSamples MeasureEighths(const double* samples, size_t 
     fft::Vector squares[2] = {};
     const size_t whole = count - count % 8;
     for (const double* const end = samples + whole; samples < end; samples += 8) {
-        for (int i = 0; i < 2; ++i) {
+        for (size_t i = 0; i < 2; ++i) {
             const fft::Vector values = fft::LoadVector(samples + 4 * i);
             low[i] = values < low[i] ? values : low[i];
             high[i] = values > high[i] ? values : high[i];

@@ -59,7 +59,7 @@ public:
 
     bool WriteTo(std::vector<uint8_t>& file, const Pixels& pixels) {
         if (!info_) return false;
-        png_set_write_fn(png_, &file, Take, nullptr);
+        png_set_write_fn(png_, &file, Take, [](png_struct* /*png*/) {});
         return Write(png_, info_, pixels);
     }
 

@@ -16,7 +16,7 @@ namespace w64 {
 // over all channels, and over windows that overlap enough for every frame to count. A column covers a power of two
 // of frames; when there are twice as many columns as needed, pairs are merged.
 // Units:   power 1 is that of a full-scale sine.
-// Threads: one caller; the windows are shared among others, and the result does not depend on how many these are.
+// Threads: one caller, whose thread shares the windows with others. The result does not depend on how many these are.
 class Spectrogram {
 public:
     struct Shape {

@@ -215,16 +215,16 @@ TEST(Spectrogram, IsTheSameOnAnyNumberOfThreads) {
 
 TEST(Envelope, MissesNoSample) {
     constexpr size_t kFrames = 123'457;
-    constexpr size_t kChannels = 5;
-    constexpr size_t kClickChannel = 3;
-    for (const size_t click : {size_t{0}, size_t{77'777}, kFrames - 1}) {
-        std::vector<double> samples(kChannels * kFrames, 0.25);
-        samples[kChannels * click + kClickChannel] = -0.5;
+    const std::pair<size_t, size_t> cases[] = {{2, 0}, {2, 77'777}, {2, kFrames - 1},
+                                               {5, 0}, {5, 77'777}, {5, kFrames - 1}};
+    for (const auto& [channels, click] : cases) {
+        std::vector<double> samples(channels * kFrames, 0.25);
+        samples[channels * click + channels - 1] = -0.5;
         for (const bool together : {false, true}) {
-            Envelope envelope(kChannels, together, 100);
-            AddInBlocks(envelope, samples, kChannels * 1237);
+            Envelope envelope(static_cast<int>(channels), together, 100);
+            AddInBlocks(envelope, samples, channels * 1237);
             EXPECT_EQ(envelope.Frames(), static_cast<int64_t>(kFrames));
-            const auto lane = envelope.Lane(together ? 0 : kClickChannel);
+            const auto lane = envelope.Lane(together ? 0 : channels - 1);
             EXPECT_TRUE(lane.size() > 100 && lane.size() <= 200) << lane.size();
             int64_t count = 0;
             for (size_t i = 0; i < lane.size(); ++i) {
@@ -234,7 +234,7 @@ TEST(Envelope, MissesNoSample) {
                 EXPECT_NEAR(lane[i].RootMeanSquare(), 0.25, 0.01);
                 count += lane[i].samples;
             }
-            EXPECT_EQ(count, static_cast<int64_t>(together ? kChannels * kFrames : kFrames));
+            EXPECT_EQ(count, static_cast<int64_t>(together ? channels * kFrames : kFrames));
         }
     }
 }
