@@ -17,6 +17,16 @@ namespace w64::fft {
 #endif
 #define W64_INLINE [[gnu::always_inline]] inline
 
+// Functions of vectors twice as long are for processors that have them. For others GCC takes these apart, one number at
+// a time, so clones would be slow there.
+#if defined(__x86_64__) && defined(__linux__) && defined(__GNUC__) && !defined(__clang__)
+#define W64_AVX512 __attribute__((target("arch=x86-64-v4")))
+inline bool HasAVX512() { return __builtin_cpu_supports("x86-64-v4") != 0; }
+#else
+#define W64_AVX512
+inline bool HasAVX512() { return false; }
+#endif
+
 using Vector = double __attribute__((vector_size(32)));
 
 // At the alignment of its numbers. Clang heeds that only here, before the type that it is made of.

@@ -23,40 +23,55 @@ int64_t PassBandTiles(const LowPass& filter, int64_t tilesOfRate) {
     return static_cast<int64_t>(share * static_cast<double>(tilesOfRate)) + 1;
 }
 
-// Eight floats.
-using Floats = float __attribute__((vector_size(32)));
-using FloatsInMemory [[gnu::aligned(4), gnu::may_alias]] = Floats;
-using FourFloats = float __attribute__((vector_size(16)));
-using FourFloatsInMemory [[gnu::aligned(4), gnu::may_alias]] = FourFloats;
-static_assert(alignof(FloatsInMemory) == 4 && alignof(FourFloatsInMemory) == 4);
+struct FourFloats {
+    using Vector = float __attribute__((vector_size(16)));
+    using InMemory [[gnu::aligned(4), gnu::may_alias]] = Vector;
+};
+struct EightFloats {
+    using Vector = float __attribute__((vector_size(32)));
+    using InMemory [[gnu::aligned(4), gnu::may_alias]] = Vector;
+    static constexpr int64_t kCount = 8;
+};
+struct SixteenFloats {
+    using Vector = float __attribute__((vector_size(64)));
+    using InMemory [[gnu::aligned(4), gnu::may_alias]] = Vector;
+    static constexpr int64_t kCount = 16;
+};
+static_assert(alignof(FourFloats::InMemory) == 4 && alignof(EightFloats::InMemory) == 4 &&
+              alignof(SixteenFloats::InMemory) == 4);
 
-W64_INLINE Floats LoadFloats(const float* from) { return *reinterpret_cast<const FloatsInMemory*>(from); }
+template <class Floats>
+W64_INLINE typename Floats::Vector LoadFloats(const float* from) {
+    return *reinterpret_cast<const typename Floats::InMemory*>(from);
+}
 W64_INLINE Vector LoadAsDoubles(const float* from) {
-    return __builtin_convertvector(FourFloats(*reinterpret_cast<const FourFloatsInMemory*>(from)), Vector);
+    return __builtin_convertvector(LoadFloats<FourFloats>(from), Vector);
 }
 W64_INLINE void StoreAsFloats(float* to, const Vector& value) {
-    *reinterpret_cast<FourFloatsInMemory*>(to) = __builtin_convertvector(value, FourFloats);
+    *reinterpret_cast<FourFloats::InMemory*>(to) = __builtin_convertvector(value, FourFloats::Vector);
 }
 
 // Sums of a tile's bins.
-template <int64_t kTile>
+template <int64_t kTile, class Floats>
 struct Tile {
-    Floats re[kTile / kFloats];
-    Floats im[kTile / kFloats];
+    static constexpr int64_t kCount = Floats::kCount;
+
+    typename Floats::Vector re[kTile / kCount];
+    typename Floats::Vector im[kTile / kCount];
 
     // Adds the tile of a source times a response.
     template <class Response>
     W64_INLINE void Add(const float* source, Response response) {
-        for (int64_t i = 0; i < kTile / kFloats; ++i) {
-            const Floats by = response.Next();
-            re[i] += by * LoadFloats(source + kFloats * i);
-            im[i] += by * LoadFloats(source + kFloats * i + kTile);
+        for (int64_t i = 0; i < kTile / kCount; ++i) {
+            const typename Floats::Vector by = response.Next();
+            re[i] += by * LoadFloats<Floats>(source + kCount * i);
+            im[i] += by * LoadFloats<Floats>(source + kCount * i + kTile);
         }
     }
 
     W64_INLINE void Multiply(const float* response) {
-        for (int64_t i = 0; i < kTile / kFloats; ++i) {
-            const Floats by = LoadFloats(response + kFloats * i);
+        for (int64_t i = 0; i < kTile / kCount; ++i) {
+            const typename Floats::Vector by = LoadFloats<Floats>(response + kCount * i);
             re[i] *= by;
             im[i] *= by;
         }
@@ -108,16 +123,16 @@ W64_INLINE void StoreInTile(const Complex& value, float* to) {
 // All tiles of a spectrum, four bins at a time. Of one channel, the upper half is the conjugate of the lower one.
 template <int64_t kTile, class Bins>
 W64_INLINE void FillTilesWith(const TileOrder& order, int64_t channels, Bins bins, float* tiles) {
-    const int64_t given = order.tiles * channels / 2;
-    for (int64_t tile = 0; tile < given; ++tile) {
-        float* const to = tiles + order.PlaceOf(tile);
-        for (int64_t k = 0; k < kTile; k += kLanes) StoreInTile<kTile>(bins(tile * kTile + k), to + k);
+    const int64_t given = order.tiles * channels / 2 * kTile;
+    TileOrder::Place place(order);
+    for (int64_t first = 0; first < given; first += kTile, ++place) {
+        float* const to = tiles + *place;
+        for (int64_t k = 0; k < kTile; k += kLanes) StoreInTile<kTile>(bins(first + k), to + k);
     }
-    if (given == order.tiles) return;
-    int64_t mirror = given * kTile;
-    Complex last = bins(mirror);
-    for (int64_t tile = given; tile < order.tiles; ++tile) {
-        float* const to = tiles + order.PlaceOf(tile);
+    if (channels == 2) return;
+    Complex last = bins(given);
+    for (int64_t mirror = given; mirror > 0; ++place) {
+        float* const to = tiles + *place;
         for (int64_t k = 0; k < kTile; k += kLanes) {
             mirror -= kLanes;
             const Complex next = bins(mirror);
@@ -140,49 +155,54 @@ W64_VECTOR_CLONES void FillTiles(const SpectraView& view) {
     FillTilesOf<kNarrowTile>(view);
 }
 
-// Responses to multiply images and aliases with, eight bins at a time.
+// Responses to multiply images and aliases with, a vector of bins at a time.
+template <class Floats>
 struct CurvedResponse {
-    Floats at;
-    Floats slope;
-    float curvature;
+    typename Floats::Vector at;
+    typename Floats::Vector rise;  // to the next vector of bins
+    float bend;                    // how much that rises
 
-    W64_INLINE explicit CurvedResponse(const SpectralTiles::Image& image) : curvature(image.curvature) {
-        const Floats u = Floats{0, 1, 2, 3, 4, 5, 6, 7} / kFloats;
-        at = image.start + u * image.slope + u * u / 2 * curvature;
-        slope = image.slope + (u + 0.5F) * curvature;
+    W64_INLINE explicit CurvedResponse(const SpectralTiles::Image& image) {
+        constexpr float kSteps = float{Floats::kCount} / float{kStep};  // of a vector
+        typename Floats::Vector u;
+        for (int i = 0; i < Floats::kCount; ++i) u[i] = static_cast<float>(i) / float{kStep};
+        at = image.start + u * image.slope + u * u / 2 * image.curvature;
+        rise = kSteps * (image.slope + (u + kSteps / 2) * image.curvature);
+        bend = kSteps * kSteps * image.curvature;
     }
 
-    W64_INLINE Floats Next() {
-        const Floats responses = at;
-        at += slope;
-        slope += curvature;
+    W64_INLINE typename Floats::Vector Next() {
+        const typename Floats::Vector responses = at;
+        at += rise;
+        rise += bend;
         return responses;
     }
 };
+template <class Floats>
 struct TabledResponse {
     const float* at;
 
-    W64_INLINE Floats Next() {
-        const Floats responses = LoadFloats(at);
-        at += kFloats;
+    W64_INLINE typename Floats::Vector Next() {
+        const typename Floats::Vector responses = LoadFloats<Floats>(at);
+        at += Floats::kCount;
         return responses;
     }
 };
 
-template <int64_t kTile>
+template <int64_t kTile, class Floats>
 W64_INLINE void MultiplyTiles(const SpectraView& view) {
     const float* const images = view.outTiles ? view.outTiles : view.inTiles;
     const SpectralTiles::Image* image = view.tiles.images.data();
     const int32_t* alias = view.tiles.aliases.data();
     const float* responses = view.tiles.responses.data();
     for (const auto [firstBin, passes, imageCount, aliasCount] : view.tiles.sums) {
-        Tile<kTile> sum = {};
+        Tile<kTile, Floats> sum = {};
         for (const SpectralTiles::Image* const end = image + imageCount; image != end; ++image) {
-            sum.Add(images + image->place, CurvedResponse(*image));
+            sum.Add(images + image->place, CurvedResponse<Floats>(*image));
         }
         if (imageCount > 0 && !view.outTiles) sum.Multiply(view.longResponse + firstBin);
         for (const int32_t* const end = alias + aliasCount; alias != end; ++alias, responses += kTile) {
-            sum.Add(view.inTiles + *alias, TabledResponse{responses});
+            sum.Add(view.inTiles + *alias, TabledResponse<Floats>{responses});
         }
         const int64_t inputBin = view.InputBin(firstBin);
         for (int64_t k = 0; k < kTile; k += kLanes) {
@@ -193,9 +213,16 @@ W64_INLINE void MultiplyTiles(const SpectraView& view) {
     }
 }
 
-W64_VECTOR_CLONES void MultiplySpectra(const SpectraView& view) {
-    if (view.tiles.inOrder.bins == kWideTile) return MultiplyTiles<kWideTile>(view);
-    MultiplyTiles<kNarrowTile>(view);
+W64_VECTOR_CLONES void MultiplyByEights(const SpectraView& view) {
+    if (view.tiles.inOrder.bins == kWideTile) return MultiplyTiles<kWideTile, EightFloats>(view);
+    MultiplyTiles<kNarrowTile, EightFloats>(view);
+}
+
+W64_AVX512 void MultiplyBySixteens(const SpectraView& view) { MultiplyTiles<kWideTile, SixteenFloats>(view); }
+
+void MultiplySpectra(const SpectraView& view) {
+    if (view.tiles.inOrder.bins == kWideTile && HasAVX512()) return MultiplyBySixteens(view);
+    MultiplyByEights(view);
 }
 
 }  // namespace

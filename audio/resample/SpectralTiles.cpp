@@ -35,24 +35,27 @@ double LargestOf(std::span<const double> values) {
     return std::max(std::max(largest[0], largest[1]), std::max(largest[2], largest[3]));
 }
 
+std::vector<int32_t> PlacesIn(const TileOrder& order) {
+    std::vector<int32_t> places;
+    places.reserve(static_cast<size_t>(order.tiles));
+    for (TileOrder::Place place(order); std::ssize(places) < order.tiles; ++place) places.push_back(*place);
+    return places;
+}
+
 // For each output tile, goes through the tiles of the common grid that fall onto it: those a multiple of the
 // output's period away.
 class TileLister {
 public:
     TileLister(const SpectralTiles::Sizes& sizes, bool imagesOfInput, std::span<const double> longResponse,
                const SmoothResponse& shortResponse, double threshold)
-        : sizes_(sizes), vectors_(static_cast<double>(sizes.tile) / static_cast<double>(kFloats)),
+        : sizes_(sizes), steps_(static_cast<double>(sizes.tile) / static_cast<double>(kStep)),
           imagesOfInput_(imagesOfInput), longResponse_(longResponse), threshold_(threshold),
           corners_(shortResponse.Rough(0, sizes.shortPassBand + 2, sizes.tile)) {
         const int64_t apart = std::gcd(sizes.longPeriod, imagesOfInput ? sizes.keptIn : sizes.keptOut);
         tiles_.inOrder = {sizes.tile, sizes.keptIn, imagesOfInput ? apart : 1};
         tiles_.outOrder = {sizes.tile, sizes.keptOut, apart};
-        for (int64_t tile = 0; tile < sizes.keptIn; ++tile) {
-            inPlaces_.push_back(tiles_.inOrder.PlaceOf(tile));
-        }
-        for (int64_t tile = 0; tile < sizes.keptOut; ++tile) {
-            outPlaces_.push_back(tiles_.outOrder.PlaceOf(tile));
-        }
+        inPlaces_ = PlacesIn(tiles_.inOrder);
+        outPlaces_ = PlacesIn(tiles_.outOrder);
         ListLargest();
         ListBands(shortResponse);
         ListSums(apart);
@@ -121,7 +124,7 @@ private:
         // Pass-band terms have been multiplied with the short filter's response already, which is flat there.
         const double scale = imagesOfInput_ ? 1 : 1 / corners_[0];
         const std::vector<int32_t>& places = imagesOfInput_ ? inPlaces_ : outPlaces_;
-        const double perVector = 1 / vectors_;
+        const double perStep = 1 / steps_;
         for (const Band& band : bands_) {
             int64_t from = tile - band.inOut;
             if (from < -sizes_.out / 2) from += sizes_.out;
@@ -130,8 +133,8 @@ private:
             const double start = cornerOf(0);
             const double end = cornerOf(1);
             if (IsNegligible(start, end, from)) continue;
-            const double curvature = (cornerOf(-1) - start - end + cornerOf(2)) / 2 * perVector * perVector;
-            const double slope = (end - start) * perVector - curvature * vectors_ / 2;
+            const double curvature = (cornerOf(-1) - start - end + cornerOf(2)) / 2 * perStep * perStep;
+            const double slope = (end - start) * perStep - curvature * steps_ / 2;
             int64_t source = band.inSource + from;  // wrapped without a division, as there are many images
             while (source < 0) source += std::ssize(places);
             while (source >= std::ssize(places)) source -= std::ssize(places);
@@ -186,7 +189,7 @@ private:
     }
 
     SpectralTiles::Sizes sizes_;
-    double vectors_;  // of a tile
+    double steps_;  // of a tile
     bool imagesOfInput_;
     std::span<const double> longResponse_;
     double threshold_;

@@ -12,7 +12,7 @@ namespace w64 {
 // Spectra are processed in tiles. Wide ones take less time, narrow ones suit more sizes.
 constexpr int64_t kWideTile = 32;  // bins
 constexpr int64_t kNarrowTile = 8;
-constexpr int64_t kFloats = 8;  // bins in a vector of floats
+constexpr int64_t kStep = 8;  // bins, of a curve over a tile
 
 // Where the tiles of a spectrum are in memory as floats: each has its real parts, then its imaginary ones.
 // Tiles whose numbers differ by multiples of `apart` are neighbours: they are images of one another.
@@ -21,9 +21,27 @@ struct TileOrder {
     int64_t tiles;
     int64_t apart;
 
-    int32_t PlaceOf(int64_t tile) const {
-        return static_cast<int32_t>((tile % apart * (tiles / apart) + tile / apart) * 2 * bins);
-    }
+    // That of each tile in turn, as a division would take longer than to fill a tile.
+    class Place {
+    public:
+        explicit Place(const TileOrder& order)
+            : toNext_(order.tiles / order.apart * 2 * order.bins), end_(order.apart * toNext_),
+              toNextRow_(2 * order.bins - end_) {}
+
+        int32_t operator*() const { return static_cast<int32_t>(at_); }
+
+        Place& operator++() {
+            at_ += toNext_;
+            if (at_ >= end_) at_ += toNextRow_;
+            return *this;
+        }
+
+    private:
+        int64_t toNext_;
+        int64_t end_;
+        int64_t toNextRow_;  // of neighbours' first, second ...
+        int64_t at_ = 0;
+    };
 };
 
 // For each output tile, the input tiles that fall onto it as images or aliases, and both filters' combined response
@@ -38,7 +56,7 @@ struct SpectralTiles {
     };
 
     // Stopped by the short filter alone. Its response over the tile is start + slope * u + curvature * u^2 /
-    // 2, where u counts vectors of bins.
+    // 2, where u counts steps of kStep bins.
     struct Image {
         int32_t place;
         float start;
