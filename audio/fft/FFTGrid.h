@@ -71,8 +71,7 @@ public:
     // first of them at points[0]. The points may replace the spectrum.
     void Inverse(const double* spectrum, double* points, ptrdiff_t first, ptrdiff_t end, double* work);
 
-    // Adds the powers at all frequencies of the spectrum of points times a real weight each. Its numbers never reach
-    // memory.
+    // Adds the powers at all frequencies of points times a real weight each. The spectrum itself is not stored.
     void AddPowers(const double* points, const double* weights, double* powers, double* work);
 
 private:

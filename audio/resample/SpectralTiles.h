@@ -21,25 +21,25 @@ struct TileOrder {
     int64_t tiles;
     int64_t apart;
 
-    // That of each tile in turn, as a division would take longer than to fill a tile.
+    // The place of tile 0, and by ++ of the others in turn. To divide for each would take as long as to fill it.
     class Place {
     public:
         explicit Place(const TileOrder& order)
-            : toNext_(order.tiles / order.apart * 2 * order.bins), end_(order.apart * toNext_),
-              toNextRow_(2 * order.bins - end_) {}
+            : tile_(2 * order.bins), neighbours_(order.tiles / order.apart * tile_),
+              end_(order.apart * neighbours_) {}
 
         int32_t operator*() const { return static_cast<int32_t>(at_); }
 
         Place& operator++() {
-            at_ += toNext_;
-            if (at_ >= end_) at_ += toNextRow_;
+            at_ += neighbours_;
+            if (at_ >= end_) at_ += tile_ - end_;
             return *this;
         }
 
     private:
-        int64_t toNext_;
+        int64_t tile_;  // sizes, in floats
+        int64_t neighbours_;
         int64_t end_;
-        int64_t toNextRow_;  // of neighbours' first, second ...
         int64_t at_ = 0;
     };
 };

@@ -23,11 +23,11 @@ Column Measure(const double* frames, size_t count, size_t channels) {
     return column;
 }
 
-// Every eighth of some samples from the first, the second ... on.
-using EighthsOfSamples = std::array<Column, 8>;
+// Of samples i, i + 8, i + 16 ... for each i.
+using Eighths = std::array<Column, 8>;
 
 // Two vectors at a time, as a sum waits for its last addition. There are at least eight samples.
-W64_VECTOR_CLONES EighthsOfSamples MeasureEighths(const double* samples, size_t count) {
+W64_VECTOR_CLONES Eighths MeasureEighths(const double* samples, size_t count) {
     fft::Vector low[2] = {fft::LoadVector(samples), fft::LoadVector(samples + 4)};
     fft::Vector high[2] = {low[0], low[1]};
     fft::Vector squares[2] = {};
@@ -40,7 +40,7 @@ W64_VECTOR_CLONES EighthsOfSamples MeasureEighths(const double* samples, size_t 
             squares[i] += values * values;
         }
     }
-    EighthsOfSamples eighths;
+    Eighths eighths;
     for (size_t i = 0; i < eighths.size(); ++i) {
         eighths[i] = {low[i / 4][i % 4], high[i / 4][i % 4], squares[i / 4][i % 4],
                       static_cast<int64_t>(whole / 8)};
@@ -79,14 +79,14 @@ void Envelope::Add(std::span<const double> frames) {
     }
 }
 
-// The channels of each eighth are known where they divide eight.
+// Where the channels divide eight, each eighth of the samples is of one channel.
 void Envelope::Merge(std::span<const double> frames) {
     const auto merge = [this](size_t channel, const Column& measured) {
         Column& column = lanes_[channel % lanes_.size()].back();
         column = Merged(column, measured);
     };
     if (8 % channels_ == 0 && frames.size() >= 8) {
-        const EighthsOfSamples eighths = MeasureEighths(frames.data(), frames.size());
+        const Eighths eighths = MeasureEighths(frames.data(), frames.size());
         for (size_t i = 0; i < eighths.size(); ++i) merge(i % channels_, eighths[i]);
         frames = frames.last(frames.size() % 8);
     }

@@ -19,7 +19,7 @@ double PowerBetween(Bins bins, double bin) {
 }
 
 // The peak of a spectral line between two bins, by parabolic interpolation of three bins in dB. The correction is
-// limited to the window's scalloping loss, in case it is not a line.
+// limited to the window's scalloping loss, in case it is not a line, and as precise as powers are kept.
 double PeakPower(Bins bins, size_t bin) {
     constexpr float kMaxLoss = 0.3F;  // natural logarithm of power
     const double power = bins[bin];
@@ -33,9 +33,8 @@ double PeakPower(Bins bins, size_t bin) {
 }
 
 size_t HighestBin(Bins bins, size_t first, size_t end) {
-    size_t highest = first;
-    for (size_t bin = first + 1; bin < end; ++bin) highest = bins[bin] > bins[highest] ? bin : highest;
-    return highest;
+    const auto part = bins.subspan(first, end - first);
+    return first + static_cast<size_t>(std::ranges::max_element(part) - part.begin());
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 
 #include <bit>
 #include <csetjmp>
-#include <memory>
 #include <new>
 #include <png.h>
 
